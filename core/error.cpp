@@ -1,0 +1,36 @@
+// Error codes and their messages.
+#include <cstdint>
+#include <iterator>
+
+#include <qvimage/error.h>
+
+namespace {
+
+constexpr const char *messages[] = {
+#define QVIM_ERROR(code, message) message,
+#include "core/errors.inc"
+#undef QVIM_ERROR
+};
+static_assert(std::size(messages) == 64);
+
+constexpr int32_t codes[] = {
+#define QVIM_ERROR(code, message) code,
+#include "core/errors.inc"
+#undef QVIM_ERROR
+};
+constexpr bool in_order() {
+  for (int32_t i = 0; i < int32_t(std::size(codes)); i++)
+    if (codes[i] != -i - 1) return false;
+  return true;
+}
+static_assert(in_order());
+
+}  // namespace
+
+extern "C" const char *qverrnomesg(int32_t code) {
+  if (code >= 0) return nullptr;
+  uint32_t magnitude = 0u - uint32_t(code);
+  if (magnitude & 0x4000) magnitude &= 0x3FFF;
+  const char *message = magnitude - 1 < std::size(messages) ? messages[magnitude - 1] : nullptr;
+  return message ? message : "Unknown error";
+}

@@ -1,0 +1,44 @@
+// Access to the private parts of a record: its state bytes, source references and name.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include <qvimage/record.h>
+
+namespace qvim {
+
+// The private state of a kind, kept in the record's first 192 private bytes. Records lie at any 4-byte boundary,
+// so a state is a packed struct; take its members by value.
+template <class State, class Record>
+State &state_of(Record *im) {
+  static_assert(sizeof(State) <= sizeof(Record::iostate), "the state must fit its place in the record");
+  static_assert(alignof(State) == 1, "a state is a packed struct");
+  static_assert(std::is_trivially_copyable_v<State>, "records are copied byte for byte");
+  return *reinterpret_cast<State *>(im->iostate);
+}
+
+// The record that a source reference names, seen from the record that holds it: a value from -128 to -1 counts
+// in records from the holder (-65 is the holder itself), any other value is an address.
+template <class Target, class Holder>
+Target *resolve(Holder *holder, int64_t reference) {
+  static_assert(sizeof(Holder) == 452);
+  if (reference >= -128 && reference <= -1)
+    return reinterpret_cast<Target *>(reinterpret_cast<intptr_t>(holder) + (65 + reference) * 452);
+  return reinterpret_cast<Target *>(intptr_t(reference));
+}
+
+// Device names are eight bytes, NUL-padded, not NUL-terminated when all are used.
+template <class Record>
+bool has_device_name(const Record *im, const char *name) {
+  char padded[8];
+  std::strncpy(padded, name, 8);
+  return std::memcmp(im->devname, padded, 8) == 0;
+}
+template <class Record>
+void set_device_name(Record *im, const char *name) {
+  std::strncpy(im->devname, name, 8);
+}
+
+}  // namespace qvim
