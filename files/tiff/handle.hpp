@@ -1,0 +1,35 @@
+// What TIFF handles of readers and writers share: the mark by which they are known, and the open file.
+#pragma once
+
+#include <cstdint>
+
+#include <qvimage/bufio.h>
+#include <qvimage/tiff.h>
+
+#include "files/tiff/format.hpp"
+#include "files/tiff/page.hpp"
+
+// The public handle type. A reader or a writer derives from it; the mark says which.
+struct tiffhandle {
+  enum mark : uint32_t { reader_mark = 0x54494652, writer_mark = 0x54494657 };
+
+  explicit tiffhandle(mark m) : identity(m) {}
+  tiffhandle(const tiffhandle &) = delete;
+  tiffhandle &operator=(const tiffhandle &) = delete;
+
+  uint32_t identity;  // first, so that any memory taken for a handle can be told from one
+  qvim::tiff::format format;
+  bufio file{};
+  qvim::tiff::page page;  // the page being written, or the one that was read last
+};
+
+namespace qvim::tiff {
+
+struct reader;
+struct writer;
+
+// 0 and the reader or writer behind a handle; -1 without one, -64 when it is no such handle.
+[[nodiscard]] int32_t reader_of(tiffhandle *h, reader **result);
+[[nodiscard]] int32_t writer_of(tiffhandle **h, writer **result);
+
+}  // namespace qvim::tiff
