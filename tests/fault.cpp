@@ -1,0 +1,239 @@
+#include "tests/fault.hpp"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <unordered_set>
+
+namespace {
+
+// Counts down to the call that fails. Left at "never" while no fault is active.
+class countdown {
+ public:
+  void start(int64_t n, bool for_ever) {
+    left_ = n;
+    for_ever_ = for_ever;
+    fired_ = false;
+    active_ = true;
+  }
+  void stop() { active_ = false; }
+  bool fired() const { return fired_; }
+  bool fails_now() {
+    if (!active_) return false;
+    const int64_t left = left_.fetch_sub(1);
+    if (left > 0 || (left < 0 && !for_ever_)) return false;
+    fired_ = true;
+    return true;
+  }
+
+ private:
+  std::atomic<bool> active_{false}, fired_{false}, for_ever_{false};
+  std::atomic<int64_t> left_{0};
+};
+
+// The addresses that the wrappers handed out: memory that came from elsewhere (strdup, getline) may be freed
+// through them without disturbing the count.
+class address_set {
+ public:
+  void add(void *p) {
+    if (!p) return;
+    const std::lock_guard lock(mutex_);
+    set_.insert(p);
+  }
+  void remove(void *p) {
+    if (!p) return;
+    const std::lock_guard lock(mutex_);
+    set_.erase(p);
+  }
+  int64_t size() {
+    const std::lock_guard lock(mutex_);
+    return int64_t(set_.size());
+  }
+
+ private:
+  std::mutex mutex_;
+  std::unordered_set<void *> set_;
+};
+
+// Never destroyed: wrappers run before main and after it.
+address_set &live_memory() {
+  static auto *set = new address_set;
+  return *set;
+}
+address_set &live_streams() {
+  static auto *set = new address_set;
+  return *set;
+}
+
+countdown allocation_fault, call_fault;
+std::atomic<uint64_t> allocations{0}, calls{0};
+std::atomic<uint32_t> failing_calls{0};
+std::atomic<int> failing_errno{0};
+std::atomic<bool> comes_up_short{false};
+std::atomic<uint64_t> most_bytes{0};
+std::atomic<bool> disk_limited{false}, disk_full{false};
+std::atomic<int64_t> disk_room{0};
+
+bool allocation_fails() {
+  allocations++;
+  if (!allocation_fault.fails_now()) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+bool call_fails(call kind) {
+  calls++;
+  if (!(failing_calls & kind) || comes_up_short || !call_fault.fails_now()) return false;
+  errno = failing_errno;
+  return true;
+}
+
+// How many bytes the transfer may move; -1 with errno set when it fails.
+ssize_t allowed(call kind, size_t count) {
+  if (call_fails(kind)) return -1;
+  if ((failing_calls & kind) && comes_up_short && call_fault.fails_now())
+    count = std::min<uint64_t>(count, most_bytes);
+  if (kind == call_write && disk_limited) {
+    const int64_t room = disk_room.fetch_sub(int64_t(count));
+    if (room < int64_t(count)) disk_full = true;
+    if (room <= 0 && count > 0) {
+      errno = ENOSPC;
+      return -1;
+    }
+    count = std::min(count, size_t(room));
+  }
+  return ssize_t(count);
+}
+
+}  // namespace
+
+int64_t live_allocations() { return live_memory().size(); }
+int64_t open_files() { return live_streams().size(); }
+uint64_t allocation_count() { return allocations; }
+uint64_t call_count() { return calls; }
+
+fail_allocation::fail_allocation(int64_t n, bool for_ever) { allocation_fault.start(n, for_ever); }
+fail_allocation::~fail_allocation() { allocation_fault.stop(); }
+bool fail_allocation::fired() const { return allocation_fault.fired(); }
+
+fail_call::fail_call(uint32_t kinds, int64_t n, bool for_ever, int error) {
+  comes_up_short = false;
+  failing_errno = error;
+  failing_calls = kinds;
+  call_fault.start(n, for_ever);
+}
+fail_call::fail_call(uint32_t kinds, int64_t n, bool for_ever, short_count most) {
+  comes_up_short = true;
+  most_bytes = most.bytes;
+  failing_calls = kinds;
+  call_fault.start(n, for_ever);
+}
+fail_call::~fail_call() {
+  call_fault.stop();
+  failing_calls = 0;
+  comes_up_short = false;
+}
+bool fail_call::fired() const { return call_fault.fired(); }
+
+full_disk::full_disk(uint64_t room) {
+  disk_room = int64_t(room);
+  disk_full = false;
+  disk_limited = true;
+}
+full_disk::~full_disk() { disk_limited = false; }
+bool full_disk::fired() const { return disk_full; }
+
+extern "C" {
+
+void *__real_malloc(size_t);
+void *__real_calloc(size_t, size_t);
+void *__real_realloc(void *, size_t);
+void __real_free(void *);
+FILE *__real_fopen(const char *, const char *);
+int __real_fclose(FILE *);
+ssize_t __real_read(int, void *, size_t);
+ssize_t __real_pread(int, void *, size_t, off_t);
+ssize_t __real_write(int, const void *, size_t);
+ssize_t __real_pwrite(int, const void *, size_t, off_t);
+off_t __real_lseek(int, off_t, int);
+int __real_ftruncate(int, off_t);
+int __real_fstat(int, struct stat *);
+int __real_remove(const char *);
+int __real_unlink(const char *);
+int __real_rename(const char *, const char *);
+
+void *__wrap_malloc(size_t n) {
+  if (allocation_fails()) return nullptr;
+  void *p = __real_malloc(n);
+  live_memory().add(p);
+  return p;
+}
+void *__wrap_calloc(size_t n, size_t size) {
+  if (allocation_fails()) return nullptr;
+  void *p = __real_calloc(n, size);
+  live_memory().add(p);
+  return p;
+}
+void *__wrap_realloc(void *p, size_t n) {
+  if (allocation_fails()) return nullptr;
+  live_memory().remove(p);  // first: another thread may get the address as soon as it is free
+  void *moved = __real_realloc(p, n);
+  live_memory().add(moved || n == 0 ? moved : p);
+  return moved;
+}
+void __wrap_free(void *p) {
+  live_memory().remove(p);
+  __real_free(p);
+}
+
+FILE *__wrap_fopen(const char *path, const char *mode) {
+  if (call_fails(call_open)) return nullptr;
+  FILE *fp = __real_fopen(path, mode);
+  live_streams().add(fp);
+  return fp;
+}
+int __wrap_fclose(FILE *fp) {
+  live_streams().remove(fp);
+  const bool fails = call_fails(call_close);
+  const int error = errno;
+  const int result = __real_fclose(fp);
+  if (!fails) return result;
+  errno = error;
+  return EOF;
+}
+ssize_t __wrap_read(int fd, void *p, size_t n) {
+  const ssize_t most = allowed(call_read, n);
+  return most < 0 ? -1 : __real_read(fd, p, size_t(most));
+}
+ssize_t __wrap_pread(int fd, void *p, size_t n, off_t at) {
+  const ssize_t most = allowed(call_read, n);
+  return most < 0 ? -1 : __real_pread(fd, p, size_t(most), at);
+}
+ssize_t __wrap_write(int fd, const void *p, size_t n) {
+  const ssize_t most = allowed(call_write, n);
+  return most < 0 ? -1 : __real_write(fd, p, size_t(most));
+}
+ssize_t __wrap_pwrite(int fd, const void *p, size_t n, off_t at) {
+  const ssize_t most = allowed(call_write, n);
+  return most < 0 ? -1 : __real_pwrite(fd, p, size_t(most), at);
+}
+off_t __wrap_lseek(int fd, off_t at, int whence) {
+  return call_fails(call_seek) ? -1 : __real_lseek(fd, at, whence);
+}
+int __wrap_ftruncate(int fd, off_t length) {
+  return call_fails(call_truncate) ? -1 : __real_ftruncate(fd, length);
+}
+int __wrap_fstat(int fd, struct stat *s) { return call_fails(call_stat) ? -1 : __real_fstat(fd, s); }
+int __wrap_remove(const char *path) { return call_fails(call_remove) ? -1 : __real_remove(path); }
+int __wrap_unlink(const char *path) { return call_fails(call_remove) ? -1 : __real_unlink(path); }
+int __wrap_rename(const char *from, const char *to) {
+  return call_fails(call_rename) ? -1 : __real_rename(from, to);
+}
+
+}  // extern "C"
