@@ -7,8 +7,8 @@ if(QVIMAGE_SANITIZE OR QVIMAGE_BUILD_FUZZ OR NOT CMAKE_SYSTEM_PROCESSOR MATCHES 
 elseif(NOT DEFINED QVIM_HAVE_CLONES)
   set(probe ${PROJECT_BINARY_DIR}/clones_probe)
   file(WRITE ${probe}/callee.cpp "
-    extern \"C\" __attribute__((target_clones(\"default\", \"arch=x86-64-v3\", \"arch=x86-64-v4\"))) int probe(int a)
-    { return a + 1; }")
+    extern \"C\" __attribute__((target_clones(\"default\", \"arch=x86-64-v3\", \"arch=x86-64-v4\")))
+    int probe(int a) { return a + 1; }")
   file(WRITE ${probe}/caller.cpp "
     extern \"C\" int probe(int a); int main() { return probe(-1); }")
   try_compile(works ${probe}/build SOURCES ${probe}/callee.cpp ${probe}/caller.cpp)

@@ -17,7 +17,7 @@ struct name {
 
 // Both tables stand in the order in which names are looked up: where a name belongs to two codes, the first
 // answers.
-constexpr name hints[] = {
+constexpr name hint_names[] = {
     {QVIM_HINT_UNKNOWN, "Unknown"},
     {QVIM_HINT_GREY, "Grey scale monochrome"},
     {QVIM_HINT_BAYER, "Bayer RGB color"},
@@ -43,11 +43,15 @@ constexpr name hints[] = {
     {QVIM_HINT_BAYER4, "Bayer RGB color"},
 };
 
-constexpr name units[] = {
-    {QVIM_UNIT_UNKNOWN, "Unknown"},       {QVIM_UNIT_RATIO, "Ratio"},
-    {QVIM_UNIT_INCH, "Inch"},             {QVIM_UNIT_FOOT, "Foot"},
-    {QVIM_UNIT_METER, "Meter"},           {QVIM_UNIT_MILLIMETER, "Millimeter"},
-    {QVIM_UNIT_CENTIMETER, "Centimeter"}, {QVIM_UNIT_SECOND, "Second"},
+constexpr name unit_names[] = {
+    {QVIM_UNIT_UNKNOWN, "Unknown"},
+    {QVIM_UNIT_RATIO, "Ratio"},
+    {QVIM_UNIT_INCH, "Inch"},
+    {QVIM_UNIT_FOOT, "Foot"},
+    {QVIM_UNIT_METER, "Meter"},
+    {QVIM_UNIT_MILLIMETER, "Millimeter"},
+    {QVIM_UNIT_CENTIMETER, "Centimeter"},
+    {QVIM_UNIT_SECOND, "Second"},
 };
 
 template <class Table>
@@ -122,7 +126,8 @@ int32_t qvimdatabittype(int32_t bits) {
 
 uint32_t qvimtypemap(uint32_t type) { return type; }
 
-int32_t qviminitdata(qvimagedata *data, int32_t pixietype, int32_t bitsused, int32_t pixies, int32_t pixelhint) {
+int32_t qviminitdata(qvimagedata *data, int32_t pixietype, int32_t bitsused, int32_t pixies,
+                     int32_t pixelhint) {
   std::memset(data, 0, sizeof *data);
   const int32_t size = (pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(pixietype));
   if (size == 0 || pixies < 1 || pixies > 32) return 0;
@@ -177,9 +182,9 @@ int32_t qvimhintrgbtobgr(int32_t hint) {
   }
 }
 
-const char *qvimhinttostring(int32_t hint) { return text_of(hints, hint); }
-int32_t qvimstringtohint(const char *text) { return code_of(hints, text); }
-const char *qvimunittostring(int32_t unit) { return text_of(units, unit); }
-int32_t qvimstringtounit(const char *text) { return code_of(units, text); }
+const char *qvimhinttostring(int32_t hint) { return text_of(hint_names, hint); }
+int32_t qvimstringtohint(const char *text) { return code_of(hint_names, text); }
+const char *qvimunittostring(int32_t unit) { return text_of(unit_names, unit); }
+int32_t qvimstringtounit(const char *text) { return code_of(unit_names, text); }
 
 }  // extern "C"

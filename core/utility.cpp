@@ -9,7 +9,8 @@
 
 namespace {
 
-// Calls f with a value of the integer type of that width (its argument's sign), or answers 0 for other widths.
+// Calls f with a value of the integer type of that width (its argument's sign), or answers 0 for other
+// widths.
 template <class Int8, class Int16, class Int32, class Int64>
 auto with_width(int32_t width, auto f) -> decltype(f(Int64{})) {
   switch (width) {
@@ -21,7 +22,9 @@ auto with_width(int32_t width, auto f) -> decltype(f(Int64{})) {
   }
 }
 auto with_signed(int32_t width, auto f) { return with_width<int8_t, int16_t, int32_t, int64_t>(width, f); }
-auto with_unsigned(int32_t width, auto f) { return with_width<uint8_t, uint16_t, uint32_t, uint64_t>(width, f); }
+auto with_unsigned(int32_t width, auto f) {
+  return with_width<uint8_t, uint16_t, uint32_t, uint64_t>(width, f);
+}
 
 template <class T>
 T load(const void *p) {

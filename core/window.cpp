@@ -90,12 +90,11 @@ int32_t xwind(record<Dim> *im, typename Dim::window **window, int32_t letter) {
       if (given) std::memmove(given, &im->imdim, sizeof *given);
       *window = &im->imdim;
       return 0;
-    default:
-      return 0;
+    default: return 0;
   }
 }
 
-// --- access lengths -----------------------------------------------------------------------------------------
+// --- access lengths ---
 
 enum class run { nowrap, wrap, one };
 
@@ -136,7 +135,7 @@ uint64_t length_by_mode(const typename Dim::window *window, const point<Dim> &at
                           : length_by_scan<Dim, run::nowrap, Checked>(window, at, s);
 }
 
-// --- coordinate advance ---------------------------------------------------------------------------------------
+// --- coordinate advance ---
 
 // Moves a position on by n pixels in scan order: whole lines carry into the next axis.
 template <class Dim>
@@ -188,25 +187,25 @@ extern "C" {
 int32_t qvimchkxy(const int32_t dims[2]) { return all_nonzero<two_d>(dims); }
 int32_t qvim3chkxyz(const int32_t dims[3]) { return all_nonzero<three_d>(dims); }
 
-#define QVIM_CHECKS(Dim, twin, Window, Point, xy, Record)                                                    \
-  int32_t twin##chk##xy##e(const Window *window, const Point *p) {                                           \
-    return spans<Dim>(box<Dim>::of(window), as_point<Dim>(p), true);                                         \
-  }                                                                                                          \
-  int32_t twin##chk##xy##i(const Window *window, const Point *p) {                                           \
-    return spans<Dim>(box<Dim>::of(window), as_point<Dim>(p), false);                                        \
-  }                                                                                                          \
-  int32_t twin##chkwind(const Window *window) { return check<Dim>(box<Dim>::of(window)); }                   \
-  int32_t twin##chkwindsub(const Window *outer, const Window *inner) {                                       \
-    return check_inside<Dim>(box<Dim>::of(outer), box<Dim>::of(inner));                                      \
-  }                                                                                                          \
-  int32_t twin##chkimage(const Record *image) {                                                              \
-    return image ? check_inside<Dim>(box<Dim>::of(&image->imdim), box<Dim>::of(&image->wind)) : -1;          \
-  }                                                                                                          \
-  int32_t twin##chkwindoverlap(const Window *a, const Window *b) {                                           \
-    return holds_a_corner<Dim>(box<Dim>::of(a), box<Dim>::of(b));                                            \
-  }                                                                                                          \
-  int32_t twin##xwind(Record *image, Window **window, int32_t letter) {                                      \
-    return xwind<Dim>(image, window, letter);                                                                \
+#define QVIM_CHECKS(Dim, twin, Window, Point, xy, Record)                                           \
+  int32_t twin##chk##xy##e(const Window *window, const Point *p) {                                  \
+    return spans<Dim>(box<Dim>::of(window), as_point<Dim>(p), true);                                \
+  }                                                                                                 \
+  int32_t twin##chk##xy##i(const Window *window, const Point *p) {                                  \
+    return spans<Dim>(box<Dim>::of(window), as_point<Dim>(p), false);                               \
+  }                                                                                                 \
+  int32_t twin##chkwind(const Window *window) { return check<Dim>(box<Dim>::of(window)); }          \
+  int32_t twin##chkwindsub(const Window *outer, const Window *inner) {                              \
+    return check_inside<Dim>(box<Dim>::of(outer), box<Dim>::of(inner));                             \
+  }                                                                                                 \
+  int32_t twin##chkimage(const Record *image) {                                                     \
+    return image ? check_inside<Dim>(box<Dim>::of(&image->imdim), box<Dim>::of(&image->wind)) : -1; \
+  }                                                                                                 \
+  int32_t twin##chkwindoverlap(const Window *a, const Window *b) {                                  \
+    return holds_a_corner<Dim>(box<Dim>::of(a), box<Dim>::of(b));                                   \
+  }                                                                                                 \
+  int32_t twin##xwind(Record *image, Window **window, int32_t letter) {                             \
+    return xwind<Dim>(image, window, letter);                                                       \
   }
 QVIM_CHECKS(two_d, qvim, qvywindow, qvxypoint, xy, qvimage)
 QVIM_CHECKS(three_d, qvim3, qvyzwindow, qvxyzpoint, xyz, qvimage3)
@@ -215,46 +214,46 @@ void qvimwind3to2(const qvyzwindow *window3, qvywindow *window2) {
   *window2 = {{window3->nw.x, window3->nw.y}, {window3->se.x, window3->se.y}};
 }
 
-#define QVIM_LENGTHS_2(s)                                                                                    \
-  uint64_t qvimacclen##s##scannowrap(const qvywindow *w, int32_t x, int32_t y) {                             \
-    return length<two_d, scan::s, false, run::nowrap>(w, {x, y});                                            \
-  }                                                                                                          \
-  uint64_t qvimacclen##s##scanwrap(const qvywindow *w, int32_t x, int32_t y) {                               \
-    return length<two_d, scan::s, false, run::wrap>(w, {x, y});                                              \
-  }                                                                                                          \
-  uint64_t qvimacclen##s##scanchknowrap(const qvywindow *w, int32_t x, int32_t y) {                          \
-    return length<two_d, scan::s, true, run::nowrap>(w, {x, y});                                             \
-  }                                                                                                          \
-  uint64_t qvimacclen##s##scanchkwrap(const qvywindow *w, int32_t x, int32_t y) {                            \
-    return length<two_d, scan::s, true, run::wrap>(w, {x, y});                                               \
-  }                                                                                                          \
-  uint64_t qvimacclen##s##scan1(const qvywindow *w, int32_t x, int32_t y) {                                  \
-    return length<two_d, scan::s, false, run::one>(w, {x, y});                                               \
-  }                                                                                                          \
-  uint64_t qvimacclen##s##scanchk1(const qvywindow *w, int32_t x, int32_t y) {                               \
-    return length<two_d, scan::s, true, run::one>(w, {x, y});                                                \
+#define QVIM_LENGTHS_2(s)                                                           \
+  uint64_t qvimacclen##s##scannowrap(const qvywindow *w, int32_t x, int32_t y) {    \
+    return length<two_d, scan::s, false, run::nowrap>(w, {x, y});                   \
+  }                                                                                 \
+  uint64_t qvimacclen##s##scanwrap(const qvywindow *w, int32_t x, int32_t y) {      \
+    return length<two_d, scan::s, false, run::wrap>(w, {x, y});                     \
+  }                                                                                 \
+  uint64_t qvimacclen##s##scanchknowrap(const qvywindow *w, int32_t x, int32_t y) { \
+    return length<two_d, scan::s, true, run::nowrap>(w, {x, y});                    \
+  }                                                                                 \
+  uint64_t qvimacclen##s##scanchkwrap(const qvywindow *w, int32_t x, int32_t y) {   \
+    return length<two_d, scan::s, true, run::wrap>(w, {x, y});                      \
+  }                                                                                 \
+  uint64_t qvimacclen##s##scan1(const qvywindow *w, int32_t x, int32_t y) {         \
+    return length<two_d, scan::s, false, run::one>(w, {x, y});                      \
+  }                                                                                 \
+  uint64_t qvimacclen##s##scanchk1(const qvywindow *w, int32_t x, int32_t y) {      \
+    return length<two_d, scan::s, true, run::one>(w, {x, y});                       \
   }
 QVIM_LENGTHS_2(x)
 QVIM_LENGTHS_2(y)
 
-#define QVIM_LENGTHS_3(s)                                                                                    \
-  uint64_t qvim3acclen##s##scannowrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {                \
-    return length<three_d, scan::s, false, run::nowrap>(w, {x, y, z});                                       \
-  }                                                                                                          \
-  uint64_t qvim3acclen##s##scanwrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {                  \
-    return length<three_d, scan::s, false, run::wrap>(w, {x, y, z});                                         \
-  }                                                                                                          \
-  uint64_t qvim3acclen##s##scanchknowrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {             \
-    return length<three_d, scan::s, true, run::nowrap>(w, {x, y, z});                                        \
-  }                                                                                                          \
-  uint64_t qvim3acclen##s##scanchkwrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {               \
-    return length<three_d, scan::s, true, run::wrap>(w, {x, y, z});                                          \
-  }                                                                                                          \
-  uint64_t qvim3acclen##s##scan1(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {                     \
-    return length<three_d, scan::s, false, run::one>(w, {x, y, z});                                          \
-  }                                                                                                          \
-  uint64_t qvim3acclen##s##scanchk1(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {                  \
-    return length<three_d, scan::s, true, run::one>(w, {x, y, z});                                           \
+#define QVIM_LENGTHS_3(s)                                                                        \
+  uint64_t qvim3acclen##s##scannowrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {    \
+    return length<three_d, scan::s, false, run::nowrap>(w, {x, y, z});                           \
+  }                                                                                              \
+  uint64_t qvim3acclen##s##scanwrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {      \
+    return length<three_d, scan::s, false, run::wrap>(w, {x, y, z});                             \
+  }                                                                                              \
+  uint64_t qvim3acclen##s##scanchknowrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) { \
+    return length<three_d, scan::s, true, run::nowrap>(w, {x, y, z});                            \
+  }                                                                                              \
+  uint64_t qvim3acclen##s##scanchkwrap(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {   \
+    return length<three_d, scan::s, true, run::wrap>(w, {x, y, z});                              \
+  }                                                                                              \
+  uint64_t qvim3acclen##s##scan1(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {         \
+    return length<three_d, scan::s, false, run::one>(w, {x, y, z});                              \
+  }                                                                                              \
+  uint64_t qvim3acclen##s##scanchk1(const qvyzwindow *w, int32_t x, int32_t y, int32_t z) {      \
+    return length<three_d, scan::s, true, run::one>(w, {x, y, z});                               \
   }
 QVIM_LENGTHS_3(x)
 QVIM_LENGTHS_3(y)
@@ -323,22 +322,22 @@ uint64_t qvim3acclenchk(const qvyzwindow *w, int32_t x, int32_t y, int32_t z, ui
   return length_by_mode<three_d, true>(w, {x, y, z}, mode);
 }
 
-#define QVIM_ADVANCE_2(s)                                                                                    \
-  void qvimnewcoord##s##scan(const qvywindow *w, int32_t *x, int32_t *y, uint32_t n) {                       \
-    apply<two_d>([&](auto &at) { advance<two_d>(w, at, scan::s, n); }, x, y);                                \
-  }                                                                                                          \
-  void qvimnewcoord##s##scan1(const qvywindow *w, int32_t *x, int32_t *y, int32_t d) {                       \
-    apply<two_d>([&](auto &at) { step<two_d>(w, at, scan::s, d); }, x, y);                                   \
+#define QVIM_ADVANCE_2(s)                                                              \
+  void qvimnewcoord##s##scan(const qvywindow *w, int32_t *x, int32_t *y, uint32_t n) { \
+    apply<two_d>([&](auto &at) { advance<two_d>(w, at, scan::s, n); }, x, y);          \
+  }                                                                                    \
+  void qvimnewcoord##s##scan1(const qvywindow *w, int32_t *x, int32_t *y, int32_t d) { \
+    apply<two_d>([&](auto &at) { step<two_d>(w, at, scan::s, d); }, x, y);             \
   }
 QVIM_ADVANCE_2(x)
 QVIM_ADVANCE_2(y)
 
-#define QVIM_ADVANCE_3(s)                                                                                    \
-  void qvim3newcoord##s##scan(const qvyzwindow *w, int32_t *x, int32_t *y, int32_t *z, uint32_t n) {         \
-    apply<three_d>([&](auto &at) { advance<three_d>(w, at, scan::s, n); }, x, y, z);                         \
-  }                                                                                                          \
-  void qvim3newcoord##s##scan1(const qvyzwindow *w, int32_t *x, int32_t *y, int32_t *z, int32_t d) {         \
-    apply<three_d>([&](auto &at) { step<three_d>(w, at, scan::s, d); }, x, y, z);                            \
+#define QVIM_ADVANCE_3(s)                                                                            \
+  void qvim3newcoord##s##scan(const qvyzwindow *w, int32_t *x, int32_t *y, int32_t *z, uint32_t n) { \
+    apply<three_d>([&](auto &at) { advance<three_d>(w, at, scan::s, n); }, x, y, z);                 \
+  }                                                                                                  \
+  void qvim3newcoord##s##scan1(const qvyzwindow *w, int32_t *x, int32_t *y, int32_t *z, int32_t d) { \
+    apply<three_d>([&](auto &at) { step<three_d>(w, at, scan::s, d); }, x, y, z);                    \
   }
 QVIM_ADVANCE_3(x)
 QVIM_ADVANCE_3(y)

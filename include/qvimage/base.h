@@ -7,8 +7,12 @@
 
 /* Declarations between these two are C functions of the shared library. */
 #ifdef __cplusplus
-#define QVIM_BEGIN_DECLS extern "C" { _Pragma("GCC visibility push(default)")
-#define QVIM_END_DECLS _Pragma("GCC visibility pop") }
+#define QVIM_BEGIN_DECLS \
+  extern "C" {           \
+  _Pragma("GCC visibility push(default)")
+#define QVIM_END_DECLS          \
+  _Pragma("GCC visibility pop") \
+  }
 #define QVIM_ASSERT(condition) static_assert(condition, #condition)
 #else
 #define QVIM_BEGIN_DECLS _Pragma("GCC visibility push(default)")

@@ -8,12 +8,12 @@
 
 /* Pixie types: how one pixie (one component of a pixel) is stored. No other code is valid. */
 enum {
-  QVIM_UINT8 = 1,     /* unsigned 8-bit integer */
-  QVIM_UINT16 = 2,    /* unsigned 16-bit integer */
-  QVIM_UINT32 = 4,    /* unsigned 32-bit integer */
-  QVIM_UINT64 = 8,    /* unsigned 64-bit integer; only plain reads, writes and byte swaps serve it */
-  QVIM_FLOAT32 = 16,  /* IEEE single precision */
-  QVIM_FLOAT64 = 32   /* IEEE double precision */
+  QVIM_UINT8 = 1,    /* unsigned 8-bit integer */
+  QVIM_UINT16 = 2,   /* unsigned 16-bit integer */
+  QVIM_UINT32 = 4,   /* unsigned 32-bit integer */
+  QVIM_UINT64 = 8,   /* unsigned 64-bit integer; only plain reads, writes and byte swaps serve it */
+  QVIM_FLOAT32 = 16, /* IEEE single precision */
+  QVIM_FLOAT64 = 32  /* IEEE double precision */
 };
 
 /* Data type word of a request: a pixie type plus any of these flags. They count for integer pixies only. */
@@ -26,13 +26,13 @@ enum {
 
 /* Mode word of a request. */
 enum {
-  QVIM_XSCAN = 0x00,   /* runs go along rows */
-  QVIM_YSCAN = 0x02,   /* runs go down columns */
-  QVIM_ZSCAN = 0x04,   /* runs go from plane to plane (3-D only) */
-  QVIM_WRAP = 0x40,    /* a run goes on with the next line of the window */
-  QVIM_LIST = 0x80,    /* block transfers: the list holds coordinates (see qvimage/block.h) */
-  QVIM_STEP = 0x400,   /* mapping: a step other than one pixel is welcome */
-  QVIM_TRUST = 0x2000  /* positions are inside the window: do not check them */
+  QVIM_XSCAN = 0x00,  /* runs go along rows */
+  QVIM_YSCAN = 0x02,  /* runs go down columns */
+  QVIM_ZSCAN = 0x04,  /* runs go from plane to plane (3-D only) */
+  QVIM_WRAP = 0x40,   /* a run goes on with the next line of the window */
+  QVIM_LIST = 0x80,   /* block transfers: the list holds coordinates (see qvimage/block.h) */
+  QVIM_STEP = 0x400,  /* mapping: a step other than one pixel is welcome */
+  QVIM_TRUST = 0x2000 /* positions are inside the window: do not check them */
 };
 
 /* Operations of a block transfer on each listed pixel p with the buffer's value v. */
@@ -88,16 +88,26 @@ enum {
 #pragma pack(push, 1)
 
 /* A position or an extent, in pixels. */
-typedef struct { int32_t x, y; } qvxypoint;
-typedef struct { int32_t x, y, z; } qvxyzpoint;
+typedef struct {
+  int32_t x, y;
+} qvxypoint;
+typedef struct {
+  int32_t x, y, z;
+} qvxyzpoint;
 
 /* An entry of a block-transfer list; 2-D images ignore z. */
-typedef struct { int32_t x, y, z; } qvxyzcoord;
+typedef struct {
+  int32_t x, y, z;
+} qvxyzcoord;
 
 /* A window spans [nw, se): nw is its first pixel, se lies one beyond its last on every axis. A window whose
  * corners agree on some axis is empty but valid. */
-typedef struct { qvxypoint nw, se; } qvywindow;
-typedef struct { qvxyzpoint nw, se; } qvyzwindow;
+typedef struct {
+  qvxypoint nw, se;
+} qvywindow;
+typedef struct {
+  qvxyzpoint nw, se;
+} qvyzwindow;
 
 /* What a pixel is made of. Build one with qviminitdata. */
 typedef struct {
@@ -113,9 +123,9 @@ typedef struct {
       uint16_t i_endian;    /* 0x800: stored in the reverse of the host's byte order; else 0 */
       uint16_t i_zero;
     };
-    __extension__ struct {  /* floating pixie types */
-      float r_minvalue;     /* nominal range of the values, 0.0 */
-      float r_maxvalue;     /* to 1.0 unless set otherwise */
+    __extension__ struct { /* floating pixie types */
+      float r_minvalue;    /* nominal range of the values, 0.0 */
+      float r_maxvalue;    /* to 1.0 unless set otherwise */
       uint32_t r_zero[2];
     };
   };

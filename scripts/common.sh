@@ -1,0 +1,38 @@
+# shellcheck shell=bash
+# What the scripts share. Each of them sources this file first and then stands in the project's top folder.
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+
+jobs=${JOBS:-2}
+generator=()
+command -v ninja >/dev/null && generator=(-G Ninja)
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
+fi
+
+say() { printf '%s\n' "$*"; }
+die() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails.
+configure() {
+  local name=$1 log
+  shift
+  mkdir -p "build/$name" || return
+  log=build/$name/configure.log
+  [ -f "build/$name/CMakeCache.txt" ] || set -- "${generator[@]}" "$@"
+  cmake -S . -B "build/$name" "$@" >"$log" 2>&1 || {
+    cat "$log"
+    return 1
+  }
+}
+
+# build NAME [TARGET...]: compiles build/NAME, all of it or some targets.
+build() {
+  local name=$1 targets=()
+  shift
+  [ $# -eq 0 ] || targets=(--target "$@")
+  cmake --build "build/$name" --parallel "$jobs" "${targets[@]}"
+}
