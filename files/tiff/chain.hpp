@@ -14,8 +14,9 @@ namespace qvim::tiff {
 // error.
 [[nodiscard]] int32_t read_header(bufio *file, format *f);
 
-// A walk along the chain. next() moves to the next directory: 1, 0 at the chain's end (also at a link that
-// does not lie beyond its directory, at an offset seen before, and at a latched error), -2 for memory.
+// A walk along the chain. next() moves to the next directory: 1, 0 at the chain's end, -2 for memory. The
+// walk ends quietly at an offset seen before, and with the stream's -10 latched at a directory that sticks
+// out of the file: whoever needs the whole chain asks bufio_err.
 class chain {
  public:
   chain(bufio *file, const format &f) : file_(file), format_(f), link_(f.first_link()) {}
@@ -26,7 +27,7 @@ class chain {
   uint64_t passed() const { return passed_; }        // directories moved to so far
 
  private:
-  bool seen_before(uint64_t offset, int32_t *code);
+  [[nodiscard]] int32_t remember(uint64_t offset);
 
   bufio *file_;
   format format_;
@@ -35,6 +36,7 @@ class chain {
   uint64_t passed_ = 0;
   array<uint64_t> seen_;  // open-addressing set of offsets
   uint64_t seen_count_ = 0;
+  uint64_t walked_ = 0;  // bytes of the directories so far
 };
 
 }  // namespace qvim::tiff
