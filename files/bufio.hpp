@@ -1,0 +1,51 @@
+// The paths of bufio that format code takes once a byte or a row, inline; the rest is in bufio.cpp.
+//
+// Whatever the flags, the resident block's bytes below `filelen` are always defined, and a write beyond
+// `filelen` first fills the gap with zeros: what a file holds never depends on what memory held before.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include <qvimage/bufio.h>
+
+namespace qvim {
+
+// Are these bytes at `pos` in the resident block?
+inline bool is_resident(const bufio &b, uint64_t count) {
+  const uint64_t offset = b.pos - b.bufpos;  // huge when pos lies before the block
+  return b.valid && offset < b.bufsize && count <= b.bufsize - offset;
+}
+
+inline void check_limit(bufio &b) {
+  if ((b.modeflags & BUFIO_LIMIT32) && b.filelen >> 32) b.ioerr = 1;
+}
+
+inline void read_bytes(bufio &b, void *data, uint64_t count) {
+  if (is_resident(b, count) && b.pos < b.filelen && count <= b.filelen - b.pos) {
+    std::memcpy(data, b.bufp + (b.pos - b.bufpos), count);
+    b.pos += count;
+    check_limit(b);
+  } else {
+    bufio_io(&b, data, count, 'r');
+  }
+}
+
+inline void write_bytes(bufio &b, const void *data, uint64_t count) {
+  if (is_resident(b, count) && b.pos <= b.filelen) {
+    std::memcpy(b.bufp + (b.pos - b.bufpos), data, count);
+    b.dirty = 1;
+    b.pos += count;
+    if (b.pos > b.filelen) b.filelen = b.pos;
+    check_limit(b);
+  } else {
+    bufio_io(&b, const_cast<void *>(data), count, 'w');
+  }
+}
+
+// bufio_init for the block size that the formats' functions take: in bytes, 0 for the default of 64 KiB,
+// rounded up to a power of two and cut to 1 GiB; negative: -1.
+[[nodiscard]] int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize,
+                                 uint32_t flags);
+
+}  // namespace qvim
