@@ -1,1 +1,458 @@
+// Windows: what counts as one, how long runs are, where a position goes next. The reference for lengths and
+// advances is a list of all positions of a window in scan order, made by plain loops.
 #include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include <qvimage/null.h>
+#include <qvimage/window.h>
+
+namespace {
+
+using position = std::array<int32_t, 3>;
+
+constexpr int32_t most = std::numeric_limits<int32_t>::max();
+
+qvywindow window2(int32_t x0, int32_t y0, int32_t x1, int32_t y1) { return {{x0, y0}, {x1, y1}}; }
+qvyzwindow window3(position nw, position se) { return {{nw[0], nw[1], nw[2]}, {se[0], se[1], se[2]}}; }
+
+// --- checks ---
+
+TEST(WindowChecks, WindowIsValidWhenNwIsInsideTheQuadrantAndNotBeyondSe) {
+  const struct {
+    qvywindow window;
+    int32_t result;
+  } cases[] = {
+      {{{0, 0}, {5, 5}}, 1},   {{{3, 4}, {4, 5}}, 1},   {{{0, 0}, {most, most}}, 1}, {{{0, 0}, {0, 5}}, 0},
+      {{{2, 3}, {9, 3}}, 0},   {{{0, 0}, {0, 0}}, 0},   {{{2, 2}, {1, 5}}, -1},      {{{2, 2}, {5, 1}}, -1},
+      {{{-1, 0}, {5, 5}}, -1}, {{{0, -1}, {5, 5}}, -1}, {{{-5, -5}, {-1, -1}}, -1},  {{{5, 0}, {-5, 0}}, -1},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(qvimchkwind(&c.window), c.result) << c.window.nw.x << ',' << c.window.nw.y;
+    // In 3-D each axis counts: the case on two of the three axes, the third whole.
+    const qvywindow w = c.window;
+    const qvyzwindow turned[] = {window3({w.nw.x, w.nw.y, 0}, {w.se.x, w.se.y, 1}),
+                                 window3({0, w.nw.x, w.nw.y}, {1, w.se.x, w.se.y}),
+                                 window3({w.nw.y, 0, w.nw.x}, {w.se.y, 1, w.se.x})};
+    for (const auto &t : turned) EXPECT_EQ(qvim3chkwind(&t), c.result);
+  }
+}
+
+TEST(WindowChecks, InnerWindowMayTouchTheOuterOnesEdgesButNotPassThem) {
+  const qvywindow outer = window2(2, 3, 10, 20);
+  const struct {
+    qvywindow inner;
+    int32_t result;
+  } cases[] = {
+      {{{2, 3}, {10, 20}}, 1},  {{{4, 5}, {6, 7}}, 1},    {{{10, 20}, {10, 20}}, 0},
+      {{{2, 3}, {2, 20}}, 0},   {{{1, 3}, {10, 20}}, -1}, {{{2, 2}, {10, 20}}, -1},
+      {{{2, 3}, {11, 20}}, -1}, {{{2, 3}, {10, 21}}, -1}, {{{6, 5}, {4, 7}}, -1},
+  };
+  for (const auto &c : cases) EXPECT_EQ(qvimchkwindsub(&outer, &c.inner), c.result) << c.inner.nw.x;
+  const qvywindow invalid = window2(5, 5, 4, 9), inside = window2(5, 5, 5, 5);
+  EXPECT_EQ(qvimchkwindsub(&invalid, &inside), -1);
+
+  const qvyzwindow outer3 = window3({2, 3, 4}, {10, 20, 30});
+  for (int axis = 0; axis < 3; axis++) {
+    position nw{2, 3, 4}, se{10, 20, 30};
+    qvyzwindow inner = window3(nw, se);
+    EXPECT_EQ(qvim3chkwindsub(&outer3, &inner), 1);
+    nw[axis]--;
+    inner = window3(nw, se);
+    EXPECT_EQ(qvim3chkwindsub(&outer3, &inner), -1) << axis;
+    nw[axis]++, se[axis]++;
+    inner = window3(nw, se);
+    EXPECT_EQ(qvim3chkwindsub(&outer3, &inner), -1) << axis;
+    se[axis] = nw[axis];
+    inner = window3(nw, se);
+    EXPECT_EQ(qvim3chkwindsub(&outer3, &inner), 0) << axis;
+  }
+}
+
+TEST(WindowChecks, PointAtSeIsOutsideUnlessTheEdgeCounts) {
+  const qvyzwindow w3 = window3({2, 3, 4}, {5, 6, 7});
+  const qvywindow w2 = window2(2, 3, 5, 6);
+  for (int32_t x = 0; x < 9; x++)
+    for (int32_t y = 0; y < 9; y++) {
+      const qvxypoint p2{x, y};
+      EXPECT_EQ(qvimchkxyi(&w2, &p2), x >= 2 && x < 5 && y >= 3 && y < 6);
+      EXPECT_EQ(qvimchkxye(&w2, &p2), x >= 2 && x <= 5 && y >= 3 && y <= 6);
+      for (int32_t z = 0; z < 9; z++) {
+        const qvxyzpoint p3{x, y, z};
+        EXPECT_EQ(qvim3chkxyzi(&w3, &p3), x >= 2 && x < 5 && y >= 3 && y < 6 && z >= 4 && z < 7);
+        EXPECT_EQ(qvim3chkxyze(&w3, &p3), x >= 2 && x <= 5 && y >= 3 && y <= 6 && z >= 4 && z <= 7);
+      }
+    }
+}
+
+TEST(WindowChecks, DimensionsAreOnlyHeldAgainstZero) {
+  const int32_t dims[][3] = {{1, 2, 3}, {-1, 5, 2}, {0, 5, 5}, {5, 0, 5}, {5, 5, 0}, {0, 0, 0}};
+  const int32_t flat[] = {1, 1, 0, 0, 1, 0}, deep[] = {1, 1, 0, 0, 0, 0};
+  for (int i = 0; i < 6; i++) {
+    EXPECT_EQ(qvimchkxy(dims[i]), flat[i]);
+    EXPECT_EQ(qvim3chkxyz(dims[i]), deep[i]);
+  }
+}
+
+TEST(WindowChecks, OverlapAsksForACornerOfTheSecondWindowInTheFirst) {
+  const qvywindow a = window2(0, 0, 10, 10);
+  const struct {
+    qvywindow b;
+    int32_t result;
+  } cases[] = {
+      {{{2, 2}, {4, 4}}, 1},      // inside
+      {{{5, 5}, {15, 15}}, 1},    // over a corner
+      {{{-5, 2}, {15, 4}}, 0},    // crossing
+      {{{-5, -5}, {15, 15}}, 0},  // around
+      {{{-5, 2}, {0, 4}}, 1},     // touching at its se corner, which is taken as a point
+      {{{10, 2}, {15, 4}}, 0},    // touching at its nw corner
+      {{{20, 20}, {30, 30}}, 0},  // apart
+  };
+  for (const auto &c : cases)
+    EXPECT_EQ(qvimchkwindoverlap(&a, &c.b), c.result) << c.b.nw.x << ' ' << c.b.se.x;
+
+  const qvyzwindow a3 = window3({0, 0, 0}, {10, 10, 10});
+  const qvyzwindow inside = window3({2, 2, 2}, {20, 20, 20}), beside = window3({2, 2, 10}, {4, 4, 20});
+  EXPECT_EQ(qvim3chkwindoverlap(&a3, &inside), 1);
+  EXPECT_EQ(qvim3chkwindoverlap(&a3, &beside), 0);
+}
+
+TEST(WindowChecks, ImageIsCheckedByItsOwnWindow) {
+  const int32_t size[] = {10, 20, 30};
+  qvimage image;
+  ASSERT_EQ(qvimage_defnop(&image, size, nullptr, nullptr), 0);
+  EXPECT_EQ(qvimchkimage(&image), 1);
+  image.wind.se.x = 11;
+  EXPECT_EQ(qvimchkimage(&image), -1);
+  EXPECT_EQ(qvimchkimage(nullptr), -1);
+
+  qvimage3 image3;
+  qvimage3_defnull(&image3);
+  EXPECT_EQ(qvim3chkimage(&image3), 0);
+  image3.imdim.se = {10, 20, 30};
+  image3.wind = {{0, 0, 29}, {10, 20, 31}};
+  EXPECT_EQ(qvim3chkimage(&image3), -1);
+  EXPECT_EQ(qvim3chkimage(nullptr), -1);
+}
+
+TEST(WindowChecks, ThreeDWindowLosesItsDepth) {
+  const qvyzwindow from = window3({1, 2, 3}, {4, 5, 6});
+  qvywindow to;
+  qvimwind3to2(&from, &to);
+  EXPECT_TRUE(to.nw.x == 1 && to.nw.y == 2 && to.se.x == 4 && to.se.y == 5);
+}
+
+// --- the model: positions in scan order ---
+
+struct model {
+  position size;             // D = 1 in 2-D
+  std::array<int, 3> order;  // axes, the fastest first
+
+  model(position size, int axes, int scan) : size(size), order{scan, -1, 2} {
+    int next = 1;
+    for (int axis = 0; axis < axes; axis++)
+      if (axis != scan) order[next++] = axis;
+  }
+  std::vector<position> positions() const {
+    std::vector<position> all;
+    position p{};
+    for (p[order[2]] = 0; p[order[2]] < size[order[2]]; p[order[2]]++)
+      for (p[order[1]] = 0; p[order[1]] < size[order[1]]; p[order[1]]++)
+        for (p[order[0]] = 0; p[order[0]] < size[order[0]]; p[order[0]]++) all.push_back(p);
+    return all;
+  }
+  // How many positions follow from the index on, in the same line or in all.
+  uint64_t length(const std::vector<position> &all, size_t index, bool wrap) const {
+    size_t end = index;
+    while (end < all.size() && (wrap || (all[end][order[1]] == all[index][order[1]] &&
+                                         all[end][order[2]] == all[index][order[2]])))
+      end++;
+    return end - index;
+  }
+};
+
+constexpr uint32_t scans[] = {QVIM_XSCAN, QVIM_YSCAN, QVIM_ZSCAN};
+constexpr position sizes[] = {{5, 3, 4}, {1, 7, 2}, {6, 1, 1}, {2, 2, 2}};
+constexpr position origin{11, 22, 33};
+
+// 2-D and 3-D functions behind one face.
+struct two_d {
+  static constexpr int axes = 2;
+  qvywindow w;
+  explicit two_d(position s) : w(window2(origin[0], origin[1], origin[0] + s[0], origin[1] + s[1])) {}
+  uint64_t length(qvimacclen_fn *f, position p) const { return f(&w, p[0], p[1]); }
+  uint64_t acclen(position p, uint32_t mode) const { return qvimacclen(&w, p[0], p[1], mode); }
+  uint64_t acclenchk(position p, uint32_t mode) const { return qvimacclenchk(&w, p[0], p[1], mode); }
+  static auto func(uint32_t mode) { return qvimacclenfunc(nullptr, mode); }
+  static auto func1(uint32_t mode) { return qvimacclen1func(nullptr, mode); }
+  position advance(position p, int scan, uint32_t n) const {
+    (scan == 0 ? qvimnewcoordxscan : qvimnewcoordyscan)(&w, &p[0], &p[1], n);
+    return p;
+  }
+  position step(position p, int scan, int32_t d) const {
+    (scan == 0 ? qvimnewcoordxscan1 : qvimnewcoordyscan1)(&w, &p[0], &p[1], d);
+    return p;
+  }
+};
+struct three_d {
+  static constexpr int axes = 3;
+  qvyzwindow w;
+  explicit three_d(position s) : w(window3(origin, {origin[0] + s[0], origin[1] + s[1], origin[2] + s[2]})) {}
+  uint64_t length(qvim3acclen_fn *f, position p) const { return f(&w, p[0], p[1], p[2]); }
+  uint64_t acclen(position p, uint32_t mode) const { return qvim3acclen(&w, p[0], p[1], p[2], mode); }
+  uint64_t acclenchk(position p, uint32_t mode) const { return qvim3acclenchk(&w, p[0], p[1], p[2], mode); }
+  static auto func(uint32_t mode) { return qvim3acclenfunc(nullptr, mode); }
+  static auto func1(uint32_t mode) { return qvim3acclen1func(nullptr, mode); }
+  position advance(position p, int scan, uint32_t n) const {
+    constexpr decltype(&qvim3newcoordxscan) move[] = {qvim3newcoordxscan, qvim3newcoordyscan,
+                                                      qvim3newcoordzscan};
+    move[scan](&w, &p[0], &p[1], &p[2], n);
+    return p;
+  }
+  position step(position p, int scan, int32_t d) const {
+    constexpr decltype(&qvim3newcoordxscan1) move[] = {qvim3newcoordxscan1, qvim3newcoordyscan1,
+                                                       qvim3newcoordzscan1};
+    move[scan](&w, &p[0], &p[1], &p[2], d);
+    return p;
+  }
+};
+
+template <class Dim>
+class Runs : public testing::Test {};
+using both = testing::Types<two_d, three_d>;
+TYPED_TEST_SUITE(Runs, both);
+
+TYPED_TEST(Runs, LengthsCountThePositionsThatFollow) {
+  for (position size : sizes) {
+    if (TypeParam::axes == 2) size[2] = 1;
+    const TypeParam window(size);
+    for (int scan = 0; scan < TypeParam::axes; scan++) {
+      const model m(size, TypeParam::axes, scan);
+      const auto all = m.positions();
+      for (size_t i = 0; i < all.size(); i++)
+        for (uint32_t wrap : {0, QVIM_WRAP}) {
+          const uint32_t mode = scans[scan] | wrap;
+          const uint64_t expected = m.length(all, i, wrap);
+          SCOPED_TRACE(testing::Message() << "scan " << scan << " mode " << mode << " position " << i);
+          EXPECT_EQ(window.length(TypeParam::func(mode), all[i]), expected);
+          EXPECT_EQ(window.length(TypeParam::func(mode | QVIM_TRUST), all[i]), expected);
+          EXPECT_EQ(window.acclen(all[i], mode), expected);
+          EXPECT_EQ(window.acclenchk(all[i], mode), expected);
+          EXPECT_EQ(window.length(TypeParam::func1(mode), all[i]), 1u);
+          EXPECT_EQ(window.length(TypeParam::func1(mode | QVIM_TRUST), all[i]), 1u);
+        }
+    }
+  }
+}
+
+TYPED_TEST(Runs, CheckedLengthsAreZeroOutside) {
+  const position size = TypeParam::axes == 2 ? position{5, 3, 1} : position{5, 3, 4};
+  const TypeParam window(size);
+  for (int axis = 0; axis < TypeParam::axes; axis++)
+    for (int32_t outside : {-1, size[axis], size[axis] + 1, most, -most - 1}) {
+      position p{};
+      p[axis] = outside;
+      for (int scan = 0; scan < TypeParam::axes; scan++)
+        for (uint32_t wrap : {0, QVIM_WRAP}) {
+          EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), p), 0u) << axis << ' ' << outside;
+          EXPECT_EQ(window.acclenchk(p, scans[scan] | wrap), 0u) << axis << ' ' << outside;
+          EXPECT_EQ(window.length(TypeParam::func1(scans[scan]), p), 0u) << axis << ' ' << outside;
+        }
+    }
+}
+
+TYPED_TEST(Runs, EmptyWindowHasNoRuns) {
+  for (int axis = 0; axis < TypeParam::axes; axis++) {
+    position size{5, 3, 4};
+    size[axis] = 0;
+    const TypeParam window(size);
+    for (int scan = 0; scan < TypeParam::axes; scan++)
+      for (uint32_t wrap : {0, QVIM_WRAP})
+        EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), {0, 0, 0}), 0u) << axis << ' ' << scan;
+  }
+}
+
+TYPED_TEST(Runs, AdvanceGoesToThePositionThatManyPlacesOn) {
+  for (position size : sizes) {
+    if (TypeParam::axes == 2) size[2] = 1;
+    const TypeParam window(size);
+    for (int scan = 0; scan < TypeParam::axes; scan++) {
+      const model m(size, TypeParam::axes, scan);
+      auto all = m.positions();
+      const int last = m.order[TypeParam::axes - 1];
+      position end{};  // behind the last pixel a new line of the last axis begins
+      end[last] = size[last];
+      all.push_back(end);
+      for (size_t i = 0; i + 1 < all.size(); i++) {
+        for (size_t j = i; j < all.size(); j++)
+          EXPECT_EQ(window.advance(all[i], scan, uint32_t(j - i)), all[j]) << scan << ' ' << i << ' ' << j;
+        EXPECT_EQ(window.step(all[i], scan, 1), all[i + 1]) << scan << ' ' << i;
+        EXPECT_EQ(window.step(all[i + 1], scan, -1), all[i]) << scan << ' ' << i;
+      }
+    }
+  }
+}
+
+TYPED_TEST(Runs, AdvanceInAWindowWithEmptyLinesChangesNothing) {
+  for (int scan = 0; scan < TypeParam::axes; scan++) {
+    position size{5, 3, 4};
+    size[scan] = 0;
+    const position at{1, 2, 0};
+    EXPECT_EQ(TypeParam(size).advance(at, scan, 7), at) << scan;
+  }
+}
+
+TEST(RunLengths, AreExactInTheLargestWindow) {
+  const qvywindow w = window2(0, 0, most, most);
+  const uint64_t side = uint64_t(most);
+  EXPECT_EQ(qvimacclen(&w, 0, 0, QVIM_WRAP), side * side);
+  EXPECT_EQ(qvimacclenchk(&w, most - 1, most - 2, QVIM_WRAP), side + 1);
+  EXPECT_EQ(qvimacclenyscanchkwrap(&w, most - 2, most - 1), side + 1);
+  const qvyzwindow slab = window3({0, 0, 0}, {most, most, 3});
+  EXPECT_EQ(qvim3acclen(&slab, 0, 0, 0, QVIM_WRAP), 3 * side * side);
+}
+
+TEST(RunLengths, PublishedExample) {  // a window of 10 x 4
+  const qvywindow w = window2(0, 0, 10, 4);
+  EXPECT_EQ(qvimacclenxscanwrap(&w, 7, 2), 13u);
+  EXPECT_EQ(qvimacclenyscanwrap(&w, 7, 2), 10u);
+}
+
+TEST(RunLengths, SinglePixelFormsLookAtTheScannedAxisOnly) {
+  const qvywindow w = window2(0, 0, 10, 4);
+  EXPECT_EQ(qvimacclenxscan1(&w, 10, 0), 0u);
+  EXPECT_EQ(qvimacclenxscan1(&w, 3, 4), 1u);
+  EXPECT_EQ(qvimacclenyscan1(&w, 3, 4), 0u);
+  EXPECT_EQ(qvimacclenyscan1(&w, 10, 3), 1u);
+}
+
+TEST(RunLengths, ModeChoosesTheRoutine) {
+  const struct {
+    uint32_t mode;
+    qvimacclen_fn *run, *one;
+  } flat[] = {
+      {0x0000, qvimacclenxscanchknowrap, qvimacclenxscanchk1},
+      {0x0002, qvimacclenyscanchknowrap, qvimacclenyscanchk1},
+      {0x0040, qvimacclenxscanchkwrap, qvimacclenxscanchk1},
+      {0x0042, qvimacclenyscanchkwrap, qvimacclenyscanchk1},
+      {0x2000, qvimacclenxscannowrap, qvimacclenxscan1},
+      {0x2002, qvimacclenyscannowrap, qvimacclenyscan1},
+      {0x2040, qvimacclenxscanwrap, qvimacclenxscan1},
+      {0x2042, qvimacclenyscanwrap, qvimacclenyscan1},
+      {0x0004, qvimacclenxscannowrap, qvimacclenxscan1},
+      {0x2046, qvimacclenxscannowrap, qvimacclenxscan1},
+  };
+  const uint32_t ignored = ~uint32_t{0x2046};  // bits that do not count
+  for (const auto &c : flat)
+    for (uint32_t mode : {c.mode, c.mode | ignored}) {
+      EXPECT_EQ(qvimacclenfunc(nullptr, mode), c.run) << std::hex << mode;
+      EXPECT_EQ(qvimacclen1func(nullptr, mode), c.one) << std::hex << mode;
+    }
+  const struct {
+    uint32_t mode;
+    qvim3acclen_fn *run, *one;
+  } deep[] = {
+      {0x0000, qvim3acclenxscanchknowrap, qvim3acclenxscanchk1},
+      {0x0002, qvim3acclenyscanchknowrap, qvim3acclenyscanchk1},
+      {0x0004, qvim3acclenzscanchknowrap, qvim3acclenzscanchk1},
+      {0x0040, qvim3acclenxscanchkwrap, qvim3acclenxscanchk1},
+      {0x0042, qvim3acclenyscanchkwrap, qvim3acclenyscanchk1},
+      {0x0044, qvim3acclenzscanchkwrap, qvim3acclenzscanchk1},
+      {0x2000, qvim3acclenxscannowrap, qvim3acclenxscan1},
+      {0x2002, qvim3acclenyscannowrap, qvim3acclenyscan1},
+      {0x2004, qvim3acclenzscannowrap, qvim3acclenzscan1},
+      {0x2040, qvim3acclenxscanwrap, qvim3acclenxscan1},
+      {0x2042, qvim3acclenyscanwrap, qvim3acclenyscan1},
+      {0x2044, qvim3acclenzscanwrap, qvim3acclenzscan1},
+      {0x0006, qvim3acclenxscannowrap, qvim3acclenxscan1},
+  };
+  for (const auto &c : deep)
+    for (uint32_t mode : {c.mode, c.mode | ignored}) {
+      EXPECT_EQ(qvim3acclenfunc(nullptr, mode), c.run) << std::hex << mode;
+      EXPECT_EQ(qvim3acclen1func(nullptr, mode), c.one) << std::hex << mode;
+    }
+}
+
+TEST(RunLengths, DirectFormsAnswerZeroForAxesThatTheWindowLacks) {
+  const qvywindow w = window2(0, 0, 10, 4);
+  const qvyzwindow w3 = window3({0, 0, 0}, {10, 4, 6});
+  for (uint32_t mode : {4, 6, 68, 70}) {
+    EXPECT_EQ(qvimacclen(&w, 0, 0, mode), 0u) << mode;
+    EXPECT_EQ(qvimacclenchk(&w, 0, 0, mode), 0u) << mode;
+  }
+  for (uint32_t mode : {6, 70}) EXPECT_EQ(qvim3acclen(&w3, 0, 0, 0, mode), 0u) << mode;
+}
+
+// --- the common xwind ---
+
+TEST(Xwind, SetsAWindowThatLiesInTheImage) {
+  const int32_t size[] = {10, 20};
+  qvimage image;
+  qvimage_defnop(&image, size, nullptr, nullptr);
+  qvywindow wanted = window2(1, 2, 3, 4), *w = &wanted;
+  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
+  EXPECT_EQ(static_cast<void *>(w), &image);
+  EXPECT_EQ(std::memcmp(&image.wind, &wanted, sizeof wanted), 0);
+
+  // A record stands for its window, the image itself included: nothing changes.
+  w = &image.wind;
+  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
+  EXPECT_EQ(std::memcmp(&image.wind, &wanted, sizeof wanted), 0);
+
+  w = nullptr;  // none: the whole image
+  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
+  EXPECT_EQ(std::memcmp(&image.wind, &image.imdim, sizeof wanted), 0);
+}
+
+TEST(Xwind, WindowOutsideTheImageLeavesARecordThatMovesNothing) {
+  qvimage3 image;
+  qvimage3_defnull(&image);
+  image.imdim.se = {10, 20, 30};
+  image.wind = image.imdim;
+  const auto kept_aeiou = image.aeiou;
+  const auto kept_xwind = image.xwind;
+  image.ioread = [](qvimage3 *, uint32_t, void *, uint32_t, int32_t, int32_t, int32_t) -> uint32_t {
+    return 99;
+  };
+  image.imapset = [](qvimage3 *, uint32_t, uint32_t, uint32_t) -> int32_t { return 99; };
+  qvyzwindow outside = window3({0, 0, 29}, {10, 20, 31}), *w = &outside;
+  EXPECT_EQ(qvim3xwind(&image, &w, 's'), 0);
+  EXPECT_EQ(w, nullptr);
+  const qvyzwindow none{};
+  EXPECT_EQ(std::memcmp(&image.wind, &none, sizeof none), 0);
+  EXPECT_EQ(image.imdim.se.z, 30);
+  EXPECT_EQ(image.ioread(&image, 0, nullptr, 5, 0, 0, 0), 0u);
+  EXPECT_EQ(image.imapset(&image, 0, 1, 1), -11);
+  const auto aeiou = image.aeiou;
+  const auto xwind = image.xwind;
+  EXPECT_EQ(aeiou, kept_aeiou);
+  EXPECT_EQ(xwind, kept_xwind);
+}
+
+TEST(Xwind, AnswersWindowAndExtentWithAndWithoutADestination) {
+  const int32_t size[] = {10, 20};
+  qvimage image;
+  qvimage_defnop(&image, size, nullptr, nullptr);
+  image.wind = window2(1, 2, 3, 4);
+  const struct {
+    int32_t letter;
+    qvywindow *field;
+  } cases[] = {{'w', &image.wind}, {'i', &image.imdim}};
+  for (const auto &c : cases) {
+    qvywindow copy{}, *w = &copy;
+    EXPECT_EQ(qvimxwind(&image, &w, c.letter), 0);
+    EXPECT_EQ(w, c.field);
+    EXPECT_EQ(std::memcmp(&copy, c.field, sizeof copy), 0);
+    w = nullptr;
+    EXPECT_EQ(qvimxwind(&image, &w, c.letter), 0);
+    EXPECT_EQ(w, c.field);
+  }
+  qvywindow any{}, *w = &any;
+  EXPECT_EQ(qvimxwind(&image, &w, 'q'), 0);
+  EXPECT_EQ(w, nullptr);
+}
+
+}  // namespace
