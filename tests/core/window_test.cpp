@@ -151,7 +151,7 @@ struct model {
   position size;             // D = 1 in 2-D
   std::array<int, 3> order;  // axes, the fastest first
 
-  model(position size, int axes, int scan) : size(size), order{scan, -1, 2} {
+  model(position extents, int axes, int scan) : size(extents), order{scan, -1, 2} {
     int next = 1;
     for (int axis = 0; axis < axes; axis++)
       if (axis != scan) order[next++] = axis;
@@ -233,7 +233,7 @@ TYPED_TEST(Runs, LengthsCountThePositionsThatFollow) {
       const model m(size, TypeParam::axes, scan);
       const auto all = m.positions();
       for (size_t i = 0; i < all.size(); i++)
-        for (uint32_t wrap : {0, QVIM_WRAP}) {
+        for (uint32_t wrap : {0u, uint32_t(QVIM_WRAP)}) {
           const uint32_t mode = scans[scan] | wrap;
           const uint64_t expected = m.length(all, i, wrap);
           SCOPED_TRACE(testing::Message() << "scan " << scan << " mode " << mode << " position " << i);
@@ -256,7 +256,7 @@ TYPED_TEST(Runs, CheckedLengthsAreZeroOutside) {
       position p{};
       p[axis] = outside;
       for (int scan = 0; scan < TypeParam::axes; scan++)
-        for (uint32_t wrap : {0, QVIM_WRAP}) {
+        for (uint32_t wrap : {0u, uint32_t(QVIM_WRAP)}) {
           EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), p), 0u) << axis << ' ' << outside;
           EXPECT_EQ(window.acclenchk(p, scans[scan] | wrap), 0u) << axis << ' ' << outside;
           EXPECT_EQ(window.length(TypeParam::func1(scans[scan]), p), 0u) << axis << ' ' << outside;
@@ -270,7 +270,7 @@ TYPED_TEST(Runs, EmptyWindowHasNoRuns) {
     size[axis] = 0;
     const TypeParam window(size);
     for (int scan = 0; scan < TypeParam::axes; scan++)
-      for (uint32_t wrap : {0, QVIM_WRAP})
+      for (uint32_t wrap : {0u, uint32_t(QVIM_WRAP)})
         EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), {0, 0, 0}), 0u) << axis << ' ' << scan;
   }
 }
