@@ -47,11 +47,11 @@ int32_t read_header(bufio *file, format *f) {
   if (const int32_t code = fetch(0, 8); code < 0) return code;
   if (bytes[0] != bytes[1] || (bytes[0] != 'I' && bytes[0] != 'M')) return -10;
   f->big_endian = bytes[0] == 'M';
-  const uint64_t version = from_wire(bytes + 2, 2, f->big_endian);
+  const uint64_t version = from_wire(bytes + 2, 2, is_swapped(*f));
   if (version != 42 && version != 43) return -10;
   f->bigtiff = version == 43;
   if (!f->bigtiff) return 0;
-  if (from_wire(bytes + 4, 2, f->big_endian) != 8) return -10;
+  if (from_wire(bytes + 4, 2, is_swapped(*f)) != 8) return -10;
   return fetch(8, 8);
 }
 

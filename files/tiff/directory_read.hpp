@@ -1,0 +1,22 @@
+// A directory becomes the values of a page.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "files/tiff/file_array.hpp"
+#include "files/tiff/page.hpp"
+
+namespace qvim::tiff {
+
+// What a directory holds besides the values in the page: where its arrays and texts stand in the file.
+struct directory {
+  std::array<place, tag_count> at;
+  bool subsampled = false;  // chroma samples stand for more than one pixel
+};
+
+// Reads and checks the directory at an offset: 0, -10 for a directory that is broken or contradicts itself,
+// -11 for pages that are sound but not served, -7. Nothing is allocated.
+[[nodiscard]] int32_t read_directory(bufio *file, const format &f, uint64_t offset, page *p, directory *d);
+
+}  // namespace qvim::tiff
