@@ -1,0 +1,145 @@
+// LZW encoder: a loop for the bulk, and byte by byte where input, output or the table come to an edge.
+#include "files/lzw_encoder.hpp"
+
+#include <algorithm>
+
+namespace qvim::lzw {
+
+namespace {
+
+constexpr uint32_t table_limit = 4094;  // the free code at which the table starts anew
+
+// Writes the whole bytes of the buffer; false when the room ended before.
+bool flush(bit_buffer &buffer, codecstream &out) {
+  while (buffer.count >= 8) {
+    if (bytes_left(out) == 0) return false;
+    buffer.count -= 8;
+    *out.next = uint8_t(buffer.bits >> buffer.count);
+    advance(out, 1);
+  }
+  return true;
+}
+
+constexpr uint32_t slot_of(uint32_t key, uint32_t slot_bits) { return key * 0x9E3779B1u >> (32 - slot_bits); }
+
+}  // namespace
+
+void encoder::reset() { stage_ = stage::start; }
+
+void encoder::reset_table() {
+  std::fill(table_, table_ + slots, 0);
+  next_ = first_free;
+  width_ = min_width;
+  current_ = clear;
+}
+
+int32_t encoder::run(codecstream &in, codecstream &out) {
+  bit_buffer buffer(out);
+  bool waits = false;
+  while (!waits) {
+    if (!flush(buffer, out)) break;
+    switch (stage_) {
+      case stage::start:
+        reset_table();
+        emit(clear, buffer);
+        stage_ = stage::strings;
+        break;
+      case stage::strings:
+        bulk(in, out, buffer);
+        if (next_ == table_limit) {
+          emit(current_, buffer);
+          emit(clear, buffer);
+          reset_table();
+        } else if (bytes_left(in)) {
+          take(*in.next, buffer);
+          advance(in, 1);
+        } else if (in.more > 0) {
+          waits = true;
+        } else {
+          finish(buffer);
+          stage_ = stage::done;
+        }
+        break;
+      case stage::done: return buffer.keep(out), 1;
+    }
+  }
+  buffer.keep(out);
+  return 0;
+}
+
+void encoder::emit(uint32_t code, bit_buffer &buffer) const {
+  buffer.bits = buffer.bits << width_ | code;
+  buffer.count += width_;
+}
+
+// The slot of a string, or the free one where it belongs.
+inline uint32_t encoder::find(uint32_t key) const {
+  uint32_t slot = slot_of(key, slot_bits);
+  while (table_[slot] && table_[slot] >> max_width != key) slot = (slot + 1) % slots;
+  return slot;
+}
+
+void encoder::take(uint32_t byte, bit_buffer &buffer) {
+  if (current_ == clear) {
+    current_ = byte;
+    return;
+  }
+  const uint32_t key = pair(current_, byte), slot = find(key);
+  if (table_[slot]) {
+    current_ = table_[slot] % codes;
+    return;
+  }
+  emit(current_, buffer);
+  table_[slot] = key << max_width | next_;
+  if (++next_ == 1u << width_) width_++;
+  current_ = byte;
+}
+
+// The last string gives the decoder one more entry of its table, which may widen the code that follows.
+void encoder::finish(bit_buffer &buffer) {
+  if (current_ != clear) {
+    emit(current_, buffer);
+    if (++next_ == 1u << width_) width_++;
+  }
+  emit(end_of_information, buffer);
+  const uint32_t padding = -buffer.count % 8;
+  buffer.bits <<= padding;
+  buffer.count += padding;
+}
+
+// Encodes while there is ample input and room, up to where the table starts anew. Whether a string is in the
+// table is no more predictable than the picture, so the loop chooses values, not branches.
+void encoder::bulk(codecstream &in, codecstream &out, bit_buffer &buffer) {
+  constexpr uint32_t group = 4;  // bytes whose codes the bit buffer surely takes
+  if (current_ == clear || bytes_left(in) < group || bytes_left(out) < 8) return;
+  const uint8_t *from = in.next;
+  uint8_t *to = out.next;
+  uint64_t bits = buffer.bits;
+  uint32_t count = buffer.count, current = current_, next = next_, width = width_;
+
+  while (in.end - from >= group && out.end - to >= 8 && next + group <= std::min(1u << width, table_limit)) {
+    for (uint32_t i = 0; i < group; i++) {
+      const uint32_t byte = from[i], key = pair(current, byte), slot = find(key), known = table_[slot];
+      bits = known ? bits : bits << width | current;
+      count += known ? 0 : width;
+      table_[slot] = known ? known : key << max_width | next;
+      next += known ? 0 : 1;
+      current = known ? known % codes : byte;
+    }
+    from += group;
+    store_be64(to, bits << 1 << (63 - count));
+    to += count >> 3;
+    count &= 7;
+    if (next == 1u << width) width++;
+  }
+
+  buffer.bits = bits;
+  buffer.count = count;
+  current_ = current;
+  next_ = next;
+  width_ = width;
+  advance(in, uint64_t(from - in.next));
+  advance(out, uint64_t(to - out.next));
+}
+
+}  // namespace qvim::lzw

@@ -1,0 +1,80 @@
+// Runs a strip codec over input and room in pieces. Each piece has a heap block of its own size, so that a
+// sanitizer sees any access outside.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include <qvimage/codec.h>
+
+namespace strip_stream {
+
+using bytes = std::vector<uint8_t>;
+using coder = int32_t (*)(void *, codecstream *, codecstream *);
+using piece_size = std::function<size_t()>;
+
+struct outcome {
+  int32_t result = 0;
+  bytes output;
+  uint64_t consumed = 0;
+};
+
+constexpr int32_t stuck = 1000;  // result of a codec that asks for more of what it was given plenty of
+
+// A record over these bytes; `more` is 0.
+inline codecstream over(uint8_t *begin, size_t size) {
+  codecstream s{};
+  s.start = s.next = begin;
+  s.end = begin + size;
+  return s;
+}
+
+inline piece_size constant(size_t size) {
+  return [size] { return size; };
+}
+
+// With `late_end` the end of the input is announced only after all of it was consumed.
+inline outcome run(coder code, void *state, const bytes &input, const piece_size &in_piece,
+                   const piece_size &room, bool late_end = false) {
+  outcome o;
+  codecstream in{}, out{};
+  bytes window;
+  size_t offered = 0;
+  bool ended = !late_end && input.empty();
+  for (int idle = 0; o.result == 0; idle++) {
+    if (idle > 100) return o.result = stuck, o;
+    if (in.next == in.end) {
+      ended = offered == input.size();
+      const size_t n = std::min(in_piece(), input.size() - offered);
+      window.assign(input.begin() + std::ptrdiff_t(offered), input.begin() + std::ptrdiff_t(offered + n));
+      window.shrink_to_fit();
+      offered += n;
+      if (!late_end) ended = offered == input.size();
+      in.start = in.next = window.data();
+      in.end = in.start + n;
+    }
+    in.more = ended ? 0 : 1;
+    bytes place(room());
+    out.next = place.data();
+    out.end = place.data() + place.size();
+    const uint64_t consumed_before = in.count;
+    const uint8_t *next_before = in.next;
+    o.result = code(state, &in, &out);
+    if (in.next < next_before || in.next > in.end || out.next < place.data() || out.next > out.end ||
+        in.count - consumed_before != uint64_t(in.next - next_before))
+      return o.result = stuck, o;
+    if (in.next != next_before || out.next != place.data()) idle = 0;
+    o.output.insert(o.output.end(), place.data(), out.next);
+    if (out.count != o.output.size()) return o.result = stuck, o;
+  }
+  o.consumed = in.count;
+  return o;
+}
+
+inline outcome run_whole(coder code, void *state, const bytes &input, size_t room = 1 << 20) {
+  return run(code, state, input, constant(input.size()), constant(room));
+}
+
+}  // namespace strip_stream
