@@ -70,6 +70,8 @@ class array {
   const T &operator[](uint64_t i) const { return items_[i]; }
   T *begin() { return items_; }
   T *end() { return items_ + size_; }
+  const T *begin() const { return items_; }
+  const T *end() const { return items_ + size_; }
 
  private:
   T *items_ = nullptr;

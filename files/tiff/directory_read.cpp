@@ -8,7 +8,6 @@ namespace qvim::tiff {
 
 namespace {
 
-constexpr uint16_t chroma_subsampling = 530;
 constexpr uint64_t longest_side = std::numeric_limits<int32_t>::max();
 
 struct directory_reader {
@@ -50,11 +49,18 @@ struct directory_reader {
     return 0;
   }
 
+  int32_t pair(const place &at) const {
+    if (is_unsigned_integer(at.type))
+      for (uint64_t i = 0; i < std::min(at.count, uint64_t{2}); i++) d.subsampled |= number(at, i) != 1;
+    return 0;
+  }
+
   int32_t value(tag t, const place &at) const {
     switch (tags[t].what) {
       case kind::scalar: return scalar(t, at);
       case kind::per_sample: return per_sample(t, at);
       case kind::rational: return rational(t, at);
+      case kind::pair: return pair(at);
       case kind::text: return at.type == field::ascii ? 0 : -10;
       case kind::strips:
       case kind::colours: return is_unsigned_integer(at.type) ? 0 : -10;
@@ -75,8 +81,6 @@ struct directory_reader {
     if (size > uint64_t(room)) at.position = from_wire(bytes + 4 + room, room, swapped);
     if (size > file->filelen || at.position > file->filelen - size) return -10;
 
-    if (id == chroma_subsampling && is_unsigned_integer(at.type))
-      for (uint64_t i = 0; i < std::min(at.count, uint64_t{2}); i++) d.subsampled |= number(at, i) != 1;
     const auto *facts = std::lower_bound(tags.begin(), tags.end(), id,
                                          [](const tag_facts &t, uint16_t i) { return t.id < i; });
     if (facts == tags.end() || facts->id != id) return 0;

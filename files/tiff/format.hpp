@@ -43,23 +43,19 @@ constexpr int field_size(field type) {
     case field::byte:
     case field::ascii:
     case field::sbyte:
-    case field::undefined:
-      return 1;
+    case field::undefined: return 1;
     case field::short_:
-    case field::sshort:
-      return 2;
+    case field::sshort: return 2;
     case field::long_:
     case field::slong:
     case field::float_:
-    case field::ifd:
-      return 4;
+    case field::ifd: return 4;
     case field::rational:
     case field::srational:
     case field::double_:
     case field::long8:
     case field::slong8:
-    case field::ifd8:
-      return 8;
+    case field::ifd8: return 8;
   }
   return 0;
 }

@@ -12,6 +12,7 @@ enum class kind : uint8_t {
   scalar,      // one unsigned integer of any type
   per_sample,  // one SHORT a sample, at most four
   rational,    // one RATIONAL
+  pair,        // two SHORTs
   text,        // ASCII
   strips,      // one integer a strip
   colours,     // the colour map
@@ -39,6 +40,7 @@ enum tag : uint8_t {
   Predictor,
   ColorMap,
   SampleFormat,
+  YCbCrSubSampling,
   Copyright,
   tag_count
 };
@@ -72,6 +74,7 @@ inline constexpr std::array<tag_facts, tag_count> tags{{
     {317, kind::scalar, field::short_, 1},
     {320, kind::colours, field::short_, 0},
     {339, kind::per_sample, field::short_, 1},
+    {530, kind::pair, field::short_, 1},
     {33432, kind::text, field::ascii, 0},
 }};
 

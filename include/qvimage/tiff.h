@@ -7,28 +7,114 @@
 
 QVIM_BEGIN_DECLS
 
+/* An open TIFF file, of a reader or a writer. */
 typedef struct tiffhandle tiffhandle;
 
-int32_t qvimage_tiffwrite(qvimagecallback callback, qvimage *image, qvimage *palette, const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage, qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
-int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *palette, const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage, qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
-int32_t qvimage_tiffwriteopen(tiffhandle **h, int32_t bands, const uint32_t size[2], const qvimagedata *d, const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage, qvimagefileinfo *options);
-int32_t qvimage_tiffwritesetup(tiffhandle **h, qvimage *image, qvimage *palette, qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder, int32_t newpage);
+/* --- Writing ---------------------------------------------------------------------------------------------
+ *
+ * One page holds one 2-D image: its window, 1 to 4 pixies a pixel, unsigned integers of 1 to 32 bits or
+ * floats of 32 or 64 bits. Options (null for none) are a file information record, such as a reader fills; of
+ * it count version      43: BigTIFF; anything else: a classic file, up to 4 GiB compression  1 none (also 0),
+ * 5 LZW, 517 LZW of horizontal differences (8- and 16-bit samples; others are written as 5), 32773 PackBits,
+ * 32885 predictive arithmetic coding (1 to 12 bits), 33397 the same of horizontal differences; floats are
+ * written uncompressed only stripsize    bytes that a strip is to hold before compression; 0: 65536, all
+ * ones: one strip xres, yres, resunit   resolution, written where a numerator is not 0 description, software,
+ * copyright, datetime   strings; without a datetime the local time is written
+ *
+ * Samples go to the file as the image's significant bits. Colour order is the caller's to name:
+ *   rgborder     not 0: exchange the first and third component of every pixel of 3 or more (images held in
+ *                blue, green, red order)
+ *   yccorder     not 0: exchange the second and third (images held in Y, Cr, Cb order)
+ *   swapmap      not 0: exchange the first and third component of the palette's entries
+ * Pixels of 3 pixies with an RGB or BGR hint are written as RGB, with the hints 19 and 20 as YCbCr; of 4
+ * pixies with an RGB or BGR hint as RGB without the pad, with hint 68 as CMYK; all others as grey. A palette
+ * (null for none; for images of one integer pixie) is an image of at least 2^bits pixels of 3 components: the
+ * page becomes an index image with that colour map, of 16-bit values.
+ *
+ * path, fopenmode (null: "w+b", or "r+b" to append), bufsize (bytes of the file's buffer block, rounded up to
+ * a power of two; 0: 64 KiB) and appendpage: 0 creates the file, N > 0 adds to an existing file after its
+ * first N pages, in the file's own byte order and form.
+ *
+ * Codes of all write functions:
+ *   -1   bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not written,
+ * a palette with too few entries, steps out of order -2   memory -7   the file could not be written, or the
+ * image did not deliver its pixels (an image that names its own reason through aeiou 'e' passes that on) -10
+ * the file to append to is broken or has fewer pages; a classic file would pass 4 GiB -13, -14  the file to
+ * append to cannot be opened; the file cannot be created -64  not the handle of a TIFF file being written A
+ * set-up code of the image (-11, -19, ...) is passed on. The worst code of all steps is returned.
+ *
+ * Nothing is lost when writing fails: a file that the call created is removed, a file appended to gets its
+ * former length and links back; a page becomes part of a file only once it is complete on disk. */
+
+/* Writes the image's window as one page. The callback (null for none) hears of every row, from 1 to the
+ * height; a non-zero answer stops the writing and becomes the result. Sets up the image's runs; the palette's
+ * too. */
+int32_t qvimage_tiffwrite(qvimagecallback callback, qvimage *image, qvimage *palette, const char *path,
+                          const char *fopenmode, int64_t bufsize, int64_t appendpage,
+                          qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
+
+/* Writes every plane of the image's window as a page, in the order of z. The callback hears of planes, from 1
+ * to their number, each before it is written. */
+int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *palette, const char *path,
+                           const char *fopenmode, int64_t bufsize, int64_t appendpage,
+                           qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
+
+/* The steps of the functions above, for pages of different images in one file, and for pages that several
+ * threads code: open, then for each page set-up, directory, data, end of directory, then close and release.
+ *
+ * A page may be cut into bands, band i of n having the rows from i x height / n up to the next band's first.
+ * The data of the bands may be written in any order and by different threads at once, each with an image
+ * record of its own; all other steps belong to one thread. Bands after the first are coded in memory.
+ *
+ * *h must be null; it is set when opening succeeds. size and d (width and height, and description of the
+ * pages) serve to size the memory of the bands and may be null. */
+int32_t qvimage_tiffwriteopen(tiffhandle **h, int32_t bands, const uint32_t size[2], const qvimagedata *d,
+                              const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage,
+                              qvimagefileinfo *options);
+
+/* Takes over what the page is to be: the image's description and window, palette, options. newpage says that
+ * it is not the first page; it makes no difference. */
+int32_t qvimage_tiffwritesetup(tiffhandle **h, qvimage *image, qvimage *palette, qvimagefileinfo *options,
+                               uint32_t rgborder, uint32_t swapmap, uint32_t yccorder, int32_t newpage);
+
+/* Writes the page's directory, with placeholders for its strips, to the end of the file. */
 int32_t qvimage_tiffwriteifdinit(tiffhandle **h);
+
+/* Writes the rows of one band, numbered from 0, of an image like the one that was set up. The callback hears
+ * of the page's rows, counted from 1. */
 int32_t qvimage_tiffwritedata(tiffhandle **h, qvimagecallback callback, qvimage *image, int32_t band);
+
+/* Completes the page and links it to the one before it. */
 int32_t qvimage_tiffwriteifdfini(tiffhandle **h);
+
+/* Closes the file; a page begun and not completed is dropped. The result is the worst that happened to it. */
 int32_t qvimage_tiffclose(tiffhandle **h);
+
+/* Closes the file if that was not done, releases everything and sets *h to null; bands as at opening. */
 int32_t qvimage_tifffini(tiffhandle **h, int32_t bands);
+
+/* The latched error of the file, or 0. */
 int32_t qvimage_tifferror(tiffhandle **h);
+
+/* 1 when the file was created by this handle, so that it is the caller's to remove if writing fails; 0 when
+ * it was there before. */
 int32_t qvimage_tifffileopened(tiffhandle **h);
 
-int32_t qvimage_tiffread(qvimage *image, qvimage *palette, tiffhandle **h, const char *path, const char *fopenmode, int64_t bufsize, uint64_t page, uint32_t infoonly);
+/* --- Reading ---------------------------------------------------------------------------------------------
+ */
+
+int32_t qvimage_tiffread(qvimage *image, qvimage *palette, tiffhandle **h, const char *path,
+                         const char *fopenmode, int64_t bufsize, uint64_t page, uint32_t infoonly);
 int32_t qvimage_tiffreaddone(qvimage *image, qvimage *palette, tiffhandle **h);
-int32_t qvimage3_tiffread(qvimage3 *image, qvimage *palette, tiffhandle **h, const char *path, const char *fopenmode, int64_t bufsize, uint32_t infoonly);
+int32_t qvimage3_tiffread(qvimage3 *image, qvimage *palette, tiffhandle **h, const char *path,
+                          const char *fopenmode, int64_t bufsize, uint32_t infoonly);
 int32_t qvimage3_tiffreaddone(qvimage3 *image, qvimage *palette, tiffhandle **h);
 int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page);
-int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize, uint64_t page);
-int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode, int64_t bufsize, int64_t first);
-void    qvimage_tiffinfodone(qvimagefileinfo *info);
+int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
+                         uint64_t page);
+int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
+                          int64_t bufsize, int64_t first);
+void qvimage_tiffinfodone(qvimagefileinfo *info);
 
 QVIM_END_DECLS
 

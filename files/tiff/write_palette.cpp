@@ -1,0 +1,73 @@
+// The colour map of a page from a palette image.
+#include <qvimage/data.h>
+#include <qvimage/views.h>
+
+#include "files/tiff/writer.hpp"
+
+namespace qvim::tiff {
+
+namespace {
+
+// The palette's first `count` entries, three components each, as values of that pixie type with the
+// significant bits at the top.
+int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32_t count) {
+  constexpr uint32_t three = 7;
+  const uint32_t datatype = pixietype | QVIM_MSB;
+  if (palette->d.pixies < 3) return -1;
+  qvimage converter;
+  qvimage *source = palette;
+  if (source->ioset(source, QVIM_WRAP, datatype, three) <= 0) {
+    // A palette of another data type; real values stand for fractions of full scale.
+    const bool real = palette->f.flags & 2;
+    if (const int32_t code = qvimage_converter(&converter, palette, nullptr, 0, 0, 0, real); code < 0)
+      return code;
+    source = &converter;
+    const int32_t code = source->ioset(source, QVIM_WRAP, datatype, three);
+    if (code <= 0) return code < 0 ? code : -1;
+  }
+  const auto window = source->wind;
+  const int64_t width = int64_t(window.se.x) - window.nw.x;
+  const uint32_t entry = 3 * uint32_t(qvimdatasize(pixietype));
+  for (uint32_t done = 0; done < count;) {
+    const uint32_t moved = source->ioread(source, 0, static_cast<uint8_t *>(entries) + uint64_t(done) * entry,
+                                          count - done, int32_t(done % width), int32_t(done / width));
+    if (moved == 0) return -1;  // fewer entries than sample values
+    done += moved;
+  }
+  return 0;
+}
+
+// Fills the bits below the significant ones with copies of them, so that full scale means full scale to
+// everyone, and the top bits are the palette's own.
+uint32_t widened(uint32_t value, uint32_t significant, uint32_t width) {
+  for (uint32_t have = significant; have < width; have *= 2) value |= value >> have;
+  return value;
+}
+
+template <class T>
+int32_t fill(page &p, qvimage *palette, uint32_t entries, bool exchanged) {
+  array<T> values;
+  if (!values.allocate(3 * uint64_t(entries)) || !p.colours.allocate(3 * uint64_t(entries))) return -2;
+  if (const int32_t code = read_entries(palette, sizeof(T), values.data(), entries); code < 0) return code;
+  const bool integer = palette->f.flags & 1;
+  constexpr uint32_t width = 8 * sizeof(T);
+  const uint32_t significant = integer && palette->d.i_bitsused > 0 ? uint32_t(palette->d.i_bitsused) : width;
+  for (uint32_t i = 0; i < entries; i++)
+    for (uint32_t c = 0; c < 3; c++)
+      p.colours[uint64_t(c) * entries + i] =
+          widened(values[3 * uint64_t(i) + (exchanged ? 2 - c : c)], significant, width);
+  return 0;
+}
+
+}  // namespace
+
+int32_t set_colours(page &p, qvimage *palette, uint32_t bits, bool exchanged) {
+  if (bits > 30) return -1;
+  const uint32_t entries = 1u << bits;
+  p.present[ColorMap] = true;
+  p.count[ColorMap] = 3 * uint64_t(entries);
+  return bits <= 16 ? fill<uint16_t>(p, palette, entries, exchanged)
+                    : fill<uint32_t>(p, palette, entries, exchanged);
+}
+
+}  // namespace qvim::tiff
