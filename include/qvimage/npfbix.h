@@ -6,9 +6,10 @@
 
 QVIM_BEGIN_DECLS
 
+#define QVIM_MEMBER(name, form) form name;
+#include <qvimage/members/npfbix.inc>
+
 npfbix_fn *npfbix_ztoz_n_func(uint32_t itemsize);
-npfbitstuff_fn   npfbit8_stuff, npfbit16_stuff, npfbit32_stuff;
-npfbitunstuff_fn npfbit8_unstuff, npfbit16_unstuff, npfbit32_unstuff;
 uint64_t npfbit8_count(const void *buffer, uint64_t bytes);
 void npfbyte_pack(void *dst, const void *src, uint64_t itemsize, uint64_t count, int64_t dststride, int64_t srcstride);
 void npfbyte_repl(void *dst, const void *pattern, uint64_t patternsize, uint64_t count);

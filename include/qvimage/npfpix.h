@@ -6,6 +6,9 @@
 
 QVIM_BEGIN_DECLS
 
+#define QVIM_MEMBER(name, form) form name;
+#include <qvimage/members/npfpix.inc>
+
 QVIM_END_DECLS
 
 #endif
