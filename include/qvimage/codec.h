@@ -38,13 +38,13 @@ QVIM_BEGIN_DECLS
 /* One end of a codec. Zero both records at each strip, then set next and end (start, more) before each call;
  * count and the bits of a byte that is not complete carry on from call to call. */
 typedef struct codecstream {
-  uint32_t bitacc; /* the low bitcnt bits wait here between calls: read and not used, or not yet written */
-  int32_t bitcnt;
-  uint8_t *next;  /* first byte to read or write; moved by the codec */
-  uint8_t *end;   /* one behind the last byte offered; next at or behind it: none */
-  uint64_t count; /* bytes consumed or produced since the record was zeroed */
-  uint8_t *start; /* input of the PackBits encoder: where the rows offered begin */
-  int32_t more;   /* input only: above 0 while further input follows this, else it is the last */
+  uint32_t bitacc; /* bits that wait between calls: read and not used, or not yet a byte to write */
+  int32_t bitcnt;  /* how many: bitacc's low ones, but see ptifprar_encode */
+  uint8_t *next;   /* first byte to read or write; moved by the codec */
+  uint8_t *end;    /* one behind the last byte offered; next at or behind it: none */
+  uint64_t count;  /* bytes consumed or produced since the record was zeroed */
+  uint8_t *start;  /* input of the PackBits encoder: where the rows offered begin */
+  int32_t more;    /* input only: above 0 while further input follows this, else it is the last */
 } codecstream;
 QVIM_ASSERT(sizeof(codecstream) == 48);
 
@@ -79,17 +79,29 @@ int32_t ptifpabi_encode(void *state, codecstream *in, codecstream *out);
 /* Needs no rows. -10: the final input ends inside a run. */
 int32_t ptifpabi_decode(void *state, codecstream *in, codecstream *out);
 
-/* Predictive arithmetic coding (TIFF Compression 32885). */
+/* Predictive arithmetic coding (TIFF Compression 32885), lossless: each sample is predicted from its
+ * neighbours to the left and above, and the difference is coded by an adaptive arithmetic coder
+ * (<qvimage/arith.h>) with a model for each sample of a pixel. Samples take one byte up to 8 bits, else two,
+ * least significant first; bits above the significant ones are ignored and decode as 0. */
 typedef struct {
   int32_t bits;    /* significant bits of a sample, 1 to 12 */
-  int32_t width;   /* samples of a row and plane, at least 1 */
+  int32_t width;   /* pixels of a row, at least 1 */
   int32_t samples; /* samples of a pixel, 1 to 4 */
 } ptifprar_params;
 
+/* A state takes 2 bytes a sample of a row, and 8 bytes for each of the 2^bits values and each sample of a
+ * pixel. */
 int32_t ptifprar_stateinit(void **state, const ptifprar_params *params);
 int32_t ptifprar_statereset(void *state);
 void ptifprar_statedone(void **state);
+
+/* When it answers 1, up to 7 bits fill no byte. They are the out->bitcnt highest of out->bitacc's low 8: if
+ * there are any, the caller stores the strip's last byte as out->bitacc >> (8 - out->bitcnt). -1: the final
+ * input ends inside a sample. */
 int32_t ptifprar_encode(void *state, codecstream *in, codecstream *out);
+
+/* Never answers 1: any bytes decode, and zero bits follow the final input, so the caller offers room for the
+ * samples that it knows to be there. */
 int32_t ptifprar_decode(void *state, codecstream *in, codecstream *out);
 
 QVIM_END_DECLS
