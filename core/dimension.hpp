@@ -95,7 +95,8 @@ struct slots<two_d> {
     return F(im, mode, buffer, count, {x, y});
   }
   template <auto F>
-  static uint32_t write(qvimage *im, uint32_t mode, const void *buffer, uint32_t count, int32_t x, int32_t y) {
+  static uint32_t write(qvimage *im, uint32_t mode, const void *buffer, uint32_t count, int32_t x,
+                        int32_t y) {
     return F(im, mode, buffer, count, {x, y});
   }
   template <auto F>
@@ -111,11 +112,13 @@ struct slots<two_d> {
 template <>
 struct slots<three_d> {
   template <auto F>
-  static uint32_t read(qvimage3 *im, uint32_t mode, void *buffer, uint32_t count, int32_t x, int32_t y, int32_t z) {
+  static uint32_t read(qvimage3 *im, uint32_t mode, void *buffer, uint32_t count, int32_t x, int32_t y,
+                       int32_t z) {
     return F(im, mode, buffer, count, {x, y, z});
   }
   template <auto F>
-  static uint32_t write(qvimage3 *im, uint32_t mode, const void *buffer, uint32_t count, int32_t x, int32_t y, int32_t z) {
+  static uint32_t write(qvimage3 *im, uint32_t mode, const void *buffer, uint32_t count, int32_t x, int32_t y,
+                        int32_t z) {
     return F(im, mode, buffer, count, {x, y, z});
   }
   template <auto F>
@@ -131,10 +134,12 @@ struct slots<three_d> {
 inline uint32_t call_read(qvimage *im, uint32_t mode, void *buffer, uint32_t count, const two_d::point &at) {
   return im->ioread(im, mode, buffer, count, at[0], at[1]);
 }
-inline uint32_t call_read(qvimage3 *im, uint32_t mode, void *buffer, uint32_t count, const three_d::point &at) {
+inline uint32_t call_read(qvimage3 *im, uint32_t mode, void *buffer, uint32_t count,
+                          const three_d::point &at) {
   return im->ioread(im, mode, buffer, count, at[0], at[1], at[2]);
 }
-inline uint32_t call_write(qvimage *im, uint32_t mode, const void *buffer, uint32_t count, const two_d::point &at) {
+inline uint32_t call_write(qvimage *im, uint32_t mode, const void *buffer, uint32_t count,
+                           const two_d::point &at) {
   return im->iorite(im, mode, buffer, count, at[0], at[1]);
 }
 inline uint32_t call_write(qvimage3 *im, uint32_t mode, const void *buffer, uint32_t count,
@@ -159,5 +164,9 @@ inline uint64_t call_length_fn(qvimacclen_fn *fn, const qvywindow *window, const
 inline uint64_t call_length_fn(qvim3acclen_fn *fn, const qvyzwindow *window, const three_d::point &at) {
   return fn(window, at[0], at[1], at[2]);
 }
+
+// The access-length routine for a mode.
+inline qvimacclen_fn *access_length(const qvimage *im, uint32_t mode) { return qvimacclenfunc(im, mode); }
+inline qvim3acclen_fn *access_length(const qvimage3 *im, uint32_t mode) { return qvim3acclenfunc(im, mode); }
 
 }  // namespace qvim

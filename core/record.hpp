@@ -9,8 +9,8 @@
 
 namespace qvim {
 
-// The private state of a kind, kept in the record's first 192 private bytes. Records lie at any 4-byte boundary,
-// so a state is a packed struct; take its members by value.
+// The private state of a kind, kept in the record's first 192 private bytes. Records lie at any 4-byte
+// boundary, so a state is a packed struct; take its members by value.
 template <class State, class Record>
 State &state_of(Record *im) {
   static_assert(sizeof(State) <= sizeof(Record::iostate), "the state must fit its place in the record");
@@ -19,8 +19,8 @@ State &state_of(Record *im) {
   return *reinterpret_cast<State *>(im->iostate);
 }
 
-// The record that a source reference names, seen from the record that holds it: a value from -128 to -1 counts
-// in records from the holder (-65 is the holder itself), any other value is an address.
+// The record that a source reference names, seen from the record that holds it: a value from -128 to -1
+// counts in records from the holder (-65 is the holder itself), any other value is an address.
 template <class Target, class Holder>
 Target *resolve(Holder *holder, int64_t reference) {
   static_assert(sizeof(Holder) == 452);
@@ -31,14 +31,15 @@ Target *resolve(Holder *holder, int64_t reference) {
 
 // Device names are eight bytes, NUL-padded, not NUL-terminated when all are used.
 template <class Record>
-bool has_device_name(const Record *im, const char *name) {
-  char padded[8];
-  std::strncpy(padded, name, 8);
-  return std::memcmp(im->devname, padded, 8) == 0;
+void set_device_name(Record *im, const char *name) {
+  std::memset(im->devname, 0, sizeof im->devname);
+  std::memcpy(im->devname, name, strnlen(name, sizeof im->devname));
 }
 template <class Record>
-void set_device_name(Record *im, const char *name) {
-  std::strncpy(im->devname, name, 8);
+bool has_device_name(const Record *im, const char *name) {
+  Record named;
+  set_device_name(&named, name);
+  return std::memcmp(im->devname, named.devname, sizeof named.devname) == 0;
 }
 
 }  // namespace qvim

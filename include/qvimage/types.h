@@ -6,18 +6,17 @@
 
 #include <qvimage/base.h>
 
-/* Pixie types: how one pixie (one component of a pixel) is stored. No other code is valid. */
+/* Data type word: a pixie type, and in requests any of the flags below it. */
 enum {
+  /* How one pixie (one component of a pixel) is stored. No other code is valid. */
   QVIM_UINT8 = 1,    /* unsigned 8-bit integer */
   QVIM_UINT16 = 2,   /* unsigned 16-bit integer */
   QVIM_UINT32 = 4,   /* unsigned 32-bit integer */
   QVIM_UINT64 = 8,   /* unsigned 64-bit integer; only plain reads, writes and byte swaps serve it */
   QVIM_FLOAT32 = 16, /* IEEE single precision */
-  QVIM_FLOAT64 = 32  /* IEEE double precision */
-};
+  QVIM_FLOAT64 = 32, /* IEEE double precision */
 
-/* Data type word of a request: a pixie type plus any of these flags. They count for integer pixies only. */
-enum {
+  /* Flags; they count for integer pixies only. */
   QVIM_MSB = 0x100,    /* significant bits at the most significant end of each container */
   QVIM_LSB = 0x200,    /* significant bits at the least significant end; neither flag: as stored */
   QVIM_DIRTY = 0x400,  /* read: unused bits may hold anything; write: they do */

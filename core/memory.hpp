@@ -1,0 +1,91 @@
+// The private state of memory images, and their set-ups.
+#pragma once
+
+#include <cstdint>
+
+#include "core/dimension.hpp"
+#include "core/null.hpp"
+#include "core/record.hpp"
+
+namespace qvim::memory {
+
+// One kernel call on a segment of a run: from image to buffer, from buffer to image, or in place on what an
+// earlier step left there.
+struct [[gnu::packed]] kernel_step {
+  npfbix_fn *kernel;
+  uint32_t param;
+};
+
+// What moves a segment in one direction. No steps: whole pixels along x, copied as they are.
+struct [[gnu::packed]] plan {
+  uint8_t steps;
+  uint8_t lanes;           // rounds of kernel calls, one a selected pixie; 1 when a call takes all pixies
+  uint8_t elements;        // elements of a kernel call per pixel
+  uint32_t image_stride;   // bytes between elements in the image
+  uint32_t buffer_stride;  // and in the caller's buffer
+  kernel_step step[3];     // at most: byte order, bits, byte order
+};
+
+// Written by ioset.
+template <class Dim>
+struct [[gnu::packed]] run_setup {
+  typename Dim::length_fn *length;
+  uint8_t axis;       // along which runs go
+  uint32_t first;     // byte of the first selected pixie in a pixel
+  uint32_t selected;  // bytes of the selected pixies of a pixel
+  plan read, write;
+};
+
+// Written by imapset.
+template <class Dim>
+struct [[gnu::packed]] map_setup {
+  typename Dim::length_fn *length;
+  uint32_t step;  // bytes between the pixels of a mapping
+};
+
+// Written by bxts.
+struct [[gnu::packed]] block_setup {
+  uint32_t first;    // byte of the first selected pixie in a pixel
+  uint8_t pixies;    // selected
+  uint8_t reversed;  // the caller's pixies have reversed byte order
+  npfbixn_fn *read_kernel;
+  uint32_t read_param;
+  npfbixn_fn *write_kernel;
+  uint32_t write_param;
+};
+
+template <class Dim>
+struct [[gnu::packed]] state {
+  uint64_t base;
+  uint32_t stride[3];  // bytes from a pixel to the next along x, y, z
+  uint32_t chaininfo;
+  run_setup<Dim> run;
+  map_setup<Dim> map;
+  block_setup block;
+};
+
+// Bytes from the buffer's start to a pixel of the window.
+template <class Dim>
+uint64_t offset_of(const record<Dim> *im, const point<Dim> &at) {
+  const auto &s = state_of<const state<Dim>>(im);
+  const auto window = box<Dim>::of(&im->wind);
+  uint64_t offset = 0;
+  for (int axis = 0; axis < Dim::axes; axis++)
+    offset += uint64_t(int64_t(window.nw[axis]) + at[axis]) * s.stride[axis];
+  return offset;
+}
+
+template <class Dim>
+uint8_t *address_of(const record<Dim> *im, const point<Dim> &at) {
+  return reinterpret_cast<uint8_t *>(state_of<const state<Dim>>(im).base + offset_of<Dim>(im, at));
+}
+
+// The set-up slots.
+template <class Dim>
+int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask);
+template <class Dim>
+int32_t imapset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask);
+template <class Dim>
+int32_t bxts(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask);
+
+}  // namespace qvim::memory

@@ -1,0 +1,42 @@
+// Questions about the pixels of a record, and single pixies read and written at any address.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include <qvimage/data.h>
+
+namespace qvim {
+
+inline bool is_integer(int32_t pixietype) { return pixietype & 0x0F; }
+inline bool is_real(int32_t pixietype) { return pixietype & 0x30; }
+
+// Are the pixies stored in the reverse of the host's byte order? Only integers have a byte order.
+inline bool is_reversed(const qvimagedata &d) { return is_integer(d.pixietype) && d.i_endian & QVIM_SWAPPED; }
+// Does a request deal in pixies of reversed byte order?
+inline bool is_reversed(const qvimagedata &d, uint32_t datatype) {
+  return is_integer(d.pixietype) && datatype & QVIM_SWAPPED;
+}
+
+inline bool supported_without_conversion(const qvimage *im, uint32_t datatype) {
+  return qvimdatasupportedwoutconversion(im, datatype);
+}
+inline bool supported_without_conversion(const qvimage3 *im, uint32_t datatype) {
+  return qvim3datasupportedwoutconversion(im, datatype);
+}
+
+// The colour mask that selects every pixie.
+constexpr uint32_t all_pixies(int32_t pixies) { return pixies >= 32 ? 0xFFFFFFFFu : (1u << pixies) - 1; }
+
+template <class T>
+T load(const void *from) {
+  T value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+template <class T>
+void store(void *to, T value) {
+  std::memcpy(to, &value, sizeof value);
+}
+
+}  // namespace qvim
