@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <qvimage/kernel.h>
+
 #include "core/dimension.hpp"
 #include "core/null.hpp"
 #include "core/record.hpp"
