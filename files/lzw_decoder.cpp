@@ -15,14 +15,8 @@ constexpr uint32_t switch_point(uint32_t width) { return width < max_width ? (1u
 
 }  // namespace
 
-inline decoder::string decoder::string::with(uint32_t last, uint32_t own_code) const {
-  const uint32_t used = length() & 7;
-  if (used == 0) return {last, ((shape & 0xFF000FFF) | own_code << 12) + 1};
-  return {tail | uint64_t{last} << (8 * used), shape + 1};
-}
-
 void decoder::reset() {
-  for (uint32_t byte = 0; byte < 256; byte++) put(byte, {byte, byte << 24 | 1});
+  for (uint32_t byte = 0; byte < 256; byte++) words_[byte] = one_more | byte;
   next_ = codes;
   reset_table();
   pending_ = 0;
@@ -31,10 +25,19 @@ void decoder::reset() {
 }
 
 void decoder::reset_table() {
-  std::fill(shapes_ + 256, shapes_ + next_, 0);
+  std::fill(words_ + 256, words_ + next_, 0);
   next_ = first_free;
   width_ = min_width;
   previous_ = clear;
+}
+
+// The string `next` when it extends this one; its facts are put in place already.
+inline decoder::growing decoder::extension_of(uint32_t code, uint32_t next) {
+  const word w = words_[code];
+  const bool full = bits_of(w) == 8 * piece;
+  const facts f = facts_of(code);
+  long_[next].packed = full ? f.first() << 24 | code << 12 | (f.length() + 1) : f.packed + 1;
+  return full ? growing{is_long | one_more, 0} : growing{w + one_more, bits_of(w)};
 }
 
 int32_t decoder::run(codecstream &in, codecstream &out) {
@@ -79,12 +82,12 @@ int32_t decoder::accept(uint32_t code) {
     if (code > clear) return QVERR_FORMAT;
   } else {
     if (next_ >= codes || code > next_) return QVERR_FORMAT;
-    const string before = at(previous_);
-    put(next_, before.with(code < next_ ? at(code).first() : before.first(), previous_));
+    const facts f = facts_of(code < next_ ? code : previous_);
+    words_[next_] = extension_of(previous_, next_).with(f.first());
     if (++next_ == switch_point(width_) && width_ < max_width) width_++;
   }
   previous_ = code;
-  pending_ = at(code).length();
+  pending_ = facts_of(code).length();
   return 0;
 }
 
@@ -92,68 +95,75 @@ int32_t decoder::accept(uint32_t code) {
 bool decoder::deliver(codecstream &out) {
   if (pending_ == 0) return true;
   if (bytes_left(out) == 0) return false;
-  string s = at(previous_);
-  const uint32_t begin = s.length() - pending_;
+  uint32_t code = previous_, end = facts_of(code).length();
+  const uint32_t begin = end - pending_;
   const uint32_t size = uint32_t(std::min<uint64_t>(pending_, bytes_left(out)));
-  uint32_t end = s.length();
   for (;;) {  // from the string's last piece to its first
-    const uint32_t start = s.tail_start();
+    const uint32_t start = (end - 1) / piece * piece;
     for (uint32_t i = std::max(start, begin); i < std::min(end, begin + size); i++)
-      out.next[i - begin] = uint8_t(s.tail >> (8 * (i - start)));
+      out.next[i - begin] = uint8_t(words_[code] >> (8 * (i - start)));
     if (start <= begin) break;
     end = start;
-    s = at(s.link());
+    code = facts_of(code).link();
   }
   advance(out, size);
   pending_ -= size;
   return pending_ == 0;
 }
 
-// Writes a string and up to seven bytes more.
-inline uint8_t *decoder::copy(const string &s, uint8_t *to) const {
-  uint32_t start = s.tail_start();
-  store_le64(to + start, s.tail);
-  for (uint32_t code = s.link(); start > 0; code = at(code).link()) {
-    start -= 8;
-    store_le64(to + start, tails_[code]);
+// Writes a string, and up to seven bytes more.
+uint8_t *decoder::copy(uint32_t code, uint8_t *to) const {
+  facts f = facts_of(code);
+  uint8_t *const end = to + f.length();
+  uint8_t *place = to + (f.length() - 1) / piece * piece;
+  store_le64(place, words_[code]);
+  while (place > to) {
+    place -= piece;
+    code = f.link();
+    f = facts_of(code);
+    const uint8_t next_piece = place[piece];
+    store_le64(place, words_[code]);
+    place[piece] = next_piece;
   }
-  return to + s.length();
+  return end;
 }
 
 // Decodes while there is ample input and room, up to a code that needs a closer look: Clear, End of
 // Information, a bad one.
 void decoder::bulk(codecstream &in, codecstream &out) {
   constexpr uint32_t group = 4;  // codes for which one filling of the bit buffer suffices
-  constexpr uint64_t margin = 8 * group + 8;
-  if (previous_ == clear || bytes_left(in) < 8 || bytes_left(out) < margin) return;
-  const uint8_t *from = in.next;
-  uint8_t *to = out.next;
+  constexpr int64_t margin = 8 * group + 8;
+  if (previous_ == clear || bytes_left(in) < 8 || bytes_left(out) < uint64_t(margin)) return;
+  const uint8_t *from = in.next, *const from_end = in.end;
+  uint8_t *to = out.next, *const to_end = out.end;
   bit_buffer buffer(in);
   uint64_t bits = buffer.bits << 1 << (63 - buffer.count);  // the next bit highest
-  uint32_t count = buffer.count;
-  uint32_t next = next_, width = width_, previous_code = previous_;
-  string previous = at(previous_);
+  uint32_t count = buffer.count, next = next_, width = width_, previous = previous_;
+  growing grown = extension_of(previous, next);
   bool regular = true;
 
-  while (regular && next < codes && in.end - from >= 8 && uint64_t(out.end - to) >= margin) {
+  while (regular && next < codes && from_end - from >= 8 && to_end - to >= margin) {
     bits |= load_be64(from) >> count;
     from += (63 - count) >> 3;
     count |= 56;
     const uint32_t stop = std::min(next + group, switch_point(width));
     while (next < stop) {
       const uint32_t code = uint32_t(bits >> (64 - width));
-      string current = at(code);
-      if (current.shape == 0) [[unlikely]] {
-        if (code != next) regular = false;
-        current = previous.with(previous.first(), previous_code);
+      const word w = words_[code];
+      const uint32_t size = tag(w);
+      if (size - 8 < 8 * piece - 8) [[likely]] {  // one to six bytes, so the next string has up to seven
+        words_[next++] = grown.with(w & 0xFF);
+        store_le64(to, w);
+        to += size / 8;
+        grown = {w + one_more, size};
+      } else {
+        regular = (w || code == next) && to_end - to >= facts_of(w ? code : previous).length() + 1 + margin;
+        if (!regular) break;
+        words_[next++] = grown.with(facts_of(w ? code : previous).first());
+        to = copy(code, to);
+        grown = extension_of(code, next);
       }
-      if (current.length() > 8 && uint64_t(out.end - to) < current.length() + margin) [[unlikely]]
-        regular = false;
-      if (!regular) break;
-      put(next++, previous.with(current.first(), previous_code));
-      to = copy(current, to);
-      previous = current;
-      previous_code = code;
+      previous = code;
       bits <<= width;
       count -= width;
     }
@@ -162,7 +172,7 @@ void decoder::bulk(codecstream &in, codecstream &out) {
 
   next_ = next;
   width_ = width;
-  previous_ = previous_code;
+  previous_ = previous;
   const uint32_t unread = uint32_t(std::min<uint64_t>(count >> 3, uint64_t(from - in.next)));
   buffer.bits = bits >> 1 >> (63 - count) >> (8 * unread);
   buffer.count = count - 8 * unread;

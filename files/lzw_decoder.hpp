@@ -5,40 +5,53 @@
 
 namespace qvim::lzw {
 
-// The table keeps a string as its last one to eight bytes (those after a multiple of eight) and a link to the
-// entry that ends with the eight before them. So most strings are one load and one store, long ones one each
-// for eight bytes, and nothing depends on output that the caller may have taken away.
+// The table keeps a string as its last one to seven bytes (those after a multiple of seven) in one word.
+// Strings of up to seven bytes, most of a picture's, need no more: one load, one store. Longer ones also have
+// a record that links to the string that ends with the seven bytes before. Nothing depends on output that the
+// caller may have taken away.
 class decoder {
  public:
   void reset();
   [[nodiscard]] int32_t run(codecstream &in, codecstream &out);
 
  private:
-  struct string {
-    uint64_t tail;   // its last bytes, the first of them lowest
-    uint32_t shape;  // length (12 bits), link (12 bits), first byte (8 bits); 0: no such string
+  // The bytes, the first one lowest; above them eight times their count; at the top whether the string is
+  // longer. 0: no such string.
+  using word = uint64_t;
+  static constexpr uint32_t piece = 7, tag_place = 8 * piece;
+  static constexpr word one_more = word{8} << tag_place, is_long = word{1} << 63;
+  static uint32_t tag(word w) { return uint32_t(w >> tag_place); }
+  static uint32_t bits_of(word w) { return tag(w) & 0x38; }
 
-    uint32_t length() const { return shape & 0xFFF; }
-    uint32_t link() const { return shape >> 12 & 0xFFF; }
-    uint32_t first() const { return shape >> 24; }
-    uint32_t tail_start() const { return (length() - 1) & ~7u; }
-    string with(uint32_t last, uint32_t own_code) const;
+  // Length (12 bits), link (12 bits) and first byte (8 bits) of a string.
+  struct facts {
+    uint32_t packed;
+    uint32_t length() const { return packed & 0xFFF; }
+    uint32_t link() const { return packed >> 12 & 0xFFF; }
+    uint32_t first() const { return packed >> 24; }
   };
-
-  string at(uint32_t code) const { return {tails_[code], shapes_[code]}; }
-  void put(uint32_t code, const string &s) {
-    tails_[code] = s.tail;
-    shapes_[code] = s.shape;
+  facts facts_of(uint32_t code) const {
+    const word w = words_[code];
+    return w & is_long ? long_[code] : facts{uint32_t(w & 0xFF) << 24 | bits_of(w) / 8};
   }
+
+  // The next string of the table but for its last byte.
+  struct growing {
+    word bytes;
+    uint32_t place;  // of the last byte
+    word with(uint32_t last) const { return bytes + (word{last} << place); }
+  };
+  growing extension_of(uint32_t code, uint32_t next);
+
   void reset_table();
   void bulk(codecstream &in, codecstream &out);
-  uint8_t *copy(const string &s, uint8_t *to) const;
+  uint8_t *copy(uint32_t code, uint8_t *to) const;
   [[nodiscard]] bool read_code(codecstream &in, uint32_t &code) const;
   [[nodiscard]] int32_t accept(uint32_t code);
   [[nodiscard]] bool deliver(codecstream &out);
 
-  uint64_t tails_[codes];
-  uint32_t shapes_[codes];
+  word words_[codes];
+  facts long_[codes + 1];
   uint32_t next_;      // first free code
   uint32_t width_;     // bits of a code
   uint32_t previous_;  // the string before; `clear` when there is none
