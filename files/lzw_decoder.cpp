@@ -131,24 +131,38 @@ uint8_t *decoder::copy(uint32_t code, uint8_t *to) const {
 // Decodes while there is ample input and room, up to a code that needs a closer look: Clear, End of
 // Information, a bad one.
 void decoder::bulk(codecstream &in, codecstream &out) {
-  constexpr uint32_t group = 4;  // codes for which one filling of the bit buffer suffices
-  constexpr int64_t margin = 8 * group + 8;
   if (previous_ == clear || bytes_left(in) < 8 || bytes_left(out) < uint64_t(margin)) return;
-  const uint8_t *from = in.next, *const from_end = in.end;
-  uint8_t *to = out.next, *const to_end = out.end;
   bit_buffer buffer(in);
-  uint64_t bits = buffer.bits << 1 << (63 - buffer.count);  // the next bit highest
-  uint32_t count = buffer.count, next = next_, width = width_, previous = previous_;
+  cursor at{in.next, in.end, out.next, out.end, buffer.bits << 1 << (63 - buffer.count), buffer.count};
+  const bool at_width_12 = (width_ > 9 || bulk_of_width<9>(at)) && (width_ > 10 || bulk_of_width<10>(at)) &&
+                           (width_ > 11 || bulk_of_width<11>(at));
+  if (at_width_12) bulk_of_width<12>(at);
+  const uint32_t unread = uint32_t(std::min<uint64_t>(at.count >> 3, uint64_t(at.from - in.next)));
+  buffer.bits = at.bits >> 1 >> (63 - at.count) >> (8 * unread);
+  buffer.count = at.count - 8 * unread;
+  buffer.keep(in);
+  advance(in, uint64_t(at.from - in.next) - unread);
+  advance(out, uint64_t(at.to - out.next));
+}
+
+// The same for codes of one width; true when wider ones follow. The loop lives in registers.
+template <uint32_t Width>
+bool decoder::bulk_of_width(cursor &at) {
+  constexpr uint32_t end = switch_point(Width);
+  const uint8_t *from = at.from, *const from_end = at.from_end;
+  uint8_t *to = at.to, *const to_end = at.to_end;
+  uint64_t bits = at.bits;
+  uint32_t count = at.count, next = next_, previous = previous_;
   growing grown = extension_of(previous, next);
   bool regular = true;
 
-  while (regular && next < codes && from_end - from >= 8 && to_end - to >= margin) {
+  while (regular && next < end && from_end - from >= 8 && to_end - to >= margin) {
     bits |= load_be64(from) >> count;
     from += (63 - count) >> 3;
     count |= 56;
-    const uint32_t stop = std::min(next + group, switch_point(width));
+    const uint32_t stop = std::min(next + group, end);
     while (next < stop) {
-      const uint32_t code = uint32_t(bits >> (64 - width));
+      const uint32_t code = uint32_t(bits >> (64 - Width));
       const word w = words_[code];
       const uint32_t size = tag(w);
       if (size - 8 < 8 * piece - 8) [[likely]] {  // one to six bytes, so the next string has up to seven
@@ -157,28 +171,28 @@ void decoder::bulk(codecstream &in, codecstream &out) {
         to += size / 8;
         grown = {w + one_more, size};
       } else {
-        regular = (w || code == next) && to_end - to >= facts_of(w ? code : previous).length() + 1 + margin;
+        const uint32_t known = w ? code : previous;
+        regular = (w || code == next) && to_end - to >= facts_of(known).length() + 1 + margin;
         if (!regular) break;
-        words_[next++] = grown.with(facts_of(w ? code : previous).first());
+        words_[next++] = grown.with(facts_of(known).first());
         to = copy(code, to);
         grown = extension_of(code, next);
       }
       previous = code;
-      bits <<= width;
-      count -= width;
+      bits <<= Width;
+      count -= Width;
     }
-    if (next == switch_point(width) && width < max_width) width++;
   }
 
   next_ = next;
-  width_ = width;
   previous_ = previous;
-  const uint32_t unread = uint32_t(std::min<uint64_t>(count >> 3, uint64_t(from - in.next)));
-  buffer.bits = bits >> 1 >> (63 - count) >> (8 * unread);
-  buffer.count = count - 8 * unread;
-  buffer.keep(in);
-  advance(in, uint64_t(from - in.next) - unread);
-  advance(out, uint64_t(to - out.next));
+  at.from = from;
+  at.to = to;
+  at.bits = bits;
+  at.count = count;
+  const bool wider = next == end && Width < max_width;
+  if (wider) width_++;
+  return wider && regular;
 }
 
 }  // namespace qvim::lzw

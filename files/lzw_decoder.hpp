@@ -44,6 +44,16 @@ class decoder {
   growing extension_of(uint32_t code, uint32_t next);
 
   void reset_table();
+  static constexpr uint32_t group = 4;              // codes for which one filling of the bit buffer suffices
+  static constexpr int64_t margin = 8 * group + 8;  // room that a group of short strings surely leaves
+  struct cursor {
+    const uint8_t *from, *from_end;
+    uint8_t *to, *to_end;
+    uint64_t bits;   // the next bit highest
+    uint32_t count;  // of them
+  };
+  template <uint32_t Width>
+  bool bulk_of_width(cursor &at);
   void bulk(codecstream &in, codecstream &out);
   uint8_t *copy(uint32_t code, uint8_t *to) const;
   [[nodiscard]] bool read_code(codecstream &in, uint32_t &code) const;
