@@ -1,0 +1,351 @@
+// The converter: an image presented in another data type or another number of bits.
+#include <bit>
+
+#include <qvimage/npfbix.h>
+#include <qvimage/views.h>
+
+#include "convert/view.hpp"
+
+namespace {
+
+using namespace qvim;
+
+constexpr uint8_t normalised = 1;           // mode: 0.0 to 1.0 stand for the integers' range
+constexpr uint32_t straight_bytes = 16384;  // read at once into the caller's buffer, to be converted in place
+constexpr int32_t outside = INT32_MIN;      // a list entry that no window holds
+
+constexpr bool is_integer(uint32_t type) { return type & 0x0F; }
+constexpr bool has_kernels(uint32_t type) {
+  return type == QVIM_UINT8 || type == QVIM_UINT16 || type == QVIM_UINT32 || type == QVIM_FLOAT32 ||
+         type == QVIM_FLOAT64;
+}
+
+// A kernel with its parameters.
+struct [[gnu::packed]] conversion {
+  npfbix_fn *kernel;
+  uint32_t shift, mask;
+  uint8_t from, to;  // bytes of a pixie
+
+  void operator()(const void *source, void *destination, uint64_t pixies) const {
+    kernel(source, destination, from, to, pixies, shift, mask);
+  }
+  bool operator==(const conversion &) const = default;
+};
+
+conversion select(uint32_t from, uint32_t to, uint32_t direction, uint32_t frombits, uint32_t tobits,
+                  uint8_t mode) {
+  npfbix_fn *kernel = nullptr;
+  uint32_t shift, mask;
+  const int32_t fromsize = qvimdatasize(from), tosize = qvimdatasize(to);
+  qvimselectpfbixfunc(fromsize, tosize, from, to, direction, frombits, tobits, mode, &kernel, &shift, &mask);
+  return {kernel, shift, mask, uint8_t(fromsize), uint8_t(tosize)};
+}
+
+// Reverses the byte order of pixies of 2 or 4 bytes; source and destination may be the same.
+void reverse_bytes(const void *source, void *destination, uint32_t size, uint64_t pixies) {
+  (size == 2 ? npfbix_2to2_sbi : npfbix_4to4_sbi)(source, destination, size, size, pixies, 0, 0);
+}
+
+template <class Dim>
+struct converter : view<Dim, converter<Dim>> {
+  using base = view<Dim, converter<Dim>>;
+  using base::in_pieces, base::in_source, base::source_of, base::state_in;
+  using typename base::image;
+  using typename base::position;
+  using typename base::source_image;
+
+  static constexpr char device[] = "QVIMCONV";
+  static constexpr view_traits traits{1, 1, 0x40000, false};
+
+  struct [[gnu::packed]] state : view_state<Dim> {
+    uint16_t mask_undefined;  // QVIM_DIRTY: the source's unused bits hold anything, whatever it says
+    uint8_t bits;             // presented to callers; 0: an image of reals without integers of its own
+    uint8_t mode;
+    conversion read, write;  // source to caller, caller to source
+    uint8_t reversed;        // the caller's pixies are in the reverse of the host's byte order
+    uint32_t stored_bits;    // a mask for values on their way to the source, or 0
+    uint8_t colours;         // pixies selected
+    uint32_t chunk;          // pixels that go through the staging buffer at a time
+  };
+
+  static int32_t make(image *im, source_image *reference, const qvimagedata *data, uint8_t sharewindow,
+                      uint8_t maskundefined, uint8_t bits, uint8_t mode) {
+    if (!im) return -1;
+    if (!reference) return fail(im, -1);
+    // The description may be the one in the record that is being filled.
+    const qvimagedata given = data ? *data : qvimagedata{};
+    source_image *source = base::begin(im, reference, sharewindow);
+    if (data) im->d = given;
+    qviminitfacts(&im->f, &im->d);
+    state &st = state_in(im);
+    st.bits = bits;
+    st.mode = mode;
+    if (is_integer(uint32_t(source->d.pixietype))) {
+      st.mask_undefined = maskundefined ? QVIM_DIRTY : 0;
+      if (bits == 0) st.bits = uint8_t(source->d.i_bitsused);
+    }
+    return base::finish(im);
+  }
+
+  // --- choosing
+  // -----------------------------------------------------------------------------------------------
+
+  // The source's type word, with the form in which it stores values.
+  static uint32_t stored_word(const source_image *source) {
+    const uint32_t type = uint32_t(source->d.pixietype);
+    return is_integer(type) ? type | uint32_t(source->d.i_bitsxsb) | source->d.i_dirtyread : type;
+  }
+
+  // Significant bits on each side. An image of reals has none: it takes part with those presented to the
+  // caller, or else with all of the caller's.
+  static uint32_t presented_bits(image *im, uint32_t datatype) {
+    const uint8_t bits = state_in(im).bits;
+    return bits ? bits : 8 * uint32_t(qvimdatasize(datatype));
+  }
+  static uint32_t source_bits(image *im, uint32_t datatype) {
+    const source_image *source = source_of(im);
+    return is_integer(uint32_t(source->d.pixietype)) ? uint32_t(source->d.i_bitsused)
+                                                     : presented_bits(im, datatype);
+  }
+
+  // Does the source by itself deliver what this view presents? It does when the view's bits and its masking
+  // make no difference to the kernel.
+  static bool is_identity(image *im, uint32_t datatype) {
+    const state &st = state_in(im);
+    const source_image *source = source_of(im);
+    const bool integer = is_integer(uint32_t(source->d.pixietype));
+    const uint32_t own = integer ? uint32_t(source->d.i_bitsused) : 0;
+    if (!st.mask_undefined && st.bits == own) return true;
+    const uint32_t word = stored_word(source),
+                   plain = st.mask_undefined ? word & ~uint32_t{QVIM_DIRTY} : word;
+    const auto to_caller = [&](uint32_t from, uint32_t bits) {
+      npfbix_fn *kernel = nullptr;
+      uint32_t shift, mask;
+      qvimselectpfbixfunc(1, 1, from, datatype, 0, own, bits, st.mode, &kernel, &shift, &mask);
+      return conversion{kernel, shift, mask, 0, 0};
+    };
+    return to_caller(word | st.mask_undefined, st.bits) == to_caller(plain, own);
+  }
+
+  // Chooses the kernels of both directions; false when there are none.
+  static bool choose(image *im, uint32_t datatype, uint32_t colourmask) {
+    state &st = state_in(im);
+    const source_image *source = source_of(im);
+    const uint32_t type = datatype & 0xFF, stored = stored_word(source), bits = presented_bits(im, datatype),
+                   sourcebits = source_bits(im, datatype);
+    if (!has_kernels(type) || !has_kernels(stored & 0xFF)) return false;
+    const bool integer = is_integer(type), source_integer = is_integer(stored);
+
+    st.read = select(stored | st.mask_undefined, datatype, 0, sourcebits, bits, st.mode);
+
+    // Unused bits of the source stay clean unless it does without. Where the caller's words say which bits
+    // are significant, the kernel's mask sees to that. Elsewhere the stored form tells.
+    uint32_t caller = datatype, target = stored;
+    st.stored_bits = 0;
+    if (source_integer) {
+      target = (stored & ~uint32_t{QVIM_DIRTY}) | source->d.i_dirtyrite;
+      const bool justified = datatype & (QVIM_MSB | QVIM_LSB);
+      const bool untold = !integer || (datatype & QVIM_DIRTY && !justified);
+      if (untold && !source->d.i_dirtyrite && sourcebits < 8u * source->f.pixiesize) {
+        const uint32_t mask = uint32_t((uint64_t{1} << sourcebits) - 1);
+        st.stored_bits =
+            source->d.i_bitsxsb == QVIM_MSB ? mask << (8 * source->f.pixiesize - sourcebits) : mask;
+      }
+      if (integer && !justified) caller &= ~uint32_t{QVIM_DIRTY};
+    }
+    st.write = select(caller, target, 1, bits, sourcebits, st.mode);
+
+    st.reversed = integer && datatype & QVIM_SWAPPED && st.read.to > 1;
+    st.colours = uint8_t(std::popcount(colourmask));
+    st.chunk = staging_bytes / (std::max(st.read.from, st.read.to) * std::max<uint32_t>(st.colours, 1));
+    return st.read.kernel && st.write.kernel;
+  }
+
+  // --- runs
+  // ---------------------------------------------------------------------------------------------------
+
+  static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    source_image *source = source_of(im);
+    const int32_t pixies = source->d.pixies;
+    if ((colourmask & uint32_t((uint64_t{1} << (pixies & 63)) - 1)) == 0) return -21;
+    if (!base::set_scan(im, mode, datatype, colourmask)) return -1;
+    if (is_identity(im, datatype)) {
+      const int32_t code = base::set_source(im, mode, datatype, colourmask);
+      if (code >= 0) return base::install_runs_through(im), 1;
+      if (code != -19) return code;  // only another type may help
+    }
+    if (!choose(im, datatype, colourmask)) return -19;
+    if (state_in(im).run_scan == scan::z) return -1;
+    const int32_t code = base::set_source(im, mode | QVIM_STEP, stored_word(source), colourmask);
+    if (code < 0) return code;
+    base::template install_runs<read, write>(im);
+    return 1;
+  }
+
+  static uint32_t read(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
+    alignas(64) uint8_t staging[staging_bytes];
+    source_image *source = source_of(im);
+    const state &st = state_in(im);
+    const uint32_t pixel = uint32_t(st.colours) * st.read.to;
+    const bool straight = st.read.from == st.read.to;  // then the caller's buffer takes the source's pixels
+    return in_pieces(im, count, at, straight ? straight_bytes / pixel : st.chunk,
+                     [&](const position &from, uint32_t done, uint32_t n) {
+                       uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * pixel;
+                       uint8_t *in = straight ? out : staging;
+                       n = std::min(n, call_read(source, base::read_mode(mode), in, n, in_source(im, from)));
+                       bring(st, in, out, uint64_t(n) * st.colours);
+                       return n;
+                     });
+  }
+
+  static uint32_t write(image *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {
+    alignas(64) uint8_t staging[staging_bytes];
+    source_image *source = source_of(im);
+    const state &st = state_in(im);
+    const uint32_t pixel = uint32_t(st.colours) * st.read.to;
+    return in_pieces(im, count, at, st.chunk, [&](const position &to, uint32_t done, uint32_t n) {
+      take(st, static_cast<const uint8_t *>(buffer) + uint64_t(done) * pixel, staging,
+           uint64_t(n) * st.colours);
+      return call_write(source, base::write_mode(mode), staging, n, in_source(im, to));
+    });
+  }
+
+  // The source's pixies become the caller's.
+  static void bring(const state &st, const uint8_t *from, uint8_t *to, uint64_t pixies) {
+    st.read(from, to, pixies);
+    if (st.reversed) reverse_bytes(to, to, st.read.to, pixies);
+  }
+
+  // The caller's pixies, left as they are, become the source's.
+  static void take(const state &st, const uint8_t *from, uint8_t *to, uint64_t pixies) {
+    alignas(64) uint8_t reversed[staging_bytes];
+    if (st.reversed) {
+      reverse_bytes(from, reversed, st.write.from, pixies);
+      from = reversed;
+    }
+    st.write(from, to, pixies);
+    if (!st.stored_bits) return;
+    const int32_t size = st.write.to;
+    (size == 1 ? npfbix1_mask : size == 2 ? npfbix2_mask : npfbix4_mask)(to, size, pixies, st.stored_bits);
+  }
+
+  // --- block transfers
+  // ----------------------------------------------------------------------------------------
+
+  static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_blocks<Dim>(im);
+    const chain_step step;
+    if (step.too_deep() || base::is_own_source(im)) return -5;
+    source_image *source = source_of(im);
+    if (is_identity(im, datatype)) {
+      const int32_t code = source->bxts(source, mode, datatype, colourmask);
+      if (code >= 0) return install_blocks(im, blocks_through);
+      if (code != -19) return code;
+    }
+    if (!choose(im, datatype, colourmask)) return -19;
+    const int32_t code = source->bxts(source, 0, stored_word(source), colourmask);
+    return code < 0 ? code : install_blocks(im, convert_blocks);
+  }
+
+  static int32_t install_blocks(image *im, decltype(image::bxta) transfer) {
+    im->bxtp = translate;
+    im->bxta = transfer;
+    im->bxtw = wait_blocks;
+    return 1;
+  }
+
+  // Turns the view's coordinates into the source's, and on into its pointers where it has some. Entries
+  // outside this window become such as no window holds, told by their last word too: no pointer form uses
+  // that.
+  static uint32_t translate(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
+                            uint32_t op) {
+    source_image *source = source_of(im);
+    if (!(mode & QVIM_LIST)) return source->bxtp(source, mode, buffer, list, count, op);
+    const auto own = box<Dim>::of(&im->wind);
+    for (uint32_t i = 0; i < count; i++) {
+      position at;
+      std::memcpy(&at, &list[i], sizeof at);
+      if (own.holds(at)) {
+        at = in_source(im, at);
+        list[i].z = 0;
+        std::memcpy(&list[i], &at, sizeof at);
+      } else {
+        list[i] = {outside, outside, outside};
+      }
+    }
+    return source->bxtp(source, mode, buffer, list, count, op) | QVIM_LIST;
+  }
+
+  static uint32_t blocks_through(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
+                                 uint32_t op) {
+    source_image *source = source_of(im);
+    translate(im, mode, buffer, list, count, op);
+    return source->bxta(source, mode & ~uint32_t{QVIM_LIST}, buffer, list, count, op);
+  }
+
+  static uint32_t convert_blocks(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
+                                 uint32_t op) {
+    const state &st = state_in(im);
+    translate(im, mode, buffer, list, count, op);
+    uint8_t *values = static_cast<uint8_t *>(buffer);
+    uint32_t done = 0;
+    while (count > 0) {
+      // Values of entries outside the window stay as they are.
+      uint32_t n = 0;
+      while (n < count && n < st.chunk && list[n].z != outside) n++;
+      done += n ? convert_chunk(im, st, mode, values, list, n, op) : 1;
+      n = std::max(n, 1u);
+      list += n;
+      count -= n;
+      values += uint64_t(n) * st.colours * st.read.to;
+    }
+    return done;
+  }
+
+  static uint32_t convert_chunk(image *im, const state &st, uint32_t mode, uint8_t *values, qvxyzcoord *list,
+                                uint32_t n, uint32_t op) {
+    alignas(64) uint8_t staging[staging_bytes];
+    source_image *source = source_of(im);
+    const uint64_t pixies = uint64_t(n) * st.colours;
+    if (op == QVIM_OP_READ)
+      std::memset(staging, 0, pixies * st.read.from);  // should the source skip an entry
+    else
+      take(st, values, staging, pixies);
+    const uint32_t done = source->bxta(source, mode & ~(uint32_t{QVIM_LIST} | 0x800u), staging, list, n, op);
+    if (op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE) bring(st, staging, values, pixies);
+    return done;
+  }
+
+  static int32_t wait_blocks(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
+                             uint32_t op) {
+    source_image *source = source_of(im);
+    return source->bxtw(source, mode, buffer, list, count, op);
+  }
+
+  // --- mapping
+  // ------------------------------------------------------------------------------------------------
+
+  static int32_t imapset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_mapping<Dim>(im);
+    const source_image *source = source_of(im);
+    const bool integer = is_integer(uint32_t(source->d.pixietype));
+    if (!is_identity(im, datatype) || (integer && (datatype & QVIM_SWAPPED) != source->d.i_endian))
+      return -19;
+    return base::imapset_through(im, mode, datatype, colourmask);
+  }
+};
+
+}  // namespace
+
+extern "C" {
+
+int32_t qvimage_converter(qvimage *image, qvimage *source, const qvimagedata *data, uint8_t sharewindow,
+                          uint8_t maskundefined, uint8_t bits, uint8_t mode) {
+  return converter<two_d>::make(image, source, data, sharewindow, maskundefined, bits, mode);
+}
+int32_t qvimage3_converter(qvimage3 *image, qvimage3 *source, const qvimagedata *data, uint8_t sharewindow,
+                           uint8_t maskundefined, uint8_t bits, uint8_t mode) {
+  return converter<three_d>::make(image, source, data, sharewindow, maskundefined, bits, mode);
+}
+
+}  // extern "C"

@@ -1,0 +1,418 @@
+// What all views share: images that present the pixels of another image, their source.
+//
+// A kind of view derives from view<Dim, Kind> and holds what makes it different:
+//   device      its device name
+//   traits      how it answers queries
+//   state       packed, begins with view_state<Dim>: what it keeps in the record
+//   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs)
+//   in_source   where a pixel of the view lies in the source
+// Any function of the base that a kind declares itself takes the place of the base's: bxts (generic block
+// transfer), imapset (none), run_length, length. Views keep no pointer into their own record and call the
+// source through its reference, resolved at every call, so that records may be copied and moved as a block.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include <qvimage/block.h>
+#include <qvimage/data.h>
+#include <qvimage/types.h>
+#include <qvimage/window.h>
+
+#include "core/dimension.hpp"
+#include "core/null.hpp"
+#include "core/record.hpp"
+
+namespace qvim {
+
+// Pixels that must be converted or moved apart go through this much of the stack, a piece at a time.
+inline constexpr uint32_t staging_bytes = 2048;
+
+// Set-ups and queries go down a chain of views by recursion. Chains end at an image without a source, unless
+// a caller ties them into a ring: there the recursion stops.
+inline constexpr int longest_chain = 1000;
+constinit inline thread_local int chain_depth = 0;
+class chain_step {
+ public:
+  chain_step() { chain_depth++; }
+  ~chain_step() { chain_depth--; }
+  chain_step(const chain_step &) = delete;
+  chain_step &operator=(const chain_step &) = delete;
+  bool too_deep() const { return chain_depth > longest_chain; }
+};
+
+// How a kind answers queries: the images it adds to the chain counts, the flag bit it sets there, and whether
+// other queries are passed to the source.
+struct view_traits {
+  uint8_t adds_for_blocks;  // 'b'
+  uint8_t adds;             // 'i', 'm'
+  uint32_t flag;
+  bool forwards;
+};
+
+template <class Dim>
+struct [[gnu::packed]] view_state {
+  typename Dim::length_fn *run_length;  // of the window, by the mode of ioset
+  typename Dim::length_fn *map_length;  // by the mode of imapset
+  qvimbxtstate blocks;                  // of the generic block transfer
+  uint32_t pixel_bytes;                 // of a pixel in the caller's buffer
+  scan run_scan;
+  uint8_t shared;    // the view uses the window and coordinates of its source
+  uint8_t by_lines;  // runs are cut at the ends of the window's lines: the source's lines are others
+};
+
+// The generic block transfer and the window functions by dimension.
+template <class Dim>
+struct functions;
+template <>
+struct functions<two_d> {
+  static constexpr auto bxts = qvimbxts;
+  static constexpr auto bxtp = qvimbxtp;
+  static constexpr auto bxta = qvimbxta;
+  static constexpr auto bxtw = qvimbxtw;
+  static constexpr auto check_inside = qvimchkwindsub;
+  static constexpr auto xwind = qvimxwind;
+  static constexpr auto null_window = qvimnullwind;
+  static constexpr auto length_by_mode = qvimacclenfunc;
+  static void advance(const qvywindow *w, two_d::point &at, scan s, uint32_t n) {
+    (s == scan::y ? qvimnewcoordyscan : qvimnewcoordxscan)(w, &at[0], &at[1], n);
+  }
+};
+template <>
+struct functions<three_d> {
+  static constexpr auto bxts = qvim3bxts;
+  static constexpr auto bxtp = qvim3bxtp;
+  static constexpr auto bxta = qvim3bxta;
+  static constexpr auto bxtw = qvim3bxtw;
+  static constexpr auto check_inside = qvim3chkwindsub;
+  static constexpr auto xwind = qvim3xwind;
+  static constexpr auto null_window = qvim3nullwind;
+  static constexpr auto length_by_mode = qvim3acclenfunc;
+  static void advance(const qvyzwindow *w, three_d::point &at, scan s, uint32_t n) {
+    (s == scan::z   ? qvim3newcoordzscan
+     : s == scan::y ? qvim3newcoordyscan
+                    : qvim3newcoordxscan)(w, &at[0], &at[1], &at[2], n);
+  }
+};
+
+template <class Dim, class Kind, class SourceDim = Dim>
+struct view {
+  using image = record<Dim>;
+  using window = typename Dim::window;
+  using position = point<Dim>;
+  using source_image = record<SourceDim>;
+  using fn = functions<Dim>;
+
+  static source_image *source_of(image *im) { return resolve<source_image>(im, im->source[0]); }
+  static bool is_own_source(image *im) { return static_cast<void *>(source_of(im)) == im; }
+  static auto &state_in(image *im) { return state_of<typename Kind::state>(im); }
+
+  // --- construction: begin, then what the kind changes, then finish
+  // -------------------------------------------
+
+  // Clears the record and takes over the source's description and, within one dimension, its size. The source
+  // is an address or a relative reference, never null.
+  static source_image *begin(image *im, source_image *reference, uint8_t shared) {
+    std::memset(static_cast<void *>(im), 0, sizeof *im);
+    set_device_name(im, Kind::device);
+    im->source[0] = int64_t(reinterpret_cast<intptr_t>(reference));
+    source_image *source = source_of(im);
+    im->d = source->d;
+    im->f = source->f;
+    im->h = source->h;
+    state_in(im).shared = shared;
+    if constexpr (std::is_same_v<Dim, SourceDim>) {
+      if (shared) {
+        im->imdim = source->imdim;
+        im->wind = source->wind;
+      } else {
+        const auto w = box<Dim>::of(&source->wind);
+        position size;
+        for (int axis = 0; axis < Dim::axes; axis++) size[axis] = int32_t(w.extent(axis));
+        set_size(im, size);
+      }
+    }
+    return source;
+  }
+
+  static void set_size(image *im, const position &size) {
+    const box<Dim> whole{{}, size};
+    std::memcpy(&im->imdim, &whole, sizeof whole);
+    std::memcpy(&im->wind, &whole, sizeof whole);
+  }
+
+  // A window that does not fit leaves the view null-windowed: built, but moving nothing until one is set.
+  static int32_t finish(image *im) {
+    im->aeiou = Kind::aeiou;
+    im->xwind = Kind::xwind;
+    const window now = im->wind, whole = im->imdim;
+    if (fn::check_inside(&whole, &now) >= 0)
+      reset(im);
+    else
+      fn::null_window(im);
+    return 0;
+  }
+
+  static void reset(image *im) {
+    clear_transfers<Dim>(im);
+    im->ioset = ioset;
+    im->bxts = Kind::bxts;
+    im->imapset = Kind::imapset;
+  }
+
+  // --- geometry
+  // -----------------------------------------------------------------------------------------------
+
+  // The view's window begins here in the source's window.
+  static position origin(image *im) { return state_in(im).shared ? position{} : box<Dim>::of(&im->wind).nw; }
+
+  static position in_source(image *im, position at) {
+    const position from = origin(im);
+    for (int axis = 0; axis < Dim::axes; axis++)
+      at[axis] = int32_t(uint32_t(at[axis]) + uint32_t(from[axis]));
+    return at;
+  }
+
+  // Does a wrapped run pass over the same pixels in both windows? It does when their lines (and planes) begin
+  // and end together; along the last axis the view's own length ends the run.
+  static bool lines_agree(image *im, scan s) {
+    const auto own = box<Dim>::of(&im->wind), other = box<Dim>::of(&source_of(im)->wind);
+    const position from = origin(im);
+    const auto order = axes_of<Dim>(s);
+    for (int i = 0; i < Dim::axes - 1; i++)
+      if (from[order[i]] != 0 || own.extent(order[i]) != other.extent(order[i])) return false;
+    return true;
+  }
+
+  // --- runs
+  // ---------------------------------------------------------------------------------------------------
+
+  static int32_t ioset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_runs<Dim>(im);
+    const chain_step step;
+    if (step.too_deep() || is_own_source(im)) return -5;
+    const int32_t code = Kind::set_runs(im, mode, datatype, colourmask);
+    if (code < 0) clear_runs<Dim>(im);
+    return code;
+  }
+
+  // Notes how runs go in this view's window; false when the scan bits name no axis.
+  static bool set_scan(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    scan s;
+    if (!scan_of_mode<Dim>(mode, &s)) return false;
+    auto &st = state_in(im);
+    st.run_scan = s;
+    st.run_length = fn::length_by_mode(im, mode);
+    st.pixel_bytes = uint32_t(qvimdatasize(datatype) * __builtin_popcount(colourmask));
+    st.by_lines = bool(mode & QVIM_WRAP);
+    if constexpr (std::is_same_v<Dim, SourceDim>) st.by_lines = st.by_lines && !lines_agree(im, s);
+    return true;
+  }
+
+  // Sets up the source for runs, after set_scan. What the caller promises about positions holds for this
+  // window only, and runs that are cut at the ends of lines must not go on in the source.
+  static int32_t set_source(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    source_image *source = source_of(im);
+    return source->ioset(source, source_mode(mode, state_in(im).by_lines), datatype, colourmask);
+  }
+  static uint32_t source_mode(uint32_t mode, bool by_lines) {
+    return mode & ~uint32_t{QVIM_TRUST} & ~uint32_t(by_lines ? QVIM_WRAP : 0);
+  }
+
+  template <auto Read, auto Write>
+  static void install_runs(image *im) {
+    im->ioread = slots<Dim>::template read<Read>;
+    im->iorite = slots<Dim>::template write<Write>;
+    im->iolen = slots<Dim>::template length<Kind::length>;
+  }
+
+  // Runs that the source serves in the caller's data type.
+  static void install_runs_through(image *im) {
+    install_runs<read_through, write_through>(im);
+    im->iowait = wait_through;
+  }
+
+  // Pixels from a position to the end of the run in this window.
+  static uint32_t run_length(image *im, uint32_t count, const position &at) {
+    return uint32_t(std::min<uint64_t>(count, call_length_fn(state_in(im).run_length, &im->wind, at)));
+  }
+
+  static uint32_t rest_of_line(image *im, const position &at) {
+    const int axis = int(state_in(im).run_scan);
+    return box<Dim>::of(&im->wind).extent(axis) - uint32_t(at[axis]);
+  }
+
+  // Moves a run in pieces of at most `most` pixels. move(position in the view's window, pixels moved before,
+  // pixels wanted) says how many it moved; fewer than wanted is no end of the run, none is.
+  template <class Move>
+  static uint32_t in_pieces(image *im, uint32_t count, position at, uint32_t most, Move move) {
+    const uint32_t n = Kind::run_length(im, count, at);
+    const bool by_lines = state_in(im).by_lines;
+    uint32_t done = 0;
+    while (done < n) {
+      uint32_t wanted = std::min(n - done, most);
+      if (by_lines) wanted = std::min(wanted, rest_of_line(im, at));
+      const uint32_t moved = std::min(wanted, move(at, done, wanted));
+      if (moved == 0) break;
+      done += moved;
+      if (done < n) fn::advance(&im->wind, at, state_in(im).run_scan, moved);
+    }
+    return done;
+  }
+
+  static uint32_t length(image *im, uint32_t count, const position &at) {
+    const uint32_t n = Kind::run_length(im, count, at);
+    if (n == 0) return 0;
+    const uint32_t piece = state_in(im).by_lines ? std::min(n, rest_of_line(im, at)) : n;
+    const uint32_t served = call_length(source_of(im), piece, Kind::in_source(im, at));
+    return served < piece ? served : n;
+  }
+
+  // The mode words with which transfers reach the source.
+  static uint32_t read_mode(uint32_t mode) { return mode & ~0x800u; }
+  static uint32_t write_mode(uint32_t mode) { return (mode & ~0x800u) | 0x1000u; }
+
+  static uint32_t read_through(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
+    source_image *source = source_of(im);
+    const uint64_t bytes = state_in(im).pixel_bytes;
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
+      return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
+                       Kind::in_source(im, from));
+    });
+  }
+  static uint32_t write_through(image *im, uint32_t mode, const void *buffer, uint32_t count,
+                                const position &at) {
+    source_image *source = source_of(im);
+    const uint64_t bytes = state_in(im).pixel_bytes;
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
+      return call_write(source, write_mode(mode), static_cast<const uint8_t *>(buffer) + done * bytes, n,
+                        Kind::in_source(im, to));
+    });
+  }
+  static int32_t wait_through(image *im, uint32_t mode, void *buffer) {
+    source_image *source = source_of(im);
+    return source->iowait(source, mode, buffer);
+  }
+
+  // --- block transfers: the generic one, over the view's own runs
+  // -----------------------------------------------
+
+  static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_blocks<Dim>(im);
+    const int32_t code = fn::bxts(&state_in(im).blocks, im, mode, datatype, colourmask);
+    if (code < 0) return code;
+    im->bxtp = generic_bxtp;
+    im->bxta = generic_bxta;
+    im->bxtw = generic_bxtw;
+    return code;
+  }
+  static uint32_t generic_bxtp(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                               uint32_t op) {
+    return fn::bxtp(&state_in(im).blocks, im, mode, b, list, count, op);
+  }
+  static uint32_t generic_bxta(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                               uint32_t op) {
+    return fn::bxta(&state_in(im).blocks, im, mode, b, list, count, op);
+  }
+  static int32_t generic_bxtw(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                              uint32_t op) {
+    return fn::bxtw(&state_in(im).blocks, im, mode, b, list, count, op);
+  }
+
+  // --- mapping: none, or the source's
+  // -----------------------------------------------------------------------------
+
+  static int32_t imapset(image *im, uint32_t, uint32_t, uint32_t) {
+    clear_mapping<Dim>(im);
+    return -11;
+  }
+
+  // For kinds whose pixels lie in the source as they are: maps what the source maps, within this window.
+  static int32_t imapset_through(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_mapping<Dim>(im);
+    const chain_step step;
+    if (step.too_deep() || is_own_source(im)) return -5;
+    scan s;
+    if (!scan_of_mode<Dim>(mode, &s)) return -1;
+    const uint32_t asked = source_mode(mode, mode & QVIM_WRAP && !lines_agree(im, s));
+    source_image *source = source_of(im);
+    const int32_t answer = source->imapset(source, asked, datatype, colourmask);
+    if (answer < 0) return answer;
+    state_in(im).map_length = fn::length_by_mode(im, (mode & QVIM_TRUST) | asked);
+    im->imap = slots<Dim>::template map<map_through>;
+    im->imapr = unmap_through;
+    return answer;
+  }
+  static int32_t map_through(image *im, qvimagemap *map, const position &at) {
+    const uint64_t n = call_length_fn(state_in(im).map_length, &im->wind, at);
+    if (n == 0 || !map) return nops<Dim>::imapr(im, map);
+    const int32_t answer = call_map(source_of(im), map, Kind::in_source(im, at));
+    if (map->count && map->length > n) map->length = n;
+    return answer;
+  }
+  static int32_t unmap_through(image *im, qvimagemap *map) {
+    source_image *source = source_of(im);
+    return source->imapr(source, map);
+  }
+
+  // --- queries and windows
+  // ------------------------------------------------------------------------------------------
+
+  static uint32_t aeiou(image *im, uint32_t code, int32_t arg1, int32_t arg2, void *buffer) {
+    constexpr uint32_t save_iostate = '*' << 8 | 'x', restore_iostate = '*' << 8 | 'X';
+    constexpr view_traits traits = Kind::traits;
+    const auto ask_source = [&]() -> uint32_t {
+      const chain_step step;
+      if (step.too_deep() || is_own_source(im)) return 0;
+      source_image *source = source_of(im);
+      return source->aeiou(source, code, arg1, arg2, buffer);
+    };
+    switch (code) {
+      case 'b': return chained(ask_source(), traits.adds_for_blocks, traits.flag);
+      case 'i':
+      case 'm': return chained(ask_source(), traits.adds, traits.flag);
+      case save_iostate:
+      case restore_iostate: return 0;  // the caller copies the bytes of this record, not of the source's
+      default: break;
+    }
+    if (traits.forwards) return ask_source();
+    switch (code) {
+      case 'B': return 0xFFFFFFFF / sizeof(qvxyzcoord);
+      case 'I': {
+        const int32_t bytes = im->f.pixelsize;
+        return 0xFFFFFFFF / uint32_t(bytes > 0 ? bytes : 1);
+      }
+      case 'e': return arg2 ? ask_source() : 0;
+      default: return 0;
+    }
+  }
+  static uint32_t chained(uint32_t answer, uint8_t adds, uint32_t flag) {
+    const uint32_t images = std::min((answer & 0xFF) + adds, 255u);
+    return (answer & ~0xFFu) | images | flag;
+  }
+
+  // Setting a shared window sets the source's too, unless it does not even fit here.
+  static void *xwind(image *im, window *given, int32_t letter) {
+    window *result = given;
+    if (letter != 's') return fn::xwind(im, &result, letter), result;
+    const window whole = im->imdim;
+    window wanted = given ? *given : whole;  // a copy: the window given may lie in one of the records
+    if constexpr (std::is_same_v<Dim, SourceDim>)
+      if (state_in(im).shared && fn::check_inside(&whole, &wanted) >= 0 && !set_source_window(im, &wanted))
+        return fn::null_window(im), nullptr;
+    result = &wanted;
+    if (!fn::xwind(im, &result, 's')) return nullptr;
+    reset(im);
+    return im;
+  }
+  static bool set_source_window(image *im, window *wanted) {
+    const chain_step step;
+    if (step.too_deep() || is_own_source(im)) return false;
+    source_image *source = source_of(im);
+    return source->xwind(source, wanted, 's') != nullptr;
+  }
+};
+
+}  // namespace qvim
