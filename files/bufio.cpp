@@ -64,9 +64,16 @@ void flush_block(bufio &b) {
   if (b.filelen > b.bufpos) put(b, b.bufp, std::min(b.bufsize, b.filelen - b.bufpos), b.bufpos);
 }
 
-// Cuts off what the file still holds beyond the length that truncation left.
-void shorten_file(bufio &b) {
-  if (disk_length(b) <= b.filelen) return;
+// How many of these bytes the file holds. What lies beyond, below the length, is a gap that no write has
+// reached yet: zeros.
+uint64_t on_disk(bufio &b, uint64_t position, uint64_t count) {
+  const uint64_t length = disk_length(b);
+  return length > position ? std::min(length - position, count) : 0;
+}
+
+// Gives the file the length of the data: shorter after a truncation, longer when a gap ends it.
+void set_file_length(bufio &b) {
+  if (disk_length(b) == b.filelen) return;
   int result;
   do result = ftruncate(b.fd, off_t(b.filelen));
   while (result < 0 && errno == EINTR);
@@ -83,16 +90,13 @@ bool load_from_file(bufio &b, uint64_t block) {
   b.valid = 0;
   if (!b.bufp || block > highest_position) return b.ioerr = 1, false;
   const uint64_t inside = b.filelen > block ? std::min(b.filelen - block, b.bufsize) : 0;
-  uint64_t have = 0;
-  if (inside) {
-    const int64_t got = read_at(b.fd, b.bufp, b.bufsize, block);
-    if (got < 0) return b.ioerr = 1, false;
-    have = std::min(uint64_t(got), inside);
-    if (have < inside) b.ioerr = 1;
-  }
+  const uint64_t wanted = on_disk(b, block, inside);
+  const int64_t have = wanted ? read_at(b.fd, b.bufp, wanted, block) : 0;
+  if (have < int64_t(wanted)) b.ioerr = 1;
+  if (have < 0) return false;
   const bool zero_all = !(b.modeflags & BUFIO_NOZERO);
   const uint64_t end = zero_all ? b.bufsize : std::max(inside, b.pos - block);
-  std::memset(b.bufp + have, 0, end - have);
+  std::memset(b.bufp + have, 0, end - uint64_t(have));
   b.bufpos = block;
   b.valid = 1;
   return true;
@@ -130,7 +134,7 @@ bool grow_for(bufio &b, uint64_t count, bool writing) {
 void close_gap(bufio &b) {
   if (b.pos <= b.filelen) return;
   if (in_memory(b)) return zero_store(b, b.filelen, b.pos);
-  if (b.bufp) shorten_file(b);
+  if (b.bufp && disk_length(b) > b.filelen) set_file_length(b);
   if (!b.valid || b.filelen >= b.bufpos + b.bufsize) return;
   const uint64_t begin = std::max(b.filelen, b.bufpos), end = std::min(b.pos, b.bufpos + b.bufsize);
   if (begin < end) std::memset(b.bufp + (begin - b.bufpos), 0, end - begin);
@@ -143,10 +147,10 @@ uint64_t whole_blocks(const bufio &b, uint64_t count) {
 
 void read_whole_blocks(bufio &b, uint8_t *data, uint64_t count) {
   flush_block(b);
-  const int64_t got = read_at(b.fd, data, count, b.pos);
-  const uint64_t have = got < 0 ? 0 : uint64_t(got);
-  if (have == count) return;
-  b.ioerr = 1;
+  const uint64_t wanted = on_disk(b, b.pos, count);
+  const int64_t got = wanted ? read_at(b.fd, data, wanted, b.pos) : 0;
+  if (got < int64_t(wanted)) b.ioerr = 1;
+  const uint64_t have = uint64_t(std::max<int64_t>(got, 0));
   std::memset(data + have, 0, count - have);
 }
 
@@ -454,7 +458,7 @@ void bufio_done(bufio *b) {
   if (!b) return;
   bufio_queueflush(b);
   flush_block(*b);
-  if (b->bufmem) shorten_file(*b);
+  if (b->bufmem && (disk_length(*b) > b->filelen || !b->ioerr)) set_file_length(*b);
   if (b->fp && b->ownsfp && fclose(b->fp) != 0) b->ioerr = 1;
   b->fp = nullptr;
   b->fd = -1;

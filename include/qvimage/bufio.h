@@ -104,8 +104,8 @@ uint8_t *bufio_ptr(bufio *b, uint64_t count, int32_t dir);
  * (latched). */
 uint64_t bufio_ptr2(bufio *b, uint64_t count, int32_t dir, uint8_t **out);
 
-/* Sets `pos` and the length. A file that is longer on disk is cut at bufio_done, or by the next write beyond
- * the length; one that is shorter is not extended. */
+/* Sets `pos` and the length. The file takes this length at bufio_done; bytes that were cut off never come
+ * back, and bytes that a greater length adds are zeros. */
 void bufio_ptr2truncate(bufio *b, uint64_t len);
 
 /* The tare is the base of relative positions, such as the start of a picture inside a container. */
@@ -133,7 +133,7 @@ void bufio_errclear(bufio *b);
 void bufio_EnterCritical(bufio *b);
 void bufio_LeaveCritical(bufio *b);
 
-/* Writes queued writes and the dirty block, cuts a file that is longer than `filelen`, closes it and frees
+/* Writes queued writes and the dirty block, gives the file its length, closes it and frees
  * all memory. The error flags stay and include what failed here; ask bufio_err. A second call does nothing.
  */
 void bufio_done(bufio *b);

@@ -281,6 +281,21 @@ TEST_F(Bufio, TruncatedDataNeverComesBack) {
   }
 }
 
+TEST_F(Bufio, AGapAtTheEndIsPartOfTheFile) {
+  stream b(path, "w+b");
+  b.put({1});
+  b.put_at(3000, {2});
+  bufio_ptr2truncate(&b, 2000);  // what was behind the gap is gone, the gap is not
+  EXPECT_EQ(b.get_at(1, 1999), bytes(1999));
+  bufio_ptr2truncate(&b, 2500);
+  EXPECT_EQ(b.get_at(2000, 500), bytes(500));
+  bufio_done(&b);
+  EXPECT_EQ(bufio_err(&b), 0);
+  bytes expected(2500);
+  expected[0] = 1;
+  EXPECT_EQ(file_bytes(path), expected);
+}
+
 TEST_F(Bufio, LimitOf32Bits) {
   stream b(path, "w+b", 0, BUFIO_LIMIT32);
   b.put_at(0xFFFFFFFE, {1});

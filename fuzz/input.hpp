@@ -1,0 +1,36 @@
+// Decisions out of a fuzz input: small numbers from its bytes, zeros when they are used up.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+class fuzz_input {
+ public:
+  fuzz_input(const uint8_t *data, size_t size) : next_(data), end_(data + size) {}
+
+  bool empty() const { return next_ == end_; }
+  uint8_t byte() { return next_ < end_ ? *next_++ : 0; }
+  // From 0 to most, at most 65535; takes one byte when that is enough.
+  uint32_t up_to(uint32_t most) {
+    const uint32_t value = most > 255 ? byte() << 8 | byte() : byte();
+    return value % (most + 1);
+  }
+  // All that is left.
+  std::vector<uint8_t> rest() {
+    std::vector<uint8_t> bytes(next_, end_);
+    next_ = end_;
+    return bytes;
+  }
+
+ private:
+  const uint8_t *next_, *end_;
+};
+
+// Ends the run with what was found, in any build.
+inline void require(bool condition, int line = __builtin_LINE()) {
+  if (condition) return;
+  std::fprintf(stderr, "not as required in line %d\n", line);
+  std::abort();
+}
