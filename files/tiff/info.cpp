@@ -1,0 +1,180 @@
+// Information records of TIFF files.
+#include <algorithm>
+#include <cstring>
+
+#include <qvimage/alloc.h>
+#include <qvimage/error.h>
+#include <qvimage/tiff.h>
+
+#include "files/tiff/reader.hpp"
+
+namespace qvim::tiff {
+
+namespace {
+
+// Bytes of texts and strip tables that may still be read. Directories of a sound file share none of them, so
+// only a file made for it gets a listing past this.
+class budget {
+ public:
+  explicit budget(uint64_t file_length)
+      : left_(std::max(uint64_t{16} << 20, 16 * std::min(file_length, uint64_t{1} << 40))) {}
+  bool take(uint64_t bytes) {
+    if (bytes > left_) return false;
+    left_ -= bytes;
+    return true;
+  }
+
+ private:
+  uint64_t left_;
+};
+
+char **text_of(qvimagefileinfo &info, tag t) {
+  switch (t) {
+    case DateTime: return &info.datetime;
+    case Software: return &info.software;
+    case ImageDescription: return &info.description;
+    default: return &info.copyright;
+  }
+}
+
+int32_t read_texts(reader &r, budget &limit, qvimagefileinfo *info) {
+  for (const tag t : {DateTime, Software, ImageDescription, Copyright}) {
+    if (!r.page.present[t]) continue;
+    const place &at = r.where.at[t];
+    char *const text = limit.take(at.count) ? static_cast<char *>(qvmalloc(at.count + 1)) : nullptr;
+    if (!text) return QVERR_MEMORY;
+    *text_of(*info, t) = text;
+    read_bytes_at(&r.file, at.position, text, at.count);
+    text[at.count] = 0;
+  }
+  return bufio_err(&r.file);
+}
+
+// The largest strip; all ones for the only one.
+int32_t read_strip_size(reader &r, budget &limit, uint64_t *size) {
+  *size = ~uint64_t{0};
+  if (r.page.count[StripOffsets] == 1) return 0;
+  *size = 0;
+  const place &at = r.where.at[StripByteCounts];
+  if (!limit.take(at.count)) return QVERR_MEMORY;
+  file_array counts(&r.file, &r.format);
+  counts.assign(at);
+  for (uint64_t i = 0; i < at.count; i++) *size = std::max(*size, counts[i]);
+  return bufio_err(&r.file);
+}
+
+void describe_page(const reader &r, qvimagefileinfo *info) {
+  const page &p = r.page;
+  info->width = p.width();
+  info->height = p.height();
+  info->wind.se = {int32_t(p.width()), int32_t(p.height())};
+  info->data = describe(p, r.presented);
+  info->hints = describe_size(p);
+  std::memcpy(info->type, r.format.bigtiff ? "btf" : "tif", sizeof info->type);
+  std::copy(p.resolution[0].begin(), p.resolution[0].end(), info->xres);
+  std::copy(p.resolution[1].begin(), p.resolution[1].end(), info->yres);
+  if (p.present[ResolutionUnit]) info->resunit = p.scalar[ResolutionUnit];
+  info->compression = p.compression_asked();
+  for (uint32_t i = 0; i < p.samples(); i++) {
+    info->bits[i] = p.bits()[i];
+    info->sampleformat[i] = p.sample_format()[i];
+  }
+  info->palette = p.present[ColorMap];
+  info->page = uint32_t(r.number);
+  info->version = r.format.version();
+}
+
+void set_page_count(qvimagefileinfo *info, uint64_t pages) {
+  info->pagecount = uint32_t(std::min(pages, uint64_t{0x7FFFFFFF}));
+  info->pagecount2 = uint32_t(std::min(pages, uint64_t{0xFFFFFFFF}));
+}
+
+// Everything but the page count, from the page that the reader stands at.
+int32_t fill(reader &r, budget &limit, qvimagefileinfo *info) {
+  std::memset(static_cast<void *>(info), 0, sizeof *info);
+  describe_page(r, info);
+  int32_t code = read_strip_size(r, limit, &info->stripsize);
+  if (code == 0) code = read_texts(r, limit, info);
+  if (code < 0) {
+    qvimage_tiffinfodone(info);
+    std::memset(static_cast<void *>(info), 0, sizeof *info);
+  }
+  return code;
+}
+
+int32_t fill_with_count(reader &r, qvimagefileinfo *info) {
+  const int64_t pages = r.count_pages();
+  if (pages < 0) return int32_t(pages);
+  budget limit(r.file.filelen);
+  const int32_t code = fill(r, limit, info);
+  if (code == 0) set_page_count(info, uint64_t(pages));
+  return code;
+}
+
+// Records of the pages from `first` on; *filled of them are complete whatever the result.
+int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, uint64_t *filled) {
+  chain directories(&r.file, r.format);
+  budget limit(r.file.filelen);
+  int32_t code;
+  while ((code = directories.next()) > 0) {
+    const uint64_t number = directories.passed() - 1;
+    if (number < first || *filled == n) continue;
+    r.number = number;
+    code = read_directory(&r.file, r.format, directories.directory(), &r.page, &r.where);
+    if (code == 0) code = fill(r, limit, &infos[*filled]);
+    if (code < 0) return code;
+    ++*filled;
+  }
+  if (code == 0 && bufio_err(&r.file) == QVERR_IO) code = QVERR_IO;
+  for (uint64_t i = 0; i < *filled; i++) set_page_count(&infos[i], directories.passed());
+  return code;
+}
+
+}  // namespace
+
+}  // namespace qvim::tiff
+
+using namespace qvim::tiff;
+
+extern "C" {
+
+int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
+  reader *r;
+  if (const int32_t code = reader_of(h, &r); code < 0) return code;
+  if (!info) return QVERR_USAGE;
+  locked hold(*r);
+  if (r->page_count && page < r->page_count && page != r->number)
+    if (const int32_t code = r->turn_to(page); code < 0) return code;
+  return fill_with_count(*r, info);
+}
+
+int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
+                         uint64_t page) {
+  if (!info || !path) return QVERR_USAGE;
+  std::memset(static_cast<void *>(info), 0, sizeof *info);
+  auto r = qvim::make_owned<reader>(mapped_as::colours);
+  if (!r) return QVERR_MEMORY;
+  int32_t code = r->open(path, fopenmode, bufsize);
+  if (code == 0) code = r->find_page(page);
+  return code < 0 ? code : fill_with_count(*r, info);
+}
+
+int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
+                          int64_t bufsize, int64_t first) {
+  if (!infos || n < 0 || first < 0 || !path) return QVERR_USAGE;
+  auto r = qvim::make_owned<reader>(mapped_as::colours);
+  if (!r) return QVERR_MEMORY;
+  int32_t code = r->open(path, fopenmode, bufsize);
+  uint64_t filled = 0;
+  if (code == 0) code = fill_all(*r, infos, uint64_t(n), uint64_t(first), &filled);
+  if (code == 0) return int64_t(filled);
+  for (uint64_t i = 0; i < filled; i++) qvimage_tiffinfodone(&infos[i]);
+  return code;
+}
+
+void qvimage_tiffinfodone(qvimagefileinfo *info) {
+  if (!info || (std::memcmp(info->type, "tif", 4) != 0 && std::memcmp(info->type, "btf", 4) != 0)) return;
+  for (const tag t : {DateTime, Software, ImageDescription, Copyright}) qvfreep(text_of(*info, t));
+}
+
+}  // extern "C"

@@ -1,0 +1,159 @@
+// A page's pixels as its image presents them.
+#include "files/tiff/page_rows.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include <qvimage/npfclx.h>
+
+namespace qvim::tiff {
+
+namespace {
+
+// The most bytes that a byte of a strip can stand for. LZW: a code of 12 bits, a string of 4096 - 258 + 1 at
+// the end of a table that grew by one byte a code, so the average is far below; 1363 is the exact best. The
+// predictive coder: 16384 is the highest total of its frequencies, so a sample costs at least log2(16384 /
+// 16383) bits.
+uint64_t best_ratio(uint32_t compression) {
+  switch (compression) {
+    case packbits: return 64;
+    case lzw: return 1363;
+    case arithmetic: return 90853;
+    default: return 1;
+  }
+}
+
+npfclx_fn *expansion(int sample_bytes) {
+  return sample_bytes == 1 ? npfclx1_BGRLut3toBGRx : npfclx2_BGRLut3toBGRx;
+}
+
+// Moves bytes only, so that floating samples of the same size are served as well.
+npfclx_fn *chroma_exchange(int sample_bytes) {
+  switch (sample_bytes) {
+    case 1: return npfclx1_YCrCbtoYCbCr;
+    case 2: return npfclx2_YCrCbtoYCbCr;
+    case 4: return npfclx4_YCrCbtoYCbCr;
+    default: return npfclxd_YCrCbtoYCbCr;
+  }
+}
+
+bool grow(array<uint8_t> &buffer, uint64_t bytes) { return buffer.size() >= bytes || buffer.allocate(bytes); }
+
+}  // namespace
+
+int32_t page_rows::start(const page &p, const directory &d, uint32_t pixel_bytes, const uint8_t *colours) {
+  cached_ = 0;
+  width_ = p.width();
+  height_ = p.height();
+  pixel_bytes_ = pixel_bytes;
+  steps_ = row_steps(p, *format_);
+  colours_ = colours;
+  recolour_ = colours                                              ? expansion(steps_.sample_bytes())
+              : p.scalar[Photometric] == ycbcr && p.samples() == 3 ? chroma_exchange(steps_.sample_bytes())
+                                                                   : nullptr;
+  plain_ = p.scalar[Compression] == uncompressed && !steps_.unpacks() && !recolour_;
+  if (const int32_t code = allocate_rows(p); code < 0) return code;
+  return strips_.start(p, d);
+}
+
+// A row is held against what the file can hold before anything is allocated for it, and all its forms
+// together against a limit that only extreme compression passes.
+int32_t page_rows::allocate_rows(const page &p) {
+  const uint64_t length = file_->filelen, row_bytes = rows_of(p).bytes();
+  if (row_bytes / best_ratio(p.scalar[Compression]) > length) return -10;
+  if (plain_) return 0;
+  const uint64_t pixels = width_ * pixel_bytes_;
+  const uint64_t raw = steps_.unpacks() || recolour_ ? row_bytes : 0;
+  const uint64_t samples =
+      steps_.unpacks() && recolour_ ? steps_.values() * uint64_t(steps_.sample_bytes()) : 0;
+  if (pixels + raw + samples > std::max(uint64_t{16} << 20, 16 * std::min(length, uint64_t{1} << 40)))
+    return -2;
+  return grow(pixels_, pixels) && grow(raw_, raw) && grow(samples_, samples) ? 0 : -2;
+}
+
+int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
+  uint64_t position;
+  uint32_t rows;
+  if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return code;
+  read_bytes_at(file_, position + x * pixel_bytes_, to, n * pixel_bytes_);
+  if (steps_.finishes()) steps_.finish(to, n * pixel_bytes_ / uint64_t(steps_.sample_bytes()));
+  return bufio_err(file_);
+}
+
+// Rows that follow each other in the file are read at once, in portions that stay in the cache while
+// something has still to be done to them.
+int32_t page_rows::read_plain_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
+  const uint64_t row_bytes = strips_.row_bytes();
+  const uint32_t portion =
+      steps_.finishes() ? uint32_t(std::max(uint64_t{1}, (uint64_t{1} << 18) / row_bytes)) : rows;
+  while (*done < rows) {
+    uint64_t position;
+    uint32_t n;
+    if (const int32_t code = strips_.locate(y + *done, std::min(rows - *done, portion), &position, &n);
+        code < 0)
+      return code;
+    uint8_t *const at = to + *done * row_bytes;
+    read_bytes_at(file_, position, at, n * row_bytes);
+    if (const int32_t code = bufio_err(file_); code < 0) return code;
+    if (steps_.finishes()) steps_.finish(at, n * steps_.values());
+    *done += n;
+  }
+  return 0;
+}
+
+int32_t page_rows::fetch(uint32_t y, uint8_t *to) {
+  if (strips_.compressed()) return strips_.decode(y, to);
+  uint64_t position;
+  uint32_t rows;
+  if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return code;
+  read_bytes_at(file_, position, to, strips_.row_bytes());
+  return bufio_err(file_);
+}
+
+// Each step works in its own place only where the next one cannot work in the same.
+int32_t page_rows::make_row(uint32_t y, uint8_t *to) {
+  uint8_t *const raw = steps_.unpacks() || recolour_ ? raw_.data() : to;
+  uint8_t *const samples = !recolour_ ? to : steps_.unpacks() ? samples_.data() : raw;
+  if (const int32_t code = fetch(y, raw); code < 0) return code;
+  if (steps_.unpacks()) steps_.unpack(raw, samples);
+  if (steps_.finishes()) steps_.finish(samples, steps_.values());
+  if (recolour_) {
+    const uint64_t stride = colours_ ? uint64_t(steps_.sample_bytes()) : pixel_bytes_;
+    recolour_(samples, to, stride, pixel_bytes_, width_, 0, colours_);
+  }
+  return 0;
+}
+
+int32_t page_rows::read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
+  if (plain_) return read_plain(y, x, n, to);
+  if (n == width_ && cached_ != y + uint64_t{1}) return make_row(y, to);
+  const uint8_t *pixels;
+  if (const int32_t code = view(y, x, &n, &pixels); code < 0) return code;
+  std::memcpy(to, pixels, n * pixel_bytes_);
+  return 0;
+}
+
+int32_t page_rows::read_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
+  *done = 0;
+  if (plain_) return read_plain_rows(y, rows, to, done);
+  for (; *done < rows; ++*done)
+    if (const int32_t code = make_row(y + *done, to + *done * width_ * pixel_bytes_); code < 0) return code;
+  return 0;
+}
+
+int32_t page_rows::view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pixels) {
+  if (plain_) {
+    *n = std::min(*n, uint32_t(sizeof part_ / pixel_bytes_));
+    *pixels = part_;
+    return read_plain(y, x, *n, part_);
+  }
+  if (cached_ != y + uint64_t{1}) {
+    cached_ = 0;
+    if (const int32_t code = make_row(y, pixels_.data()); code < 0) return code;
+    cached_ = y + uint64_t{1};
+  }
+  *pixels = pixels_.data() + x * pixel_bytes_;
+  return 0;
+}
+
+}  // namespace qvim::tiff

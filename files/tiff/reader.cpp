@@ -1,0 +1,225 @@
+// The open file behind TIFF images.
+#include "files/tiff/reader.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include <qvimage/data.h>
+#include <qvimage/error.h>
+
+#include "core/null.hpp"
+#include "core/result.hpp"
+#include "files/bufio.hpp"
+#include "files/tiff/colour_map.hpp"
+
+namespace qvim::tiff {
+
+namespace {
+
+int32_t hint_of(const page &p) {
+  const uint32_t photometric = p.scalar[Photometric];
+  switch (p.samples()) {
+    case 1: return photometric <= black_is_zero ? QVIM_HINT_GREY : QVIM_HINT_UNKNOWN;
+    case 3:
+      return photometric == rgb ? QVIM_HINT_RGB : photometric == ycbcr ? QVIM_HINT_YCRCB : QVIM_HINT_UNKNOWN;
+    case 4: return photometric == separated ? QVIM_HINT_CMYK : QVIM_HINT_UNKNOWN;
+    default: return QVIM_HINT_UNKNOWN;
+  }
+}
+
+float length_of(const std::array<uint32_t, 2> &resolution) {
+  return resolution[0] ? float(double(resolution[1]) / double(resolution[0])) : 0.0f;
+}
+
+}  // namespace
+
+qvimagedata describe(const page &p, mapped_as presented) {
+  const int32_t bits = p.bits()[0];
+  const bool real = p.sample_format()[0] == 3;
+  const int32_t type = real ? qvimfloatsizedata(bits / 8) : qvimdatabittype(bits);
+  int32_t pixies = int32_t(p.samples()), hint = hint_of(p);
+  if (p.present[ColorMap]) {
+    pixies = presented == mapped_as::indices ? 1 : 3;
+    hint = presented == mapped_as::indices ? QVIM_HINT_INDEX : QVIM_HINT_RGB;
+  }
+  qvimagedata data;
+  qviminitdata(&data, type, real ? 0 : bits, pixies, hint);
+  return data;
+}
+
+qvimagehints describe_size(const page &p) {
+  const uint32_t unit = p.scalar[ResolutionUnit];
+  const uint8_t code = unit == 2   ? QVIM_UNIT_INCH
+                       : unit == 3 ? QVIM_UNIT_CENTIMETER
+                       : unit == 1 ? QVIM_UNIT_RATIO
+                                   : QVIM_UNIT_UNKNOWN;
+  qvimagehints hints;
+  qviminithints(&hints, code, code, QVIM_UNIT_UNKNOWN, length_of(p.resolution[0]), length_of(p.resolution[1]),
+                0);
+  return hints;
+}
+
+reader::~reader() {
+  bufio_done(&file);
+  identity = 0;
+}
+
+int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
+  if (const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rb", bufsize, 0); code < 0)
+    return code;
+  return read_header(&file, &format);
+}
+
+int32_t reader::read_page(uint64_t offset) {
+  started = false;
+  return read_directory(&file, format, offset, &page, &where);
+}
+
+int32_t reader::find_page(uint64_t n) {
+  chain directories(&file, format);
+  int32_t code = 1;
+  for (uint64_t i = 0; i <= n && code > 0; i++) code = directories.next();
+  if (code == 0) code = bufio_err(&file);
+  if (code <= 0) return code < 0 ? code : QVERR_FORMAT;  // the chain ended before the page
+  number = n;
+  code = read_page(directories.directory());
+  data = describe(page, presented);
+  return code;
+}
+
+int32_t reader::list_pages() {
+  chain directories(&file, format);
+  int32_t code;
+  while ((code = directories.next()) > 0) {
+    if (page_count == std::numeric_limits<int32_t>::max()) return QVERR_FORMAT;
+    if (page_count == pages.size() && !pages.resize(std::max(uint64_t{16}, 2 * page_count)))
+      return QVERR_MEMORY;
+    number = page_count;
+    pages[page_count++] = directories.directory();
+    if ((code = read_page(directories.directory())) < 0) return code;
+  }
+  if (code == 0) code = bufio_err(&file);
+  if (code < 0) return code;
+  data = describe(page, presented);
+  return page_count ? 0 : QVERR_FORMAT;
+}
+
+int32_t reader::start_page() {
+  const bool expands = this->page.present[ColorMap] && presented == mapped_as::colours;
+  if (this->page.present[ColorMap])
+    if (const int32_t code = read_colour_map(&file, format, this->page, where, &colours); code < 0)
+      return code;
+  const uint32_t pixel_bytes = uint32_t(qvimdatasize(uint32_t(data.pixietype)) * data.pixies);
+  const int32_t code = rows.start(this->page, where, pixel_bytes, expands ? colours.data() : nullptr);
+  started = code == 0;
+  return code;
+}
+
+int32_t reader::turn_to(uint64_t n) {
+  if (n >= page_count) return QVERR_FORMAT;
+  number = n;
+  return read_page(pages[n]);
+}
+
+int32_t reader::select(uint64_t n) {
+  if (page_count == 0) return started ? 0 : start_page();
+  if (n == number && started) return 0;
+  if (const int32_t code = turn_to(n); code < 0) return code;
+  const qvimagedata here = describe(page, presented);
+  if (std::memcmp(&here, &data, sizeof here) != 0) return QVERR_FORMAT;
+  return start_page();
+}
+
+int64_t reader::count_pages() {
+  if (page_count) return int64_t(page_count);
+  chain directories(&file, format);
+  int32_t code;
+  while ((code = directories.next()) > 0) continue;
+  if (bufio_err(&file) == QVERR_IO) code = QVERR_IO;
+  bufio_errclear(&file);
+  return code < 0 ? code : int64_t(directories.passed());
+}
+
+void reader::latch(int32_t code) {
+  latched = worst(latched, code);
+  bufio_errclear(&file);
+}
+
+int32_t reader_of(tiffhandle *h, reader **result) {
+  if (!h) return QVERR_USAGE;
+  if (h->identity != tiffhandle::reader_mark) return QVERR_HANDLE;
+  *result = static_cast<reader *>(h);
+  return 0;
+}
+
+namespace {
+
+// How an image is opened, by dimension.
+int32_t find(reader &r, qvimage *, uint64_t page) { return r.find_page(page); }
+int32_t find(reader &r, qvimage3 *, uint64_t) { return r.list_pages(); }
+
+template <class Record>
+int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, const char *fopenmode,
+             int64_t bufsize, uint64_t page, bool infoonly) {
+  if (!im || !h || *h || !path) return QVERR_USAGE;
+  auto r = make_owned<reader>(palette ? mapped_as::indices : mapped_as::colours);
+  if (!r) return QVERR_MEMORY;
+  int32_t code = r->open(path, fopenmode, bufsize);
+  if (code == 0) code = find(*r, im, page);
+  if (code == 0 && !infoonly) code = r->start_page();
+  if (code == 0 && palette && r->colours.size()) code = present_palette(palette, r->page, r->colours);
+  if (code < 0) return code;
+  present(im, *r);
+  *h = r.release();
+  return 0;
+}
+
+// Both images are null images unless opening makes them more.
+template <class Record>
+int32_t open_or_null(Record *im, qvimage *palette, tiffhandle **h, const char *path, const char *fopenmode,
+                     int64_t bufsize, uint64_t page, bool infoonly) {
+  qvimage_defnull(palette);
+  const int32_t code = open(im, palette, h, path, fopenmode, bufsize, page, infoonly);
+  if (code == 0) return 0;
+  qvimage_defnull(palette);
+  return im ? fail(im, code) : code;
+}
+
+template <class Record>
+int32_t close(Record *im, qvimage *palette, tiffhandle **h) {
+  if (im) fail(im, 0);
+  qvimage_defnull(palette);
+  reader *r;
+  const int32_t code = reader_of(h ? *h : nullptr, &r);
+  if (code < 0) return code;
+  *h = nullptr;
+  owned<reader> released(r);
+  return 0;
+}
+
+}  // namespace
+
+}  // namespace qvim::tiff
+
+extern "C" {
+
+int32_t qvimage_tiffread(qvimage *image, qvimage *palette, tiffhandle **h, const char *path,
+                         const char *fopenmode, int64_t bufsize, uint64_t page, uint32_t infoonly) {
+  return qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, page, infoonly != 0);
+}
+
+int32_t qvimage3_tiffread(qvimage3 *image, qvimage *palette, tiffhandle **h, const char *path,
+                          const char *fopenmode, int64_t bufsize, uint32_t infoonly) {
+  return qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, 0, infoonly != 0);
+}
+
+int32_t qvimage_tiffreaddone(qvimage *image, qvimage *palette, tiffhandle **h) {
+  return qvim::tiff::close(image, palette, h);
+}
+
+int32_t qvimage3_tiffreaddone(qvimage3 *image, qvimage *palette, tiffhandle **h) {
+  return qvim::tiff::close(image, palette, h);
+}
+
+}  // extern "C"

@@ -1,0 +1,96 @@
+// From the bytes of a page's row to its samples.
+#include "files/tiff/row_steps.hpp"
+
+#include <cstring>
+
+#include <qvimage/npfbix.h>
+#include <qvimage/npfpix.h>
+
+#include "files/tiff/wire.hpp"
+
+namespace qvim::tiff {
+
+namespace {
+
+// A stream of bits is read from the most significant end of each byte, whatever the file's byte order: 3.
+// Only samples of three whole bytes follow the file's order, so in little-endian files the low byte comes
+// first: 2.
+uint32_t stream_mode(uint32_t bits, const format &f) { return bits == 24 && !f.big_endian ? 2 : 3; }
+
+// What 1 to 4 neighbouring samples add up to, sample by sample; modulo 2^bits through the mask.
+template <class T, int Samples>
+void sum(uint8_t *row, uint64_t pixels, T mask) {
+  T total[Samples] = {};
+  for (uint64_t i = 0; i < pixels; i++, row += Samples * sizeof(T))
+    for (int s = 0; s < Samples; s++) {
+      T difference;
+      std::memcpy(&difference, row + s * sizeof(T), sizeof(T));
+      total[s] = T(total[s] + difference) & mask;
+      std::memcpy(row + s * sizeof(T), &total[s], sizeof(T));
+    }
+}
+
+template <class T>
+void sum(uint8_t *row, uint64_t values, int samples, uint32_t bits) {
+  const T mask = T((uint32_t{1} << bits) - 1);  // of at most 16 bits
+  const uint64_t pixels = values / uint64_t(samples);
+  switch (samples) {
+    case 1: return sum<T, 1>(row, pixels, mask);
+    case 2: return sum<T, 2>(row, pixels, mask);
+    case 3: return sum<T, 3>(row, pixels, mask);
+    default: return sum<T, 4>(row, pixels, mask);
+  }
+}
+
+void swap_bytes(uint8_t *samples, int size, uint64_t count) {
+  if (size == 2) return npfbix2_swab(samples, 2, count);
+  if (size == 4) return npfbix4_swab(samples, 4, count);
+  for (uint64_t i = 0; i < count; i++) {
+    const uint64_t value = __builtin_bswap64(from_bytes<uint64_t>(samples + 8 * i));
+    std::memcpy(samples + 8 * i, &value, 8);
+  }
+}
+
+void invert(uint8_t *samples, int size, uint64_t count, uint32_t bits) {
+  const uint32_t highest = 0xFFFFFFFFu >> (bits < 32 ? 32 - bits : 0);
+  if (size == 1) return npfpix1_neg(samples, count, 0, 0, &highest);
+  if (size == 2) return npfpix2_neg(samples, count, 0, 0, &highest);
+  npfpix4_neg(samples, count * uint64_t(size / 4), 0, 0, &highest);  // 64 bits invert as two halves
+}
+
+}  // namespace
+
+row_steps::row_steps(const page &p, const format &f) {
+  const rows form = rows_of(p);
+  bits_ = form.bits;
+  sample_bytes_ = form.container();
+  samples_ = int(form.samples);
+  values_ = form.values();
+  const bool fills = bits_ == uint32_t(8 * sample_bytes_);
+  if (form.packed && !fills) {
+    unstuff_ = sample_bytes_ == 1   ? npfbit8_unstuff
+               : sample_bytes_ == 2 ? npfbit16_unstuff
+                                    : npfbit32_unstuff;
+    stuff_mode_ = stream_mode(bits_, f);
+  }
+  // The predictive coder stores two-byte samples low byte first in files of either order.
+  const bool little_endian = !form.packed || !f.big_endian;
+  swapped_bytes_ =
+      !unstuff_ && sample_bytes_ > 1 && little_endian != (std::endian::native == std::endian::little);
+  differenced_ = p.differenced();
+  const bool integers = p.sample_format()[0] == 1;
+  inverted_ = p.scalar[Photometric] == white_is_zero && integers && samples_ == 1 && !p.present[ColorMap];
+}
+
+void row_steps::unpack(const uint8_t *row, uint8_t *samples) const {
+  unstuff_(samples, row, values_, bits_, stuff_mode_);
+}
+
+void row_steps::finish(uint8_t *samples, uint64_t count) const {
+  if (swapped_bytes_) swap_bytes(samples, sample_bytes_, count);
+  if (differenced_ && sample_bytes_ == 1) sum<uint8_t>(samples, count, samples_, bits_);
+  if (differenced_ && sample_bytes_ == 2) sum<uint16_t>(samples, count, samples_, bits_);
+  if (inverted_) invert(samples, sample_bytes_, count, bits_);
+}
+
+}  // namespace qvim::tiff

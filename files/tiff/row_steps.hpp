@@ -1,0 +1,39 @@
+// From the bytes of a page's row to its samples: unpacking, byte order, differences, inversion.
+#pragma once
+
+#include <cstdint>
+
+#include <qvimage/kernel.h>
+
+#include "files/tiff/format.hpp"
+#include "files/tiff/page.hpp"
+
+namespace qvim::tiff {
+
+class row_steps {
+ public:
+  row_steps() = default;
+  row_steps(const page &p, const format &f);
+
+  // Do samples take other room than the row's bytes? Then unpack() puts them into a second place.
+  bool unpacks() const { return unstuff_ != nullptr; }
+  void unpack(const uint8_t *row, uint8_t *samples) const;
+
+  // Is there anything for finish() to do?
+  bool finishes() const { return swapped_bytes_ || differenced_ || inverted_; }
+  // In place, on samples of a whole row, or of part of one where pages have no differences.
+  void finish(uint8_t *samples, uint64_t count) const;
+
+  int sample_bytes() const { return sample_bytes_; }
+  uint64_t values() const { return values_; }  // samples of a row
+
+ private:
+  npfbitunstuff_fn *unstuff_ = nullptr;
+  uint32_t bits_ = 0, stuff_mode_ = 0;
+  int sample_bytes_ = 1;
+  int samples_ = 1;  // of a pixel
+  uint64_t values_ = 0;
+  bool swapped_bytes_ = false, differenced_ = false, inverted_ = false;
+};
+
+}  // namespace qvim::tiff

@@ -1,0 +1,111 @@
+// The rows of a page as its strips hold them.
+#include "files/tiff/strip_rows.hpp"
+
+#include <algorithm>
+
+#include "files/codec.hpp"
+
+namespace qvim::tiff {
+
+int32_t strip_rows::start(const page &p, const directory &d) {
+  in_strip_ = false;
+  const rows form = rows_of(p);
+  const uint32_t compression = p.scalar[Compression];
+  // Pages of a stack are mostly alike: their codec stays.
+  if (compression != compression_ || form.width != form_.width || form.samples != form_.samples ||
+      form.bits != form_.bits) {
+    compression_ = uncompressed;
+    if (const int32_t code = codec_.start(compression, form); code < 0) return code == -1 ? -11 : code;
+    compression_ = compression;
+    form_ = form;
+  }
+  row_bytes_ = form.bytes();
+  height_ = p.height();
+  rows_per_strip_ = p.scalar[RowsPerStrip];
+  offsets_.assign(d.at[StripOffsets]);
+  byte_counts_.assign(d.at[StripByteCounts]);
+  return 0;
+}
+
+int32_t strip_rows::locate(uint32_t y, uint32_t most, uint64_t *position, uint32_t *count) {
+  const uint64_t length = file_->filelen;
+  uint64_t strip = y / rows_per_strip_;
+  uint32_t row = y % rows_per_strip_;
+  uint64_t end = offsets_[strip];
+  if (const int32_t code = bufio_err(file_); code < 0) return code;
+  if (end > length || row > (length - end) / row_bytes_) return -10;
+  *position = end += row * row_bytes_;
+  uint64_t total = 0;
+  while (true) {
+    const uint64_t wanted =
+        std::min({rows_per_strip_ - row, height_ - y - uint32_t(total), most - uint32_t(total)});
+    const uint64_t n = std::min(wanted, (length - end) / row_bytes_);
+    total += n;
+    end += n * row_bytes_;
+    row = 0;
+    if (n < wanted || total == most || ++strip == offsets_.size() || offsets_[strip] != end) break;
+  }
+  *count = std::max(uint32_t(total), 1u);  // of a row that the file cuts off the beginning may be there
+  return bufio_err(file_);
+}
+
+int32_t strip_rows::begin_strip(uint32_t strip) {
+  in_strip_ = false;
+  const uint64_t offset = offsets_[strip];
+  const uint64_t length = file_->filelen;
+  uint64_t count = byte_counts_.size() ? byte_counts_[strip] : length;
+  if (const int32_t code = bufio_err(file_); code < 0) return code;
+  if (offset > length) return -10;
+  count = std::min(count, length - offset);
+  if (compression_ == lzw && count >= 2) {
+    uint8_t first[2];
+    read_bytes_at(file_, offset, first, 2);
+    if (lzw_bits_reversed(first[0], first[1])) return -10;
+  }
+  if (const int32_t code = codec_.reset(); code < 0) return code;
+  in_ = {};
+  fed_ = offset;
+  end_ = offset + count;
+  strip_ = strip;
+  next_row_ = 0;
+  in_strip_ = true;
+  return 0;
+}
+
+// The codec takes the file's bytes where they lie in the resident block. Others may have moved the block
+// since the last row, so it is asked for anew each time.
+int32_t strip_rows::decode_next(uint8_t *to) {
+  codecstream out{};
+  out.next = out.start = to;
+  out.end = to + row_bytes_;
+  while (out.next < out.end) {
+    uint8_t nothing = 0, *bytes = &nothing;
+    file_->pos = fed_;
+    const uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;
+    in_.start = in_.next = bytes;
+    in_.end = bytes + n;
+    in_.more = fed_ + n < end_;
+    const uint8_t *const before = out.next;
+    const int32_t code = codec_.decode(&in_, &out);
+    const uint64_t taken = uint64_t(in_.next - bytes);
+    fed_ += taken;
+    if (const int32_t failure = bufio_err(file_); failure < 0) return failure;
+    if (out.next == out.end) break;
+    if (code < 0) return code == -2 ? -2 : -10;
+    if (code > 0 || (taken == 0 && out.next == before)) return -10;
+  }
+  next_row_++;
+  return 0;
+}
+
+int32_t strip_rows::decode(uint32_t y, uint8_t *to) {
+  const uint32_t strip = y / rows_per_strip_, row = y % rows_per_strip_;
+  int32_t code = 0;
+  if (!in_strip_ || strip_ != strip || next_row_ > row) code = begin_strip(strip);
+  while (code == 0 && next_row_ <= row)
+    code = decode_next(to);  // rows before the one asked for are passed over
+  if (code < 0) in_strip_ = false;
+  return code;
+}
+
+}  // namespace qvim::tiff

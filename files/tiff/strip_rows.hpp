@@ -1,0 +1,49 @@
+// The rows of a page as its strips hold them: uncompressed bytes anywhere in the file, or a strip decoded in
+// sequence.
+#pragma once
+
+#include <cstdint>
+
+#include "files/tiff/directory_read.hpp"
+#include "files/tiff/strip_codec.hpp"
+
+namespace qvim::tiff {
+
+class strip_rows {
+ public:
+  strip_rows(bufio *file, const format *f) : file_(file), offsets_(file, f), byte_counts_(file, f) {}
+
+  // Turns to a page: 0, -2, or -11 for rows that the page's codec does not serve.
+  [[nodiscard]] int32_t start(const page &p, const directory &d);
+
+  bool compressed() const { return bool(codec_); }
+  uint64_t row_bytes() const { return row_bytes_; }
+  uint32_t height() const { return height_; }
+
+  // Uncompressed pages: where row y stands in the file, and how many rows (up to `most`) follow each other
+  // there from row y on. -10 when the file ends before them, -7.
+  [[nodiscard]] int32_t locate(uint32_t y, uint32_t most, uint64_t *position, uint32_t *count);
+
+  // Compressed pages: decodes row y into row_bytes() bytes. The next row of a strip goes on from there, any
+  // other starts again at the strip's beginning. -10 for a broken or short strip, -7, -2.
+  [[nodiscard]] int32_t decode(uint32_t y, uint8_t *to);
+
+ private:
+  int32_t begin_strip(uint32_t strip);
+  int32_t decode_next(uint8_t *to);
+
+  bufio *file_;
+  file_array offsets_, byte_counts_;
+  strip_codec codec_;
+  uint32_t compression_ = uncompressed;
+  rows form_{};
+  uint64_t row_bytes_ = 0;
+  uint32_t height_ = 0, rows_per_strip_ = 1;
+
+  bool in_strip_ = false;              // the codec is at the row below
+  uint32_t strip_ = 0, next_row_ = 0;  // the row within the strip
+  uint64_t fed_ = 0, end_ = 0;         // in the file: the next byte for the codec, the strip's end
+  codecstream in_{};
+};
+
+}  // namespace qvim::tiff
