@@ -19,3 +19,11 @@
 
 // What is compiled into a kernel must be part of it, or it would stay at the lowest level.
 #define QVIM_INLINE [[gnu::always_inline]] inline
+
+// The loop that follows does not carry values through memory from one round to the next. Clang finds out
+// itself.
+#ifdef __clang__
+#define QVIM_INDEPENDENT
+#else
+#define QVIM_INDEPENDENT _Pragma("GCC ivdep")
+#endif

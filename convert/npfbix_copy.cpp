@@ -12,7 +12,7 @@ struct item {
 
 template <uint64_t size, int64_t srcstride, int64_t dststride>
 QVIM_INLINE void copy_fixed(const char *src, char *dst, uint64_t count) {
-#pragma GCC ivdep
+  QVIM_INDEPENDENT
   for (int64_t i = 0; i < int64_t(count); ++i) std::memcpy(dst + i * dststride, src + i * srcstride, size);
 }
 

@@ -38,12 +38,12 @@ QVIM_INLINE void run_dense(const char *src, char *dst, uint64_t count, const Ope
     static_assert(sizeof(S) == sizeof(D));
     constexpr uint64_t per_word = sizeof(uint32_t) / sizeof(S);
     const uint64_t words = count / per_word;
-#pragma GCC ivdep
+    QVIM_INDEPENDENT
     for (uint64_t i = 0; i < words; ++i) store(dst + 4 * i, operation.word(load<uint32_t>(src + 4 * i)));
     for (uint64_t i = words * per_word; i < count; ++i)
       store<D>(dst + i * sizeof(D), operation(load<S>(src + i * sizeof(S))));
   } else {
-#pragma GCC ivdep
+    QVIM_INDEPENDENT
     for (uint64_t i = 0; i < count; ++i)
       store<D>(dst + i * sizeof(D), operation(load<S>(src + i * sizeof(S))));
   }
