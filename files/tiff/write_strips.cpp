@@ -1,8 +1,9 @@
 // The strips of a page: rows are fetched from the image, encoded, compressed and appended.
 #include <qvimage/data.h>
+#include <qvimage/error.h>
 
 #include "core/result.hpp"
-#include "files/arith.hpp"
+#include "files/codec.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
@@ -44,21 +45,20 @@ class strip_sink {
     in.start = in.next = const_cast<uint8_t *>(row);
     in.end = in.next + bytes;
     in.more = !last;
-    for (;;) {
+    for (int32_t code = 0;;) {
       uint8_t *place;
       const uint64_t taken = bufio_ptr2(stream_, room(), 'w', &place);
-      if (taken == 0) return worst(-7, bufio_err(stream_));
+      if (taken == 0) return worst(QVERR_IO, bufio_err(stream_));
       out_.next = place;
       out_.end = place + taken;
       const uint8_t *const before = in.next;
-      const int32_t code = codec_->encode(&in, &out_);
-      const bool stuck = in.next == before && out_.next == place;
-      const bool full = out_.next == out_.end;
-      if (code == 1) finish_bits(&out_);
+      if (code != 1) code = codec_->encode(&in, &out_);
+      const bool closed = code == 1 && finish_bits(&out_);
+      const bool full = out_.next == out_.end, stuck = in.next == before && out_.next == place;
       bufio_ptr2truncate(stream_, stream_->pos - uint64_t(out_.end - out_.next));
       if (code < 0) return code;
-      if (code == 1 || (!last && in.next == in.end && !full)) return 0;
-      if (stuck && !full) return -5;
+      if (closed || (code == 0 && !last && in.next == in.end && !full)) return 0;
+      if (stuck && !full) return QVERR_LOGIC;
     }
   }
 
@@ -76,7 +76,7 @@ int32_t fetch_row(qvimage *image, uint8_t *row, uint32_t width, int32_t y) {
                                          width - done, int32_t(done), y);
     if (moved == 0 || moved > width - done) {
       const int32_t latched = int32_t(image->aeiou(image, 'e', 0, 1, nullptr));
-      return latched < 0 ? latched : -7;
+      return latched < 0 ? latched : QVERR_IO;
     }
     done += moved;
   }
