@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include <qvimage/data.h>
+#include <qvimage/error.h>
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 
@@ -11,23 +11,29 @@ namespace qvim::tiff {
 
 namespace {
 
-npfclx_fn *exchange_kernel(int32_t pixietype) {
-  switch (pixietype) {
-    case QVIM_UINT8: return npfclx1_RGBxtoBGRx_2n;
-    case QVIM_UINT16: return npfclx2_RGBxtoBGRx_2n;
-    case QVIM_UINT32: return npfclx4_RGBxtoBGRx_2n;
-    case QVIM_FLOAT32: return npfclxf_RGBxtoBGRx_2n;
-    default: return npfclxd_RGBxtoBGRx_2n;
-  }
+// Exchanges move samples and do not look at them, so their size is all that counts.
+npfclx_fn *exchange_kernel(int bytes) {
+  return bytes == 1   ? npfclx1_RGBxtoBGRx_2n
+         : bytes == 2 ? npfclx2_RGBxtoBGRx_2n
+         : bytes == 4 ? npfclx4_RGBxtoBGRx_2n
+                      : npfclxd_RGBxtoBGRx_2n;
 }
 
-npfclx_fn *chroma_kernel(int32_t pixietype) {
-  switch (pixietype) {
-    case QVIM_UINT8: return npfclx1_YCrCbtoYCbCr;
-    case QVIM_UINT16: return npfclx2_YCrCbtoYCbCr;
-    case QVIM_UINT32: return npfclx4_YCrCbtoYCbCr;
-    case QVIM_FLOAT32: return npfclxf_YCrCbtoYCbCr;
-    default: return npfclxd_YCrCbtoYCbCr;
+npfclx_fn *chroma_kernel(int bytes) {
+  return bytes == 1   ? npfclx1_YCrCbtoYCbCr
+         : bytes == 2 ? npfclx2_YCrCbtoYCbCr
+         : bytes == 4 ? npfclx4_YCrCbtoYCbCr
+                      : npfclxd_YCrCbtoYCbCr;
+}
+
+void swap_in_place(uint8_t *row, int bytes, uint64_t count) {
+  if (bytes == 2) return npfbix2_swab(row, 2, count);
+  if (bytes == 4) return npfbix4_swab(row, 4, count);
+  for (uint64_t i = 0; i < count; i++) {
+    uint64_t value;
+    std::memcpy(&value, row + 8 * i, 8);
+    value = __builtin_bswap64(value);
+    std::memcpy(row + 8 * i, &value, 8);
   }
 }
 
@@ -49,24 +55,26 @@ int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &
   width_ = r.width;
   height_ = p.height();
   samples_ = int(r.samples);
+  container_ = r.container();
   bits_ = r.bits;
   bytes_ = r.bytes();
   pixies_ = image.d.pixies;
   pixiesize_ = image.f.pixiesize;
   pixietype_ = image.d.pixietype;
+  narrows_ = container_ < pixiesize_;
   drops_pad_ = samples_ < pixies_;
   exchanges_ = o.rgb && pixies_ > 2;
   ycc_ = o.ycc && pixies_ > 2;
   differences_ = p.differenced();
-  packs_ = r.packed && bits_ != uint32_t(8 * pixiesize_);
-  swaps_ = r.packed && !packs_ && pixiesize_ > 1 && f.big_endian;
+  packs_ = r.packed && bits_ != uint32_t(8 * container_);
+  swaps_ = r.packed && !packs_ && container_ > 1 && f.big_endian;
   // Whole bytes follow the file's byte order; other depths are one stream of bits, most significant first.
   pack_mode_ = bits_ % 8 == 0 && !f.big_endian ? 2 : 3;
 
-  const uint64_t unpacked = uint64_t(width_) * uint64_t(pixies_) * uint64_t(pixiesize_);
-  if (!fetched_.allocate(unpacked)) return -2;
-  if ((drops_pad_ || ycc_ || differences_) && !work_.allocate(unpacked)) return -2;
-  if (packs_ && !packed_.allocate(bytes_)) return -2;
+  const uint64_t row = uint64_t(width_) * uint64_t(pixies_) * uint64_t(pixiesize_);
+  if (!fetched_.allocate(row)) return QVERR_MEMORY;
+  if ((narrows_ || drops_pad_ || ycc_ || differences_) && !work_.allocate(row)) return QVERR_MEMORY;
+  if (packs_ && !packed_.allocate(bytes_)) return QVERR_MEMORY;
   return 0;
 }
 
@@ -77,57 +85,57 @@ bool row_encoder::fits(const qvimage &image) const {
 }
 
 const uint8_t *row_encoder::encode() {
-  uint8_t *row = reorder();
+  uint8_t *row = fetched_.data();
+  if (narrows_) row = narrow(row);
+  if (drops_pad_) row = drop_pad(row);
+  if (exchanges_) row = exchange(row);
+  if (ycc_) row = exchange_chroma(row);
   if (differences_) row = difference(row);
-  if (swaps_) swap_bytes(row);
+  if (swaps_) row = swap_bytes(row);
   return packs_ ? pack(row) : row;
 }
 
-uint8_t *row_encoder::reorder() {
-  uint8_t *const row = fetched_.data();
-  const uint64_t from = uint64_t(pixies_) * uint64_t(pixiesize_),
-                 to = uint64_t(samples_) * uint64_t(pixiesize_);
-  if (drops_pad_) {
-    if (exchanges_)
-      exchange_kernel(pixietype_)(row, work_.data(), from, to, width_, 0, nullptr);
-    else
-      npfbix_zntozn_n(row, work_.data(), int64_t(from), int64_t(to), width_, uint32_t(to), 0);
-    return work_.data();
-  }
-  if (exchanges_) exchange_kernel(pixietype_)(row, row, from, from, width_, 0, nullptr);
-  if (!ycc_) return row;
-  // The kernel moves three components and needs a second buffer; a fourth comes along with the copy.
-  if (samples_ > 3) std::memcpy(work_.data(), row, from * width_);
-  chroma_kernel(pixietype_)(row, work_.data(), from, to, width_, 0, nullptr);
-  return work_.data();
+// Few bits in a wide pixie: from here on in the smallest container that holds them.
+uint8_t *row_encoder::narrow(uint8_t *row) {
+  auto *const kernel = container_ == 2 ? npfbix_4to2_i : pixiesize_ == 4 ? npfbix_4to1_i : npfbix_2to1_i;
+  kernel(row, other(row), pixiesize_, container_, uint64_t(width_) * uint64_t(pixies_), 0, 0);
+  return other(row);
+}
+
+uint8_t *row_encoder::drop_pad(uint8_t *row) {
+  const int64_t from = pixies_ * container_, to = samples_ * container_;
+  npfbix_zntozn_n(row, other(row), from, to, width_, uint32_t(to), 0);
+  return other(row);
+}
+
+uint8_t *row_encoder::exchange(uint8_t *row) {
+  const uint64_t pixel = uint64_t(samples_ * container_);
+  exchange_kernel(container_)(row, row, pixel, pixel, width_, 0, nullptr);
+  return row;
+}
+
+// The kernel moves three components and needs a second buffer; a fourth comes along with the copy.
+uint8_t *row_encoder::exchange_chroma(uint8_t *row) {
+  const uint64_t pixel = uint64_t(samples_ * container_);
+  if (samples_ > 3) std::memcpy(other(row), row, pixel * width_);
+  chroma_kernel(container_)(row, other(row), pixel, pixel, width_, 0, nullptr);
+  return other(row);
 }
 
 uint8_t *row_encoder::difference(uint8_t *row) {
-  uint8_t *const other = row == fetched_.data() ? work_.data() : fetched_.data();
-  const uint64_t count = uint64_t(width_) * uint64_t(samples_);
-  if (pixiesize_ == 1)
-    differences<uint8_t>(row, other, count, samples_, bits_);
-  else
-    differences<uint16_t>(row, other, count, samples_, bits_);
-  return other;
+  auto *const subtract = container_ == 1 ? differences<uint8_t> : differences<uint16_t>;
+  subtract(row, other(row), file_values(), samples_, bits_);
+  return other(row);
 }
 
-void row_encoder::swap_bytes(uint8_t *row) const {
-  const uint64_t count = uint64_t(width_) * uint64_t(samples_);
-  if (pixiesize_ == 2) return void(npfbix2_swab(row, 2, count));
-  if (pixiesize_ == 4) return void(npfbix4_swab(row, 4, count));
-  for (uint64_t i = 0; i < count; i++) {
-    uint64_t value;
-    std::memcpy(&value, row + 8 * i, 8);
-    value = __builtin_bswap64(value);
-    std::memcpy(row + 8 * i, &value, 8);
-  }
+uint8_t *row_encoder::swap_bytes(uint8_t *row) {
+  swap_in_place(row, container_, file_values());
+  return row;
 }
 
 const uint8_t *row_encoder::pack(const uint8_t *row) {
-  const uint64_t count = uint64_t(width_) * uint64_t(samples_);
-  auto *const stuff = pixiesize_ == 1 ? npfbit8_stuff : pixiesize_ == 2 ? npfbit16_stuff : npfbit32_stuff;
-  stuff(row, packed_.data(), count, bits_, pack_mode_);
+  auto *const stuff = container_ == 1 ? npfbit8_stuff : container_ == 2 ? npfbit16_stuff : npfbit32_stuff;
+  stuff(row, packed_.data(), file_values(), bits_, pack_mode_);
   return packed_.data();
 }
 

@@ -43,7 +43,7 @@ int32_t find_end(writer &w, uint64_t pages) {
   if (const int32_t code = read_header(&w.file, &w.format); code < 0) return code;
   chain walk(&w.file, w.format);
   for (uint64_t i = 0; i < pages; i++)
-    if (const int32_t moved = walk.next(); moved <= 0) return worst(moved, -10);
+    if (const int32_t moved = walk.next(); moved <= 0) return moved < 0 ? moved : -10;
   w.appends = true;
   w.former_length = w.complete = w.file.filelen;
   w.former_link = w.link = walk.link();

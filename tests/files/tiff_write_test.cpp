@@ -159,6 +159,9 @@ constexpr kind kinds[] = {
     {"twelve bits", 2, 12, 1, QVIM_HINT_GREY, 1, 1, 12, {}},
     {"sixteen bits", 2, 16, 1, QVIM_HINT_GREY, 1, 1, 16, {}},
     {"few bits in a wide container", 4, 5, 1, QVIM_HINT_GREY, 1, 1, 5, {}},
+    {"bytes in a wide container", 2, 8, 1, QVIM_HINT_GREY, 1, 1, 8, {}},
+    {"sixteen bits in a wide container", 4, 16, 3, QVIM_HINT_RGB, 2, 3, 16, {}},
+    {"bytes in a wide container, with a pad", 4, 8, 4, QVIM_HINT_BGRPAD, 2, 3, 8, {true, false}},
     {"twenty-four bits", 4, 24, 1, QVIM_HINT_GREY, 1, 1, 24, {}},
     {"twenty-nine bits", 4, 29, 1, QVIM_HINT_GREY, 1, 1, 29, {}},
     {"thirty-two bits", 4, 32, 1, QVIM_HINT_GREY, 1, 1, 32, {}},
@@ -563,8 +566,9 @@ TEST(TiffWrite, EveryFailureIsReportedAndLeavesNoFile) {
     char text[] = "text";
     options.description = text;
     auto write = [&] {
-      return qvimage_tiffwrite(nullptr, &source.image, &palette.image, path.c_str(), nullptr, 4096, 0,
-                               &options, 0, 0, 0);
+      std::remove(path.c_str());
+      return qvimage_tiffwrite(nullptr, &source.image, &source == &index ? &palette.image : nullptr,
+                               path.c_str(), nullptr, 4096, 0, &options, 0, 0, 0);
     };
     auto after = [&](bool fired, int32_t code, int32_t expected) {
       if (!fired) {
