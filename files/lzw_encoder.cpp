@@ -20,8 +20,6 @@ bool flush(bit_buffer &buffer, codecstream &out) {
   return true;
 }
 
-constexpr uint32_t slot_of(uint32_t key, uint32_t slot_bits) { return key * 0x9E3779B1u >> (32 - slot_bits); }
-
 }  // namespace
 
 void encoder::reset() { stage_ = stage::start; }
@@ -72,10 +70,11 @@ void encoder::emit(uint32_t code, bit_buffer &buffer) const {
   buffer.count += width_;
 }
 
-// The slot of a string, or the free one where it belongs.
-inline uint32_t encoder::find(uint32_t key) const {
-  uint32_t slot = slot_of(key, slot_bits);
-  while (table_[slot] && table_[slot] >> max_width != key) slot = (slot + 1) % slots;
+// The slot of a string, or the free one where it belongs. Five times the code and a scattered byte spread the
+// strings as well as a multiplication of the whole pair, and sooner: only the sum waits for the code.
+inline uint32_t encoder::find(uint32_t code, uint32_t byte) const {
+  uint32_t slot = (code * 5 + byte * 0x9E5) % slots;
+  while (table_[slot] && pairs_[table_[slot]] != pair(code, byte)) slot = (slot + 1) % slots;
   return slot;
 }
 
@@ -84,13 +83,14 @@ void encoder::take(uint32_t byte, bit_buffer &buffer) {
     current_ = byte;
     return;
   }
-  const uint32_t key = pair(current_, byte), slot = find(key);
+  const uint32_t slot = find(current_, byte);
   if (table_[slot]) {
-    current_ = table_[slot] % codes;
+    current_ = table_[slot];
     return;
   }
   emit(current_, buffer);
-  table_[slot] = key << max_width | next_;
+  table_[slot] = uint16_t(next_);
+  pairs_[next_] = pair(current_, byte);
   if (++next_ == 1u << width_) width_++;
   current_ = byte;
 }
@@ -107,24 +107,27 @@ void encoder::finish(bit_buffer &buffer) {
   buffer.count += padding;
 }
 
-// Encodes while there is ample input and room, up to where the table starts anew. Whether a string is in the
-// table is no more predictable than the picture, so the loop chooses values, not branches.
+// Encodes while there is ample input and room, up to where the table starts anew.
 void encoder::bulk(codecstream &in, codecstream &out, bit_buffer &buffer) {
   constexpr uint32_t group = 4;  // bytes whose codes the bit buffer surely takes
   if (current_ == clear || bytes_left(in) < group || bytes_left(out) < 8) return;
-  const uint8_t *from = in.next;
-  uint8_t *to = out.next;
+  const uint8_t *from = in.next, *const from_end = in.end;
+  uint8_t *to = out.next, *const to_end = out.end;
   uint64_t bits = buffer.bits;
   uint32_t count = buffer.count, current = current_, next = next_, width = width_;
 
-  while (in.end - from >= group && out.end - to >= 8 && next + group <= std::min(1u << width, table_limit)) {
+  while (from_end - from >= group && to_end - to >= 8 && next + group <= std::min(1u << width, table_limit)) {
     for (uint32_t i = 0; i < group; i++) {
-      const uint32_t byte = from[i], key = pair(current, byte), slot = find(key), known = table_[slot];
-      bits = known ? bits : bits << width | current;
-      count += known ? 0 : width;
-      table_[slot] = known ? known : key << max_width | next;
-      next += known ? 0 : 1;
-      current = known ? known % codes : byte;
+      const uint32_t byte = from[i], slot = find(current, byte), known = table_[slot];
+      if (known) {
+        current = known;
+        continue;
+      }
+      bits = bits << width | current;
+      count += width;
+      table_[slot] = uint16_t(next);
+      pairs_[next++] = pair(current, byte);
+      current = byte;
     }
     from += group;
     store_be64(to, bits << 1 << (63 - count));
