@@ -109,7 +109,8 @@ int32_t encode(pabi_state &s, codecstream &in, codecstream &out) {
   return in.more > 0 ? 0 : 1;
 }
 
-// Whole packets, while there is ample input and room.
+// Whole packets, while there is ample input and room: then each may write as much as the longest, in a fixed
+// number of stores.
 void decode_bulk(codecstream &in, codecstream &out) {
   const uint8_t *from = in.next;
   uint8_t *to = out.next;
@@ -119,9 +120,9 @@ void decode_bulk(codecstream &in, codecstream &out) {
     if (header == skipped) continue;
     const packet next = packet::of(header);
     if (next.literal)
-      std::memcpy(to, from, next.bytes);
+      std::memcpy(to, from, longest);
     else
-      std::memset(to, *from, next.bytes);
+      std::memset(to, *from, longest);
     from += next.coded_bytes() - 1;
     to += next.bytes;
   }
