@@ -49,8 +49,9 @@ struct directory_reader {
     return 0;
   }
 
-  int32_t pair(const place &at) const {
-    if (is_unsigned_integer(at.type))
+  // Extra samples are samples like the others; chroma that serves several pixels is not served.
+  int32_t constants(tag t, const place &at) const {
+    if (t == YCbCrSubSampling && is_unsigned_integer(at.type))
       for (uint64_t i = 0; i < std::min(at.count, uint64_t{2}); i++) d.subsampled |= number(at, i) != 1;
     return 0;
   }
@@ -60,7 +61,7 @@ struct directory_reader {
       case kind::scalar: return scalar(t, at);
       case kind::per_sample: return per_sample(t, at);
       case kind::rational: return rational(t, at);
-      case kind::pair: return pair(at);
+      case kind::constants: return constants(t, at);
       case kind::text: return at.type == field::ascii ? 0 : -10;
       case kind::strips:
       case kind::colours: return is_unsigned_integer(at.type) ? 0 : -10;

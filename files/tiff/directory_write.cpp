@@ -58,8 +58,8 @@ void put_value(numbers &out, const writer &w, tag t) {
     case kind::per_sample:
       for (uint64_t i = 0; i < p.count[t]; i++) out.put(p.per_sample[per_sample_index(t)][i], size);
       return;
-    case kind::pair:
-      for (int i = 0; i < 2; i++) out.put(tags[t].initial, size);
+    case kind::constants:
+      for (uint64_t i = 0; i < p.count[t]; i++) out.put(tags[t].initial, size);
       return;
     case kind::rational:
       for (uint32_t part : p.resolution[resolution_index(t)]) out.put(part, 4);

@@ -12,7 +12,7 @@ enum class kind : uint8_t {
   scalar,      // one unsigned integer of any type
   per_sample,  // one SHORT a sample, at most four
   rational,    // one RATIONAL
-  pair,        // two SHORTs
+  constants,   // SHORTs that are all written as the initial value
   text,        // ASCII
   strips,      // one integer a strip
   colours,     // the colour map
@@ -39,6 +39,7 @@ enum tag : uint8_t {
   DateTime,
   Predictor,
   ColorMap,
+  ExtraSamples,
   SampleFormat,
   YCbCrSubSampling,
   Copyright,
@@ -73,8 +74,9 @@ inline constexpr std::array<tag_facts, tag_count> tags{{
     {306, kind::text, field::ascii, 0},
     {317, kind::scalar, field::short_, 1},
     {320, kind::colours, field::short_, 0},
+    {338, kind::constants, field::short_, 0},
     {339, kind::per_sample, field::short_, 1},
-    {530, kind::pair, field::short_, 1},
+    {530, kind::constants, field::short_, 1},
     {33432, kind::text, field::ascii, 0},
 }};
 

@@ -112,6 +112,11 @@ int32_t set_text(page &p, tag t, const char *text) {
   return 0;
 }
 
+void set_constants(page &p, tag t, uint64_t count) {
+  p.present[t] = true;
+  p.count[t] = count;
+}
+
 void set_resolution(page &p, tag t, const uint32_t value[2]) {
   if (value[0] == 0) return;
   p.present[t] = true;
@@ -173,17 +178,19 @@ int32_t set_compression(page &p, uint32_t asked, const qvimagedata &d) {
 
 struct colour {
   uint32_t photometric, samples;
+  uint32_t channels;  // samples that the photometric interpretation speaks of; others are extra
 };
 
 colour colour_of(const qvimagedata &d, bool has_palette) {
   const bool is_rgb = d.pixelhint == QVIM_HINT_BGR || d.pixelhint == QVIM_HINT_BGRPAD ||
                       d.pixelhint == QVIM_HINT_RGBPAD || d.pixelhint == QVIM_HINT_RGB;
   const uint32_t pixies = uint32_t(d.pixies);
-  if (pixies == 1) return {has_palette ? mapped : black_is_zero, 1};
-  if (pixies > 2 && is_rgb) return {rgb, 3};
-  if (pixies == 3 && (d.pixelhint == QVIM_HINT_YCRCB || d.pixelhint == QVIM_HINT_YCRCBPAD)) return {ycbcr, 3};
-  if (pixies == 4 && d.pixelhint == QVIM_HINT_CMYK) return {separated, 4};
-  return {black_is_zero, pixies};
+  if (pixies == 1) return {has_palette ? mapped : black_is_zero, 1, 1};
+  if (pixies > 2 && is_rgb) return {rgb, 3, 3};
+  if (pixies == 3 && (d.pixelhint == QVIM_HINT_YCRCB || d.pixelhint == QVIM_HINT_YCRCBPAD))
+    return {ycbcr, 3, 3};
+  if (pixies == 4 && d.pixelhint == QVIM_HINT_CMYK) return {separated, 4, 4};
+  return {black_is_zero, pixies, 1};
 }
 
 // --- strips
@@ -249,11 +256,9 @@ int32_t set_up(writer &w, qvimage &image, qvimage *palette, const qvimagefileinf
   if (const int32_t code = set_compression(p, options ? options->compression : 0, image.d); code < 0)
     return code;
   set_scalar(p, Photometric, c.photometric);
-  if (c.photometric == ycbcr) {
-    // Chroma of every pixel. Without the tag readers must take it for one sample in four.
-    p.present[YCbCrSubSampling] = true;
-    p.count[YCbCrSubSampling] = 2;
-  }
+  // Chroma of every pixel: without the tag readers must take it for one sample in four.
+  if (c.photometric == ycbcr) set_constants(p, YCbCrSubSampling, 2);
+  if (c.samples > c.channels) set_constants(p, ExtraSamples, c.samples - c.channels);
   set_scalar(p, PlanarConfiguration, 1);
   int32_t code = set_time(p, options ? options->datetime : nullptr);
   if (options) {

@@ -222,6 +222,8 @@ TEST(TiffWrite, PagesHoldTheirPixelsInEveryFormAndCompression) {
           EXPECT_EQ(page.value(317), differenced ? 2u : 1u);
         }
         ASSERT_EQ(page.tags.count(530), k.photometric == 6 ? 1u : 0u);
+        const uint64_t extra = k.photometric < 2 ? k.samples - 1 : 0;
+        EXPECT_EQ(page.tags.count(338) ? page.tags.at(338).values.size() : 0, extra);
         if (k.photometric == 6) {
           EXPECT_THAT(page.tags.at(530).values, ElementsAre(1, 1));
         }

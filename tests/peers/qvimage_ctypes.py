@@ -27,7 +27,7 @@ class Info(c.Structure):
                 ("yres", c.c_uint32 * 2), ("resunit", c.c_uint32), ("compression", c.c_uint32), ("reserved0", c.c_uint32),
                 ("stripsize", c.c_uint64), ("bits", c.c_uint32 * 4), ("sampleformat", c.c_uint16 * 4), ("palette", c.c_uint32),
                 ("pagecount2", c.c_uint32), ("page", c.c_uint32), ("version", c.c_uint32), ("datetime", c.c_char_p),
-                ("software", c.c_char_p), ("description", c.c_char_p), ("copyright", c.c_char_p), ("rest", c.c_uint8 * 424)]
+                ("software", c.c_char_p), ("description", c.c_char_p), ("copyright", c.c_char_p), ("rest", c.c_uint8 * 416)]
 
 
 assert c.sizeof(Record) == 452 and c.sizeof(Info) == 600 and c.sizeof(Data) == 28
@@ -72,8 +72,9 @@ def tiffread(path, page=0, palette=False):
         return code, None, None
     pixels = pixels_of(record)
     entries = pixels_of(lut) if palette and lut.d.pixies else None
+    described = Record.from_buffer_copy(record)  # the done call leaves null images
     assert lib.qvimage_tiffreaddone(c.byref(record), c.byref(lut) if palette else None, c.byref(handle)) == 0
-    return pixels, record, entries
+    return pixels, described, entries
 
 
 def pixels_of(record):
