@@ -388,8 +388,8 @@ TEST_F(Bufio, MemoryGrowsWithWritesOnly) {
 }
 
 TEST_F(Bufio, MemoryOfManyBlocksIsAsQuickAtItsEnd) {
-  memory_stream b(1);  // blocks of two bytes: 200000 blocks to find
-  const bytes data = pattern(400000);
+  memory_stream b(1);  // blocks of two bytes: 20000 blocks to find
+  const bytes data = pattern(40000);
   b.put(data);
   EXPECT_EQ(b.get_at(0, data.size()), data);
   std::mt19937 random(7);
@@ -499,12 +499,12 @@ TEST_F(Bufio, EveryFailingAllocationIsReported) {
 }
 
 TEST_F(Bufio, AFullDiskIsNeverReportedAsSuccess) {
-  const bytes data = pattern(1000);
+  const bytes data = pattern(100);
   for (uint64_t room = 0; room <= data.size(); room++) {
-    stream b(path, "wb", 256, BUFIO_NOZERO);
+    stream b(path, "wb", 16, BUFIO_NOZERO);
     full_disk disk(room);
-    b.put(slice(data, 0, 300));
-    b.put(slice(data, 300, 700));
+    b.put(slice(data, 0, 30));
+    b.put(slice(data, 30, 70));
     bufio_done(&b);
     EXPECT_EQ(bufio_err(&b), room < data.size() ? -7 : 0) << room;
     EXPECT_LE(file_bytes(path).size(), data.size());
