@@ -50,10 +50,10 @@ void expect_nothing_moves(Record *im) {
   EXPECT_EQ(im->imapset(im, ~0u, ~0u, ~0u), -11);
   qvimagemap map{5, 6, 7, 8};
   EXPECT_EQ(at(im->imap, &map), 0);
-  EXPECT_EQ(map.count, 0u);
+  EXPECT_EQ(+map.count, 0u);
   map.count = 5;
   EXPECT_EQ(im->imapr(im, &map), 0);
-  EXPECT_EQ(map.count, 0u);
+  EXPECT_EQ(+map.count, 0u);
   EXPECT_EQ(at(im->imap, static_cast<qvimagemap *>(nullptr)), 0);
   EXPECT_EQ(im->imapr(im, nullptr), 0);
 }
