@@ -1,7 +1,4 @@
 // Random operations on a stream, in a file and in memory, against an array of bytes.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -10,30 +7,12 @@
 #include <qvimage/bufio.h>
 
 #include "fuzz/input.hpp"
+#include "fuzz/scratch_file.hpp"
 
 namespace {
 
 using bytes = std::vector<uint8_t>;
 constexpr uint64_t longest = 20000;
-
-// A file in memory with a path, emptied and filled for each input.
-class scratch_file {
- public:
-  scratch_file() : fd_(memfd_create("bufio", 0)) { require(fd_ >= 0); }
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-  void fill(const bytes &b) const {
-    require(ftruncate(fd_, 0) == 0);
-    require(pwrite(fd_, b.data(), b.size(), 0) == ssize_t(b.size()));
-  }
-  bytes content() const {
-    bytes b(size_t(lseek(fd_, 0, SEEK_END)));
-    require(pread(fd_, b.data(), b.size(), 0) == ssize_t(b.size()));
-    return b;
-  }
-
- private:
-  int fd_;
-};
 
 // What the stream should be.
 struct model {

@@ -30,8 +30,14 @@ inline uint64_t from_wire(const uint8_t *bytes, int size, bool swapped) {
   }
 }
 
-// Bytes at a position. Failures latch in the stream, and what could not be read is zero.
+// Bytes at a position that the file may name wrongly. Failures latch in the stream, and what could not be
+// read is zero.
 inline void read_bytes_at(bufio *file, uint64_t position, void *to, uint64_t count) {
+  if (position > file->filelen) {  // by so much, perhaps, that the stream could not count on
+    file->eoferr = 1;
+    std::memset(to, 0, count);
+    return;
+  }
   file->pos = position;
   read_bytes(*file, to, count);
 }
