@@ -17,6 +17,15 @@
 #define QVIM_KERNEL(name) name
 #endif
 
+// Is this the version, or would it be chosen, that can store some bytes of a vector and leave the others alone?
+#if defined(QVIM_LEVEL) && defined(__AVX512BW__)
+#define QVIM_HAS_MASKED_STORES true
+#elif !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES
+#define QVIM_HAS_MASKED_STORES (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
+#else
+#define QVIM_HAS_MASKED_STORES false
+#endif
+
 // What is compiled into a kernel must be part of it, or it would stay at the lowest level.
 #define QVIM_INLINE [[gnu::always_inline]] inline
 

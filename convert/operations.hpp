@@ -63,7 +63,8 @@ struct mask_shr {
 template <class S, class D>
 struct mask_shl {
   static constexpr bool is_wordwise = sizeof(S) == 1 && sizeof(D) == 1;
-  static constexpr bool multiplies = sizeof(D) == 2 || (sizeof(D) == 1 && sizeof(S) == 2);
+  static constexpr bool multiplies = sizeof(D) == 2;
+  static constexpr bool to_high_byte = sizeof(S) == 2 && sizeof(D) == 1;
   S bits;
   uint32_t shift, before, after;
   uint16_t factor;
@@ -73,11 +74,13 @@ struct mask_shl {
         shift(s & 31),
         before(repeated(bits)),
         after(repeated(S(uint32_t(all_bits<S>) << shift))),
-        factor(uint16_t(1u << shift)) {}
+        factor(uint16_t((to_high_byte ? 256u : 1u) << shift)) {}
   QVIM_INLINE bool idle() const { return shift == 0 && bits == all_bits<S>; }
   QVIM_INLINE D operator()(S v) const {
     if constexpr (multiplies)
       return D(uint32_t(v & bits) * factor);
+    else if constexpr (to_high_byte)
+      return D(uint16_t(uint32_t(v & bits) * factor) >> 8);
     else
       return D(uint32_t(v & bits) << shift);
   }
@@ -114,13 +117,21 @@ using shl_16 = fixed_shift<S, D, -16>;
 template <class S, class D>
 using shl_24 = fixed_shift<S, D, -24>;
 
-// Arithmetic: the value counts as signed.
+// Arithmetic: the value counts as signed. In words, a negative value's sign less its shifted sign is what
+// comes in at the top.
 template <class S, class D>
 struct sar {
-  uint32_t shift;
-  QVIM_INLINE sar(uint32_t s, uint32_t) : shift(s & 31) {}
+  static constexpr bool is_wordwise = sizeof(S) == sizeof(D) && sizeof(S) < 4;
+  uint32_t shift, after;
+  QVIM_INLINE sar(uint32_t s, uint32_t)
+      : shift((s & 31) < 8 * sizeof(S) ? s & 31 : 8 * sizeof(S) - 1),
+        after(repeated(S(uint32_t(all_bits<S>) >> shift))) {}
   QVIM_INLINE bool idle() const { return shift == 0; }
   QVIM_INLINE D operator()(S v) const { return D(int32_t(std::make_signed_t<S>(v)) >> shift); }
+  QVIM_INLINE uint32_t word(uint32_t v) const {
+    const uint32_t sign = v & repeated(S(all_bits<S> ^ (all_bits<S> >> 1)));
+    return (v >> shift & after) | (sign - (sign >> shift)) << 1;
+  }
 };
 
 template <class S, class D>
