@@ -49,16 +49,15 @@ QVIM_INLINE void copy_elements(const char *src, char *dst, uint64_t count) {
 // spread in a block and the block is stored but for its gaps.
 template <class Element, int to, int used = 1>
 QVIM_INLINE void spread_elements(const char *src, char *dst, uint64_t count) {
-  constexpr uint64_t block = 64;
+  constexpr int block = 64, size = sizeof(Element);
   Element spread[block * to];
-  for (; count > block;
-       count -= block, src += block * used * sizeof(Element), dst += block * to * sizeof(Element)) {
-    for (uint64_t i = 0; i < block; ++i)
-      for (uint64_t c = 0; c < to; ++c)
-        spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * sizeof(Element));
+  for (; count > block; count -= block, src += block * used * size, dst += block * to * size) {
+    for (int i = 0; i < block; ++i)
+      for (int c = 0; c < to; ++c)
+        spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * size);
 #pragma GCC ivdep
-    for (uint64_t i = 0; i < block * to; ++i)
-      if (i % to < used) store(dst + i * sizeof(Element), spread[i]);
+    for (int i = 0; i < block * to; ++i)
+      if (i % to < used) store(dst + i * size, spread[i]);
   }
   copy_elements<Element, used, to, used>(src, dst, count);
 }
