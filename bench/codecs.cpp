@@ -1,4 +1,5 @@
-// The strip codecs against libtiff's on the same strips: 4000 x 3000 pixels, strips of 64 KiB, everything in memory.
+// The strip codecs against libtiff's on the same strips: 4000 x 3000 pixels, strips of 64 KiB, everything in
+// memory.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -30,22 +31,20 @@ struct codec {
   int32_t (*decode)(void *, codecstream *, codecstream *);
 };
 
-constexpr codec lzw = {
-    "lzw",
-    5,
-    [](void **state, int32_t) { return ptiflzw_stateinit(state, nullptr); },
-    ptiflzw_statereset,
-    ptiflzw_statedone,
-    ptiflzw_encode,
-    ptiflzw_decode};
-constexpr codec packbits = {
-    "packbits",
-    32773,
-    [](void **state, int32_t row) { return ptifpabi_stateinit(state, &row); },
-    ptifpabi_statereset,
-    ptifpabi_statedone,
-    ptifpabi_encode,
-    ptifpabi_decode};
+constexpr codec lzw = {"lzw",
+                       5,
+                       [](void **state, int32_t) { return ptiflzw_stateinit(state, nullptr); },
+                       ptiflzw_statereset,
+                       ptiflzw_statedone,
+                       ptiflzw_encode,
+                       ptiflzw_decode};
+constexpr codec packbits = {"packbits",
+                            32773,
+                            [](void **state, int32_t row) { return ptifpabi_stateinit(state, &row); },
+                            ptifpabi_statereset,
+                            ptifpabi_statedone,
+                            ptifpabi_encode,
+                            ptifpabi_decode};
 
 void must(bool condition, const char *what) {
   if (condition) return;
@@ -191,7 +190,8 @@ void check_peer(strips &s, memory_file &file) {
 }
 #endif
 
-void add(const std::string &name, const std::shared_ptr<strips> &s, double target, std::function<void()> work) {
+void add(const std::string &name, const std::shared_ptr<strips> &s, double target,
+         std::function<void()> work) {
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
     for (auto _ : state) work();
     state.SetBytesProcessed(int64_t(state.iterations() * s->pixels.bytes.size()));

@@ -5,14 +5,14 @@
 #include <qvimage/views.h>
 
 #include "convert/view.hpp"
+#include "core/memory.hpp"
 
 namespace {
 
 using namespace qvim;
 
-constexpr uint8_t normalised = 1;           // mode: 0.0 to 1.0 stand for the integers' range
-constexpr uint32_t straight_bytes = 16384;  // read at once into the caller's buffer, to be converted in place
-constexpr int32_t outside = INT32_MIN;      // a list entry that no window holds
+constexpr uint8_t normalised = 1;       // mode: 0.0 to 1.0 stand for the integers' range
+constexpr int32_t outside = INT32_MIN;  // a list entry that no window holds
 
 constexpr bool is_integer(uint32_t type) { return type & 0x0F; }
 constexpr bool has_kernels(uint32_t type) {
@@ -32,13 +32,30 @@ struct [[gnu::packed]] conversion {
   bool operator==(const conversion &) const = default;
 };
 
-conversion select(uint32_t from, uint32_t to, uint32_t direction, uint32_t frombits, uint32_t tobits,
-                  uint8_t mode) {
+// Pixies on one side of a conversion: a type word and the number of significant bits.
+struct side {
+  uint32_t word, bits;
+
+  uint32_t type() const { return word & 0xFF; }
+  bool integer() const { return is_integer(word); }
+  uint32_t size() const { return uint32_t(qvimdatasize(word)); }
+  bool partial() const { return integer() && bits < 8 * size(); }
+  uint32_t significant() const {  // of partial pixies
+    const uint32_t low = (1u << bits) - 1;
+    return word & QVIM_LSB ? low : low << (8 * size() - bits);
+  }
+};
+
+conversion select(const side &from, const side &to, uint32_t direction, uint8_t mode) {
   npfbix_fn *kernel = nullptr;
   uint32_t shift, mask;
-  const int32_t fromsize = qvimdatasize(from), tosize = qvimdatasize(to);
-  qvimselectpfbixfunc(fromsize, tosize, from, to, direction, frombits, tobits, mode, &kernel, &shift, &mask);
-  return {kernel, shift, mask, uint8_t(fromsize), uint8_t(tosize)};
+  qvimselectpfbixfunc(from.size(), to.size(), from.word, to.word, direction, from.bits, to.bits, mode,
+                      &kernel, &shift, &mask);
+  return {kernel, shift, mask, uint8_t(from.size()), uint8_t(to.size())};
+}
+
+void mask_in_place(uint8_t *values, uint32_t size, uint64_t pixies, uint32_t mask) {
+  (size == 1 ? npfbix1_mask : size == 2 ? npfbix2_mask : npfbix4_mask)(values, size, pixies, mask);
 }
 
 // Reverses the byte order of pixies of 2 or 4 bytes; source and destination may be the same.
@@ -59,11 +76,13 @@ struct converter : view<Dim, converter<Dim>> {
 
   struct [[gnu::packed]] state : view_state<Dim> {
     uint16_t mask_undefined;  // QVIM_DIRTY: the source's unused bits hold anything, whatever it says
-    uint8_t bits;             // presented to callers; 0: an image of reals without integers of its own
+    uint8_t bits;             // presented to callers; 0: the source's pixies are reals, and none were named
     uint8_t mode;
     conversion read, write;  // source to caller, caller to source
+    uint32_t read_bits;      // masks beside the kernels', or 0: of the source's values before they are read
+    uint32_t given_bits;     // of the caller's values before they are written,
+    uint32_t stored_bits;    // and of what they become
     uint8_t reversed;        // the caller's pixies are in the reverse of the host's byte order
-    uint32_t stored_bits;    // a mask for values on their way to the source, or 0
     uint8_t colours;         // pixies selected
     uint32_t chunk;          // pixels that go through the staging buffer at a time
   };
@@ -113,52 +132,58 @@ struct converter : view<Dim, converter<Dim>> {
   static bool is_identity(image *im, uint32_t datatype) {
     const state &st = state_in(im);
     const source_image *source = source_of(im);
-    const bool integer = is_integer(uint32_t(source->d.pixietype));
-    const uint32_t own = integer ? uint32_t(source->d.i_bitsused) : 0;
-    if (!st.mask_undefined && st.bits == own) return true;
-    const uint32_t word = stored_word(source),
-                   plain = st.mask_undefined ? word & ~uint32_t{QVIM_DIRTY} : word;
-    const auto to_caller = [&](uint32_t from, uint32_t bits) {
-      npfbix_fn *kernel = nullptr;
-      uint32_t shift, mask;
-      qvimselectpfbixfunc(1, 1, from, datatype, 0, own, bits, st.mode, &kernel, &shift, &mask);
-      return conversion{kernel, shift, mask, 0, 0};
-    };
-    return to_caller(word | st.mask_undefined, st.bits) == to_caller(plain, own);
+    const side stored{stored_word(source), uint32_t(source->d.i_bitsused)}, caller{datatype, stored.bits};
+    if (!stored.integer()) return st.bits == 0 || !caller.integer();
+    if (!st.mask_undefined && st.bits == stored.bits) return true;
+    // Values at the high end with more bits than the source has would fill its unused ones.
+    if (datatype & QVIM_MSB && st.bits > stored.bits && !source->d.i_dirtyrite) return false;
+    const uint32_t clean = stored.word & ~uint32_t{QVIM_DIRTY}, masked = stored.word | st.mask_undefined;
+    return select({masked, stored.bits}, {datatype, st.bits}, 0, st.mode) ==
+           select({st.mask_undefined ? clean : stored.word, stored.bits}, caller, 0, st.mode);
   }
 
   // Chooses the kernels of both directions; false when there are none.
   static bool choose(image *im, uint32_t datatype, uint32_t colourmask) {
     state &st = state_in(im);
     const source_image *source = source_of(im);
-    const uint32_t type = datatype & 0xFF, stored = stored_word(source), bits = presented_bits(im, datatype),
-                   sourcebits = source_bits(im, datatype);
-    if (!has_kernels(type) || !has_kernels(stored & 0xFF)) return false;
-    const bool integer = is_integer(type), source_integer = is_integer(stored);
-
-    st.read = select(stored | st.mask_undefined, datatype, 0, sourcebits, bits, st.mode);
-
-    // Unused bits of the source stay clean unless it does without. Where the caller's words say which bits
-    // are significant, the kernel's mask sees to that. Elsewhere the stored form tells.
-    uint32_t caller = datatype, target = stored;
-    st.stored_bits = 0;
-    if (source_integer) {
-      target = (stored & ~uint32_t{QVIM_DIRTY}) | source->d.i_dirtyrite;
-      const bool justified = datatype & (QVIM_MSB | QVIM_LSB);
-      const bool untold = !integer || (datatype & QVIM_DIRTY && !justified);
-      if (untold && !source->d.i_dirtyrite && sourcebits < 8u * source->f.pixiesize) {
-        const uint32_t mask = uint32_t((uint64_t{1} << sourcebits) - 1);
-        st.stored_bits =
-            source->d.i_bitsxsb == QVIM_MSB ? mask << (8 * source->f.pixiesize - sourcebits) : mask;
-      }
-      if (integer && !justified) caller &= ~uint32_t{QVIM_DIRTY};
-    }
-    st.write = select(caller, target, 1, bits, sourcebits, st.mode);
-
-    st.reversed = integer && datatype & QVIM_SWAPPED && st.read.to > 1;
+    const side caller{datatype, presented_bits(im, datatype)},
+        stored{stored_word(source), source_bits(im, datatype)};
+    if (!has_kernels(caller.type()) || !has_kernels(stored.type())) return false;
+    choose_reading(st, {stored.word | st.mask_undefined, stored.bits}, caller);
+    choose_writing(st, caller, stored, stored.integer() && source->d.i_dirtyrite);
+    st.reversed = caller.integer() && datatype & QVIM_SWAPPED && caller.size() > 1;
     st.colours = uint8_t(std::popcount(colourmask));
-    st.chunk = staging_bytes / (std::max(st.read.from, st.read.to) * std::max<uint32_t>(st.colours, 1));
+    st.chunk = staging_bytes / (std::max(caller.size(), stored.size()) * std::max<uint32_t>(st.colours, 1));
     return st.read.kernel && st.write.kernel;
+  }
+
+  static void choose_reading(state &st, const side &stored, const side &caller) {
+    st.read = select(stored, caller, 0, st.mode);
+    st.read_bits = lacks_mask(st.mode, stored, caller) ? stored.significant() : 0;
+  }
+
+  static void choose_writing(state &st, side caller, side stored, bool tolerant) {
+    const bool justified = caller.word & (QVIM_MSB | QVIM_LSB);
+    const bool vague = caller.integer() && caller.word & QVIM_DIRTY && !justified;
+    // Where the caller does not say which bits are significant, the stored form tells; reals count from
+    // below.
+    if (vague && stored.integer()) {
+      caller.word &= ~uint32_t{QVIM_DIRTY};
+    } else if (vague) {
+      caller.word |= QVIM_LSB;
+      caller.bits = stored.bits = std::min(caller.bits, 8 * caller.size());
+    }
+    if (stored.integer()) stored.word = (stored.word & ~uint32_t{QVIM_DIRTY}) | (tolerant ? QVIM_DIRTY : 0);
+    st.write = select(caller, stored, 1, st.mode);
+    st.given_bits = lacks_mask(st.mode, caller, stored) ? caller.significant() : 0;
+    // Unused bits of the source stay clean unless it does without.
+    const bool spills = !caller.integer() || vague || caller.bits > stored.bits;
+    st.stored_bits = stored.partial() && !tolerant && spills ? stored.significant() : 0;
+  }
+
+  // Kernels that normalise have one argument for mask and scale, the scale: they let all bits through.
+  static bool lacks_mask(uint8_t mode, const side &from, const side &to) {
+    return mode == normalised && !to.integer() && from.partial() && from.word & QVIM_DIRTY;
   }
 
   // --- runs
@@ -187,15 +212,18 @@ struct converter : view<Dim, converter<Dim>> {
     source_image *source = source_of(im);
     const state &st = state_in(im);
     const uint32_t pixel = uint32_t(st.colours) * st.read.to;
-    const bool straight = st.read.from == st.read.to;  // then the caller's buffer takes the source's pixels
-    return in_pieces(im, count, at, straight ? straight_bytes / pixel : st.chunk,
-                     [&](const position &from, uint32_t done, uint32_t n) {
-                       uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * pixel;
-                       uint8_t *in = straight ? out : staging;
-                       n = std::min(n, call_read(source, base::read_mode(mode), in, n, in_source(im, from)));
-                       bring(st, in, out, uint64_t(n) * st.colours);
-                       return n;
-                     });
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
+      uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * pixel;
+      const auto place = in_source(im, from);
+      uint8_t *in = st.read_bits ? nullptr : memory::plain_run<Dim>(source, false, place, &n);
+      if (!in) {
+        in = st.read.from == st.read.to ? out : staging;  // the kernel may work in place
+        n = std::min(n, uint32_t(st.chunk));
+        n = std::min(n, call_read(source, base::read_mode(mode), in, n, place));
+      }
+      bring(st, in, out, uint64_t(n) * st.colours);
+      return n;
+    });
   }
 
   static uint32_t write(image *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {
@@ -203,30 +231,42 @@ struct converter : view<Dim, converter<Dim>> {
     source_image *source = source_of(im);
     const state &st = state_in(im);
     const uint32_t pixel = uint32_t(st.colours) * st.read.to;
-    return in_pieces(im, count, at, st.chunk, [&](const position &to, uint32_t done, uint32_t n) {
-      take(st, static_cast<const uint8_t *>(buffer) + uint64_t(done) * pixel, staging,
-           uint64_t(n) * st.colours);
-      return call_write(source, base::write_mode(mode), staging, n, in_source(im, to));
+    const bool adjusts = st.reversed || st.given_bits;  // in a buffer of that size
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
+      const uint8_t *in = static_cast<const uint8_t *>(buffer) + uint64_t(done) * pixel;
+      const auto place = in_source(im, to);
+      if (adjusts) n = std::min(n, uint32_t(st.chunk));
+      if (uint8_t *out = memory::plain_run<Dim>(source, true, place, &n)) {
+        take(st, in, out, uint64_t(n) * st.colours);
+        return n;
+      }
+      n = std::min(n, uint32_t(st.chunk));
+      take(st, in, staging, uint64_t(n) * st.colours);
+      return call_write(source, base::write_mode(mode), staging, n, place);
     });
   }
 
-  // The source's pixies become the caller's.
-  static void bring(const state &st, const uint8_t *from, uint8_t *to, uint64_t pixies) {
+  // The source's pixies become the caller's. They may lie in the same place.
+  static void bring(const state &st, uint8_t *from, uint8_t *to, uint64_t pixies) {
+    if (st.read_bits) mask_in_place(from, st.read.from, pixies, st.read_bits);
     st.read(from, to, pixies);
     if (st.reversed) reverse_bytes(to, to, st.read.to, pixies);
   }
 
   // The caller's pixies, left as they are, become the source's.
   static void take(const state &st, const uint8_t *from, uint8_t *to, uint64_t pixies) {
-    alignas(64) uint8_t reversed[staging_bytes];
-    if (st.reversed) {
-      reverse_bytes(from, reversed, st.write.from, pixies);
-      from = reversed;
+    alignas(64) uint8_t adjusted[staging_bytes];
+    const uint32_t size = st.write.from;
+    if (st.reversed || st.given_bits) {
+      if (st.reversed)
+        reverse_bytes(from, adjusted, size, pixies);
+      else
+        std::memcpy(adjusted, from, pixies * size);
+      if (st.given_bits) mask_in_place(adjusted, size, pixies, st.given_bits);
+      from = adjusted;
     }
     st.write(from, to, pixies);
-    if (!st.stored_bits) return;
-    const int32_t size = st.write.to;
-    (size == 1 ? npfbix1_mask : size == 2 ? npfbix2_mask : npfbix4_mask)(to, size, pixies, st.stored_bits);
+    if (st.stored_bits) mask_in_place(to, st.write.to, pixies, st.stored_bits);
   }
 
   // --- block transfers

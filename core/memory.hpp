@@ -82,6 +82,12 @@ uint8_t *address_of(const record<Dim> *im, const point<Dim> &at) {
   return reinterpret_cast<uint8_t *>(state_of<const state<Dim>>(im).base + offset_of<Dim>(im, at));
 }
 
+// Where the pixels of a run lie, for those who would only copy them on: the address of the first, with the
+// count cut to what follows it in memory. Null unless this is a memory image set up for whole pixels along x
+// as they are stored, whose ioread (or iorite) would move some.
+template <class Dim>
+uint8_t *plain_run(record<Dim> *im, bool writing, const point<Dim> &at, uint32_t *count);
+
 // The set-up slots.
 template <class Dim>
 int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask);

@@ -172,6 +172,20 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
   return 1;
 }
 
+template <class Dim>
+uint8_t *plain_run(record<Dim> *im, bool writing, const point<Dim> &at, uint32_t *count) {
+  using slot = slots<Dim>;
+  const bool plain = writing ? im->iorite == slot::template write<copy<Dim, towards::image>>
+                             : im->ioread == slot::template read<copy<Dim, towards::buffer>>;
+  if (!plain) return nullptr;
+  const uint32_t n = iolen<Dim>(im, *count, at);
+  if (n == 0) return nullptr;
+  *count = std::min(n, box<Dim>::of(&im->wind).extent(0) - uint32_t(at[0]));
+  return address_of<Dim>(im, at);
+}
+
+template uint8_t *plain_run<two_d>(qvimage *, bool, const two_d::point &, uint32_t *);
+template uint8_t *plain_run<three_d>(qvimage3 *, bool, const three_d::point &, uint32_t *);
 template int32_t ioset<two_d>(qvimage *, uint32_t, uint32_t, uint32_t);
 template int32_t ioset<three_d>(qvimage3 *, uint32_t, uint32_t, uint32_t);
 

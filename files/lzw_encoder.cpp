@@ -20,6 +20,12 @@ bool flush(bit_buffer &buffer, codecstream &out) {
   return true;
 }
 
+void pad(bit_buffer &buffer) {
+  const uint32_t bits = -buffer.count % 8;
+  buffer.bits <<= bits;
+  buffer.count += bits;
+}
+
 }  // namespace
 
 void encoder::reset() { stage_ = stage::start; }
@@ -31,6 +37,7 @@ void encoder::reset_table() {
   current_ = clear;
 }
 
+// A stage adds at most two codes to less than a byte: 31 bits, which the stream record can keep.
 int32_t encoder::run(codecstream &in, codecstream &out) {
   bit_buffer buffer(out);
   bool waits = false;
@@ -54,9 +61,14 @@ int32_t encoder::run(codecstream &in, codecstream &out) {
         } else if (in.more > 0) {
           waits = true;
         } else {
-          finish(buffer);
-          stage_ = stage::done;
+          emit_last(buffer);
+          stage_ = stage::end;
         }
+        break;
+      case stage::end:
+        emit(end_of_information, buffer);
+        pad(buffer);
+        stage_ = stage::done;
         break;
       case stage::done: return buffer.keep(out), 1;
     }
@@ -96,15 +108,10 @@ void encoder::take(uint32_t byte, bit_buffer &buffer) {
 }
 
 // The last string gives the decoder one more entry of its table, which may widen the code that follows.
-void encoder::finish(bit_buffer &buffer) {
-  if (current_ != clear) {
-    emit(current_, buffer);
-    if (++next_ == 1u << width_) width_++;
-  }
-  emit(end_of_information, buffer);
-  const uint32_t padding = -buffer.count % 8;
-  buffer.bits <<= padding;
-  buffer.count += padding;
+void encoder::emit_last(bit_buffer &buffer) {
+  if (current_ == clear) return;
+  emit(current_, buffer);
+  if (++next_ == 1u << width_) width_++;
 }
 
 // Encodes while there is ample input and room, up to where the table starts anew.

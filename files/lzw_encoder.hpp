@@ -11,7 +11,7 @@ class encoder {
   [[nodiscard]] int32_t run(codecstream &in, codecstream &out);
 
  private:
-  enum class stage { start, strings, done };
+  enum class stage { start, strings, end, done };
 
   // A string is a shorter one, by its code, and one byte more.
   static uint32_t pair(uint32_t code, uint32_t byte) { return code << 8 | byte; }
@@ -19,7 +19,7 @@ class encoder {
   void reset_table();
   void take(uint32_t byte, bit_buffer &buffer);
   void emit(uint32_t code, bit_buffer &buffer) const;
-  void finish(bit_buffer &buffer);
+  void emit_last(bit_buffer &buffer);
   void bulk(codecstream &in, codecstream &out, bit_buffer &buffer);
 
   // Open hash table with linear probing, eight slots for a string: each probe that hits another string is a

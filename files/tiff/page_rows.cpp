@@ -80,41 +80,48 @@ int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
   return bufio_err(file_);
 }
 
-// Rows that follow each other in the file are read at once, in portions that stay in the cache while
+// Rows as they are stored, one behind the other: some or all of those asked for.
+int32_t page_rows::fetch_rows(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count) {
+  if (strips_.compressed()) return strips_.decode(y, most, to, count);
+  *count = 0;
+  uint64_t position;
+  uint32_t rows;
+  if (const int32_t code = strips_.locate(y, most, &position, &rows); code < 0) return code;
+  read_bytes_at(file_, position, to, rows * strips_.row_bytes());
+  const int32_t code = bufio_err(file_);
+  if (code == 0) *count = rows;
+  return code;
+}
+
+// Differences run along a row; everything else is done to any number of samples alike.
+void page_rows::finish_rows(uint8_t *samples, uint32_t rows) const {
+  if (!steps_.finishes()) return;
+  for (uint32_t i = 0; i < rows; i++) steps_.finish(samples + i * strips_.row_bytes(), steps_.values());
+}
+
+// Rows whose samples take the room of their bytes come many at once, in portions that stay in the cache while
 // something has still to be done to them.
-int32_t page_rows::read_plain_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
+int32_t page_rows::read_stored_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
   const uint64_t row_bytes = strips_.row_bytes();
   const uint32_t portion =
       steps_.finishes() ? uint32_t(std::max(uint64_t{1}, (uint64_t{1} << 18) / row_bytes)) : rows;
   while (*done < rows) {
-    uint64_t position;
-    uint32_t n;
-    if (const int32_t code = strips_.locate(y + *done, std::min(rows - *done, portion), &position, &n);
-        code < 0)
-      return code;
     uint8_t *const at = to + *done * row_bytes;
-    read_bytes_at(file_, position, at, n * row_bytes);
-    if (const int32_t code = bufio_err(file_); code < 0) return code;
-    if (steps_.finishes()) steps_.finish(at, n * steps_.values());
+    uint32_t n;
+    const int32_t code = fetch_rows(y + *done, std::min(rows - *done, portion), at, &n);
+    finish_rows(at, n);
     *done += n;
+    if (code < 0) return code;
   }
   return 0;
-}
-
-int32_t page_rows::fetch(uint32_t y, uint8_t *to) {
-  if (strips_.compressed()) return strips_.decode(y, to);
-  uint64_t position;
-  uint32_t rows;
-  if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return code;
-  read_bytes_at(file_, position, to, strips_.row_bytes());
-  return bufio_err(file_);
 }
 
 // Each step works in its own place only where the next one cannot work in the same.
 int32_t page_rows::make_row(uint32_t y, uint8_t *to) {
   uint8_t *const raw = steps_.unpacks() || recolour_ ? raw_.data() : to;
   uint8_t *const samples = !recolour_ ? to : steps_.unpacks() ? samples_.data() : raw;
-  if (const int32_t code = fetch(y, raw); code < 0) return code;
+  uint32_t count;
+  if (const int32_t code = fetch_rows(y, 1, raw, &count); code < 0) return code;
   if (steps_.unpacks()) steps_.unpack(raw, samples);
   if (steps_.finishes()) steps_.finish(samples, steps_.values());
   if (recolour_) {
@@ -135,7 +142,7 @@ int32_t page_rows::read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
 
 int32_t page_rows::read_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
   *done = 0;
-  if (plain_) return read_plain_rows(y, rows, to, done);
+  if (!steps_.unpacks() && !recolour_) return read_stored_rows(y, rows, to, done);
   for (; *done < rows; ++*done)
     if (const int32_t code = make_row(y + *done, to + *done * width_ * pixel_bytes_); code < 0) return code;
   return 0;

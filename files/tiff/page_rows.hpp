@@ -35,8 +35,9 @@ class page_rows {
  private:
   int32_t allocate_rows(const page &p);
   int32_t read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to);
-  int32_t read_plain_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done);
-  int32_t fetch(uint32_t y, uint8_t *to);
+  int32_t read_stored_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done);
+  int32_t fetch_rows(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count);
+  void finish_rows(uint8_t *samples, uint32_t rows) const;
   int32_t make_row(uint32_t y, uint8_t *to);
 
   bufio *file_;

@@ -74,11 +74,12 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
 
 // The codec takes the file's bytes where they lie in the resident block. Others may have moved the block
 // since the last row, so it is asked for anew each time.
-int32_t strip_rows::decode_next(uint8_t *to) {
+int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   codecstream out{};
   out.next = out.start = to;
-  out.end = to + row_bytes_;
-  while (out.next < out.end) {
+  out.end = to + count * row_bytes_;
+  int32_t result = 0;
+  while (out.next < out.end && result == 0) {
     uint8_t nothing = 0, *bytes = &nothing;
     file_->pos = fed_;
     const uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;
@@ -89,21 +90,25 @@ int32_t strip_rows::decode_next(uint8_t *to) {
     const int32_t code = codec_.decode(&in_, &out);
     const uint64_t taken = uint64_t(in_.next - bytes);
     fed_ += taken;
-    if (const int32_t failure = bufio_err(file_); failure < 0) return failure;
-    if (out.next == out.end) break;
-    if (code < 0) return code == -2 ? -2 : -10;
-    if (code > 0 || (taken == 0 && out.next == before)) return -10;
+    result = bufio_err(file_);
+    if (result < 0 || out.next == out.end) break;
+    const bool stuck = taken == 0 && out.next == before;
+    if (code != 0 || stuck) result = code == -2 ? -2 : -10;
   }
-  next_row_++;
-  return 0;
+  next_row_ += uint32_t(uint64_t(out.next - to) / row_bytes_);
+  return result;
 }
 
-int32_t strip_rows::decode(uint32_t y, uint8_t *to) {
+int32_t strip_rows::decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count) {
+  *count = 0;
   const uint32_t strip = y / rows_per_strip_, row = y % rows_per_strip_;
   int32_t code = 0;
   if (!in_strip_ || strip_ != strip || next_row_ > row) code = begin_strip(strip);
-  while (code == 0 && next_row_ <= row)
-    code = decode_next(to);  // rows before the one asked for are passed over
+  while (code == 0 && next_row_ < row) code = decode_next(1, to);  // passed over
+  if (code == 0) {
+    code = decode_next(std::min({most, rows_per_strip_ - row, height_ - y}), to);
+    *count = next_row_ - row;
+  }
   if (code < 0) in_strip_ = false;
   return code;
 }

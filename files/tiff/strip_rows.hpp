@@ -24,13 +24,14 @@ class strip_rows {
   // there from row y on. -10 when the file ends before them, -7.
   [[nodiscard]] int32_t locate(uint32_t y, uint32_t most, uint64_t *position, uint32_t *count);
 
-  // Compressed pages: decodes row y into row_bytes() bytes. The next row of a strip goes on from there, any
-  // other starts again at the strip's beginning. -10 for a broken or short strip, -7, -2.
-  [[nodiscard]] int32_t decode(uint32_t y, uint8_t *to);
+  // Compressed pages: decodes row y and those after it in its strip, `most` at most, one behind the other.
+  // The next row of a strip goes on from there, any other starts again at the strip's beginning. *count says
+  // how many rows came, before a failure too: -10 for a broken or short strip, -7, -2.
+  [[nodiscard]] int32_t decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count);
 
  private:
   int32_t begin_strip(uint32_t strip);
-  int32_t decode_next(uint8_t *to);
+  int32_t decode_next(uint32_t count, uint8_t *to);
 
   bufio *file_;
   file_array offsets_, byte_counts_;

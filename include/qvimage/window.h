@@ -54,11 +54,13 @@ void qvimwind3to2(const qvyzwindow *window3, qvywindow *window2);
 
 /* What the slot xwind of every kind does first. *window points to a window or is null, and is set:
  *
- *   letter 's'   the window given (null: the whole image) becomes the image's window. Returns 1 and sets
- * *window to the image's window. If it reaches outside the image: the window becomes empty, every transfer
- * slot moves nothing from then on (qvimnullwind), *window null, returns 0. letter 'w'   copies the image's
- * window to the one given, if any; sets *window to the image's own; returns 0. letter 'i'   the same with the
- * image's full extent. any other    sets *window to null, returns 0.
+ *   's'      the window given (null: the whole image) becomes the image's window. Returns 1 and sets
+ *            *window to the image's window. If it reaches outside the image: the window becomes empty,
+ *            every transfer slot moves nothing from then on (qvimnullwind), *window null, returns 0
+ *   'w'      copies the image's window to the one given, if any; sets *window to the image's own;
+ *            returns 0
+ *   'i'      the same with the image's full extent
+ *   others   sets *window to null, returns 0
  *
  * A kind puts its own set-up slots back after a result of 1. */
 int32_t qvimxwind(qvimage *image, qvywindow **window, int32_t letter);
@@ -70,9 +72,10 @@ int32_t qvim3xwind(qvimage3 *image, qvyzwindow **window, int32_t letter);
  * whether it wraps, and whether the position is checked:
  *
  *   nowrap   to the end of the line: W - x along x, H - y along y, D - z along z
- *   wrap     on to the end of the window, line after line: (W - x) + (H - y - 1) W along x, (H - y) + (W - x
- * - 1) H along y. In 3-D the other axes follow in ascending order: along x by y and z, along y by x and z,
- * along z by x and y 1        a single pixel: 1, or 0 where the position on the scanned axis is its extent
+ *   wrap     on to the end of the window, line after line: (W - x) + (H - y - 1) W along x,
+ *            (H - y) + (W - x - 1) H along y. In 3-D the other axes follow in ascending order: along x by
+ *            y and z, along y by x and z, along z by x and y
+ *   1        a single pixel: 1, or 0 where the position on the scanned axis is its extent
  *   chk      0 for positions outside the window, negative ones included; without it the result for such a
  *            position has no meaning */
 typedef uint64_t qvimacclen_fn(const qvywindow *window, int32_t x, int32_t y);

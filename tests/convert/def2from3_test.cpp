@@ -39,10 +39,17 @@ pos place_of(const presented &p, const extent &s, const pos &at) {
   return result;
 }
 
-class Def2From3 : public testing::TestWithParam<int> {
- protected:
-  void SetUp() override {
-    g.seed(uint64_t(GetParam()));
+struct scene {
+  generator g;
+  pixels stored;
+  qvimage3 source;
+  qvimage view;
+  frame within;  // the source's window
+  presented how;
+  request r;
+
+  void set_up(int seed) {
+    g.seed(uint64_t(seed));
     stored = random_pixels(g, 3);
     ASSERT_NO_FATAL_FAILURE(build(&source, stored));
     if (chance(g, 60)) {
@@ -58,76 +65,78 @@ class Def2From3 : public testing::TestWithParam<int> {
     }
     r = {random_mode(g, 2), uint32_t(stored.d.pixietype) | random_flags(g), random_mask(g, stored.d.pixies)};
   }
+  extent size() const { return frame_of(view.wind).size; }
   pos in_source(const pos &at) const {
     return sum(within.nw, place_of(how, within.size, sum(at, frame_of(view.wind).nw)));
   }
-
-  generator g;
-  pixels stored;
-  qvimage3 source;
-  qvimage view;
-  frame within;
-  presented how;
-  request r;
 };
 
-TEST_P(Def2From3, ReadsWhatTheModelSays) {
-  ASSERT_EQ(view.ioset(&view, r.mode, r.datatype, r.mask), 1);
+void reads_what_the_model_says(int seed) {
+  scene s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1);
+  const auto expected = [&](const pos &at, int pixie) {
+    return as_read(s.stored, s.stored.get(s.in_source(at), pixie), s.r.datatype);
+  };
   for (int i = 0; i < 6; i++)
-    ASSERT_NO_FATAL_FAILURE(check_read<two_d>(&view, r, random_pos(g, frame_of(view.wind).size),
-                                              uint32_t(between(g, 1, 300)), [&](const pos &at, int pixie) {
-                                                return as_read(stored, stored.get(in_source(at), pixie),
-                                                               r.datatype);
-                                              }));
+    ASSERT_NO_FATAL_FAILURE(
+        check_read<two_d>(&s.view, s.r, random_pos(s.g, s.size()), uint32_t(between(s.g, 1, 300)), expected));
 }
 
-TEST_P(Def2From3, WritesWhatTheModelSaysAndNothingElse) {
-  pixels expected = stored;
-  ASSERT_EQ(view.ioset(&view, r.mode, r.datatype, r.mask), 1);
+void writes_what_the_model_says(int seed) {
+  scene s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  pixels expected = s.stored;
+  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1);
   for (int i = 0; i < 6; i++)
     ASSERT_NO_FATAL_FAILURE(check_write<two_d>(
-        &view, r, random_pos(g, frame_of(view.wind).size), uint32_t(between(g, 1, 300)),
-        [&] { return random_given(g, stored, r.datatype); },
+        &s.view, s.r, random_pos(s.g, s.size()), uint32_t(between(s.g, 1, 300)),
+        [&] { return random_given(s.g, s.stored, s.r.datatype); },
         [&](const pos &at, int pixie, uint64_t v) {
-          expected.put(in_source(at), pixie, as_written(stored, v, r.datatype));
+          expected.put(s.in_source(at), pixie, as_written(s.stored, v, s.r.datatype));
         }));
-  stored.expect_equal(expected);
+  s.stored.expect_equal(expected);
 }
 
-TEST_P(Def2From3, MovesNothingOutsideItsWindow) {
-  ASSERT_EQ(view.ioset(&view, r.mode, r.datatype, r.mask), 1);
-  const extent e = frame_of(view.wind).size;
-  const pos outside[] = {{-1, 0, 0}, {0, -1, 0}, {e[0], 0, 0}, {0, e[1], 0}, {INT32_MAX, INT32_MIN, 0}};
+void moves_nothing_outside_its_window(int seed) {
+  scene s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1);
+  const extent e = s.size();
   uint8_t buffer[256];
-  for (const pos &p : outside) {
-    EXPECT_EQ(view.ioread(&view, 0, buffer, 1, p[0], p[1]), 0u);
-    EXPECT_EQ(view.iorite(&view, 0, buffer, 1, p[0], p[1]), 0u);
-    EXPECT_EQ(view.iolen(&view, 1, p[0], p[1]), 0u);
+  for (const pos &p : {pos{-1, 0}, pos{0, -1}, pos{e[0], 0}, pos{0, e[1]}, pos{INT32_MAX, INT32_MIN}}) {
+    EXPECT_EQ(s.view.ioread(&s.view, 0, buffer, 1, p[0], p[1]), 0u);
+    EXPECT_EQ(s.view.iorite(&s.view, 0, buffer, 1, p[0], p[1]), 0u);
+    EXPECT_EQ(s.view.iolen(&s.view, 1, p[0], p[1]), 0u);
   }
 }
 
-TEST_P(Def2From3, ReadsScatteredPixels) {
-  const uint32_t all = uint32_t(ones(stored.d.pixies));
-  const request blocks{0, uint32_t(stored.d.pixietype) | uint32_t(r.datatype & 0xF00), all};
-  ASSERT_GE(view.bxts(&view, 0, blocks.datatype, all), 0);
+void reads_scattered_pixels(int seed) {
+  scene s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  s.r.mask = uint32_t(ones(s.stored.d.pixies));
+  ASSERT_GE(s.view.bxts(&s.view, 0, s.r.datatype, s.r.mask), 0);
   qvxyzcoord list[40];
   for (auto &entry : list) {
-    const pos p = random_pos(g, frame_of(view.wind).size);
-    entry = {p[0], p[1], between(g, -5, 5)};
+    const pos p = random_pos(s.g, s.size());
+    entry = {p[0], p[1], between(s.g, -5, 5)};
   }
-  const size_t pixel = size_t(blocks.size() * stored.d.pixies);
+  const size_t pixel = size_t(s.r.size() * s.stored.d.pixies);
   std::vector<uint8_t> buffer(40 * pixel);
-  ASSERT_EQ(view.bxta(&view, QVIM_LIST, buffer.data(), list, 40, QVIM_OP_READ), 40u);
+  ASSERT_EQ(s.view.bxta(&s.view, QVIM_LIST, buffer.data(), list, 40, QVIM_OP_READ), 40u);
   for (size_t i = 0; i < 40; i++)
-    for (int c = 0; c < stored.d.pixies; c++) {
+    for (int c = 0; c < s.stored.d.pixies; c++) {
       const pos at{list[i].x, list[i].y, 0};
-      ASSERT_NO_FATAL_FAILURE(expect_pixie(&buffer[i * pixel + size_t(c * blocks.size())], blocks,
-                                           as_read(stored, stored.get(in_source(at), c), blocks.datatype), at,
-                                           c));
+      ASSERT_NO_FATAL_FAILURE(expect_pixie(&buffer[i * pixel + size_t(c * s.r.size())], s.r,
+                                           as_read(s.stored, s.stored.get(s.in_source(at), c), s.r.datatype),
+                                           at, c));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, Def2From3, testing::Range(1, 121));
+TEST(Def2From3, ReadsWhatTheModelSays) { for_seeds(300, reads_what_the_model_says); }
+TEST(Def2From3, WritesWhatTheModelSaysAndNothingElse) { for_seeds(300, writes_what_the_model_says); }
+TEST(Def2From3, MovesNothingOutsideItsWindow) { for_seeds(50, moves_nothing_outside_its_window); }
+TEST(Def2From3, ReadsScatteredPixels) { for_seeds(300, reads_scattered_pixels); }
 
 // --- construction and description
 // --------------------------------------------------------------------------------
@@ -189,6 +198,17 @@ TEST_F(Def2From3Fixed, StopsARunAlongJoinedFramesAtEachFrame) {
   EXPECT_EQ(view.ioread(&view, 0, out, 24, 3, 1), 14u);  // columns 3 and, in the next frame, 4 to 7
   const uint8_t expected[14] = {7, 11, 12, 16, 20, 13, 17, 21, 14, 18, 22, 15, 19, 23};
   EXPECT_EQ(std::memcmp(out, expected, 14), 0);
+}
+
+TEST_F(Def2From3Fixed, IsReadOnByViewsOverIt) {
+  qvimage over;
+  ASSERT_EQ(qvimage_def2from3(&view, &source, 0, 2, 0, beside), 0);
+  ASSERT_EQ(qvimage_converter(&over, &view, nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(over.ioset(&over, 0, QVIM_UINT16, 1), 1);
+  uint16_t out[8] = {};
+  ASSERT_EQ(over.ioread(&over, 0, out, 100, 1, 2), 7u);  // across both frames in one call
+  const uint16_t expected[7] = {9, 10, 11, 20, 21, 22, 23};
+  EXPECT_EQ(std::memcmp(out, expected, sizeof expected), 0);
 }
 
 TEST_F(Def2From3Fixed, RefusesOtherScansAndItself) {

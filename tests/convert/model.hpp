@@ -337,4 +337,13 @@ void check_write(qvim::record<Dim> *im, const request &r, const pos &at, uint32_
       apply(run[i], r.first() + c, values[i * size_t(r.colours()) + size_t(c)]);
 }
 
+// Checks every seed of a range; a failure names its seed.
+template <class Check>
+void for_seeds(int seeds, Check check) {
+  for (int seed = 1; seed <= seeds; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    ASSERT_NO_FATAL_FAILURE(check(seed));
+  }
+}
+
 }  // namespace model

@@ -30,7 +30,7 @@ TYPED_TEST_SUITE(MemoryImage, Records);
 
 TYPED_TEST(MemoryImage, AgreesWithTheSlowModelWhateverIsSetUp) {
   const uint32_t first = std::random_device{}();
-  for (uint32_t seed = first; seed < first + 20000; seed++) {
+  for (uint32_t seed = first; seed < first + 6000; seed++) {
     random_choices from(seed);
     try {
       scenario<TypeParam>(from).run();
@@ -165,8 +165,8 @@ TEST(MemoryImage2, PacksLinesWhenNoPitchIsGiven) {
   ASSERT_EQ(im.imapset(&im, QVIM_YSCAN | QVIM_STEP, QVIM_UINT8, 7), 0x4005);
   qvimagemap map;
   ASSERT_EQ(im.imap(&im, &map, 0, 0), 1);
-  EXPECT_EQ(map.step, 1920u);
-  EXPECT_EQ(map.length, 480u);
+  EXPECT_EQ(+map.step, 1920u);
+  EXPECT_EQ(+map.length, 480u);
 }
 
 // Offsets beyond 4 GiB: the pages in between are never touched.
@@ -181,7 +181,7 @@ TEST(MemoryImage2, ReachesPixelsBeyondFourGigabytes) {
   qvimagemap first, third;
   ASSERT_EQ(im.imap(&im, &first, 0, 0), 1);
   ASSERT_EQ(im.imap(&im, &third, 1, 2), 1);
-  EXPECT_EQ(third.address - first.address, 2 * pitch + 1);
+  EXPECT_EQ(+third.address - first.address, 2 * pitch + 1);
   ASSERT_EQ(im.bxts(&im, 0, QVIM_UINT8, 1), 1);
   qvxyzcoord list[] = {{1, 2, 77}, {2, 0, 77}};
   im.bxtp(&im, QVIM_LIST, nullptr, list, 2, 0);

@@ -554,7 +554,7 @@ TEST_F(Bufio, TransfersAllocateNothing) {
   EXPECT_EQ(allocation_count(), before);
 }
 
-TEST_F(Bufio, TheLockSerialisesSeekAndTransfer) {
+TEST_F(Bufio, TheLockSerialisesSeekAndTransferOfThreads) {
   const bytes data = pattern(4000);
   put_file(path, data);
   stream b(path, "rb", 4, BUFIO_LOCKED);

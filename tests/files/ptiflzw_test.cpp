@@ -196,6 +196,16 @@ TEST_F(Ptiflzw, SplitsAnywhere) {
   }
 }
 
+TEST_F(Ptiflzw, SplitsBetweenTheLastCodes) {
+  for (size_t around : {254, 766, 1790, 3000, 3836, 3837})
+    for (size_t size = around - 9; size <= around + 9; size++) {
+      const bytes input = new_pairs(size);
+      ASSERT_EQ(in_pieces(ptiflzw_encode, input, constant(size), constant(1), false).output,
+                slow_encoder().encode(input))
+          << size;
+    }
+}
+
 TEST_F(Ptiflzw, SplitsLongDataAtRandom) {
   std::mt19937 random(11);
   for (const auto &[name, data] : samples()) {

@@ -1,0 +1,204 @@
+"""qvimage convert: pixels and everything else arrive, whole files or none."""
+import itertools
+import os
+import pty
+import resource
+import signal
+import subprocess
+import time
+import unittest
+
+import tiff
+from common import TOOL, ToolTest, as_stored, palette_picture, picture
+
+COMPRESSIONS = {"none": 1, "lzw": 5, "lzw-predictor": 5, "packbits": 32773, "arithmetic": 32885,
+                "arithmetic-predictor": 32885}
+
+
+def cropped(page, x, y, width, height):
+    row, n = page.width * page.samples, page.samples
+    return [v for r in range(y, y + height) for v in page.pixels[r * row + x * n : r * row + (x + width) * n]]
+
+
+class Convert(ToolTest):
+    def same(self, page, expected):
+        self.assertEqual(page.shape(), expected.shape())
+        self.assertEqual(page.pixels, as_stored(expected))
+
+    def test_every_compression_brings_back_every_kind_of_page(self):
+        pages = [
+            picture(67, 31), picture(67, 31, bits=16), picture(67, 31, bits=32), picture(67, 31, samples=2),
+            picture(67, 31, samples=3), picture(67, 31, samples=3, photometric=6), picture(67, 31, samples=4),
+            picture(67, 31, samples=3, bits=16), picture(67, 31, bits=32, real=True),
+            picture(67, 31, bits=64, real=True), palette_picture(67, 31), palette_picture(67, 31, bits=4),
+            palette_picture(67, 31, bits=1), picture(67, 31, bits=12), picture(67, 31, bits=1),
+        ]
+        for (name, code), page in itertools.product(COMPRESSIONS.items(), pages):
+            if name != "none" and page.real or code == 32885 and page.bits > 12:
+                continue
+            with self.subTest(compression=name, page=page.shape()[:6]):
+                original, coded = self.make("a.tif", page, order=">"), self.path("coded.tif")
+                self.good("convert", "--compression", name, original, coded)
+                self.assertEqual(tiff.read(coded)[0].compression, code)
+                self.good("diff", original, coded)
+                back = self.path("back.tif")
+                self.good("convert", "--compression=none", coded, back)
+                self.same(tiff.read(back)[0], page)
+
+    def test_what_no_option_changes_stays(self):
+        strings = dict(description=b"a frame", software=b"camera", datetime=b"2024:05:06 07:08:09", copyright=b"me")
+        page = picture(40, 30, rows_per_strip=7, strings=strings, resolution=((600, 7), (500, 3), 3), version=43)
+        self.good("convert", self.make("a.tif", page), self.path("b.tif"))
+        (found,) = tiff.read(self.path("b.tif"))
+        self.same(found, page)
+        self.assertEqual((found.strings, found.resolution, found.version, found.rows_per_strip),
+                         (strings, page.resolution, 43, 7))
+        for name in COMPRESSIONS:
+            self.good("convert", "--compression", name, self.path("b.tif"), self.path("c.tif"))
+            self.good("convert", self.path("c.tif"), self.path("d.tif"))
+            self.assertIn(f"compression  {name}\n", self.good("info", self.path("d.tif")))
+
+    def test_options_change_the_description(self):
+        original = self.make("a.tif", picture(9, 9, strings=dict(description=b"old", software=b"old")))
+        self.good("convert", original, self.path("b.tif"), "--description", "new", "--software=", "--bigtiff",
+                  "--copyright", "c", "--resolution", "118.5,200cm")
+        (page,) = tiff.read(self.path("b.tif"))
+        self.assertEqual(page.version, 43)
+        self.assertEqual(page.resolution, ((118500, 1000), (200, 1), 3))
+        page.strings.pop("datetime", None)
+        self.assertEqual(page.strings, dict(description=b"new", copyright=b"c"))
+
+    def test_pages_are_chosen_and_may_all_differ(self):
+        mixed = [picture(5, 4), picture(7, 3, samples=3), picture(6, 6, bits=16), palette_picture(5, 4)]
+        alike = [tiff.Page(4, 3, [i] * 12, strings=dict(description=b"%d" % i)) for i in range(30)]
+        odd_one = alike[:9] + [picture(5, 5)] + alike[10:]
+        for pages in (mixed, alike, odd_one):
+            path = self.make("a.tif", *pages)
+            for choice, chosen in ((None, pages), ("2-3", pages[1:3]), ("4", pages[3:4]), ("2-", pages[1:])):
+                with self.subTest(count=len(pages), choice=choice):
+                    self.good("convert", *(["--pages", choice] if choice else []), path, self.path("b.tif"))
+                    found = tiff.read(self.path("b.tif"))
+                    self.assertEqual(len(found), len(chosen))
+                    for page, expected in zip(found, chosen):
+                        self.same(page, expected)
+                        self.assertEqual(page.strings.get("description"), expected.strings.get("description"))
+
+    def test_crop(self):
+        for page in (picture(20, 15), picture(20, 15, samples=3, bits=16), palette_picture(20, 15)):
+            for box in ((0, 0, 20, 15), (3, 2, 10, 5), (19, 14, 1, 1)):
+                with self.subTest(samples=page.samples, box=box):
+                    self.good("convert", "--crop", "%d,%d,%d,%d" % box, self.make("a.tif", page), self.path("b.tif"))
+                    (found,) = tiff.read(self.path("b.tif"))
+                    self.assertEqual((found.width, found.height), box[2:])
+                    self.assertEqual(found.pixels, cropped(page, *box))
+                    self.assertEqual(found.palette, page.palette)
+
+    def test_append_adds_behind_the_last_page_in_the_files_own_ways(self):
+        first, second = [picture(5, 4), picture(6, 4)], [picture(7, 4, bits=16), picture(8, 4)]
+        for order, version in itertools.product("<>", (42, 43)):
+            with self.subTest(order=order, version=version):
+                for page in first:
+                    page.version = version
+                target = self.make("target.tif", *first, order=order)
+                self.good("convert", "--append", self.make("more.tif", *second), target)
+                found = tiff.read(target)
+                self.assertEqual([page.version for page in found], [version] * 4)
+                for page, expected in zip(found, first + second):
+                    self.same(page, expected)
+        self.good("convert", "--append", self.path("more.tif"), self.path("new.tif"))
+        self.assertEqual(len(tiff.read(self.path("new.tif"))), 2)
+
+    def test_the_target_may_be_the_source_and_keeps_its_permissions_and_links(self):
+        page = picture(50, 50)
+        path = self.make("a.tif", page)
+        os.chmod(path, 0o640)
+        os.symlink("a.tif", self.path("link.tif"))
+        self.good("convert", "--compression=packbits", path, self.path("link.tif"))
+        self.assertTrue(os.path.islink(self.path("link.tif")))
+        self.assertEqual(os.stat(path).st_mode & 0o777, 0o640)
+        self.assertIn("packbits", self.good("info", path))
+        self.assertEqual(self.files(), ["a.tif", "link.tif"])
+        os.mkfifo(self.path("pipe.tif"))
+        self.refused(1, ".*this is not a regular file", "convert", path, self.path("pipe.tif"))
+
+
+class Whole(ToolTest):
+    """Nothing half done is left behind."""
+
+    def setUp(self):
+        super().setUp()
+        # Takes some seconds to code, a moment to make: a sparse file.
+        self.big = self.make("big.tif", tiff.Page(1, 1, [0]))
+        width = height = 25000
+        with open(self.big, "wb") as file:
+            page = tiff.Page(width, height, [])
+            offset = 1024
+            entries = tiff._entries(page, [offset], [width * height])
+            file.write(b"II" + b"\x2a\0" + (8).to_bytes(4, "little") + len(entries).to_bytes(2, "little"))
+            for tag, kind, values in entries:
+                file.write(b"".join(v.to_bytes(n, "little") for v, n in
+                                    ((tag, 2), (kind, 2), (1, 4), (values[0], 4))))
+            file.truncate(offset + width * height)
+
+    def interrupted(self, *words, by=signal.SIGINT, watch=lambda: True, stderr=subprocess.DEVNULL):
+        tool = subprocess.Popen([TOOL, *words], stdout=subprocess.DEVNULL, stderr=stderr)
+        deadline = time.monotonic() + 30
+        while not watch() and tool.poll() is None and time.monotonic() < deadline:
+            time.sleep(0.005)
+        self.assertIsNone(tool.poll(), "it ended before it could be interrupted")
+        tool.send_signal(by)
+        return tool.wait(30)
+
+    def growing(self, known):
+        """Is a file that was not there before, or the known one, getting its pixels?"""
+        sizes = {name: os.path.getsize(self.path(name)) for name in os.listdir(self.folder)}
+        return any(size > known.get(name, 0) for name, size in sizes.items())
+
+    def test_an_interrupt_leaves_no_file_and_an_old_one_as_it_was(self):
+        old = self.make("old.tif", picture(9, 9))
+        with open(old, "rb") as file:
+            content = file.read()
+        before = self.files()
+        known = {name: os.path.getsize(self.path(name)) for name in before}
+        for target, more, by in (("new.tif", [], signal.SIGINT), ("old.tif", [], signal.SIGTERM),
+                                 ("old.tif", ["--append"], signal.SIGINT)):
+            with self.subTest(target=target, more=more):
+                status = self.interrupted("convert", "--compression=lzw-predictor", *more, self.big,
+                                          self.path(target), by=by, watch=lambda: self.growing(known))
+                self.assertEqual(status, -by)
+                self.assertEqual(self.files(), before)
+                with open(old, "rb") as file:
+                    self.assertEqual(file.read(), content)
+
+    def test_a_full_disk_leaves_no_file_and_an_old_one_as_it_was(self):
+        source = self.make("a.tif", picture(300, 300), picture(300, 300))
+        old = self.make("old.tif", picture(9, 9))
+        with open(old, "rb") as file:
+            content = file.read()
+        before = self.files()
+        for target, more, limit in itertools.product(("new.tif", "old.tif"), ([], ["--append"]),
+                                                     (100, 4096, 70000, 100000)):
+            if (target, more) == ("old.tif", ["--append"]) and limit > 90000:
+                continue  # the first page fits and stays
+            with self.subTest(target=target, more=more, limit=limit):
+                self.refused(1, r".*Linux file read/write error \(code -7\).*: File too large", "convert", *more,
+                             source, self.path(target),
+                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+                self.assertEqual(self.files(), before)
+                with open(old, "rb") as file:
+                    self.assertEqual(file.read(), content)
+
+    def test_long_work_shows_a_bar_on_a_terminal(self):
+        terminal, side = pty.openpty()
+        started = time.monotonic()
+        self.interrupted("convert", "--compression=lzw-predictor", self.big, self.path("new.tif"), stderr=side,
+                         watch=lambda: time.monotonic() > started + 1)
+        os.close(side)
+        shown = os.read(terminal, 100000).decode()
+        os.close(terminal)
+        self.assertRegex(shown, r"\A\r\[#* *\] +\d+ %")
+        self.assertTrue(shown.endswith("\r\x1b[K"), "the bar is wiped")
+
+
+if __name__ == "__main__":
+    unittest.main()

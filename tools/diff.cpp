@@ -1,0 +1,162 @@
+// qvimage diff: how much the pixels of two files differ.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "command.hpp"
+#include "failure.hpp"
+#include "format.hpp"
+#include "progress.hpp"
+#include "rows.hpp"
+#include "text.hpp"
+#include "words.hpp"
+
+namespace tool {
+
+namespace {
+
+struct difference {
+  uint64_t differing = 0;
+  double largest = 0, sum = 0, sum_of_squares = 0;
+
+  void add(double d) {
+    differing++;
+    largest = std::max(largest, d);
+    sum += d;
+    sum_of_squares += d * d;
+  }
+};
+
+// Two NaNs are the same, a NaN and a number are infinitely different.
+template <class Pixie>
+double distance(Pixie a, Pixie b) {
+  const double d = static_cast<double>(a > b ? a - b : b - a);
+  if (!std::isnan(d)) return d;
+  return std::isnan(static_cast<double>(a)) && std::isnan(static_cast<double>(b))
+             ? 0
+             : std::numeric_limits<double>::infinity();
+}
+
+template <class Pixie>
+void compare_rows(const Pixie *a, const Pixie *b, size_t pixels, std::span<difference> components) {
+  for (size_t i = 0; i < pixels; i++) {
+    for (difference &component : components) {
+      if (*a != *b) {
+        const double d = distance(*a, *b);
+        if (d != 0) component.add(d);
+      }
+      a++;
+      b++;
+    }
+  }
+}
+
+// What PSNR relates to: the largest value that the type holds, or the width of the nominal range of floats.
+double peak(const qvimagedata &data) {
+  if (data.pixietype >= QVIM_FLOAT32) return static_cast<double>(data.r_maxvalue) - data.r_minvalue;
+  return std::ldexp(1.0, data.i_bitsused) - 1;
+}
+
+std::string shape(const qvimagefileinfo &info) {
+  return formatted("%u x %u, %d x %s, %s", info.width, info.height, info.data.pixies,
+                   describe_type(info.data).c_str(), describe_colour(info.data).c_str());
+}
+
+class comparison {
+ public:
+  comparison(const std::string &a, const std::string &b)
+      : a_name_(a), b_name_(b), a_(open_document(a)), b_(open_document(b)) {}
+
+  bool equal() {
+    const int64_t common = std::min(a_->pages(), b_->pages());
+    progress progress(common);
+    bool same = true;
+    for (int64_t page = 0; page < common; page++) {
+      progress.next_unit();
+      same &= equal_page(page, progress);
+    }
+    if (a_->pages() == b_->pages()) return same;
+    std::printf("pages: %lld and %lld\n", static_cast<long long>(a_->pages()),
+                static_cast<long long>(b_->pages()));
+    return false;
+  }
+
+ private:
+  bool equal_page(int64_t number, progress &progress) {
+    const std::string where = formatted("page %lld", static_cast<long long>(number + 1));
+    const std::string a_shape = shape(a_->info(number)), b_shape = shape(b_->info(number));
+    const auto a = a_->open(number, colour_map::applied), b = b_->open(number, colour_map::applied);
+    if (!comparable(a->image, b->image)) {
+      std::printf("%s: %s and %s\n", where.c_str(), a_shape.c_str(), b_shape.c_str());
+      return false;
+    }
+    rows a_rows(&a->image, a_name_, where), b_rows(&b->image, b_name_, where);
+    const auto components = compare(a->image.d.pixietype, a_rows, b_rows, progress);
+    progress.hide();
+    return tell(where, a->image.d, a_rows, components);
+  }
+
+  static bool comparable(const qvimage &a, const qvimage &b) {
+    const qvimagedata p = a.d, q = b.d;
+    return a.imdim.se.x == b.imdim.se.x && a.imdim.se.y == b.imdim.se.y && p.pixietype == q.pixietype &&
+           p.pixies == q.pixies && p.pixelhint == q.pixelhint && bits_of(p) == bits_of(q);
+  }
+
+  static std::vector<difference> compare(int32_t pixietype, rows &a, rows &b, progress &progress) {
+    std::vector<difference> components(static_cast<size_t>(a.components()));
+    with_pixie_type(pixietype, [&]<class Pixie>(Pixie) {
+      for (int32_t y = 0; y < a.height(); y++) {
+        const auto *p = static_cast<const Pixie *>(a.read(y)), *q = static_cast<const Pixie *>(b.read(y));
+        if (std::memcmp(p, q, a.row_bytes()) != 0)
+          compare_rows(p, q, static_cast<size_t>(a.width()), std::span(components));
+        progress.step(y, a.height());
+      }
+    });
+    return components;
+  }
+
+  static bool tell(const std::string &where, const qvimagedata &data, const rows &rows,
+                   const std::vector<difference> &components) {
+    const double pixels = static_cast<double>(rows.width()) * rows.height();
+    bool same = true;
+    for (size_t i = 0; i < components.size(); i++) {
+      const difference &d = components[i];
+      if (d.differing == 0) continue;
+      same = false;
+      std::printf("%s, %s: %llu of %.0f pixels differ (%.3g %%), largest %.9g, mean %.6g, PSNR %.2f dB\n",
+                  where.c_str(), component_name(data, static_cast<int32_t>(i)).c_str(),
+                  static_cast<unsigned long long>(d.differing), pixels,
+                  100 * static_cast<double>(d.differing) / pixels, d.largest, d.sum / pixels,
+                  10 * std::log10(peak(data) * peak(data) * pixels / d.sum_of_squares));
+    }
+    if (same) std::printf("%s: equal\n", where.c_str());
+    return same;
+  }
+
+  const std::string a_name_, b_name_;
+  const std::unique_ptr<document> a_, b_;
+};
+
+int run(const arguments &arguments) {
+  return comparison(arguments.operand(0), arguments.operand(1)).equal() ? fine : failed;
+}
+
+}  // namespace
+
+const command diff_command = {
+    "diff",
+    "A B",
+    "how much the pixels of two files differ",
+    "Prints for each page and component how many pixels differ, the largest and the mean difference (of all\n"
+    "pixels) and the PSNR: against the largest value of integers, against the nominal range 0 to 1 of "
+    "floats.\n"
+    "Palettes are applied first. Exit status 1 when anything differs, shapes included.",
+    2,
+    2,
+    {},
+    run};
+
+}  // namespace tool

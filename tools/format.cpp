@@ -1,0 +1,78 @@
+#include "format.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+
+#include <qvimage/error.h>
+#include <qvimage/null.h>
+
+#include "failure.hpp"
+#include "text.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr file_format formats[] = {{"TIFF", ".tif .tiff ", is_tiff, open_tiff, create_tiff}};
+
+// The first bytes of a file, as far as it has them.
+std::string head_of(const std::string &path) {
+  errno = 0;
+  std::FILE *file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr)
+    throw failure(path, QVERR_NOTFOUND, system_detail(QVERR_NOTFOUND, "it cannot be opened"));
+  char bytes[16];
+  const std::string head(bytes, std::fread(bytes, 1, sizeof bytes, file));
+  const bool unreadable = std::ferror(file) != 0;
+  const std::string why = system_detail(QVERR_IO, "it cannot be read");
+  std::fclose(file);
+  if (unreadable) throw failure(path, QVERR_IO, why);
+  return head;
+}
+
+std::string what_it_begins_with(std::string_view head) {
+  if (head.empty()) return "the file is empty";
+  std::string text = "no known format begins with";
+  for (const char byte : head.substr(0, 8))
+    text += formatted("%s%02x", " ", static_cast<unsigned char>(byte));
+  return text;
+}
+
+std::string lower_case(std::string text) {
+  for (char &c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+}  // namespace
+
+page::page() {
+  qvimage_defnull(&image);
+  qvimage_defnull(&palette);
+}
+
+const file_format &format_of_content(const std::string &path) {
+  const std::string head = head_of(path);
+  for (const file_format &format : formats) {
+    if (format.recognises(head)) return format;
+  }
+  throw failure(path, QVERR_FORMAT, what_it_begins_with(head));
+}
+
+const file_format &format_of_name(const std::string &path) {
+  const size_t dot = path.find_last_of("./");
+  const std::string suffix = dot == path.npos ? "" : lower_case(path.substr(dot));
+  std::string known;
+  for (const file_format &format : formats) {
+    if (suffix.size() > 1 && format.suffixes.find(suffix + ' ') != format.suffixes.npos) return format;
+    known += format.suffixes;
+  }
+  throw usage_error(printable(path) + ": the name tells no format; one of these at its end does: " + known);
+}
+
+std::unique_ptr<document> open_document(const std::string &path) {
+  return format_of_content(path).open(path);
+}
+
+}  // namespace tool

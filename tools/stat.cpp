@@ -1,0 +1,183 @@
+// qvimage stat: how the values of a file's components are distributed.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "command.hpp"
+#include "failure.hpp"
+#include "format.hpp"
+#include "histogram.hpp"
+#include "pages.hpp"
+#include "progress.hpp"
+#include "rows.hpp"
+#include "terminal.hpp"
+#include "text.hpp"
+#include "words.hpp"
+
+namespace tool {
+
+namespace {
+
+// Moments of finite values, gathered a row at a time: a row's own mean and squares first, then merged into
+// those of the rows before it, which loses nothing however many values there are.
+struct moments {
+  double count = 0, mean = 0, squares = 0;
+  double least = std::numeric_limits<double>::infinity(), most = -least;
+  uint64_t not_finite = 0;
+
+  template <class Pixie>
+  void add_row(const Pixie *pixies, size_t pixels, size_t stride) {
+    moments row;
+    double sum = 0;
+    for (size_t i = 0; i < pixels; i++) row.take(static_cast<double>(pixies[i * stride]), sum);
+    row.mean = row.count > 0 ? sum / row.count : 0;
+    for (size_t i = 0; i < pixels; i++) {
+      const double d = static_cast<double>(pixies[i * stride]) - row.mean;
+      if (std::isfinite(d)) row.squares += d * d;
+    }
+    merge(row);
+  }
+
+  double deviation() const { return std::sqrt(squares / count); }
+
+ private:
+  void take(double value, double &sum) {
+    if (!std::isfinite(value)) {
+      not_finite++;
+      return;
+    }
+    count++;
+    sum += value;
+    least = std::min(least, value);
+    most = std::max(most, value);
+  }
+
+  // Chan, Golub, LeVeque: Updating formulae and a pairwise algorithm for computing sample variances (1979).
+  void merge(const moments &other) {
+    not_finite += other.not_finite;
+    if (other.count == 0) return;
+    const double total = count + other.count, apart = other.mean - mean;
+    mean += apart * other.count / total;
+    squares += other.squares + apart * apart * count * other.count / total;
+    count = total;
+    least = std::min(least, other.least);
+    most = std::max(most, other.most);
+  }
+};
+
+// Calls `action` with each row's first pixie of the page's own type.
+template <class Action>
+void for_each_row(qvimage &image, rows &rows, progress &progress, Action action) {
+  with_pixie_type(image.d.pixietype, [&]<class Pixie>(Pixie) {
+    for (int32_t y = 0; y < rows.height(); y++) {
+      action(static_cast<const Pixie *>(rows.read(y)));
+      progress.step(y, rows.height());
+    }
+  });
+}
+
+constexpr int margin = 2, histogram_lines = 5;
+
+// As many columns as the terminal has room for, but for integers not more than values.
+size_t columns(const moments &moments, const qvimagedata &data) {
+  const double room = std::max(terminal_width(STDOUT_FILENO) - margin - 1, 10);
+  if (moments.most <= moments.least) return 1;
+  if (data.pixietype >= QVIM_FLOAT32) return static_cast<size_t>(room);
+  return static_cast<size_t>(std::min(room, moments.most - moments.least + 1));
+}
+
+// Integers from least to most fill [least, most + 1): each value has a part of the same width.
+histogram make_histogram(const moments &moments, const qvimagedata &data) {
+  const double end = data.pixietype >= QVIM_FLOAT32 ? moments.most : moments.most + 1;
+  return histogram(moments.least, end, columns(moments, data));
+}
+
+void tell_moments(const std::string &name, const moments &moments) {
+  std::printf("%s: minimum %.9g, maximum %.9g, mean %.9g, standard deviation %.9g\n", name.c_str(),
+              moments.least, moments.most, moments.mean, moments.deviation());
+  if (moments.not_finite != 0)
+    std::printf("%*s%llu values that are no finite numbers are left out\n", margin, "",
+                static_cast<unsigned long long>(moments.not_finite));
+}
+
+void draw(const moments &moments, const histogram &histogram) {
+  for (const std::string &line : drawn(histogram.counts(), histogram_lines, shows_unicode()))
+    std::printf("%*s%s\n", margin, "", line.c_str());
+  const std::string left = formatted("%.9g", moments.least), right = formatted("%.9g", moments.most);
+  const int gap = static_cast<int>(histogram.counts().size()) - static_cast<int>(left.size() + right.size());
+  if (moments.least == moments.most) {
+    std::printf("%*s%s\n", margin, "", left.c_str());
+  } else {
+    std::printf("%*s%s%*s%s\n", margin, "", left.c_str(), std::max(gap, 1), "", right.c_str());
+  }
+}
+
+void tell_page(const std::string &file, const std::string &where, page &page, progress &progress) {
+  const qvimagedata data = page.image.d;
+  rows rows(&page.image, file, where);
+  const auto pixels = static_cast<size_t>(rows.width()), components = static_cast<size_t>(rows.components());
+
+  std::vector<moments> found(components);
+  for_each_row(page.image, rows, progress, [&](const auto *row) {
+    for (size_t c = 0; c < components; c++) found[c].add_row(row + c, pixels, components);
+  });
+
+  std::vector<histogram> histograms;
+  for (const moments &moments : found) histograms.push_back(make_histogram(moments, data));
+  for_each_row(page.image, rows, progress, [&](const auto *row) {
+    for (size_t i = 0; i < pixels * components; i++) {
+      const auto value = static_cast<double>(row[i]);
+      if (std::isfinite(value)) histograms[i % components].add(value);
+    }
+  });
+
+  progress.hide();
+  for (size_t c = 0; c < components; c++) {
+    const std::string name = component_name(data, static_cast<int32_t>(c));
+    if (found[c].count == 0) {
+      std::printf("%s: no finite numbers\n", name.c_str());
+      continue;
+    }
+    tell_moments(name, found[c]);
+    draw(found[c], histograms[c]);
+  }
+}
+
+int run(const arguments &arguments) {
+  const std::string &file = arguments.operand(0);
+  const auto document = open_document(file);
+  const page_range pages = chosen_pages(arguments, file, document->pages());
+  progress progress(pages.count());
+  for (int64_t number = pages.first; number <= pages.last; number++) {
+    const std::string where = formatted("page %lld", static_cast<long long>(number + 1));
+    const auto page = document->open(number, colour_map::applied);
+    progress.next_unit();
+    std::printf("%s, %s: %d x %d, %s, %s\n", printable(file).c_str(), where.c_str(), page->image.imdim.se.x,
+                page->image.imdim.se.y, describe_type(page->image.d).c_str(),
+                describe_colour(page->image.d).c_str());
+    tell_page(file, where, *page, progress);
+  }
+  return fine;
+}
+
+constexpr option options[] = {pages_option};
+
+}  // namespace
+
+const command stat_command = {"stat",
+                              "FILE",
+                              "minimum, maximum, mean, deviation and histogram",
+                              "Prints for each page and component the smallest, largest and mean value, the "
+                              "standard deviation (of all\n"
+                              "pixels, not of a sample) and a histogram between the smallest and the largest "
+                              "value. Palettes are applied\n"
+                              "first; values of floats that are no finite numbers are counted apart.",
+                              1,
+                              1,
+                              options,
+                              run};
+
+}  // namespace tool

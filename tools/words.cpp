@@ -1,0 +1,115 @@
+#include "words.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include <qvimage/data.h>
+
+#include "text.hpp"
+
+namespace tool {
+
+namespace {
+
+struct compression_entry {
+  uint32_t code;
+  std::string_view name;
+};
+
+constexpr compression_entry compressions[] = {{1, "none"},
+                                              {5, "lzw"},
+                                              {517, "lzw-predictor"},
+                                              {32773, "packbits"},
+                                              {32885, "arithmetic"},
+                                              {33397, "arithmetic-predictor"}};
+
+struct component_words {
+  int32_t hint;
+  std::array<const char *, 4> names;
+};
+
+constexpr component_words components[] = {
+    {QVIM_HINT_GREY, {"grey"}},
+    {QVIM_HINT_COMPLEX, {"real", "imaginary"}},
+    {QVIM_HINT_INDEX, {"index"}},
+    {QVIM_HINT_BGR, {"blue", "green", "red"}},
+    {QVIM_HINT_BGRPAD, {"blue", "green", "red", "pad"}},
+    {QVIM_HINT_RGB, {"red", "green", "blue"}},
+    {QVIM_HINT_RGBPAD, {"red", "green", "blue", "pad"}},
+    {QVIM_HINT_YCRCB, {"Y", "Cr", "Cb"}},
+    {QVIM_HINT_YCRCBPAD, {"Y", "Cr", "Cb", "pad"}},
+    {QVIM_HINT_CMY, {"cyan", "magenta", "yellow"}},
+    {QVIM_HINT_CMYK, {"cyan", "magenta", "yellow", "black"}},
+};
+
+bool is_float(const qvimagedata &data) { return data.pixietype >= QVIM_FLOAT32; }
+
+}  // namespace
+
+int32_t bits_of(const qvimagedata &data) {
+  return is_float(data) ? 8 * qvimdatasize(static_cast<uint32_t>(data.pixietype)) : data.i_bitsused;
+}
+
+std::string describe_type(const qvimagedata &data) {
+  return formatted("%d-bit%s", bits_of(data), is_float(data) ? " float" : "");
+}
+
+std::string type_name(const qvimagedata &data) {
+  return formatted("%s%d", is_float(data) ? "float" : "uint",
+                   8 * qvimdatasize(static_cast<uint32_t>(data.pixietype)));
+}
+
+std::string describe_colour(const qvimagedata &data) {
+  const char *name = qvimhinttostring(data.pixelhint);
+  return name != nullptr ? name : formatted("hint %d", data.pixelhint);
+}
+
+std::string component_name(const qvimagedata &data, int32_t component) {
+  const int32_t hint = data.pixelhint;
+  for (const component_words &words : components) {
+    if (words.hint == hint && component < 4 && words.names[static_cast<size_t>(component)] != nullptr)
+      return words.names[static_cast<size_t>(component)];
+  }
+  return formatted("%d", component + 1);
+}
+
+std::string compression_name(uint32_t compression) {
+  const auto found = std::ranges::find(compressions, compression, &compression_entry::code);
+  return found == std::end(compressions) ? formatted("code %u", compression) : std::string(found->name);
+}
+
+std::optional<uint32_t> compression_code(std::string_view name) {
+  const auto found = std::ranges::find(compressions, name, &compression_entry::name);
+  return found == std::end(compressions) ? std::nullopt : std::optional(found->code);
+}
+
+std::string compression_names() {
+  std::string names;
+  for (const compression_entry &entry : compressions) names.append(entry.name).append("|");
+  names.pop_back();
+  return names;
+}
+
+bool compression_is_arithmetic(uint32_t compression) { return compression == 32885 || compression == 33397; }
+
+double resolution(const uint32_t ratio[2]) {
+  return ratio[1] == 0 ? 0.0 : static_cast<double>(ratio[0]) / ratio[1];
+}
+
+std::string resolution_unit(const qvimagefileinfo &info) {
+  return info.resunit == 2 ? "inch" : info.resunit == 3 ? "centimetre" : "none";
+}
+
+std::string describe_resolution(const qvimagefileinfo &info) {
+  const double x = resolution(info.xres), y = resolution(info.yres);
+  if (x == 0 && y == 0) return "";
+  const std::string unit = info.resunit == 2 || info.resunit == 3 ? " per " + resolution_unit(info) : "";
+  return formatted("%.6g x %.6g", x, y) + unit;
+}
+
+std::string describe_strips(const qvimagefileinfo &info) {
+  if (info.stripsize == UINT64_MAX) return "one";
+  return formatted("of at most %llu bytes", static_cast<unsigned long long>(info.stripsize));
+}
+
+}  // namespace tool

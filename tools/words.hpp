@@ -1,0 +1,32 @@
+// Words for what the library expresses as codes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <qvimage/fileinfo.h>
+
+namespace tool {
+
+std::string describe_type(const qvimagedata &data);  // "12-bit", "32-bit float"
+std::string type_name(const qvimagedata &data);      // "uint16", "float32"
+int32_t bits_of(const qvimagedata &data);
+std::string describe_colour(const qvimagedata &data);
+std::string component_name(const qvimagedata &data, int32_t component);  // "red", "2"
+
+// The compressions of --compression, by the writer's codes.
+std::string compression_name(uint32_t compression);
+std::optional<uint32_t> compression_code(std::string_view name);
+std::string compression_names();  // "none|lzw|..."
+bool compression_is_arithmetic(uint32_t compression);
+
+// "300 x 300 per inch"; empty when the file says nothing.
+std::string describe_resolution(const qvimagefileinfo &info);
+std::string resolution_unit(const qvimagefileinfo &info);  // "inch", "centimetre", "none"
+double resolution(const uint32_t ratio[2]);                // 0 when unknown
+
+std::string describe_strips(const qvimagefileinfo &info);
+
+}  // namespace tool
