@@ -139,7 +139,7 @@ class transfer {
       while (end < count && end - i < longest && window.holds(position_of(list[end]))) end++;
       const uint32_t done = serve(buffer + uint64_t(i) * pixel_, list + i, end - i, op, each);
       i += done;
-      if (done == 0 || i < end) i++;
+      if (done == 0) i++;
     }
   }
 

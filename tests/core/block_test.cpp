@@ -103,6 +103,22 @@ TEST(BlockTransfer, LeavesEverySetUpOfTheChainAsItWas) {
             std::vector<uint16_t>({12 << 4, 16 << 4, 20 << 4, 13 << 4}));
 }
 
+// A view of several sources sets all of them up.
+TEST(BlockTransfer, KeepsTheSetUpsOfFurtherSources) {
+  chain c, other;
+  c.top.source[2] = int64_t(reinterpret_cast<intptr_t>(&other.plane));
+  c.top.ioset = [](qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    auto *const further = qvim::resolve<qvimage>(im, im->source[2]);
+    further->ioset(further, mode, datatype, colourmask);
+    return runs_only<qvimage>::ioset(im, mode, datatype, colourmask);
+  };
+  ASSERT_EQ(other.plane.ioset(&other.plane, QVIM_YSCAN, QVIM_UINT16, 1), 1);
+  const auto plane = bytes_of(other.plane), volume = bytes_of(other.volume);
+  ASSERT_EQ(qvimbxts(&c.state, &c.top, 0, QVIM_UINT16, 1), 1);
+  EXPECT_EQ(bytes_of(other.plane), plane);
+  EXPECT_EQ(bytes_of(other.volume), volume);
+}
+
 TEST(BlockTransfer, EndsOnCircularChains) {
   chain c;
   c.top.source[1] = -65;  // itself
