@@ -87,7 +87,7 @@ class transfer {
           });
         else
           for_spans(buffer, list, count, operation, [&](const qvxyzcoord &entry, uint8_t *values) {
-            return apply_by_runs<T>(operation, position_of(entry), values);
+            return apply_by_runs<T>(operation, position_of<Dim>(entry), values);
           });
       });
     });
@@ -96,13 +96,6 @@ class transfer {
   }
 
  private:
-  static point<Dim> position_of(const qvxyzcoord &entry) {
-    if constexpr (Dim::axes == 2)
-      return {entry.x, entry.y};
-    else
-      return {entry.x, entry.y, entry.z};
-  }
-
   // A mapping holds whole pixels.
   bool map_window(uint32_t datatype, qvimagemap *map) {
     if (state_.colours != d_.pixies) return false;
@@ -112,7 +105,7 @@ class transfer {
 
   uint8_t *address_in(const qvimagemap &map, const qvxyzcoord &entry) const {
     const auto all = box<Dim>::of(&im_->imdim);
-    const auto at = position_of(entry);
+    const auto at = position_of<Dim>(entry);
     int64_t pixels = at[Dim::axes - 1];
     for (int axis = Dim::axes - 2; axis >= 0; axis--) pixels = pixels * all.extent(axis) + at[axis];
     return reinterpret_cast<uint8_t *>(map.address + uint64_t(pixels) * map.step);
@@ -136,7 +129,7 @@ class transfer {
     const uint32_t longest = stage_bytes / pixel_;
     for (uint32_t i = 0; i < count;) {
       uint32_t end = i;
-      while (end < count && end - i < longest && window.holds(position_of(list[end]))) end++;
+      while (end < count && end - i < longest && window.holds(position_of<Dim>(list[end]))) end++;
       const uint32_t done = serve(buffer + uint64_t(i) * pixel_, list + i, end - i, op, each);
       i += done;
       if (done == 0) i++;

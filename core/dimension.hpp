@@ -44,6 +44,15 @@ using record = typename Dim::record;
 template <class Dim>
 using point = typename Dim::point;  // a position, one coordinate an axis: x, y, z
 
+// The position that an entry of a block transfer's list names.
+template <class Dim>
+point<Dim> position_of(const qvxyzcoord &entry) {
+  if constexpr (Dim::axes == 2)
+    return {entry.x, entry.y};
+  else
+    return {entry.x, entry.y, entry.z};
+}
+
 // A window with its axes as arrays. Unsigned extents: a valid window is never wider than 2^31 - 1.
 template <class Dim>
 struct box {

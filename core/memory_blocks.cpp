@@ -15,14 +15,6 @@ namespace {
 constexpr uint64_t outside = ~uint64_t{0};
 
 template <class Dim>
-point<Dim> position_of(const qvxyzcoord &entry) {
-  if constexpr (Dim::axes == 2)
-    return {entry.x, entry.y};
-  else
-    return {entry.x, entry.y, entry.z};
-}
-
-template <class Dim>
 uint32_t bxtp(record<Dim> *im, uint32_t mode, void *, qvxyzcoord *list, uint32_t count, uint32_t) {
   if (!(mode & QVIM_LIST)) return mode;
   const auto window = box<Dim>::of(&im->wind);
