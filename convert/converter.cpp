@@ -11,8 +11,7 @@ namespace {
 
 using namespace qvim;
 
-constexpr uint8_t normalised = 1;       // mode: 0.0 to 1.0 stand for the integers' range
-constexpr int32_t outside = INT32_MIN;  // a list entry that no window holds
+constexpr uint8_t normalised = 1;  // mode: 0.0 to 1.0 stand for the integers' range
 
 constexpr bool is_integer(uint32_t type) { return type & 0x0F; }
 constexpr bool has_kernels(uint32_t type) {
@@ -41,8 +40,8 @@ struct side {
   uint32_t size() const { return uint32_t(qvimdatasize(word)); }
   bool partial() const { return integer() && bits < 8 * size(); }
   uint32_t significant() const {  // of partial pixies
-    const uint32_t low = (1u << bits) - 1;
-    return word & QVIM_LSB ? low : low << (8 * size() - bits);
+    const uint64_t low = (uint64_t{1} << bits) - 1;
+    return uint32_t(word & QVIM_LSB ? low : low << (8 * size() - bits));
   }
 };
 
@@ -106,8 +105,7 @@ struct converter : view<Dim, converter<Dim>> {
     return base::finish(im);
   }
 
-  // --- choosing
-  // -----------------------------------------------------------------------------------------------
+  // --- choosing ----------------------------------------------------------------------------------
 
   // The source's type word, with the form in which it stores values.
   static uint32_t stored_word(const source_image *source) {
@@ -186,8 +184,7 @@ struct converter : view<Dim, converter<Dim>> {
     return mode == normalised && !to.integer() && from.partial() && from.word & QVIM_DIRTY;
   }
 
-  // --- runs
-  // ---------------------------------------------------------------------------------------------------
+  // --- runs --------------------------------------------------------------------------------------
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     source_image *source = source_of(im);
@@ -197,7 +194,7 @@ struct converter : view<Dim, converter<Dim>> {
     if (is_identity(im, datatype)) {
       const int32_t code = base::set_source(im, mode, datatype, colourmask);
       if (code >= 0) return base::install_runs_through(im), 1;
-      if (code != -19) return code;  // only another type may help
+      if (code != -19 || datatype == stored_word(source)) return code;  // only another type may help
     }
     if (!choose(im, datatype, colourmask)) return -19;
     if (state_in(im).run_scan == scan::z) return -1;
@@ -269,8 +266,7 @@ struct converter : view<Dim, converter<Dim>> {
     if (st.stored_bits) mask_in_place(to, st.write.to, pixies, st.stored_bits);
   }
 
-  // --- block transfers
-  // ----------------------------------------------------------------------------------------
+  // --- block transfers ---------------------------------------------------------------------------
 
   static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
@@ -278,61 +274,24 @@ struct converter : view<Dim, converter<Dim>> {
     if (step.too_deep() || base::is_own_source(im)) return -5;
     source_image *source = source_of(im);
     if (is_identity(im, datatype)) {
-      const int32_t code = source->bxts(source, mode, datatype, colourmask);
-      if (code >= 0) return install_blocks(im, blocks_through);
-      if (code != -19) return code;
+      const int32_t code = base::bxts_through(im, mode, datatype, colourmask);
+      if (code != -19 || datatype == stored_word(source)) return code;  // only another type may help
     }
     if (!choose(im, datatype, colourmask)) return -19;
     const int32_t code = source->bxts(source, 0, stored_word(source), colourmask);
-    return code < 0 ? code : install_blocks(im, convert_blocks);
-  }
-
-  static int32_t install_blocks(image *im, decltype(image::bxta) transfer) {
-    im->bxtp = translate;
-    im->bxta = transfer;
-    im->bxtw = wait_blocks;
-    return 1;
-  }
-
-  // Turns the view's coordinates into the source's, and on into its pointers where it has some. Entries
-  // outside this window become such as no window holds, told by their last word too: no pointer form uses
-  // that.
-  static uint32_t translate(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
-                            uint32_t op) {
-    source_image *source = source_of(im);
-    if (!(mode & QVIM_LIST)) return source->bxtp(source, mode, buffer, list, count, op);
-    const auto own = box<Dim>::of(&im->wind);
-    for (uint32_t i = 0; i < count; i++) {
-      position at;
-      std::memcpy(&at, &list[i], sizeof at);
-      if (own.holds(at)) {
-        at = in_source(im, at);
-        list[i].z = 0;
-        std::memcpy(&list[i], &at, sizeof at);
-      } else {
-        list[i] = {outside, outside, outside};
-      }
-    }
-    return source->bxtp(source, mode, buffer, list, count, op) | QVIM_LIST;
-  }
-
-  static uint32_t blocks_through(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
-                                 uint32_t op) {
-    source_image *source = source_of(im);
-    translate(im, mode, buffer, list, count, op);
-    return source->bxta(source, mode & ~uint32_t{QVIM_LIST}, buffer, list, count, op);
+    return code < 0 ? code : base::install_blocks(im, convert_blocks);
   }
 
   static uint32_t convert_blocks(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
                                  uint32_t op) {
     const state &st = state_in(im);
-    translate(im, mode, buffer, list, count, op);
+    base::bxtp_through(im, mode, buffer, list, count, op);
     uint8_t *values = static_cast<uint8_t *>(buffer);
     uint32_t done = 0;
     while (count > 0) {
       // Values of entries outside the window stay as they are.
       uint32_t n = 0;
-      while (n < count && n < st.chunk && list[n].z != outside) n++;
+      while (n < count && n < st.chunk && list[n].z != base::outside) n++;
       done += n ? convert_chunk(im, st, mode, values, list, n, op) : 1;
       n = std::max(n, 1u);
       list += n;
@@ -356,14 +315,7 @@ struct converter : view<Dim, converter<Dim>> {
     return done;
   }
 
-  static int32_t wait_blocks(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
-                             uint32_t op) {
-    source_image *source = source_of(im);
-    return source->bxtw(source, mode, buffer, list, count, op);
-  }
-
-  // --- mapping
-  // ------------------------------------------------------------------------------------------------
+  // --- mapping -----------------------------------------------------------------------------------
 
   static int32_t imapset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_mapping<Dim>(im);

@@ -8,8 +8,7 @@
 
 namespace {
 
-// --- kernels by what they do
-// ---------------------------------------------------------------------------------
+// --- kernels by what they do ---------------------------------------------------------------------
 
 enum moving { stay, right, left };  // the order of the columns of all tables
 
@@ -81,8 +80,7 @@ constexpr from_real_kernels real_to_integer[2][3] = {
     {QVIM_FROM_REAL(dto1), QVIM_FROM_REAL(dto2), QVIM_FROM_REAL(dto4)},
 };
 
-// --- the selection
-// ----------------------------------------------------------------------------------------------
+// --- the selection -------------------------------------------------------------------------------
 
 constexpr uint32_t justified = QVIM_MSB | QVIM_LSB;
 constexpr uint64_t low_bits(uint32_t n) { return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1; }

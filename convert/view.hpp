@@ -19,8 +19,8 @@
 #include <qvimage/block.h>
 #include <qvimage/data.h>
 #include <qvimage/types.h>
-#include <qvimage/window.h>
 
+#include "convert/chain.hpp"
 #include "core/dimension.hpp"
 #include "core/null.hpp"
 #include "core/record.hpp"
@@ -29,19 +29,6 @@ namespace qvim {
 
 // Pixels that must be converted or moved apart go through this much of the stack, a piece at a time.
 inline constexpr uint32_t staging_bytes = 2048;
-
-// Set-ups and queries go down a chain of views by recursion. Chains end at an image without a source, unless
-// a caller ties them into a ring: there the recursion stops.
-inline constexpr int longest_chain = 1000;
-constinit inline thread_local int chain_depth = 0;
-class chain_step {
- public:
-  chain_step() { chain_depth++; }
-  ~chain_step() { chain_depth--; }
-  chain_step(const chain_step &) = delete;
-  chain_step &operator=(const chain_step &) = delete;
-  bool too_deep() const { return chain_depth > longest_chain; }
-};
 
 // How a kind answers queries: the images it adds to the chain counts, the flag bit it sets there, and whether
 // other queries are passed to the source.
@@ -63,40 +50,6 @@ struct [[gnu::packed]] view_state {
   uint8_t by_lines;  // runs are cut at the ends of the window's lines: the source's lines are others
 };
 
-// The generic block transfer and the window functions by dimension.
-template <class Dim>
-struct functions;
-template <>
-struct functions<two_d> {
-  static constexpr auto bxts = qvimbxts;
-  static constexpr auto bxtp = qvimbxtp;
-  static constexpr auto bxta = qvimbxta;
-  static constexpr auto bxtw = qvimbxtw;
-  static constexpr auto check_inside = qvimchkwindsub;
-  static constexpr auto xwind = qvimxwind;
-  static constexpr auto null_window = qvimnullwind;
-  static constexpr auto length_by_mode = qvimacclenfunc;
-  static void advance(const qvywindow *w, two_d::point &at, scan s, uint32_t n) {
-    (s == scan::y ? qvimnewcoordyscan : qvimnewcoordxscan)(w, &at[0], &at[1], n);
-  }
-};
-template <>
-struct functions<three_d> {
-  static constexpr auto bxts = qvim3bxts;
-  static constexpr auto bxtp = qvim3bxtp;
-  static constexpr auto bxta = qvim3bxta;
-  static constexpr auto bxtw = qvim3bxtw;
-  static constexpr auto check_inside = qvim3chkwindsub;
-  static constexpr auto xwind = qvim3xwind;
-  static constexpr auto null_window = qvim3nullwind;
-  static constexpr auto length_by_mode = qvim3acclenfunc;
-  static void advance(const qvyzwindow *w, three_d::point &at, scan s, uint32_t n) {
-    (s == scan::z   ? qvim3newcoordzscan
-     : s == scan::y ? qvim3newcoordyscan
-                    : qvim3newcoordxscan)(w, &at[0], &at[1], &at[2], n);
-  }
-};
-
 template <class Dim, class Kind, class SourceDim = Dim>
 struct view {
   using image = record<Dim>;
@@ -109,8 +62,7 @@ struct view {
   static bool is_own_source(image *im) { return static_cast<void *>(source_of(im)) == im; }
   static auto &state_in(image *im) { return state_of<typename Kind::state>(im); }
 
-  // --- construction: begin, then what the kind changes, then finish
-  // -------------------------------------------
+  // --- construction: begin, then what the kind changes, then finish ------------------------------
 
   // Clears the record and takes over the source's description and, within one dimension, its size. The source
   // is an address or a relative reference, never null.
@@ -162,8 +114,7 @@ struct view {
     im->imapset = Kind::imapset;
   }
 
-  // --- geometry
-  // -----------------------------------------------------------------------------------------------
+  // --- geometry ----------------------------------------------------------------------------------
 
   // The view's window begins here in the source's window.
   static position origin(image *im) { return state_in(im).shared ? position{} : box<Dim>::of(&im->wind).nw; }
@@ -186,8 +137,7 @@ struct view {
     return true;
   }
 
-  // --- runs
-  // ---------------------------------------------------------------------------------------------------
+  // --- runs --------------------------------------------------------------------------------------
 
   static int32_t ioset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_runs<Dim>(im);
@@ -296,8 +246,7 @@ struct view {
     return source->iowait(source, mode, buffer);
   }
 
-  // --- block transfers: the generic one, over the view's own runs
-  // -----------------------------------------------
+  // --- block transfers: the generic one over the view's own runs, or the source's ----------------
 
   static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
@@ -321,8 +270,57 @@ struct view {
     return fn::bxtw(&state_in(im).blocks, im, mode, b, list, count, op);
   }
 
-  // --- mapping: none, or the source's
-  // -----------------------------------------------------------------------------
+  // Block transfers that the source serves in the caller's data type.
+  static int32_t bxts_through(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    clear_blocks<Dim>(im);
+    const chain_step step;
+    if (step.too_deep() || is_own_source(im)) return -5;
+    source_image *source = source_of(im);
+    const int32_t code = source->bxts(source, mode, datatype, colourmask);
+    return code < 0 ? code : install_blocks(im, bxta_through);
+  }
+  static int32_t install_blocks(image *im, decltype(image::bxta) transfer) {
+    im->bxtp = bxtp_through;
+    im->bxta = transfer;
+    im->bxtw = bxtw_through;
+    return 1;
+  }
+
+  // Turns the view's coordinates into the source's, and on into its pointers where it has some. Entries
+  // outside this window become such as no window holds, told by their last word too: no pointer form uses
+  // that.
+  static constexpr int32_t outside = INT32_MIN;
+  static uint32_t bxtp_through(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                               uint32_t op) {
+    source_image *source = source_of(im);
+    if (!(mode & QVIM_LIST)) return source->bxtp(source, mode, b, list, count, op);
+    const auto own = box<Dim>::of(&im->wind);
+    for (uint32_t i = 0; i < count; i++) {
+      position at;
+      std::memcpy(&at, &list[i], sizeof at);
+      if (own.holds(at)) {
+        at = Kind::in_source(im, at);
+        list[i].z = 0;
+        std::memcpy(&list[i], &at, sizeof at);
+      } else {
+        list[i] = {outside, outside, outside};
+      }
+    }
+    return source->bxtp(source, mode, b, list, count, op) | QVIM_LIST;
+  }
+  static uint32_t bxta_through(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                               uint32_t op) {
+    source_image *source = source_of(im);
+    bxtp_through(im, mode, b, list, count, op);
+    return source->bxta(source, mode & ~uint32_t{QVIM_LIST}, b, list, count, op);
+  }
+  static int32_t bxtw_through(image *im, uint32_t mode, void *b, qvxyzcoord *list, uint32_t count,
+                              uint32_t op) {
+    source_image *source = source_of(im);
+    return source->bxtw(source, mode, b, list, count, op);
+  }
+
+  // --- mapping: none, or the source's ------------------------------------------------------------
 
   static int32_t imapset(image *im, uint32_t, uint32_t, uint32_t) {
     clear_mapping<Dim>(im);
@@ -357,8 +355,7 @@ struct view {
     return source->imapr(source, map);
   }
 
-  // --- queries and windows
-  // ------------------------------------------------------------------------------------------
+  // --- queries and windows -----------------------------------------------------------------------
 
   static uint32_t aeiou(image *im, uint32_t code, int32_t arg1, int32_t arg2, void *buffer) {
     constexpr uint32_t save_iostate = '*' << 8 | 'x', restore_iostate = '*' << 8 | 'X';

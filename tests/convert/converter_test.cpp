@@ -14,8 +14,7 @@ using namespace model;
 using qvim::three_d;
 using qvim::two_d;
 
-// --- the slow model of a conversion
-// -------------------------------------------------------------------------------
+// --- the slow model of a conversion --------------------------------------------------------------
 
 struct converted {
   int bits = 0;  // 0: the source's
@@ -138,8 +137,7 @@ uint64_t given_value(generator &g, const pixels &im, const converted &c, const r
   return any & ones(n) << (top - n);
 }
 
-// --- random converters
-// ---------------------------------------------------------------------------------------------
+// --- random converters ---------------------------------------------------------------------------
 
 template <class Dim>
 struct scene {
@@ -240,8 +238,7 @@ TEST(Converter, WritesWhatTheModelSaysAndNothingElse) {
   for_seeds(1500, writes_what_the_model_says<three_d>);
 }
 
-// --- block transfers
-// -----------------------------------------------------------------------------------------------
+// --- block transfers -----------------------------------------------------------------------------
 
 // The stored value after an operation that combines, in the source's type.
 uint64_t combined(const pixels &im, uint32_t op, uint64_t old, uint64_t v) {
@@ -329,8 +326,7 @@ TEST(Converter, TransfersScatteredPixels) {
   for_seeds(1500, transfers_scattered_pixels<three_d>);
 }
 
-// --- mapping
-// -------------------------------------------------------------------------------------------------------
+// --- mapping -------------------------------------------------------------------------------------
 
 template <class Dim>
 void maps_its_own_pixels_only(int seed) {
@@ -375,8 +371,7 @@ TEST(Converter, MapsItsOwnPixelsOnly) {
   for_seeds(400, maps_its_own_pixels_only<three_d>);
 }
 
-// --- chains
-// --------------------------------------------------------------------------------------------------------
+// --- chains --------------------------------------------------------------------------------------
 
 // A converter over a converter: to the upper one the lower one is an image of the description it was given.
 void stacks(int seed) {
@@ -490,8 +485,7 @@ TEST_F(ConverterFixed, StacksDeepAndEndsRings) {
   }
 }
 
-// --- description, queries, windows, failures
-// --------------------------------------------------------------------------
+// --- description, queries, windows, failures -----------------------------------------------------
 
 TEST_F(ConverterFixed, DescribesTheSourceOrWhatItIsTold) {
   EXPECT_EQ(std::memcmp(view.devname, "QVIMCONV", 8), 0);
@@ -571,6 +565,22 @@ TEST_F(ConverterFixed, SharesItsWindowOnlyWhenAsked) {
   // The source's window changed behind the view's back: what was set up is gone, and nothing moves.
   ASSERT_EQ(source.xwind(&source, nullptr, 's'), &source);
   EXPECT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 0u);
+}
+
+TEST_F(ConverterFixed, KeepsToWhatItsSourceStillHas) {
+  qvywindow part = {{2, 0}, {6, 6}}, narrower = {{0, 0}, {4, 6}};
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  ASSERT_EQ(source.xwind(&source, &narrower, 's'), &source);
+  uint8_t bytes[24];
+  ASSERT_EQ(view.ioset(&view, QVIM_WRAP | QVIM_TRUST, QVIM_UINT8 | QVIM_MSB, 1), 1);
+  EXPECT_EQ(view.iolen(&view, 24, 0, 0), 2u);
+  ASSERT_EQ(view.ioread(&view, 0, bytes, 24, 0, 0), 2u);
+  for (int x = 0; x < 2; x++) EXPECT_EQ(bytes[x], words[2 + x] >> 8);
+  uint16_t out[24];
+  ASSERT_EQ(view.ioset(&view, QVIM_WRAP | QVIM_TRUST, QVIM_UINT16, 1), 1);
+  EXPECT_EQ(view.iolen(&view, 24, 1, 2), 1u);
+  ASSERT_EQ(view.ioread(&view, 0, out, 24, 1, 2), 1u);
+  EXPECT_EQ(out[0], words[16 + 3]);
 }
 
 TEST_F(ConverterFixed, RefusesWithTheCodeOfItsReason) {

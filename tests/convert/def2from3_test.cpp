@@ -138,8 +138,7 @@ TEST(Def2From3, WritesWhatTheModelSaysAndNothingElse) { for_seeds(300, writes_wh
 TEST(Def2From3, MovesNothingOutsideItsWindow) { for_seeds(50, moves_nothing_outside_its_window); }
 TEST(Def2From3, ReadsScatteredPixels) { for_seeds(300, reads_scattered_pixels); }
 
-// --- construction and description
-// --------------------------------------------------------------------------------
+// --- construction and description ----------------------------------------------------------------
 
 struct Def2From3Fixed : testing::Test {
   void SetUp() override {

@@ -49,8 +49,7 @@ inline void store(uint8_t *to, int size, bool reversed, uint64_t value) {
   for (int i = 0; i < size; i++) to[reversed ? size - 1 - i : i] = uint8_t(value >> 8 * i);
 }
 
-// --- images in memory
-// ------------------------------------------------------------------------------------------
+// --- images in memory ----------------------------------------------------------------------------
 
 // The pixels of a memory image and the bytes around them.
 struct pixels {
@@ -150,8 +149,7 @@ inline void build(qvimage3 *im, pixels &over) {
             0);
 }
 
-// --- windows
-// ---------------------------------------------------------------------------------------------------
+// --- windows -------------------------------------------------------------------------------------
 
 struct frame {
   pos nw{0, 0, 0};
@@ -210,8 +208,7 @@ inline std::vector<pos> run_of(const extent &e, int axes, uint32_t mode, pos at,
   return run;
 }
 
-// --- requests
-// ---------------------------------------------------------------------------------------------------
+// --- requests ------------------------------------------------------------------------------------
 
 struct request {
   uint32_t mode, datatype, mask;
@@ -239,8 +236,7 @@ inline uint32_t random_mode(generator &g, int scans) {
   return uint32_t(2 * between(g, 0, scans - 1)) | (chance(g, 50) ? QVIM_WRAP : 0);
 }
 
-// --- what an image's own read and write make of values
-// --------------------------------------------------------------
+// --- what an image's own read and write make of values -------------------------------------------
 
 inline int place(const pixels &im, uint32_t datatype) {
   const bool high = datatype & QVIM_MSB ? true : datatype & QVIM_LSB ? false : im.high();
@@ -267,8 +263,7 @@ inline uint64_t random_given(generator &g, const pixels &im, uint32_t datatype) 
   return datatype & QVIM_DIRTY ? any : any & ones(im.used()) << place(im, datatype);
 }
 
-// --- accesses, compared with the model
-// ---------------------------------------------------------------------------------
+// --- accesses, compared with the model -----------------------------------------------------------
 
 template <class Dim>
 qvim::point<Dim> as_point(const pos &p) {
