@@ -3,12 +3,6 @@
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
 jobs=${JOBS:-2}
-generator=()
-command -v ninja >/dev/null && generator=(-G Ninja)
-if command -v ccache >/dev/null; then
-  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
-fi
 
 say() { printf '%s\n' "$*"; }
 die() {
@@ -16,13 +10,17 @@ die() {
   exit 1
 }
 
-# configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails.
+# configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails. With Ninja and ccache
+# where they are, which may only be so since scripts/setup ran.
 configure() {
-  local name=$1 log
+  local name=$1 log=build/$1/configure.log
   shift
   mkdir -p "build/$name" || return
-  log=build/$name/configure.log
-  [ -f "build/$name/CMakeCache.txt" ] || set -- "${generator[@]}" "$@"
+  if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
+  fi
+  if [ ! -f "build/$name/build.ninja" ] && command -v ninja >/dev/null; then set -- -G Ninja "$@"; fi
   cmake -S . -B "build/$name" "$@" >"$log" 2>&1 || {
     cat "$log"
     return 1
