@@ -21,6 +21,7 @@ install(FILES ${PROJECT_BINARY_DIR}/qvimage-config.cmake ${PROJECT_BINARY_DIR}/q
 
 # Folders as seen from the pkg-config file, which knows where it lies itself.
 file(RELATIVE_PATH to_prefix "/p/${pkgconfig_dir}" "/p")
+string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
   set(pc_prefix ${CMAKE_INSTALL_PREFIX})
   set(pc_libdir ${CMAKE_INSTALL_FULL_LIBDIR})

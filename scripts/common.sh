@@ -13,15 +13,19 @@ die() {
 # configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails. With Ninja and ccache
 # where they are, which may only be so since scripts/setup ran.
 configure() {
-  local name=$1 log=build/$1/configure.log
+  local folder=build/$1
+  local log=$folder/configure.log
   shift
-  mkdir -p "build/$name" || return
+  mkdir -p "$folder" || return
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
     export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
   fi
-  if [ ! -f "build/$name/build.ninja" ] && command -v ninja >/dev/null; then set -- -G Ninja "$@"; fi
-  cmake -S . -B "build/$name" "$@" >"$log" 2>&1 || {
+  if [ ! -f "$folder/build.ninja" ] && [ ! -f "$folder/Makefile" ]; then
+    rm -f "$folder/CMakeCache.txt"  # of a try that failed
+    if command -v ninja >/dev/null; then set -- -G Ninja "$@"; fi
+  fi
+  cmake -S . -B "$folder" "$@" >"$log" 2>&1 || {
     cat "$log"
     return 1
   }
