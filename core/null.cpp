@@ -1,10 +1,11 @@
 // Null and no-op images.
+#include "core/null.hpp"
+
 #include <cstring>
 
 #include <qvimage/data.h>
 #include <qvimage/null.h>
 
-#include "core/null.hpp"
 #include "core/record.hpp"
 
 namespace {
@@ -66,17 +67,17 @@ void make_null_windowed(record<Dim> *im) {
 
 extern "C" {
 
-#define QVIM_NOPS(twin, Record, ...)                                                                         \
-  uint32_t twin##nopio(Record *, uint32_t, void *, uint32_t, __VA_ARGS__) { return 0; }                      \
-  int32_t twin##nopiowait(Record *, uint32_t, void *) { return 1; }                                          \
-  int32_t twin##nopioset(Record *, uint32_t, uint32_t, uint32_t) { return 0; }                               \
-  uint32_t twin##nopiolen(Record *, uint32_t, __VA_ARGS__) { return 0; }                                     \
-  int32_t twin##nopbxts(Record *, uint32_t, uint32_t, uint32_t) { return 0; }                                \
-  uint32_t twin##nopbxtp(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; }         \
-  uint32_t twin##nopbxta(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; }         \
-  int32_t twin##nopbxtw(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 1; }          \
-  int32_t twin##nopimapset(Record *, uint32_t, uint32_t, uint32_t) { return -11; }                           \
-  int32_t twin##nopimap(Record *, qvimagemap *map, __VA_ARGS__) { return no_mapping(map); }                  \
+#define QVIM_NOPS(twin, Record, ...)                                                                 \
+  uint32_t twin##nopio(Record *, uint32_t, void *, uint32_t, __VA_ARGS__) { return 0; }              \
+  int32_t twin##nopiowait(Record *, uint32_t, void *) { return 1; }                                  \
+  int32_t twin##nopioset(Record *, uint32_t, uint32_t, uint32_t) { return 0; }                       \
+  uint32_t twin##nopiolen(Record *, uint32_t, __VA_ARGS__) { return 0; }                             \
+  int32_t twin##nopbxts(Record *, uint32_t, uint32_t, uint32_t) { return 0; }                        \
+  uint32_t twin##nopbxtp(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; } \
+  uint32_t twin##nopbxta(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; } \
+  int32_t twin##nopbxtw(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 1; }  \
+  int32_t twin##nopimapset(Record *, uint32_t, uint32_t, uint32_t) { return -11; }                   \
+  int32_t twin##nopimap(Record *, qvimagemap *map, __VA_ARGS__) { return no_mapping(map); }          \
   int32_t twin##nopimapr(Record *, qvimagemap *map) { return no_mapping(map); }
 QVIM_NOPS(qvim, qvimage, int32_t, int32_t)
 QVIM_NOPS(qvim3, qvimage3, int32_t, int32_t, int32_t)
@@ -84,7 +85,8 @@ QVIM_NOPS(qvim3, qvimage3, int32_t, int32_t, int32_t)
 void qvimage_defnull(qvimage *image) { make_null<two_d>(image, "NULL2"); }
 void qvimage3_defnull(qvimage3 *image) { make_null<three_d>(image, "NULL3"); }
 
-int32_t qvimage_defnop(qvimage *image, const int32_t imdim[2], const qvimagedata *data, const qvimagehints *hints) {
+int32_t qvimage_defnop(qvimage *image, const int32_t imdim[2], const qvimagedata *data,
+                       const qvimagehints *hints) {
   if (!image) return -1;
   qvimage_defnull(image);
   if (imdim) image->wind.se = image->imdim.se = {imdim[0], imdim[1]};

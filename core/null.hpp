@@ -42,7 +42,9 @@ struct nops<three_d> {
   static constexpr auto imapset = qvim3nopimapset;
   static constexpr auto imap = qvim3nopimap;
   static constexpr auto imapr = qvim3nopimapr;
-  static uint32_t iorite(qvimage3 *, uint32_t, const void *, uint32_t, int32_t, int32_t, int32_t) { return 0; }
+  static uint32_t iorite(qvimage3 *, uint32_t, const void *, uint32_t, int32_t, int32_t, int32_t) {
+    return 0;
+  }
 };
 
 // Forgets what ioset installed.

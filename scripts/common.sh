@@ -10,8 +10,8 @@ die() {
   exit 1
 }
 
-# configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails. With Ninja and ccache
-# where they are, which may only be so since scripts/setup ran.
+# configure NAME [CMAKE-OPTION...]: makes or updates build/NAME, quietly unless it fails. With Ninja and
+# ccache where they are, which may only be so since scripts/setup ran.
 configure() {
   local folder=build/$1
   local log=$folder/configure.log
