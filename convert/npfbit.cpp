@@ -1,10 +1,10 @@
 // Bit packing: a run of pixies to a dense stream of their values, and back.
 //
-// The values in a 64-bit word of pixies are first joined to one field in its low bits, which the compiler
-// does for many words at a time. The fields then follow each other in the stream: each is stored as a whole
-// word at the byte where it begins, and the next store overwrites what was too much. A stream that begins
-// with the most significant bits is the same with the order of the values in a field and of the bytes of a
-// word reversed.
+// The values in a 64-bit word of pixies are joined to one field in its low bits, and fields with each other
+// until they have more than 32 bits, all of which the compiler does for many words at a time. Then each field
+// is shifted to where it begins in a byte, and a byte shuffle moves two fields together; what is stored too
+// much, the next store overwrites. A stream that begins with the most significant bits is the same with the
+// order of the values in a field and of the bytes of a word reversed.
 #include <algorithm>
 #include <bit>
 
@@ -15,13 +15,11 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little);
 
-__extension__ using uint128 = unsigned __int128;
-
 enum : uint32_t { high_bits_first = 1, low_justified = 2 };  // bits of the mode argument
 
-constexpr uint64_t group = 8;    // values: `bits` whole bytes of the stream
-constexpr uint64_t block = 256;  // values taken at a time
-constexpr uint64_t spare = 16;   // bytes behind a block's stream that may be touched
+constexpr uint64_t group = 64;    // values: whole words of pixies, whole bytes of the stream
+constexpr uint64_t block = 1024;  // values taken at a time
+constexpr uint64_t spare = 48;    // bytes behind a block's stream that may be touched
 
 constexpr uint64_t low_bits(uint32_t bits) { return bits < 64 ? (uint64_t(1) << bits) - 1 : ~uint64_t(0); }
 
@@ -56,100 +54,178 @@ QVIM_INLINE uint64_t split(uint64_t field, uint32_t bits) {
   }
 }
 
-QVIM_INLINE uint64_t bytes_reversed(uint64_t v) { return __builtin_bswap64(v); }
-QVIM_INLINE uint128 bytes_reversed(uint128 v) {
-  return uint128(__builtin_bswap64(uint64_t(v))) << 64 | __builtin_bswap64(uint64_t(v >> 64));
-}
-
-// Two fields of 64-bit words as one chunk and back.
+// Pairs of neighbouring fields to fields of twice the length, and back.
 template <bool high_first>
-QVIM_INLINE uint128 paired(const uint64_t *fields, uint32_t length) {
-  return high_first ? uint128(fields[0]) << length | fields[1] : uint128(fields[1]) << length | fields[0];
-}
-template <bool high_first>
-QVIM_INLINE void unpair(uint128 chunk, uint64_t *fields, uint32_t length) {
-  fields[high_first] = uint64_t(chunk);
-  fields[!high_first] = uint64_t(chunk >> length);
-}
-
-// Chunks of `length` bits, a multiple of 4: they begin at whole bytes, or every other one at half a byte.
-template <class T, bool high_first>
-QVIM_INLINE void put_chunks(uint64_t count, uint32_t length, char *to, const auto &chunk) {
-  constexpr uint32_t width = 8 * sizeof(T);
-  const auto put = [](char *at, T v) __attribute__((always_inline)) {
-    store(at, high_first ? bytes_reversed(v) : v);
-  };
-  const uint32_t unused = width - length;
-  if (length % 8 == 0) {
-    for (uint64_t i = 0; i < count; ++i)
-      put(to + i * (length / 8), high_first ? chunk(i) << unused : chunk(i));
-    return;
+QVIM_INLINE void join_fields(uint64_t *fields, uint64_t pairs, uint32_t length) {
+#pragma GCC ivdep
+  for (uint64_t i = 0; i < pairs; ++i) {
+    const uint64_t first = fields[2 * i], second = fields[2 * i + 1];
+    fields[i] = high_first ? first << length | second : second << length | first;
   }
-  for (uint64_t i = 0; i < count; i += 2, to += length / 4) {
-    const T first = chunk(i), second = chunk(i + 1);
-    put(to, high_first ? first << unused : first);
-    put(to + length / 8,
-        high_first ? first << (width - 4) | second << (unused - 4) : second << 4 | first >> (length - 4));
+}
+template <bool high_first>
+QVIM_INLINE void split_fields(const uint64_t *joined, uint64_t *fields, uint64_t pairs, uint32_t length) {
+  const uint64_t field = low_bits(length);
+  for (uint64_t i = 0; i < pairs; ++i) {
+    const uint64_t low = joined[i] & field, high = joined[i] >> length & field;
+    fields[2 * i] = high_first ? high : low;
+    fields[2 * i + 1] = high_first ? low : high;
   }
 }
 
-// Bits above `length` may remain in a chunk of a stream that begins with the least significant bits.
-template <class T, bool high_first>
-QVIM_INLINE void get_chunks(uint64_t count, uint32_t length, const char *from, const auto &take) {
-  const uint32_t unused = 8 * sizeof(T) - length;
-  for (uint64_t i = 0; i < count; ++i) {
-    const uint64_t at = i * length;
-    const T word = load<T>(from + at / 8);
-    take(i, high_first ? (bytes_reversed(word) << at % 8) >> unused : word >> at % 8);
+typedef uint8_t bytes16 __attribute__((vector_size(16)));
+typedef uint64_t words2 __attribute__((vector_size(16)));
+
+// How four fields of 33 to 64 bits lie in the stream, in which every fourth begins with a byte: the byte and
+// the bit in it where each begins, and the shuffles that move two at a time there and back.
+template <bool high_first>
+struct placement {
+  uint32_t length, byte[5], bit[4];
+  bytes16 to_stream[2], from_stream[2];
+
+  QVIM_INLINE explicit placement(uint32_t field_length) : length(field_length) {
+    for (uint32_t i = 0; i < 5; ++i) byte[i] = i * length / 8;
+    for (uint32_t i = 0; i < 4; ++i) bit[i] = i * length % 8;
+    for (uint32_t pair = 0; pair < 2; ++pair) {
+      const uint32_t *at = byte + 2 * pair;
+      for (uint32_t i = 0; i < 16; ++i) {
+        const uint32_t second = at[0] + i >= at[1], first_byte = at[second] - at[0],
+                       size = at[second + 1] - at[second];
+        const uint32_t n = i - first_byte;
+        to_stream[pair][i] = uint8_t(n < size ? 8 * second + (high_first ? size - 1 - n : n) : 0);
+        from_stream[pair][i] = uint8_t((i < 8 ? 0 : at[1] - at[0]) + (high_first ? 7 - i % 8 : i % 8));
+      }
+    }
+  }
+};
+
+// Every field must end in the word in which it begins: 62 bits are handled apart. fields[-1] may be read.
+template <bool high_first>
+QVIM_INLINE void put_fields(const uint64_t *fields, uint64_t count, const placement<high_first> &place,
+                            char *to) {
+  const uint32_t length = place.length;
+  for (uint64_t i = 0; i < count; i += 4, to += place.byte[4]) {
+    for (uint32_t pair = 0; pair < 2; ++pair) {
+      const auto from = reinterpret_cast<const char *>(fields + i + 2 * pair);
+      auto both = load<words2>(from);
+      if (length % 8) {  // bits of the field before come first; those behind the last whole byte go on
+        const auto before = load<words2>(from - 8);
+        const words2 bit = {place.bit[2 * pair], place.bit[2 * pair + 1]};
+        both = high_first ? (before << length | both) >> (bit + length) % 8
+                          : both << bit | before >> (length - bit);
+      }
+      store(to + place.byte[2 * pair],
+            __builtin_shuffle(reinterpret_cast<bytes16>(both), place.to_stream[pair]));
+    }
   }
 }
 
-// One field a word, or for odd lengths of two values two words a chunk: lengths that are multiples of 4 bits.
 template <bool high_first>
-QVIM_INLINE void put_fields(const uint64_t *fields, uint64_t count, uint32_t length, char *to) {
-  if (length % 4 == 0)
-    put_chunks<uint64_t, high_first>(
-        count, length, to, [=](uint64_t i) __attribute__((always_inline)) { return fields[i]; });
-  else
-    put_chunks<uint128, high_first>(
-        count / 2, 2 * length, to, [=](uint64_t i) __attribute__((always_inline)) {
-          return paired<high_first>(fields + 2 * i, length);
-        });
+QVIM_INLINE void get_fields(uint64_t *fields, uint64_t count, const placement<high_first> &place,
+                            const char *from) {
+  const uint32_t unused = 64 - place.length;
+  const words2 bits[2] = {{place.bit[0], place.bit[1]}, {place.bit[2], place.bit[3]}};
+  for (uint64_t i = 0; i < count; i += 4, from += place.byte[4]) {
+    for (uint32_t pair = 0; pair < 2; ++pair) {
+      const auto both = load<bytes16>(from + place.byte[2 * pair]);
+      const auto words = reinterpret_cast<words2>(__builtin_shuffle(both, place.from_stream[pair]));
+      const words2 put = high_first ? (words << bits[pair]) >> unused : words >> bits[pair];
+      store(reinterpret_cast<char *>(fields + i + 2 * pair), put);
+    }
+  }
 }
 
+// Fields of 62 bits: two make whole bytes and half of one.
 template <bool high_first>
-QVIM_INLINE void get_fields(uint64_t *fields, uint64_t count, uint32_t length, const char *from) {
-  if (length % 4 == 0)
-    get_chunks<uint64_t, high_first>(
-        count, length,
-        from, [=](uint64_t i, uint64_t chunk) __attribute__((always_inline)) { fields[i] = chunk; });
-  else
-    get_chunks<uint128, high_first>(
-        count / 2, 2 * length, from, [=](uint64_t i, uint128 chunk) __attribute__((always_inline)) {
-          unpair<high_first>(chunk, fields + 2 * i, length);
-        });
+QVIM_INLINE void put_62(const uint64_t *fields, uint64_t count, char *to) {
+  for (uint64_t i = 0; i < count; i += 4, to += 31) {
+    uint64_t words[4];
+    for (int n = 0; n < 3; ++n) {
+      const uint64_t first = fields[i + n], second = fields[i + n + 1];
+      words[n] = high_first ? first << (2 + 2 * n) | second >> (60 - 2 * n)
+                            : first >> 2 * n | second << (62 - 2 * n);
+    }
+    words[3] = high_first ? fields[i + 3] << 8 : fields[i + 3] >> 6;
+    for (int n = 0; n < 4; ++n) store(to + 8 * n, high_first ? __builtin_bswap64(words[n]) : words[n]);
+  }
+}
+template <bool high_first>
+QVIM_INLINE void get_62(uint64_t *fields, uint64_t count, const char *from) {
+  for (uint64_t i = 0; i < count; i += 4, from += 31) {
+    uint64_t words[4];
+    for (int n = 0; n < 4; ++n) {
+      words[n] = load<uint64_t>(from + 8 * n);
+      if (high_first) words[n] = __builtin_bswap64(words[n]);
+    }
+    fields[i] = high_first ? words[0] >> 2 : words[0];
+    for (int n = 1; n < 4; ++n)
+      fields[i + n] = high_first ? words[n - 1] << (62 - 2 * n + 2) >> 2 | words[n] >> (2 + 2 * n)
+                                 : words[n - 1] >> (64 - 2 * n) | words[n] << 2 * n;
+  }
 }
 
 template <class Pixie, bool high_first>
-QVIM_INLINE void stuff(const char *pixies, char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
-  constexpr uint32_t lane = 8 * sizeof(Pixie), per_word = 64 / lane;
+QVIM_INLINE void stuff_block(const char *pixies, char *stream, uint64_t words, uint32_t bits, uint32_t shift,
+                             const placement<high_first> &place) {
+  constexpr uint32_t lane = 8 * sizeof(Pixie);
   const uint64_t value_bits = in_lanes<lane>(low_bits(bits));
-  uint64_t fields[block / per_word];
+  uint64_t space[block * sizeof(Pixie) / 8 + 8], *const fields = space + 4;
+  fields[-1] = 0;
+  for (uint64_t i = 0; i < words; ++i)
+    fields[i] = join<lane, high_first>(load<uint64_t>(pixies + 8 * i) >> shift & value_bits, bits);
+  uint32_t length = 64 / lane * bits;
+  for (; length <= 32; length *= 2) join_fields<high_first>(fields, words /= 2, length);
+  for (; words % 4; ++words) fields[words] = 0;
+  if (length == 62)
+    put_62<high_first>(fields, words, stream);
+  else
+    put_fields<high_first>(fields, words, place, stream);
+}
+
+template <class Pixie, bool high_first>
+QVIM_INLINE void unstuff_block(char *pixies, const char *stream, uint64_t words, uint32_t bits,
+                               uint32_t shift, const placement<high_first> &place) {
+  constexpr uint32_t lane = 8 * sizeof(Pixie);
+  uint64_t buffers[2][block * sizeof(Pixie) / 8 + 4];
+  uint64_t *fields = buffers[0], *others = buffers[1];
+  uint32_t length = 64 / lane * bits;
+  uint64_t joined = words;
+  for (; length <= 32; length *= 2) joined /= 2;
+  if (length == 62)
+    get_62<high_first>(fields, joined, stream);
+  else
+    get_fields<high_first>(fields, (joined + 3) / 4 * 4, place, stream);
+  for (; joined < words; joined *= 2) {
+    split_fields<high_first>(fields, others, joined, length /= 2);
+    std::swap(fields, others);
+  }
+  for (uint64_t i = 0; i < words; ++i)
+    store(pixies + 8 * i, split<lane, high_first>(fields[i], bits) << shift);
+}
+
+// What the fields of `bits`-bit values have when they are joined.
+QVIM_INLINE uint32_t joined_length(uint32_t length) {
+  while (length <= 32) length *= 2;
+  return length;
+}
+
+// The last block, and one that is followed by too few bytes of the stream, pass through buffers.
+template <class Pixie, bool high_first>
+QVIM_INLINE void stuff(const char *pixies, char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
   char padded[block * sizeof(Pixie)], packed[block * sizeof(Pixie) + spare];
+  const placement<high_first> place(joined_length(8 / sizeof(Pixie) * bits));
   for (uint64_t bytes = (count * bits + 7) / 8; count;) {
-    const uint64_t part = std::min(count, block), words = (part + group - 1) / group * (group / per_word);
-    const uint64_t part_bytes = (part * bits + 7) / 8;
-    const bool inside = bytes >= part_bytes + spare;
-    const char *from = pixies;
-    if (part % group) {
-      std::memset(padded, 0, sizeof padded);
-      from = static_cast<char *>(std::memcpy(padded, pixies, part * sizeof(Pixie)));
+    const uint64_t part = std::min(count, block), groups = (part + group - 1) / group;
+    const uint64_t part_bytes = (part * bits + 7) / 8, pixie_bytes = part * sizeof(Pixie);
+    const bool whole = part % group == 0, inside = bytes >= part_bytes + spare;
+    if (!whole) {
+      std::memcpy(padded, pixies, pixie_bytes);
+      std::memset(padded + pixie_bytes, 0, groups * group * sizeof(Pixie) - pixie_bytes);
     }
-    for (uint64_t i = 0; i < words; ++i)
-      fields[i] = join<lane, high_first>(load<uint64_t>(from + 8 * i) >> shift & value_bits, bits);
-    put_fields<high_first>(fields, words, per_word * bits, inside ? stream : packed);
+    stuff_block<Pixie, high_first>(whole ? pixies : padded, inside ? stream : packed,
+                                   groups * 8 * sizeof(Pixie), bits, shift, place);
     if (!inside) std::memcpy(stream, packed, part_bytes);
-    pixies += part * sizeof(Pixie);
+    pixies += pixie_bytes;
     stream += part_bytes;
     bytes -= part_bytes;
     count -= part;
@@ -158,24 +234,20 @@ QVIM_INLINE void stuff(const char *pixies, char *stream, uint64_t count, uint32_
 
 template <class Pixie, bool high_first>
 QVIM_INLINE void unstuff(char *pixies, const char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
-  constexpr uint32_t lane = 8 * sizeof(Pixie), per_word = 64 / lane;
-  uint64_t fields[block / per_word];
-  char packed[block * sizeof(Pixie) + spare] = {};
+  char padded[block * sizeof(Pixie)], packed[block * sizeof(Pixie) + spare];
+  const placement<high_first> place(joined_length(8 / sizeof(Pixie) * bits));
   for (uint64_t bytes = (count * bits + 7) / 8; count;) {
-    const uint64_t part = std::min(count, block), words = (part + group - 1) / group * (group / per_word);
-    const uint64_t part_bytes = (part * bits + 7) / 8;
-    const bool inside = bytes >= part_bytes + spare;
-    const char *from = inside ? stream : static_cast<char *>(std::memcpy(packed, stream, part_bytes));
-    get_fields<high_first>(fields, words, per_word * bits, from);
-    if (part % group) {
-      uint64_t last[block / per_word];
-      for (uint64_t i = 0; i < words; ++i) last[i] = split<lane, high_first>(fields[i], bits) << shift;
-      std::memcpy(pixies, last, part * sizeof(Pixie));
-    } else {
-      for (uint64_t i = 0; i < words; ++i)
-        store(pixies + 8 * i, split<lane, high_first>(fields[i], bits) << shift);
+    const uint64_t part = std::min(count, block), groups = (part + group - 1) / group;
+    const uint64_t part_bytes = (part * bits + 7) / 8, pixie_bytes = part * sizeof(Pixie);
+    const bool whole = part % group == 0, inside = bytes >= part_bytes + spare;
+    if (!inside) {
+      std::memcpy(packed, stream, part_bytes);
+      std::memset(packed + part_bytes, 0, groups * 8 * bits + spare - part_bytes);
     }
-    pixies += part * sizeof(Pixie);
+    unstuff_block<Pixie, high_first>(whole ? pixies : padded, inside ? stream : packed,
+                                     groups * 8 * sizeof(Pixie), bits, shift, place);
+    if (!whole) std::memcpy(pixies, padded, pixie_bytes);
+    pixies += pixie_bytes;
     stream += part_bytes;
     bytes -= part_bytes;
     count -= part;
