@@ -39,4 +39,29 @@ class chain {
   uint64_t walked_ = 0;  // bytes of the directories so far
 };
 
+// Directories are small and may lie far apart: while it lives, a file that is only read is read in small blocks.
+class small_blocks {
+ public:
+  explicit small_blocks(bufio &file) : file_(file), size_(file.bufsize), shift_(file.bufshift) {
+    if (size_ > small) set(small, small_shift);
+  }
+  ~small_blocks() {
+    if (file_.bufsize != size_) set(size_, shift_);
+  }
+  small_blocks(const small_blocks &) = delete;
+  small_blocks &operator=(const small_blocks &) = delete;
+
+ private:
+  static constexpr uint64_t small_shift = 12, small = uint64_t{1} << small_shift;
+
+  void set(uint64_t size, uint64_t shift) {
+    file_.bufsize = size;
+    file_.bufshift = shift;
+    file_.valid = 0;
+  }
+
+  bufio &file_;
+  const uint64_t size_, shift_;
+};
+
 }  // namespace qvim::tiff

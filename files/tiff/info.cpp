@@ -113,6 +113,7 @@ int32_t fill_with_count(reader &r, qvimagefileinfo *info) {
 
 // Records of the pages from `first` on; *filled of them are complete whatever the result.
 int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, uint64_t *filled) {
+  const small_blocks blocks(r.file);
   chain directories(&r.file, r.format);
   budget limit(r.file.filelen);
   int32_t code;

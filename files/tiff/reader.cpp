@@ -77,6 +77,7 @@ int32_t reader::read_page(uint64_t offset) {
 }
 
 int32_t reader::find_page(uint64_t n) {
+  const small_blocks blocks(file);
   chain directories(&file, format);
   int32_t code = 1;
   for (uint64_t i = 0; i <= n && code > 0; i++) code = directories.next();
@@ -89,6 +90,7 @@ int32_t reader::find_page(uint64_t n) {
 }
 
 int32_t reader::list_pages() {
+  const small_blocks blocks(file);
   chain directories(&file, format);
   int32_t code;
   while ((code = directories.next()) > 0) {
@@ -119,6 +121,7 @@ int32_t reader::start_page() {
 int32_t reader::turn_to(uint64_t n) {
   if (n >= page_count) return QVERR_FORMAT;
   number = n;
+  const small_blocks blocks(file);
   return read_page(pages[n]);
 }
 
@@ -133,6 +136,7 @@ int32_t reader::select(uint64_t n) {
 
 int64_t reader::count_pages() {
   if (page_count) return int64_t(page_count);
+  const small_blocks blocks(file);
   chain directories(&file, format);
   int32_t code;
   while ((code = directories.next()) > 0) continue;
