@@ -39,7 +39,8 @@ class chain {
   uint64_t walked_ = 0;  // bytes of the directories so far
 };
 
-// Directories are small and may lie far apart: while it lives, a file that is only read is read in small blocks.
+// Directories are small and may lie far apart: while it lives, a file that is only read is read in small
+// blocks.
 class small_blocks {
  public:
   explicit small_blocks(bufio &file) : file_(file), size_(file.bufsize), shift_(file.bufshift) {
