@@ -13,6 +13,9 @@ namespace {
 // switches one number earlier.
 constexpr uint32_t switch_point(uint32_t width) { return width < max_width ? (1u << width) - 1 : codes; }
 
+// Room for so many short strings, each stored as eight bytes.
+constexpr int64_t room_for(uint32_t strings) { return 8 * strings; }
+
 }  // namespace
 
 void decoder::reset() {
@@ -131,7 +134,7 @@ uint8_t *decoder::copy(uint32_t code, uint8_t *to) const {
 // Decodes while there is ample input and room, up to a code that needs a closer look: Clear, End of
 // Information, a bad one.
 void decoder::bulk(codecstream &in, codecstream &out) {
-  if (previous_ == clear || bytes_left(in) < 8 || bytes_left(out) < uint64_t(margin)) return;
+  if (previous_ == clear || bytes_left(in) < 8 || bytes_left(out) < uint64_t(room_for(1))) return;
   bit_buffer buffer(in);
   cursor at{in.next, in.end, out.next, out.end, buffer.bits << 1 << (63 - buffer.count), buffer.count};
   const bool at_width_12 = (width_ > 9 || bulk_of_width<9>(at)) && (width_ > 10 || bulk_of_width<10>(at)) &&
@@ -156,31 +159,35 @@ bool decoder::bulk_of_width(cursor &at) {
   growing grown = extension_of(previous, next);
   bool regular = true;
 
-  while (regular && next < end && from_end - from >= 8 && to_end - to >= margin) {
-    bits |= load_be64(from) >> count;
-    from += (63 - count) >> 3;
-    count |= 56;
-    const uint32_t stop = std::min(next + group, end);
-    while (next < stop) {
-      const uint32_t code = uint32_t(bits >> (64 - Width));
-      const word w = words_[code];
-      const uint32_t size = tag(w);
-      if (size - 8 < 8 * piece - 8) [[likely]] {  // one to six bytes, so the next string has up to seven
-        words_[next++] = grown.with(w & 0xFF);
-        store_le64(to, w);
-        to += size / 8;
-        grown = {w + one_more, size};
-      } else {
-        const uint32_t known = w ? code : previous;
-        regular = (w || code == next) && to_end - to >= facts_of(known).length() + 1 + margin;
-        if (!regular) break;
-        words_[next++] = grown.with(facts_of(known).first());
-        to = copy(code, to);
-        grown = extension_of(code, next);
+  // In groups of codes for which one filling of the bit buffer suffices; near the end of the room one by one.
+  for (const uint32_t group : {4u, 1u}) {
+    const int64_t room = room_for(group);
+    while (regular && next < end && from_end - from >= 8 && to_end - to >= room) {
+      bits |= load_be64(from) >> count;
+      from += (63 - count) >> 3;
+      count |= 56;
+      const uint32_t stop = std::min(next + group, end);
+      while (next < stop) {
+        const uint32_t code = uint32_t(bits >> (64 - Width));
+        const word w = words_[code];
+        const uint32_t size = tag(w);
+        if (size - 8 < 8 * piece - 8) [[likely]] {  // one to six bytes, so the next string has up to seven
+          words_[next++] = grown.with(w & 0xFF);
+          store_le64(to, w);
+          to += size / 8;
+          grown = {w + one_more, size};
+        } else {
+          const uint32_t known = w ? code : previous;
+          regular = (w || code == next) && to_end - to >= facts_of(known).length() + 1 + room;
+          if (!regular) break;
+          words_[next++] = grown.with(facts_of(known).first());
+          to = copy(code, to);
+          grown = extension_of(code, next);
+        }
+        previous = code;
+        bits <<= Width;
+        count -= Width;
       }
-      previous = code;
-      bits <<= Width;
-      count -= Width;
     }
   }
 

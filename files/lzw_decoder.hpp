@@ -44,8 +44,6 @@ class decoder {
   growing extension_of(uint32_t code, uint32_t next);
 
   void reset_table();
-  static constexpr uint32_t group = 4;              // codes for which one filling of the bit buffer suffices
-  static constexpr int64_t margin = 8 * group + 8;  // room that a group of short strings surely leaves
   struct cursor {
     const uint8_t *from, *from_end;
     uint8_t *to, *to_end;
