@@ -101,19 +101,82 @@ int32_t qvimage_tifferror(tiffhandle **h);
 int32_t qvimage_tifffileopened(tiffhandle **h);
 
 /* --- Reading ---------------------------------------------------------------------------------------------
- */
+ *
+ * A page of a TIFF or BigTIFF file is a read-only 2-D image (device name "TIFF"), all pages together are a
+ * 3-D image ("TIFF3") with a plane a page; pixels are decoded as they are asked for. Memory does not depend
+ * on the size of a page or the number of its strips: a file holds one block, and a row where samples are
+ * compressed or packed.
+ *
+ * Served are both byte orders; uncompressed, LZW, PackBits and predictive arithmetic coding (compressions 1,
+ * 5, 32773, 32885), LZW and arithmetic coding with horizontal differences; 1 to 4 interleaved samples,
+ * unsigned of 1 to 32 or 64 bits, or floating point of 32 or 64 bits; colour maps of up to 16 bits. What
+ * arrives: unsigned samples   in the smallest pixie type that holds them, at the low end grey hint 1;
+ * WhiteIsZero is inverted, so that 0 is black (unsigned samples only) RGB, CMYK          hints 67 and 68
+ *   YCbCr              without subsampling, delivered as Y, Cr, Cb: hint 19
+ *   a colour map       with a palette image asked for: indices, hint 17; otherwise expanded to RGB of the
+ * page's depth, hint 67 anything else      hint 0 Pixel size and units come from the resolution tags.
+ * Orientation, fill order and tags that are not named here are passed over.
+ *
+ * Images serve ioset with x- and y-scan (z-scan in 3-D), any contiguous run of pixies, and all flags of the
+ * data type word; bxts; no mapping (-11). ioread never returns a code: it moves the pixels before the fault,
+ * and the fault is kept and answered by aeiou 'e' (arg1 other than 0 clears it): -10 for a strip that is
+ * broken or cut off, -7 for a failed read, -2. The next row that is asked for is tried afresh. In 3-D images,
+ * pages with other pixies than the last page's (type, bits, number, hint) move nothing and leave -10; smaller
+ * pages have zeros beyond their sides, larger ones are cropped. Rows are fastest in order; a compressed row
+ * that is not the next one of its strip has the strip decoded from its beginning.
+ *
+ * Several threads may read from one file at once, each with its own copy of the image record; a lock in the
+ * handle is held during each ioread.
+ *
+ * Parameters: fopenmode null is "rb"; bufsize is the file's block in bytes, rounded up to a power of two, 0
+ * for 64 KiB; pages count from 0.
+ *
+ * Codes of all functions that open a file:
+ *   -1   null image, info, path or handle address; a handle that is set; negative bufsize
+ *   -2   memory; a row longer than 16 MiB and 16 times the file
+ *   -7   the file could not be read
+ *   -10  not a TIFF file, no such page, a broken directory, tags that contradict each other, rows longer than
+ * the file can hold -11  a sound page that is not served (other compressions or sample formats, more samples,
+ * subsampled chroma); tiles and separate planes are -10 -13  no such file, or not readable */
 
+/* Opens one page. *h must be null and is set; it lives until qvimage_tiffreaddone, and the images read
+ * through it. palette (null: colour maps are expanded) becomes a memory image of 2^bits entries when the page
+ * has a colour map, else a null image. infoonly not 0: the page is described only; its pixels and palette are
+ * not prepared, so that pages whose rows cannot be decoded open, too (reading prepares them then; the palette
+ * stays null). On failure both images are null images. */
 int32_t qvimage_tiffread(qvimage *image, qvimage *palette, tiffhandle **h, const char *path,
                          const char *fopenmode, int64_t bufsize, uint64_t page, uint32_t infoonly);
+
+/* Closes the file, sets *h to null and makes both images null images (each may be null). 0; -1 without a
+ * handle, -64 for a handle that is not a reader's. */
 int32_t qvimage_tiffreaddone(qvimage *image, qvimage *palette, tiffhandle **h);
+
+/* Opens all pages as planes. Every directory is read and checked, the first failure is the result; size and
+ * description are those of the last page, the palette is the last page's. */
 int32_t qvimage3_tiffread(qvimage3 *image, qvimage *palette, tiffhandle **h, const char *path,
                           const char *fopenmode, int64_t bufsize, uint32_t infoonly);
+
+/* Closes what qvimage3_tiffread opened, as qvimage_tiffreaddone. */
 int32_t qvimage3_tiffreaddone(qvimage3 *image, qvimage *palette, tiffhandle **h);
+
+/* Fills the record from the page that the handle was opened for; of a 3-D image, from the page asked for. The
+ * data description is that of the image. Pages are counted on the way: those before a break in the chain of
+ * directories count. The record's strings are freed by qvimage_tiffinfodone. 0, -1, -2, -7, -10, -64; on
+ * failure the record is cleared. */
 int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page);
+
+/* Opens a file, fills the record from one page (colour maps expanded), closes the file. */
 int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                          uint64_t page);
+
+/* Fills up to n records from the pages from `first` on. Returns how many were filled, or the first failure:
+ * then no record holds anything to free. -2 also when texts and strip tables that pages share come to more
+ * than 16 MiB and 16 times the file. */
 int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
                           int64_t bufsize, int64_t first);
+
+/* Frees the four strings of a record of type "tif" or "btf" and clears their pointers; other records are left
+ * alone. */
 void qvimage_tiffinfodone(qvimagefileinfo *info);
 
 QVIM_END_DECLS
