@@ -23,10 +23,10 @@ struct page_spec {
   uint32_t photometric = 1, compression = 1, rows_per_strip = 2;
   bool is_float = false, differenced = false;
   uint64_t seed = 1;
-  std::map<uint16_t, tag_values> tags;  // beside those of the fields above, or in their place
-  std::vector<uint16_t> without;        // tags left out
+  std::map<uint16_t, tag_values> tags{};  // beside those of the fields above, or in their place
+  std::vector<uint16_t> without{};        // tags left out
   // The sample that the page stores; by default noise.
-  std::function<uint64_t(uint32_t x, uint32_t y, uint32_t s)> stored;
+  std::function<uint64_t(uint32_t x, uint32_t y, uint32_t s)> stored{};
 
   uint64_t sample(uint32_t x, uint32_t y, uint32_t s) const {
     const uint64_t mask = bits == 64 ? ~uint64_t{0} : (uint64_t{1} << bits) - 1;
@@ -99,6 +99,7 @@ class builder {
     put(tags.size(), bigtiff_ ? 8 : 2);
     file_.resize(begin + tags.size() * entry);
     link_ = file_.size();
+    links_.push_back(link_);
     put(0, offset_size());
     size_t at = begin;
     for (const auto &[id, tag] : tags) {
@@ -122,11 +123,12 @@ class builder {
     return *this;
   }
 
-  // The last directory's link to the next one.
-  builder &link_to(uint64_t offset) {
-    patch(link_, offset, offset_size());
-    return *this;
+  // The link of the last directory, of any, and of the header.
+  builder &link_to(uint64_t offset) { return patch(link_, offset, offset_size()), *this; }
+  builder &link_from(size_t page, uint64_t offset) {
+    return patch(links_[page], offset, offset_size()), *this;
   }
+  builder &first_link_to(uint64_t offset) { return patch(bigtiff_ ? 8 : 4, offset, offset_size()), *this; }
 
   const bytes &file() const { return file_; }
   std::vector<uint64_t> directories;
@@ -174,6 +176,7 @@ class builder {
   bool big_endian_, bigtiff_;
   bytes file_;
   size_t link_;
+  std::vector<size_t> links_;
 };
 
 // A literal of at most 128 bytes at a time, and the runs that are at hand.
