@@ -57,7 +57,7 @@ QVIM_INLINE uint64_t split(uint64_t field, uint32_t bits) {
 // Pairs of neighbouring fields to fields of twice the length, and back.
 template <bool high_first>
 QVIM_INLINE void join_fields(uint64_t *fields, uint64_t pairs, uint32_t length) {
-#pragma GCC ivdep
+  QVIM_INDEPENDENT
   for (uint64_t i = 0; i < pairs; ++i) {
     const uint64_t first = fields[2 * i], second = fields[2 * i + 1];
     fields[i] = high_first ? first << length | second : second << length | first;
@@ -75,6 +75,17 @@ QVIM_INLINE void split_fields(const uint64_t *joined, uint64_t *fields, uint64_t
 
 typedef uint8_t bytes16 __attribute__((vector_size(16)));
 typedef uint64_t words2 __attribute__((vector_size(16)));
+
+// Byte i of the result is byte order[i] of the value.
+QVIM_INLINE bytes16 shuffled(bytes16 value, bytes16 order) {
+#if defined(__clang__)
+  bytes16 result;
+  for (int i = 0; i < 16; ++i) result[i] = value[order[i]];
+  return result;
+#else
+  return __builtin_shuffle(value, order);
+#endif
+}
 
 // How four fields of 33 to 64 bits lie in the stream, in which every fourth begins with a byte: the byte and
 // the bit in it where each begins, and the shuffles that move two at a time there and back.
@@ -114,8 +125,7 @@ QVIM_INLINE void put_fields(const uint64_t *fields, uint64_t count, const placem
         both = high_first ? (before << length | both) >> (bit + length) % 8
                           : both << bit | before >> (length - bit);
       }
-      store(to + place.byte[2 * pair],
-            __builtin_shuffle(reinterpret_cast<bytes16>(both), place.to_stream[pair]));
+      store(to + place.byte[2 * pair], shuffled(reinterpret_cast<bytes16>(both), place.to_stream[pair]));
     }
   }
 }
@@ -128,7 +138,7 @@ QVIM_INLINE void get_fields(uint64_t *fields, uint64_t count, const placement<hi
   for (uint64_t i = 0; i < count; i += 4, from += place.byte[4]) {
     for (uint32_t pair = 0; pair < 2; ++pair) {
       const auto both = load<bytes16>(from + place.byte[2 * pair]);
-      const auto words = reinterpret_cast<words2>(__builtin_shuffle(both, place.from_stream[pair]));
+      const auto words = reinterpret_cast<words2>(shuffled(both, place.from_stream[pair]));
       const words2 put = high_first ? (words << bits[pair]) >> unused : words >> bits[pair];
       store(reinterpret_cast<char *>(fields + i + 2 * pair), put);
     }

@@ -39,7 +39,7 @@ QVIM_INLINE void copy_strided(const char *src, char *dst, int64_t srcstride, int
 template <class Element, int from, int to, int used = 1>
 QVIM_INLINE void copy_elements(const char *src, char *dst, uint64_t count) {
   constexpr int64_t size = sizeof(Element);
-#pragma GCC ivdep
+  QVIM_INDEPENDENT
   for (int64_t i = 0; i < int64_t(count); ++i)
     for (int64_t c = 0; c < used; ++c)
       store(dst + (i * to + c) * size, load<Element>(src + (i * from + c) * size));
@@ -55,7 +55,7 @@ QVIM_INLINE void spread_elements(const char *src, char *dst, uint64_t count) {
     for (int i = 0; i < block; ++i)
       for (int c = 0; c < to; ++c)
         spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * size);
-#pragma GCC ivdep
+    QVIM_INDEPENDENT
     for (int i = 0; i < block * to; ++i)
       if (i % to < used) store(dst + i * size, spread[i]);
   }

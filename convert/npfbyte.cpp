@@ -8,28 +8,17 @@
 
 extern "C" npfbix_fn *npfbix_ztoz_n_func(uint32_t itemsize) {
   switch (itemsize) {
-    case 1:
-      return npfbix_z1toz1_n;
-    case 2:
-      return npfbix_z2toz2_n;
-    case 3:
-      return npfbix_z3toz3_n;
-    case 4:
-      return npfbix_z4toz4_n;
-    case 5:
-      return npfbix_z5toz5_n;
-    case 6:
-      return npfbix_z6toz6_n;
-    case 7:
-      return npfbix_z7toz7_n;
-    case 8:
-      return npfbix_z8toz8_n;
-    case 10:
-      return npfbix_z10toz10_n;
-    case 12:
-      return npfbix_z12toz12_n;
-    default:
-      return nullptr;
+    case 1: return npfbix_z1toz1_n;
+    case 2: return npfbix_z2toz2_n;
+    case 3: return npfbix_z3toz3_n;
+    case 4: return npfbix_z4toz4_n;
+    case 5: return npfbix_z5toz5_n;
+    case 6: return npfbix_z6toz6_n;
+    case 7: return npfbix_z7toz7_n;
+    case 8: return npfbix_z8toz8_n;
+    case 10: return npfbix_z10toz10_n;
+    case 12: return npfbix_z12toz12_n;
+    default: return nullptr;
   }
 }
 
