@@ -25,7 +25,8 @@ struct directory_reader {
     if (!is_unsigned_integer(at.type) || at.count != 1) return -10;
     const uint64_t value = number(at, 0);
     const bool is_side = t == ImageWidth || t == ImageLength;
-    if (value > (is_side ? longest_side : 0xFFFFFFFF)) return is_side ? -11 : -10;
+    const uint64_t highest = is_side ? longest_side : tags[t].written == field::short_ ? 0xFFFF : 0xFFFFFFFF;
+    if (value > highest) return is_side ? -11 : -10;
     p.scalar[t] = uint32_t(value);
     return 0;
   }
@@ -128,10 +129,7 @@ bool is_consistent(page &p) {
   return samples == 1 && p.bits()[0] < 32 && p.count[ColorMap] == uint64_t{3} << p.bits()[0];
 }
 
-bool is_integer_page(const page &p) {
-  const auto format = p.present[SampleFormat] ? p.sample_format()[0] : 1;
-  return format == 1;
-}
+bool is_integer_page(const page &p) { return p.sample_format()[0] == 1; }
 
 bool compression_is_served(const page &p, uint16_t bits) {
   const uint32_t predictor = p.scalar[Predictor];

@@ -107,22 +107,28 @@ int32_t reader::list_pages() {
   return page_count ? 0 : QVERR_FORMAT;
 }
 
+int32_t reader::read_colours() {
+  return page.present[ColorMap] ? read_colour_map(&file, format, page, where, &colours) : 0;
+}
+
 int32_t reader::start_page() {
-  const bool expands = this->page.present[ColorMap] && presented == mapped_as::colours;
-  if (this->page.present[ColorMap])
-    if (const int32_t code = read_colour_map(&file, format, this->page, where, &colours); code < 0)
-      return code;
+  // Beside a palette image the entries are the palette's pixels, and stay.
+  const bool expands = page.present[ColorMap] && presented == mapped_as::colours;
+  if (expands)
+    if (const int32_t code = read_colours(); code < 0) return code;
   const uint32_t pixel_bytes = uint32_t(qvimdatasize(uint32_t(data.pixietype)) * data.pixies);
-  const int32_t code = rows.start(this->page, where, pixel_bytes, expands ? colours.data() : nullptr);
+  const int32_t code = rows.start(page, where, pixel_bytes, expands ? colours.data() : nullptr);
   started = code == 0;
   return code;
 }
 
 int32_t reader::turn_to(uint64_t n) {
   if (n >= page_count) return QVERR_FORMAT;
-  number = n;
+  number = no_page;
   const small_blocks blocks(file);
-  return read_page(pages[n]);
+  const int32_t code = read_page(pages[n]);
+  if (code == 0) number = n;
+  return code;
 }
 
 int32_t reader::select(uint64_t n) {
@@ -171,6 +177,7 @@ int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, con
   if (!r) return QVERR_MEMORY;
   int32_t code = r->open(path, fopenmode, bufsize);
   if (code == 0) code = find(*r, im, page);
+  if (code == 0 && !infoonly && palette) code = r->read_colours();
   if (code == 0 && !infoonly) code = r->start_page();
   if (code == 0 && palette && r->colours.size()) code = present_palette(palette, r->page, r->colours);
   if (code < 0) return code;

@@ -30,7 +30,9 @@ struct reader : tiffhandle {
   [[nodiscard]] int32_t find_page(uint64_t n);
   // Reads all directories in turn; the last one describes the stack.
   [[nodiscard]] int32_t list_pages();
-  // Gets the page ready for its pixels, its colour map included.
+  // Reads the page's colour map, if it has one.
+  [[nodiscard]] int32_t read_colours();
+  // Gets the page ready for its pixels.
   [[nodiscard]] int32_t start_page();
   // Turns to a page of the stack.
   [[nodiscard]] int32_t turn_to(uint64_t n);
@@ -44,13 +46,15 @@ struct reader : tiffhandle {
   // Transfers cannot return errors: they leave them here.
   void latch(int32_t code);
 
+  static constexpr uint64_t no_page = ~uint64_t{0};
+
   const mapped_as presented;
   directory where;          // of the current page
-  uint64_t number = 0;      // of the current page
+  uint64_t number = 0;      // of the current page; no_page after a directory that could not be read
   qvimagedata data{};       // of all pages
   array<uint64_t> pages;    // directories of a stack; more room than pages
   uint64_t page_count = 0;  // of a stack; 0 for a single page
-  array<uint8_t> colours;   // entries of the colour map
+  array<uint8_t> colours;   // entries of the colour map: the current page's, or those of the palette image
   page_rows rows;
   bool started = false;  // the rows are those of the current page
   int32_t latched = 0;

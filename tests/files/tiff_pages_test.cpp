@@ -6,6 +6,7 @@
 
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/frame.hpp"
 #include "tests/files/tiff_opened.hpp"
 
 namespace {
@@ -101,6 +102,8 @@ TEST(TiffPages, ChainsThatLoopEndAndMayRunBackwards) {
   EXPECT_EQ(info.pagecount, 3u);
   EXPECT_EQ(info.page, 1u);
   qvimage_tiffinfodone(&info);
+  EXPECT_EQ(qvimage_tiffreadinfo(o.handle, &info, 3), -10);
+  EXPECT_STREQ(info.type, "") << "cleared";
   EXPECT_EQ(opened_page(loop.file(), 3).code, -10);
 
   // The first page's directory stands behind that of the second one.
@@ -217,9 +220,47 @@ TEST(TiffInfo, ManyPagesAtOnce) {
   EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, -1, 0), -1);
   page_spec unserved;
   unserved.compression = 7;
-  put_file(path, b.page(unserved).file());
+  put_file(path, b.page(unserved).page(described_page(), lzw).file());
   EXPECT_EQ(qvimage_tiffinfoN(infos, 50, path.c_str(), nullptr, 0, 0), -11);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 1, path.c_str(), nullptr, 0, 41), 1) << "pages passed over may be bad";
+  qvimage_tiffinfodone(&infos[0]);
   EXPECT_EQ(live_allocations(), before);
+}
+
+TEST(TiffInfo, ARecordAsOptionsWritesTheSameKindOfFile) {
+  temporary_folder folder;
+  const std::string first = folder / "first", second = folder / "second";
+  for (const uint32_t version : {42u, 43u})
+    for (const uint32_t compression : {1u, 5u, 517u, 32773u, 32885u, 33397u}) {
+      SCOPED_TRACE(testing::Message() << "version " << version << ", compression " << compression);
+      frame f(40, 30, 1, 8, 3, QVIM_HINT_RGB);
+      char description[] = "text", datetime[] = "2001:02:03 04:05:06";
+      qvimagefileinfo options{};
+      options.version = version;
+      options.compression = compression;
+      options.stripsize = 1200;
+      options.description = description;
+      options.datetime = datetime;
+      options.xres[0] = 300, options.xres[1] = 7;
+      options.yres[0] = 200, options.yres[1] = 7;
+      options.resunit = 3;
+      qvimagefileinfo read, again;
+      const auto write = [&](const std::string &path, qvimagefileinfo *o) {
+        return qvimage_tiffwrite(nullptr, &f.image, nullptr, path.c_str(), nullptr, 0, 0, o, 0, 0, 0);
+      };
+      ASSERT_EQ(write(first, &options), 0);
+      ASSERT_EQ(qvimage_tiffinfo(&read, first.c_str(), nullptr, 0, 0), 0);
+      EXPECT_EQ(read.compression, compression);
+      EXPECT_EQ(read.version, version);
+      const uint64_t largest = read.stripsize;
+      read.stripsize = options.stripsize;  // says how large strips became, not how large they were
+      ASSERT_EQ(write(second, &read), 0);
+      ASSERT_EQ(qvimage_tiffinfo(&again, second.c_str(), nullptr, 0, 0), 0);
+      EXPECT_EQ(again.stripsize, largest);
+      EXPECT_EQ(file_bytes(first), file_bytes(second));
+      qvimage_tiffinfodone(&read);
+      qvimage_tiffinfodone(&again);
+    }
 }
 
 }  // namespace

@@ -187,6 +187,24 @@ TEST(TiffPalette, MapValuesOfOtherSizesAndOldMapsOfSmallValues) {
   }
 }
 
+TEST(TiffPalette, OfAStackStaysWhilePlanesAreRead) {
+  page_spec p;
+  p.bits = 4;
+  p.photometric = 3;
+  builder b;
+  for (uint32_t page = 0; page < 3; page++) {
+    p.seed = page;
+    p.tags[320] = colour_map(3, 4, [&](uint32_t c, uint32_t i) { return (i + c + page) % 16 << 12; });
+    b.page(p);
+  }
+  opened_stack o(b.file(), 0, true);
+  ASSERT_EQ(o.code, 0);
+  const auto entries = read_all(o.palette);
+  EXPECT_EQ(entries[0], 2u);  // the last page's
+  for (const int32_t z : {0, 2, 1}) EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 0, z).size(), 7u);
+  EXPECT_EQ(read_all(o.palette), entries);
+}
+
 // Every way of asking gives the pixels of the whole page.
 void check_access(qvimage &im, const std::vector<uint64_t> &all, unsigned seed) {
   std::mt19937 random(seed);

@@ -36,6 +36,12 @@ TEST(TiffRefused, BrokenAndUnservedDirectories) {
       {"width beyond 31 bits", -11, {.tags = {{256, {4, {0x80000000}}}}}},
       {"height beyond 32 bits", -11, {.tags = {{257, {16, {uint64_t{1} << 32}}}}}},
       {"rows per strip beyond 32 bits", -10, {.tags = {{278, {16, {uint64_t{1} << 32}}}}}},
+      {"compression beyond 16 bits", -10, {.tags = {{259, {4, {0x10001}}}}}},
+      {"photometric beyond 16 bits", -10, {.tags = {{262, {4, {0x10001}}}}}},
+      {"samples beyond 16 bits", -10, {.tags = {{277, {4, {0x10001}}}}}},
+      {"planes beyond 16 bits", -10, {.tags = {{284, {4, {0x10001}}}}}},
+      {"unit beyond 16 bits", -10, {.tags = {{296, {4, {0x10002}}}}}},
+      {"predictor beyond 16 bits", -10, {.tags = {{317, {16, {0x10001}}}}}},
       {"no rows per strip", -10, {.tags = {{278, {3, {0}}}}}},
       {"resolution of another type", -10, {.tags = {{282, {4, {72}}}}}},
       {"two resolutions", -10, {.tags = {{283, {5, {72, 72}}}}}},
@@ -116,6 +122,25 @@ TEST(TiffRefused, BadArguments) {
   auto *wrong = reinterpret_cast<tiffhandle *>(other);
   EXPECT_EQ(qvimage_tiffreaddone(nullptr, nullptr, &wrong), -64);
   EXPECT_EQ(qvimage3_tiffreaddone(nullptr, nullptr, &wrong), -64);
+  qvimagefileinfo info;
+  EXPECT_EQ(qvimage_tiffreadinfo(wrong, &info, 0), -64);
+  tiffhandle *writing = nullptr;
+  ASSERT_EQ(
+      qvimage_tiffwriteopen(&writing, 1, nullptr, nullptr, (folder / "w").c_str(), nullptr, 0, 0, nullptr),
+      0);
+  EXPECT_EQ(qvimage_tiffreaddone(nullptr, nullptr, &writing), -64);
+  EXPECT_EQ(qvimage_tiffreadinfo(writing, &info, 0), -64);
+  EXPECT_EQ(qvimage_tifffini(&writing, 1), 0);
+  EXPECT_EQ(qvimage_tifferror(&h), -64);  // the reader's
+  EXPECT_EQ(qvimage_tifffini(&h, 1), -64);
+  EXPECT_EQ(qvimage_tiffinfo(nullptr, path.c_str(), nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfo(&info, nullptr, nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfo(&info, (folder / "none").c_str(), nullptr, 0, 0), -13);
+  EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 1), -10);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, nullptr, nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, path.c_str(), nullptr, 0, -1), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, (folder / "none").c_str(), nullptr, 0, 0), -13);
+  qvimage_tiffinfodone(nullptr);
   EXPECT_EQ(qvimage_tiffreaddone(&im, nullptr, &h), 0);
   EXPECT_EQ(h, nullptr);
   EXPECT_EQ(std::memcmp(im.devname, "NULL2", 6), 0);
