@@ -170,8 +170,10 @@ int32_t begin_directory(writer &w) {
 }
 
 int32_t finish_directory(writer &w) {
+  for (const band *b : w.bands)
+    if (!b->complete) return -1;
   if (const int32_t code = collect_bands(w); code < 0) return code;
-  if (!w.format.bigtiff && w.file.filelen > 0xFFFFFFFF) return -10;
+  if (passes_classic_limit(w.format, w.file.filelen)) return -10;
 
   uint64_t entry = w.directory + uint64_t(w.format.count_size());
   uint64_t value = w.next_link + uint64_t(w.format.offset_size());

@@ -53,9 +53,14 @@ template <class Record>
 int32_t write_file(Record *image, const char *path, const char *fopenmode, int64_t bufsize,
                    int64_t appendpage, const request &r) {
   if (!image || !path) return -1;
+  // An existing file is not given up for an image that cannot be written.
+  page form;
+  const auto &window = image->wind;
+  int32_t code = set_form(form, image->d, int64_t(window.se.x) - window.nw.x,
+                          int64_t(window.se.y) - window.nw.y, false, r.options);
+  if (code < 0) return code;
   tiffhandle *h = nullptr;
-  int32_t code =
-      qvimage_tiffwriteopen(&h, 1, nullptr, nullptr, path, fopenmode, bufsize, appendpage, r.options);
+  code = qvimage_tiffwriteopen(&h, 1, nullptr, nullptr, path, fopenmode, bufsize, appendpage, r.options);
   if (code == 0) code = write_pages(&h, image, r);
   if (!h) return code;
   const bool created = qvimage_tifffileopened(&h) > 0;

@@ -2,7 +2,6 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 
-#include "core/result.hpp"
 #include "files/codec.hpp"
 #include "files/tiff/writer.hpp"
 
@@ -48,7 +47,7 @@ class strip_sink {
     for (int32_t code = 0;;) {
       uint8_t *place;
       const uint64_t taken = bufio_ptr2(stream_, room(), 'w', &place);
-      if (taken == 0) return worst(QVERR_IO, bufio_err(stream_));
+      if (taken == 0) return bufio_err(stream_) < 0 ? bufio_err(stream_) : int32_t{QVERR_IO};
       out_.next = place;
       out_.end = place + taken;
       const uint8_t *const before = in.next;
@@ -95,10 +94,11 @@ int32_t write_row(band &b, strip_sink &sink, qvimage *image, uint32_t width, uin
 int32_t write_band(writer &w, qvimagecallback callback, qvimage *image, uint32_t number) {
   band &b = w.band_of(number);
   const page &p = w.page;
-  const uint32_t all = uint32_t(image->d.pixies == 32 ? 0xFFFFFFFFu : (1u << image->d.pixies) - 1);
+  const uint32_t all = (1u << image->d.pixies) - 1;
   const int32_t set = image->ioset(image, 0, uint32_t(image->d.pixietype) | QVIM_LSB, all);
   if (set <= 0) return set < 0 ? set : -1;
 
+  b.complete = false;
   strip_sink sink(b.stream, &b.codec);
   uint64_t strip = b.first_strip;
   for (uint32_t y = b.first_row; y < b.end_row; y++) {
@@ -114,8 +114,10 @@ int32_t write_band(writer &w, qvimagecallback callback, qvimage *image, uint32_t
     w.page.byte_counts[strip] = sink.size();
     strip++;
     if (const int32_t code = bufio_err(b.stream); code < 0) return code;
+    if (passes_classic_limit(w.format, b.stream->filelen)) return QVERR_FORMAT;
   }
-  return bufio_err(b.stream);
+  b.complete = true;
+  return 0;
 }
 
 }  // namespace qvim::tiff

@@ -24,9 +24,11 @@ constexpr uint64_t usual_strip = 65536;
 // --- opening
 // -------------------------------------------------------------------------------------------------
 
-// Writers go back to patch what they wrote, so a write-only mode is opened readable too.
+// Writers go back to patch what they wrote, so a write-only mode is opened readable too. Null for modes in
+// which the system writes at the file's end whatever the position.
 const char *mode_of(const char *asked, int64_t appendpage) {
   if (!asked) return appendpage ? "r+b" : "w+b";
+  if (asked[0] == 'a') return nullptr;
   return asked[0] == 'w' && !std::strchr(asked, '+') ? "w+b" : asked;
 }
 
@@ -56,11 +58,11 @@ int32_t find_end(writer &w, uint64_t pages) {
 uint64_t band_block(const writer &w, uint32_t bands, const uint32_t size[2], const qvimagedata *d,
                     uint32_t compression) {
   if (!size || !d) return w.file.bufsize;
-  const uint64_t bits =
-      d->pixietype & 0x0F ? uint64_t(d->i_bitsused) : 8 * uint64_t(qvimdatasize(uint32_t(d->pixietype)));
-  const double bytes = double(size[0]) * size[1] * d->pixies * double(bits) / 8 / bands;
-  const bool small = compression == lzw || compression == lzw_differenced || compression == arithmetic ||
-                     compression == arithmetic_differenced;
+  const bool by_arithmetic = compression == arithmetic || compression == arithmetic_differenced;
+  const bool small = compression == lzw || compression == lzw_differenced || by_arithmetic;
+  const bool packed = d->pixietype & 0x0F && !by_arithmetic;
+  const int bits = packed ? d->i_bitsused : 8 * qvimdatasize(uint32_t(d->pixietype));
+  const double bytes = double(size[0]) * size[1] * d->pixies * bits / 8 / bands;
   const double block = bytes / (small ? 16 : 4);
   return block < 1024 ? 1024 : block > double(w.file.bufsize) ? w.file.bufsize : uint64_t(block);
 }
@@ -84,6 +86,7 @@ int32_t open_bands(writer &w, uint32_t bands, uint64_t block) {
 
 int32_t open_file(writer &w, const char *path, const char *mode, int64_t bufsize, uint64_t appendpage,
                   const qvimagefileinfo *options) {
+  if (!mode) return -1;
   if (const int32_t code = open_bufio(&w.file, path, mode, bufsize, BUFIO_NOZERO); code < 0) return code;
   w.is_open = true;
   w.created = mode[0] == 'w';
@@ -166,6 +169,7 @@ int32_t set_compression(page &p, uint32_t asked, const qvimagedata &d) {
   if (code != uncompressed && code != lzw && code != packbits && code != arithmetic) return -1;
   const bool real = d.pixietype & 0x30;
   if (real && code != uncompressed) return -1;
+  if (code == arithmetic && p.bits()[0] > 12) return -1;
   set_scalar(p, Compression, code);
   if (code == lzw || code == arithmetic) {
     // Differences are defined for whole bytes; the predictive coder has samples of any depth in whole bytes.
@@ -232,6 +236,7 @@ int32_t set_strips(writer &w, const qvimagefileinfo *options) {
 
 int32_t set_up_bands(writer &w, const qvimage &image, const orders &o) {
   for (band *b : w.bands) {
+    b->complete = false;
     if (b->stream == &b->memory) bufio_ptr2truncate(&b->memory, 0);
     if (const int32_t code = b->encoder.prepare(image, w.page, w.format, o); code < 0) return code;
     if (const int32_t code = b->codec.start(w.page.scalar[Compression], rows_of(w.page)); code < 0)
@@ -244,23 +249,12 @@ int32_t set_up(writer &w, qvimage &image, qvimage *palette, const qvimagefileinf
                bool swapmap) {
   const int64_t width = int64_t(image.wind.se.x) - image.wind.nw.x,
                 height = int64_t(image.wind.se.y) - image.wind.nw.y;
-  if (width < 1 || height < 1 || height < int64_t(w.band_count())) return -1;
-  if (image.d.pixies < 1 || image.d.pixies > 4) return -1;
+  if (height < int64_t(w.band_count())) return -1;
   page &p = w.page = page();
   const bool has_palette = palette && image.d.pixies == 1 && image.d.pixietype & 0x0F;
-  const colour c = colour_of(image.d, has_palette);
-  set_scalar(p, NewSubfileType, 0);
-  set_scalar(p, ImageWidth, uint32_t(width));
-  set_scalar(p, ImageLength, uint32_t(height));
-  if (const int32_t code = set_samples(p, image.d, c.samples); code < 0) return code;
-  if (const int32_t code = set_compression(p, options ? options->compression : 0, image.d); code < 0)
-    return code;
-  set_scalar(p, Photometric, c.photometric);
-  // Chroma of every pixel: without the tag readers must take it for one sample in four.
-  if (c.photometric == ycbcr) set_constants(p, YCbCrSubSampling, 2);
-  if (c.samples > c.channels) set_constants(p, ExtraSamples, c.samples - c.channels);
-  set_scalar(p, PlanarConfiguration, 1);
-  int32_t code = set_time(p, options ? options->datetime : nullptr);
+  int32_t code = set_form(p, image.d, width, height, has_palette, options);
+  if (code < 0) return code;
+  code = set_time(p, options ? options->datetime : nullptr);
   if (options) {
     code = worst(code, set_text(p, ImageDescription, options->description));
     code = worst(code, set_text(p, Software, options->software));
@@ -277,6 +271,23 @@ int32_t set_up(writer &w, qvimage &image, qvimage *palette, const qvimagefileinf
 }
 
 }  // namespace
+
+int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
+                 const qvimagefileinfo *options) {
+  if (width < 1 || height < 1 || d.pixies < 1 || d.pixies > 4) return -1;
+  const colour c = colour_of(d, has_palette);
+  set_scalar(p, NewSubfileType, 0);
+  set_scalar(p, ImageWidth, uint32_t(width));
+  set_scalar(p, ImageLength, uint32_t(height));
+  if (const int32_t code = set_samples(p, d, c.samples); code < 0) return code;
+  if (const int32_t code = set_compression(p, options ? options->compression : 0, d); code < 0) return code;
+  set_scalar(p, Photometric, c.photometric);
+  // Chroma of every pixel: without the tag readers must take it for one sample in four.
+  if (c.photometric == ycbcr) set_constants(p, YCbCrSubSampling, 2);
+  if (c.samples > c.channels) set_constants(p, ExtraSamples, c.samples - c.channels);
+  set_scalar(p, PlanarConfiguration, 1);
+  return 0;
+}
 
 writer::~writer() {
   for (band *b : bands) owned<band>{b};

@@ -19,6 +19,7 @@ struct band {
   strip_codec codec;
   uint32_t first_row = 0, end_row = 0;
   uint64_t first_strip = 0;
+  bool complete = false;  // all rows of the current page are written
 
   ~band() {
     if (stream == &memory) bufio_done(&memory);
@@ -52,10 +53,19 @@ struct writer : tiffhandle {
   uint64_t former_link = 0, former_link_value = 0;
 };
 
+// Offsets of classic files have 32 bits.
+inline bool passes_classic_limit(const format &f, uint64_t length) {
+  return !f.bigtiff && length > 0xFFFFFFFF;
+}
+
 // Directory of the writer's page: begin writes it with placeholders for the strips, finish fills these in,
 // completes the page and at last makes the link to it.
 [[nodiscard]] int32_t begin_directory(writer &w);
 [[nodiscard]] int32_t finish_directory(writer &w);
+
+// What a page says of an image of that size: 0, or -1 for what no page holds. Nothing of it needs the file.
+[[nodiscard]] int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
+                               const qvimagefileinfo *options);
 
 // Puts a link into a directory chain and brings it to the file.
 void put_link(writer &w, uint64_t position, uint64_t value);

@@ -1,12 +1,13 @@
 // TIFF files as they are written, judged by a parser and by decoders of the test's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <numeric>
 #include <thread>
 
 #include <qvimage/codec.h>
+#include <qvimage/null.h>
 #include <qvimage/tiff.h>
 #include <qvimage/views.h>
 
@@ -197,6 +198,7 @@ TEST(TiffWrite, PagesHoldTheirPixelsInEveryFormAndCompression) {
         SCOPED_TRACE(testing::Message() << k.name << ", compression " << compression << ", flags " << flags);
         frame f(61, 23, k.type, k.bits, k.pixies, k.hint, flags);
         const std::string path = folder / "a.tif";
+        std::remove(path.c_str());
         qvimagefileinfo options = options_for(compression, 700, flags ? 43 : 42);
         const int32_t code = save(f, path, &options, 0, k.exchanged);
         if (!served(k, compression)) {
@@ -341,6 +343,17 @@ TEST(TiffWrite, APaletteBecomesTheColourMap) {
           EXPECT_EQ(map.values[component * 16 + i], scaled);
         }
     }
+  for (int32_t type : {QVIM_FLOAT32, QVIM_FLOAT64}) {  // fractions of full scale
+    frame real(16, 1, type, 0, 3, QVIM_HINT_RGB);
+    for (size_t i = 0; i < 48; i++) {
+      const double value = double(i) / 47;
+      const uint64_t bits = frame::float_bits(type, value);
+      std::memcpy(&real.stored[i * real.stored.size() / 48], &bits, real.stored.size() / 48);
+    }
+    ASSERT_EQ(save(index, path, nullptr, 0, {}, &real.image), 0);
+    const auto map = parsed_tiff(file_bytes(path)).pages[0].tags.at(320).values;
+    for (size_t i = 0; i < 48; i++) EXPECT_NEAR(double(map[i % 3 * 16 + i / 3]), double(i) / 47 * 65535, 1.0);
+  }
   frame short_palette(15, 1, 1, 8, 3, QVIM_HINT_RGB), grey(16, 1, 1, 8, 1, QVIM_HINT_GREY);
   for (qvimage *bad : {&short_palette.image, &grey.image}) {
     std::remove(path.c_str());
@@ -414,25 +427,67 @@ TEST(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
   }
 }
 
-// An empty big-endian file is one line of bytes; what follows is written by the library.
+// A big-endian file with an empty directory is one line of bytes; what follows is written by the library.
 TEST(TiffWrite, AppendingKeepsTheFilesByteOrder) {
   temporary_folder folder;
   const std::string path = folder / "a.tif";
-  const bytes original = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0, 0, 3, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
-  for (const kind &k : kinds)
-    for (uint32_t compression : {1u, 5u, 517u, 33397u}) {
-      if (!served(k, compression)) continue;
-      SCOPED_TRACE(testing::Message() << k.name << ", compression " << compression);
-      std::ofstream(path, std::ios::binary)
-          .write(reinterpret_cast<const char *>(original.data()), long(original.size()));
-      frame f(31, 11, k.type, k.bits, k.pixies, k.hint);
-      qvimagefileinfo options = options_for(compression, 300);
-      ASSERT_EQ(save(f, path, &options, 1, k.exchanged), 0);
-      const parsed_tiff file(file_bytes(path));
-      ASSERT_EQ(file.pages.size(), 2u);
-      EXPECT_EQ(content(file, file.pages[1]),
-                expected_content(f, int(k.samples), compression, true, k.exchanged));
+  const bytes classic = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0, 0, 3, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
+  bytes big = {'M', 'M', 0, 43, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 16};
+  big.resize(32);  // no entries and no next directory
+  for (const bytes &original : {classic, big})
+    for (const kind &k : kinds)
+      for (uint32_t compression : {1u, 5u, 517u, 33397u}) {
+        if (!served(k, compression)) continue;
+        SCOPED_TRACE(testing::Message() << k.name << ", compression " << compression);
+        put_file(path, original);
+        frame f(31, 11, k.type, k.bits, k.pixies, k.hint);
+        qvimagefileinfo options = options_for(compression, 300);
+        ASSERT_EQ(save(f, path, &options, 1, k.exchanged), 0);
+        const parsed_tiff file(file_bytes(path));
+        EXPECT_EQ(file.bigtiff, original == big);
+        ASSERT_EQ(file.pages.size(), 2u);
+        EXPECT_EQ(content(file, file.pages[1]),
+                  expected_content(f, int(k.samples), compression, true, k.exchanged));
+      }
+}
+
+// Files beyond 4 GiB have a hole where other writers' data would be.
+TEST(TiffWrite, ClassicFilesEndAtFourGibibytesAndBigOnesDoNot) {
+  temporary_folder folder;
+  const std::string path = folder / "a.tif";
+  frame f(100, 60, 1, 8, 1, QVIM_HINT_GREY);
+  const struct {
+    uint32_t version;
+    uint64_t length;
+    int32_t code;
+  } cases[] = {{42, 0xFFFFFFFF - 6000 - 400, 0},
+               {42, 0xFFFFFFFF - 6000 - 100, -10},
+               {42, 0xFFFFFFF0, -10},
+               {42, 0x140000000, -10},
+               {43, 0xFFFFFFF0, 0},
+               {43, 0x140000000, 0}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << "version " << c.version << ", " << c.length << " bytes");
+    qvimagefileinfo options = options_for(1, 3000, c.version);
+    std::remove(path.c_str());
+    ASSERT_EQ(save(f, path, &options), 0);
+    ASSERT_EQ(truncate(path.c_str(), off_t(c.length)), 0);
+    EXPECT_EQ(save(f, path, &options, 1), c.code);
+    qvimage image;
+    tiffhandle *h = nullptr;
+    const int32_t found = qvimage_tiffread(&image, nullptr, &h, path.c_str(), nullptr, 0, 1, 0);
+    EXPECT_EQ(found, c.code);
+    if (c.code < 0) {
+      EXPECT_EQ(std::filesystem::file_size(path), c.length);
+      continue;
     }
+    bytes pixels(6000);
+    ASSERT_EQ(found, 0);
+    ASSERT_EQ(image.ioset(&image, QVIM_WRAP, QVIM_UINT8, 1), 1);
+    EXPECT_EQ(image.ioread(&image, 0, pixels.data(), 6000, 0, 0), 6000u);
+    EXPECT_EQ(pixels, f.stored);
+    EXPECT_EQ(qvimage_tiffreaddone(&image, nullptr, &h), 0);
+  }
 }
 
 // --- bands
@@ -478,6 +533,26 @@ TEST(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
   qvimage_tifffini(&h, 98);
 }
 
+TEST(TiffWrite, APageOfWhichABandIsMissingIsNotLinked) {
+  temporary_folder folder;
+  const std::string path = folder / "a.tif";
+  frame f(40, 50, 1, 8, 1, QVIM_HINT_GREY);
+  tiffhandle *h = nullptr;
+  ASSERT_EQ(qvimage_tiffwriteopen(&h, 3, nullptr, nullptr, path.c_str(), nullptr, 0, 0, nullptr), 0);
+  for (int page = 0; page < 2; page++) {
+    ASSERT_EQ(qvimage_tiffwritesetup(&h, &f.image, nullptr, nullptr, 0, 0, 0, page), 0);
+    ASSERT_EQ(qvimage_tiffwriteifdinit(&h), 0);
+    for (int32_t band : {2, 0}) ASSERT_EQ(qvimage_tiffwritedata(&h, nullptr, &f.image, band), 0);
+    EXPECT_EQ(qvimage_tiffwriteifdfini(&h), -1);
+    if (page == 0) {
+      ASSERT_EQ(qvimage_tiffwritedata(&h, nullptr, &f.image, 1), 0);
+      EXPECT_EQ(qvimage_tiffwriteifdfini(&h), 0);
+    }
+  }
+  EXPECT_EQ(qvimage_tifffini(&h, 3), 0);
+  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), 1u);
+}
+
 // --- refusals
 // -----------------------------------------------------------------------------------------------------
 
@@ -504,6 +579,29 @@ TEST(TiffWrite, BadArgumentsHaveTheirCodesAndLeaveNoFile) {
   std::ofstream(path) << "not a TIFF file at all";
   EXPECT_EQ(save(grey, path, nullptr, 1), -10);
   EXPECT_TRUE(file_exists(path));
+}
+
+TEST(TiffWrite, AnExistingFileIsNotTouchedForAnImageThatCannotBeWritten) {
+  temporary_folder folder;
+  const std::string path = folder / "a.tif";
+  const bytes before = {1, 2, 3, 4};
+  put_file(path, before);
+  frame grey(4, 4, 2, 16, 1, QVIM_HINT_GREY), five(4, 4, 1, 8, 5, 0), wide(4, 4, 8, 64, 1, 0),
+      real(4, 4, QVIM_FLOAT32, 0, 1, 0);
+  qvimage null_image;
+  qvimage_defnull(&null_image);
+  qvimagefileinfo jpeg = options_for(7), lzw = options_for(5), arithmetic = options_for(32885);
+  EXPECT_EQ(save(five, path), -1);
+  EXPECT_EQ(save(wide, path), -1);
+  EXPECT_EQ(save(grey, path, &jpeg), -1);
+  EXPECT_EQ(save(grey, path, &arithmetic), -1);
+  EXPECT_EQ(save(real, path, &lzw), -1);
+  EXPECT_EQ(qvimage_tiffwrite(nullptr, &null_image, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0),
+            -1);
+  // What such a mode writes goes to the file's end, links too.
+  EXPECT_EQ(qvimage_tiffwrite(nullptr, &grey.image, nullptr, path.c_str(), "a+b", 0, 1, nullptr, 0, 0, 0),
+            -1);
+  EXPECT_EQ(file_bytes(path), before);
 }
 
 TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
@@ -602,6 +700,45 @@ TEST(TiffWrite, EveryFailureIsReportedAndLeavesNoFile) {
       full_disk disk(room);
       EXPECT_TRUE(after(true, write(), -7)) << room;
     }
+  }
+}
+
+TEST(TiffWrite, EveryFailureOfAPageInBandsIsReported) {
+  temporary_folder folder;
+  const std::string path = folder / "a.tif";
+  frame f(300, 40, 2, 16, 1, QVIM_HINT_GREY);
+  const int64_t live = live_allocations(), open = open_files();
+  for (uint32_t compression : {1u, 5u, 32773u}) {
+    qvimagefileinfo options = options_for(compression, 3000);
+    const auto write = [&] {
+      tiffhandle *h = nullptr;
+      int32_t code = qvimage_tiffwriteopen(&h, 3, nullptr, nullptr, path.c_str(), nullptr, 1024, 0, &options);
+      if (!h) return code;
+      code = qvimage_tiffwritesetup(&h, &f.image, nullptr, &options, 0, 0, 0, 0);
+      if (code == 0) code = qvimage_tiffwriteifdinit(&h);
+      for (int32_t band = 0; band < 3; band++)
+        if (code == 0) code = qvimage_tiffwritedata(&h, nullptr, &f.image, band);
+      if (code == 0) code = qvimage_tiffwriteifdfini(&h);
+      const int32_t released = qvimage_tifffini(&h, 3);
+      return code < 0 ? code : released;
+    };
+    const auto after = [&](bool fired, int32_t code, int32_t expected) {
+      EXPECT_EQ(code, fired ? expected : 0);
+      EXPECT_EQ(live_allocations(), live);
+      EXPECT_EQ(open_files(), open);
+      return fired;
+    };
+    with_every_fault([](int n, bool for_ever) { return std::make_unique<fail_allocation>(n, for_ever); },
+                     [&](auto &fault) {
+                       const int32_t code = write();
+                       return after(fault.fired(), code, -2);
+                     });
+    for (uint32_t calls : {uint32_t(call_write), uint32_t(call_close), uint32_t(call_read)})
+      with_every_fault([&](int n, bool for_ever) { return std::make_unique<fail_call>(calls, n, for_ever); },
+                       [&](auto &fault) {
+                         const int32_t code = write();
+                         return after(fault.fired(), code, -7);
+                       });
   }
 }
 
