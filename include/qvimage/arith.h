@@ -2,16 +2,21 @@
  * bits.
  *
  * A coder state is one end of a code stream, for one direction. A model holds the frequencies of a set of
- * symbols 0, 1,
- * ...; encoder and decoder keep equal models, which they update with each symbol. Several models may take
- * turns on one state. The code's bits fill bytes from the least significant bit on.
+ * symbols 0, 1, 2 and so on; encoder and decoder keep equal models, which they update with each symbol.
+ * Several models may take turns on one state. The code's bits fill bytes from the least significant bit on.
  *
- *   encode:  for each symbol:  parth_encode(state, model, symbol);
- *                              while (!parth_encodeout(state, &out)) ... make room ...
- *            and at the end:   parth_encode(state, model, -1), and parth_encodeout as before; then the
- * out.bitcnt bits that fill no byte are stored as out.bitacc >> (8 - out.bitcnt), if any decode:  for each
- * symbol:  while (!parth_decodein(state, &in)) ... get input, zeros behind its end ... symbol =
- * parth_decode(state, model);      // -1: the end symbol
+ *   for (each symbol) {
+ *     parth_encode(state, model, symbol);
+ *     while (!parth_encodeout(state, &out)) make_room(&out);
+ *   }
+ *   parth_encode(state, model, -1);  // the end symbol
+ *   while (!parth_encodeout(state, &out)) make_room(&out);
+ *   if (out.bitcnt) *out.next++ = out.bitacc >> (8 - out.bitcnt);  // bits that fill no byte
+ *
+ *   do {
+ *     while (!parth_decodein(state, &in)) get_input(&in);  // zeros behind the end
+ *     symbol = parth_decode(state, model);
+ *   } while (symbol >= 0);
  *
  * No code is invalid: any bytes decode to some symbols. A state or a model is used by one thread at a time.
  */
@@ -34,8 +39,8 @@ void parth_statedone(void **state);
 /* Makes a model of so many symbols, all of frequency 1, with one more, the end symbol, when withend is not 0.
  * When the frequencies' sum reaches max(2 x symbols, min(maxfreq, 16383)), end symbol counted, all are
  * halved; a low maxfreq follows changes faster. maxfreq 0: the model is static, no frequency changes by
- * itself. 0; -1: null pointer, *model already set, no symbols, or more than 8191 with the end symbol; -2:
- * memory. */
+ * itself.
+ * 0; -1: null pointer, *model already set, no symbols, or more than 8191 with the end symbol; -2: memory. */
 int32_t parth_modelinit(void **model, uint32_t symbols, int32_t maxfreq, int32_t withend);
 
 /* Back to frequency 1 for all symbols. 0; -1 null model. */

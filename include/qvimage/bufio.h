@@ -7,9 +7,9 @@
  * the file and the caller. Codecs work inside the block through bufio_ptr and bufio_ptr2.
  *
  * Failures latch in the record; no transfer returns one. What cannot be read is delivered as zeros, what
- * cannot be written is dropped, the position advances all the same, and bufio_err tells once, after a whole
- * header or picture. A block whose read failed is never written back. A write beyond the length fills the gap
- * with zeros.
+ * cannot be written is dropped, the position advances all the same (but not when a store in memory cannot
+ * grow), and bufio_err tells once, after a whole header or picture. A block whose read failed is never
+ * written back. A write beyond the length fills the gap with zeros.
  *
  * The caller owns the record (160 bytes, naturally aligned) and may read all of its fields, but sets `pos`
  * only, which is how one seeks, and `locking`. It may be moved or embedded, but not while its mutex is held.

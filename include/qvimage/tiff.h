@@ -14,37 +14,45 @@ typedef struct tiffhandle tiffhandle;
  *
  * One page holds one 2-D image: its window, 1 to 4 pixies a pixel, unsigned integers of 1 to 32 bits or
  * floats of 32 or 64 bits. Options (null for none) are a file information record, such as a reader fills; of
- * it count version      43: BigTIFF; anything else: a classic file, up to 4 GiB compression  1 none (also 0),
- * 5 LZW, 517 LZW of horizontal differences (8- and 16-bit samples; others are written as 5), 32773 PackBits,
- * 32885 predictive arithmetic coding (1 to 12 bits), 33397 the same of horizontal differences; floats are
- * written uncompressed only stripsize    bytes that a strip is to hold before compression; 0: 65536, all
- * ones: one strip xres, yres, resunit   resolution, written where a numerator is not 0 description, software,
- * copyright, datetime   strings; without a datetime the local time is written
+ * its fields these count:
+ * - version: 43 is BigTIFF, anything else a classic file, up to 4 GiB.
+ * - compression: 0 or 1 none; 5 LZW; 517 LZW of horizontal differences (8- and 16-bit samples; others are
+ *   written as 5); 32773 PackBits; 32885 predictive arithmetic coding (1 to 12 bits); 33397 the same of
+ *   horizontal differences. Floats are written uncompressed only.
+ * - stripsize: bytes that a strip is to hold before compression; 0 stands for 65536, all ones for one strip.
+ * - xres, yres, resunit: the resolution, written where a numerator is not 0.
+ * - description, software, copyright, datetime: without a datetime the local time is written.
  *
- * Samples go to the file as the image's significant bits. Colour order is the caller's to name:
- *   rgborder     not 0: exchange the first and third component of every pixel of 3 or more (images held in
- *                blue, green, red order)
- *   yccorder     not 0: exchange the second and third (images held in Y, Cr, Cb order)
- *   swapmap      not 0: exchange the first and third component of the palette's entries
+ * Samples go to the file as the image's significant bits. Colour order is the caller's to name; each of these
+ * asks for an exchange when it is not 0:
+ * - rgborder: first and third component of pixels of 3 or more (images held in blue, green, red order);
+ * - yccorder: second and third component of pixels of 3 or more (images held in Y, Cr, Cb order);
+ * - swapmap: first and third component of the palette's entries.
+ *
  * Pixels of 3 pixies with an RGB or BGR hint are written as RGB, with the hints 19 and 20 as YCbCr; of 4
  * pixies with an RGB or BGR hint as RGB without the pad, with hint 68 as CMYK; all others as grey. A palette
  * (null for none; for images of one integer pixie) is an image of at least 2^bits pixels of 3 components: the
- * page becomes an index image with that colour map, of 16-bit values.
+ * page becomes an index image with that colour map, of 16-bit values (32-bit above 16 bits).
  *
- * path, fopenmode (null: "w+b", or "r+b" to append), bufsize (bytes of the file's buffer block, rounded up to
- * a power of two; 0: 64 KiB) and appendpage: 0 creates the file, N > 0 adds to an existing file after its
- * first N pages, in the file's own byte order and form.
+ * path; fopenmode (null: "w+b", or "r+b" to append); bufsize, the bytes of the file's buffer block, rounded
+ * up to a power of two, 0 for 64 KiB; appendpage: 0 creates the file, N > 0 adds to an existing file after
+ * its first N pages, in the file's own byte order and form. Pages that followed these are then no longer
+ * linked.
  *
- * Codes of all write functions:
- *   -1   bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not written,
- * a palette with too few entries, steps out of order -2   memory -7   the file could not be written, or the
- * image did not deliver its pixels (an image that names its own reason through aeiou 'e' passes that on) -10
- * the file to append to is broken or has fewer pages; a classic file would pass 4 GiB -13, -14  the file to
- * append to cannot be opened; the file cannot be created -64  not the handle of a TIFF file being written A
- * set-up code of the image (-11, -19, ...) is passed on. The worst code of all steps is returned.
+ * Codes of all write functions; the worst code of all steps is returned:
+ * - -1: bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not
+ *   written, a palette with too few entries, a mode that begins with 'a', steps out of order.
+ * - -2: memory.
+ * - -7: the file could not be written, or the image did not deliver its pixels (an image that names its own
+ *   reason through aeiou 'e' passes that on).
+ * - -10: the file to append to is broken or has fewer pages; a classic file would pass 4 GiB.
+ * - -13: the file to append to cannot be opened. -14: the file cannot be created.
+ * - -64: not the handle of a TIFF file being written.
+ * - A set-up code of the image (-11, -19, ...) is passed on.
  *
- * Nothing is lost when writing fails: a file that the call created is removed, a file appended to gets its
- * former length and links back; a page becomes part of a file only once it is complete on disk. */
+ * When writing fails, a file that the call created is removed and a file appended to gets its former length
+ * and links back. An existing file is replaced only once image and options are known to make a page. A page
+ * becomes part of a file only once all of it is written. */
 
 /* Writes the image's window as one page. The callback (null for none) hears of every row, from 1 to the
  * height; a non-zero answer stops the writing and becomes the result. Sets up the image's runs; the palette's
@@ -84,7 +92,7 @@ int32_t qvimage_tiffwriteifdinit(tiffhandle **h);
  * of the page's rows, counted from 1. */
 int32_t qvimage_tiffwritedata(tiffhandle **h, qvimagecallback callback, qvimage *image, int32_t band);
 
-/* Completes the page and links it to the one before it. */
+/* Completes the page and links it to the one before it. -1 also while rows of a band are missing. */
 int32_t qvimage_tiffwriteifdfini(tiffhandle **h);
 
 /* Closes the file; a page begun and not completed is dropped. The result is the worst that happened to it. */
@@ -110,12 +118,17 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  * Served are both byte orders; uncompressed, LZW, PackBits and predictive arithmetic coding (compressions 1,
  * 5, 32773, 32885), LZW and arithmetic coding with horizontal differences; 1 to 4 interleaved samples,
  * unsigned of 1 to 32 or 64 bits, or floating point of 32 or 64 bits; colour maps of up to 16 bits. What
- * arrives: unsigned samples   in the smallest pixie type that holds them, at the low end grey hint 1;
- * WhiteIsZero is inverted, so that 0 is black (unsigned samples only) RGB, CMYK          hints 67 and 68
- *   YCbCr              without subsampling, delivered as Y, Cr, Cb: hint 19
- *   a colour map       with a palette image asked for: indices, hint 17; otherwise expanded to RGB of the
- * page's depth, hint 67 anything else      hint 0 Pixel size and units come from the resolution tags.
- * Orientation, fill order and tags that are not named here are passed over.
+ * arrives:
+ * - unsigned samples: in the smallest pixie type that holds them, at the low end;
+ * - grey: hint 1; WhiteIsZero is inverted, so that 0 is black (unsigned samples only);
+ * - RGB and CMYK: hints 67 and 68;
+ * - YCbCr, without subsampling: as Y, Cr, Cb, hint 19;
+ * - pages with a colour map: as indices, hint 17, when a palette image is asked for, otherwise as RGB of the
+ *   page's depth, hint 67;
+ * - anything else: hint 0.
+ *
+ * Pixel size and units come from the resolution tags. Orientation, fill order and tags that are not named
+ * here are passed over.
  *
  * Images serve ioset with x- and y-scan (z-scan in 3-D), any contiguous run of pixies, and all flags of the
  * data type word; bxts; no mapping (-11). ioread never returns a code: it moves the pixels before the fault,
@@ -132,12 +145,14 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  * for 64 KiB; pages count from 0.
  *
  * Codes of all functions that open a file:
- *   -1   null image, info, path or handle address; a handle that is set; negative bufsize
- *   -2   memory; a row longer than 16 MiB and 16 times the file
- *   -7   the file could not be read
- *   -10  not a TIFF file, no such page, a broken directory, tags that contradict each other, rows longer than
- * the file can hold -11  a sound page that is not served (other compressions or sample formats, more samples,
- * subsampled chroma); tiles and separate planes are -10 -13  no such file, or not readable */
+ * - -1: null image, info, path or handle address; a handle that is set; negative bufsize.
+ * - -2: memory; a row longer than 16 MiB and 16 times the file.
+ * - -7: the file could not be read.
+ * - -10: not a TIFF file, no such page, a broken directory, tags that contradict each other, tiles, separate
+ *   planes, rows longer than the file can hold.
+ * - -11: a sound page that is not served: other compressions or sample formats, more samples, subsampled
+ *   chroma.
+ * - -13: no such file, or not readable. */
 
 /* Opens one page. *h must be null and is set; it lives until qvimage_tiffreaddone, and the images read
  * through it. palette (null: colour maps are expanded) becomes a memory image of 2^bits entries when the page
@@ -169,9 +184,9 @@ int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page
 int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                          uint64_t page);
 
-/* Fills up to n records from the pages from `first` on. Returns how many were filled, or the first failure:
- * then no record holds anything to free. -2 also when texts and strip tables that pages share come to more
- * than 16 MiB and 16 times the file. */
+/* Fills up to n records from the pages from `first` on; pages outside of these need not be served. Returns
+ * how many were filled, or the first failure: then no record holds anything to free. -2 also when texts and
+ * strip tables that pages share come to more than 16 MiB and 16 times the file. */
 int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
                           int64_t bufsize, int64_t first);
 
