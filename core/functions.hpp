@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include <qvimage/block.h>
+#include <qvimage/null.h>
 #include <qvimage/window.h>
 
 #include "core/dimension.hpp"
