@@ -63,7 +63,9 @@ int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &
 }
 
 bool row_encoder::fits(const qvimage &image) const {
-  return int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
+  const bool integer = image.d.pixietype & 0x0F;
+  return (!integer || uint32_t(image.d.i_bitsused) == bits_) &&
+         int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
          int64_t(image.wind.se.y) - image.wind.nw.y == height_ && image.d.pixietype == pixietype_ &&
          image.d.pixies == pixies_ && image.f.pixiesize == pixiesize_;
 }

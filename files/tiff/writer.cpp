@@ -7,7 +7,6 @@
 
 #include <qvimage/data.h>
 #include <qvimage/tiff.h>
-#include <qvimage/window.h>
 
 #include "core/result.hpp"
 #include "files/bufio.hpp"

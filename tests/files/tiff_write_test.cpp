@@ -630,6 +630,8 @@ TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
   ASSERT_EQ(qvimage_tiffwriteifdinit(&h), 0);
   frame other(5, 4, 1, 8, 1, QVIM_HINT_GREY);
   EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &other.image, 0), -1) << "another size";
+  frame shallow(4, 4, 1, 5, 1, QVIM_HINT_GREY);
+  EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &shallow.image, 0), -1) << "another depth";
   EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &f.image, 1), -1) << "no such band";
   EXPECT_EQ(qvimage_tiffclose(&h), 0);
   EXPECT_EQ(qvimage_tifffini(&h, 1), 0);
