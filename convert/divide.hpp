@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "convert/clones.hpp"
 
@@ -62,40 +63,54 @@ inline fraction fraction_below(uint64_t n, uint64_t d, uint64_t most) {
 // all v gives the same quotients floor(v f). Both bounds are fractions with denominators up to N, so they are
 // more than 1 / (N + 1)^2 apart, and f can have twice the bits of v after the point: the first bound, rounded
 // up.
+//
+// Bytes are worked on in 16 bits: processors multiply those, and can take the high half of products by
+// itself.
 template <class T>
 class ratio {
+  static constexpr bool is_narrow = sizeof(T) == 1;
+
  public:
+  using value = std::conditional_t<is_narrow, uint16_t, T>;
+
   QVIM_INLINE ratio(uint32_t n, uint32_t d, T most) : most_(most) {
-    __extension__ using wide = unsigned __int128;
+    __extension__ using uint128 = unsigned __int128;
     constexpr uint64_t largest = std::numeric_limits<T>::max();
     const fraction f = fraction_below(n, d, largest);
-    // Of a whole part that does not fit, only 0 does not become `most`.
-    whole_ = T(f.numerator / f.denominator);
-    const auto part =
-        uint64_t(((wide(f.numerator % f.denominator) << 2 * width) + f.denominator - 1) / f.denominator);
-    high_ = T(part >> width);
-    low_ = T(part);
-    part_ = uint16_t(part);
+    auto after_point =
+        uint64_t(((uint128(f.numerator % f.denominator) << 2 * width) + f.denominator - 1) / f.denominator);
+    uint64_t whole = f.numerator / f.denominator;
+    if (is_narrow && whole > largest)
+      whole = largest, after_point = 0;  // products of 16 bits: `most` for all but 0 still
+    factor_ = wide(whole << above_point | after_point >> (2 * width - above_point));
+    rest_ = value(after_point);
     const uint64_t first = n ? (uint64_t(most) * d + n - 1) / n : largest + 1;  // that becomes `most`
-    last_ = T(first == 0 ? 0 : first > largest ? largest : first - 1);
+    last_ = value(first == 0 ? 0 : first > largest ? largest : first - 1);
   }
-  QVIM_INLINE T operator()(T v) const { return v > last_ ? most_ : T(T(v * whole_) + below_one(v)); }
+  QVIM_INLINE value operator()(value v) const {
+    if constexpr (is_narrow) return up_to_most(v);
+    return v > last_ ? most_ : up_to_most(v);
+  }
+  // Only for values whose quotient is not above `most`.
+  QVIM_INLINE value up_to_most(value v) const {
+    const auto high = wide(v * factor_), low = wide(product(v) * rest_ >> rest_shift);
+    const auto quotient = wide(wide(high + low) >> above_point);
+    if constexpr (is_narrow) return quotient < most_ ? quotient : most_;
+    return value(quotient);
+  }
 
  private:
-  static constexpr uint32_t width = 8 * sizeof(T);
+  // f is cut in two: factor_ has the whole part and `above_point` bits after the point, rest_ the bits after
+  // them.
+  static constexpr uint32_t width = 8 * sizeof(T), above_point = is_narrow ? 0 : width;
+  static constexpr uint32_t rest_shift = 2 * width - above_point;
+  using wide =
+      std::conditional_t<sizeof(T) == 4, uint64_t, std::conditional_t<is_narrow, uint16_t, uint32_t>>;
 
-  QVIM_INLINE T below_one(T v) const {
-    if constexpr (sizeof(T) == 1) {
-      return T(uint32_t(v) * part_ >> 16);
-    } else {
-      const T low = T(T(uint64_t(v) * low_ >> width) + T(uint64_t(v) * high_));
-      const bool carry = low < T(uint64_t(v) * high_);
-      return T(T(uint64_t(v) * high_ >> width) + carry);
-    }
-  }
+  using product = std::conditional_t<sizeof(T) == 4, uint64_t, uint32_t>;
 
-  T whole_, high_, low_, last_, most_;
-  uint16_t part_;
+  wide factor_;
+  value rest_, last_, most_;
 };
 
 }  // namespace qvim

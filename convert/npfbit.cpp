@@ -9,6 +9,7 @@
 #include <bit>
 
 #include "convert/run.hpp"
+#include "convert/shuffle.hpp"
 
 namespace qvim {
 namespace {
@@ -73,19 +74,7 @@ QVIM_INLINE void split_fields(const uint64_t *joined, uint64_t *fields, uint64_t
   }
 }
 
-typedef uint8_t bytes16 __attribute__((vector_size(16)));
 typedef uint64_t words2 __attribute__((vector_size(16)));
-
-// Byte i of the result is byte order[i] of the value.
-QVIM_INLINE bytes16 shuffled(bytes16 value, bytes16 order) {
-#if defined(__clang__)
-  bytes16 result;
-  for (int i = 0; i < 16; ++i) result[i] = value[order[i]];
-  return result;
-#else
-  return __builtin_shuffle(value, order);
-#endif
-}
 
 // How four fields of 33 to 64 bits lie in the stream, in which every fourth begins with a byte: the byte and
 // the bit in it where each begins, and the shuffles that move two at a time there and back.

@@ -5,88 +5,110 @@
 #include <qvimage/npfpix.h>
 
 #include "convert/run.hpp"
+#include "convert/shuffle.hpp"
 
 namespace qvim {
 namespace {
 
-// Adjacent pixels of `size` bytes into a run that is somewhere else.
-template <uint64_t size>
-struct pixel {
-  char bytes[size];
-};
-template <>
-struct pixel<1> {
-  uint8_t value;
-};
-template <>
-struct pixel<2> {
-  uint16_t value;
-};
-template <>
-struct pixel<4> {
-  uint32_t value;
+// Pixels of the size of a number, which the compiler reverses in vectors.
+template <class Pixel>
+struct mirror_numbers {
+  static constexpr uint64_t size = sizeof(Pixel);
+  QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
+    const char *end = src + count * size;
+    QVIM_INDEPENDENT
+    for (uint64_t i = 0; i < count; ++i) store(dst + i * size, load<Pixel>(end - (i + 1) * size));
+  }
 };
 
-template <uint64_t size>
-QVIM_INLINE void mirror(const char *src, char *dst, uint64_t count) {
-  const char *end = src + count * size;
-  QVIM_INDEPENDENT
-  for (uint64_t i = 0; i < count; ++i) store(dst + i * size, load<pixel<size>>(end - (i + 1) * size));
-}
+// Other pixels of up to 16 bytes: as many as fit are reversed by one shuffle. What a store writes too much,
+// the next overwrites.
+struct mirror_shuffled {
+  uint64_t size, group, together;  // bytes of a pixel, pixels and bytes of a shuffle
+  bytes16 order;
+
+  QVIM_INLINE explicit mirror_shuffled(uint64_t pixel)
+      : size(pixel), group(16 / pixel), together(group * pixel) {
+    for (uint64_t i = 0; i < 16; ++i)
+      order[i] = uint8_t(i < together ? 16 - (i / size + 1) * size + i % size : 0);
+  }
+  QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
+    const uint64_t bytes = count * size, shuffles = bytes < 16 ? 0 : (bytes - 16) / together + 1;
+#pragma GCC unroll 4
+    for (uint64_t i = 0; i < shuffles; ++i)
+      store(dst + i * together, shuffled(load<bytes16>(src + (bytes - 16 - i * together)), order));
+    for (uint64_t i = shuffles * group; i < count; ++i)
+      for (uint64_t j = 0; j < size; ++j) dst[i * size + j] = src[(count - 1 - i) * size + j];
+  }
+};
 
 // In place, blocks from both ends change places by way of a copy.
-template <uint64_t size>
-QVIM_INLINE void mirror_in_place(char *buffer, uint64_t count) {
-  constexpr uint64_t block = 1024 / size;
-  char copy[2 * block * size];
-  char *first = buffer, *end = buffer + count * size;
+QVIM_INLINE void mirror_in_place(char *buffer, uint64_t count, const auto &mirror) {
+  constexpr uint64_t block_bytes = 1024;
+  char copy[2 * block_bytes];
+  const uint64_t block = block_bytes / mirror.size, bytes = block * mirror.size;
+  char *first = buffer, *end = buffer + count * mirror.size;
   for (; count > 2 * block; count -= 2 * block) {
-    end -= block * size;
-    std::memcpy(copy, first, block * size);
-    mirror<size>(end, first, block);
-    mirror<size>(copy, end, block);
-    first += block * size;
+    end -= bytes;
+    std::memcpy(copy, first, bytes);
+    mirror(end, first, block);
+    mirror(copy, end, block);
+    first += bytes;
   }
-  std::memcpy(copy, first, count * size);
-  mirror<size>(copy, first, count);
+  std::memcpy(copy, first, count * mirror.size);
+  mirror(copy, first, count);
 }
 
-template <uint64_t size>
-QVIM_INLINE void mirror_any(const void *src, void *dst, uint64_t count) {
-  if (src == dst)
-    mirror_in_place<size>(static_cast<char *>(dst), count);
-  else
-    mirror<size>(static_cast<const char *>(src), static_cast<char *>(dst), count);
+// Pixels of any size.
+struct mirror_items {
+  uint64_t size;
+  QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
+    for (const char *from = src + count * size; count; --count, dst += size) {
+      from -= size;
+      std::memcpy(dst, from, size);
+    }
+  }
+};
+
+QVIM_INLINE void mirror_in_place(char *first, uint64_t count, const mirror_items &mirror) {
+  if (count == 0) return;
+  for (char *last = first + (count - 1) * mirror.size; first < last;
+       first += mirror.size, last -= mirror.size)
+    std::swap_ranges(first, first + mirror.size, last);
 }
 
-// Sizes known only here.
-QVIM_INLINE void mirror_sized(const void *source, void *destination, uint64_t count, uint64_t size) {
-  if (size == 0 || count == 0) return;
-  auto src = static_cast<const char *>(source) + (count - 1) * size;
-  auto dst = static_cast<char *>(destination);
-  if (source == destination)
-    for (char *last = dst + (count - 1) * size; dst < last; dst += size, last -= size)
-      std::swap_ranges(dst, dst + size, last);
-  else
-    for (uint64_t i = 0; i < count; ++i) std::memcpy(dst + i * size, src - i * size, size);
-}
-
-QVIM_INLINE void mirror_any_size(const void *src, void *dst, uint64_t count, uint32_t size) {
+// Calls body with what mirrors pixels of a size.
+QVIM_INLINE void with_mirror(uint64_t size, const auto &body) {
   switch (size) {
-    case 1: return mirror_any<1>(src, dst, count);
-    case 2: return mirror_any<2>(src, dst, count);
-    case 3: return mirror_any<3>(src, dst, count);
-    case 4: return mirror_any<4>(src, dst, count);
-    case 6: return mirror_any<6>(src, dst, count);
-    case 8: return mirror_any<8>(src, dst, count);
-    default: return mirror_sized(src, dst, count, size);
+    case 0: return;
+    case 1: return body(mirror_numbers<uint8_t>());
+    case 2: return body(mirror_numbers<uint16_t>());
+    case 4: return body(mirror_numbers<uint32_t>());
+    case 8: return body(mirror_numbers<uint64_t>());
+    default: return size <= 16 ? body(mirror_shuffled(size)) : body(mirror_items{size});
   }
 }
 
-QVIM_INLINE void mirror_strided(char *buffer, int64_t stride, uint64_t count) {
-  if (stride == 1) return mirror_in_place<1>(buffer, count);
+QVIM_INLINE void mirror_run(void *buffer, uint64_t count, uint64_t size) {
+  with_mirror(
+      size, [=](const auto &mirror) __attribute__((always_inline)) {
+        mirror_in_place(static_cast<char *>(buffer), count, mirror);
+      });
+}
+
+QVIM_INLINE void mirror_two_runs(const void *src, void *dst, uint64_t count, uint64_t size) {
+  if (src == dst) return mirror_run(dst, count, size);
+  with_mirror(
+      size, [=](const auto &mirror) __attribute__((always_inline)) {
+        mirror(static_cast<const char *>(src), static_cast<char *>(dst), count);
+      });
+}
+
+QVIM_INLINE void mirror_strided(void *buffer, int64_t stride, uint64_t count) {
+  if (stride == 1) return mirror_run(buffer, count, 1);
+  auto first = static_cast<char *>(buffer);
   for (uint64_t i = 0; i < count / 2; ++i)
-    std::swap(buffer[int64_t(i) * stride], buffer[int64_t(count - 1 - i) * stride]);
+    std::swap(first[int64_t(i) * stride], first[int64_t(count - 1 - i) * stride]);
 }
 
 }  // namespace
@@ -94,22 +116,22 @@ QVIM_INLINE void mirror_strided(char *buffer, int64_t stride, uint64_t count) {
 
 #define QVIM_PIX_MIRROR(name, size)                                             \
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, uint64_t count) { \
-    qvim::mirror_in_place<size>(static_cast<char *>(buffer), count);            \
+    qvim::mirror_run(buffer, count, size);                                      \
   }
 #define QVIM_PIX_MIRROR_SIZED(name)                                                         \
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t k) { \
-    qvim::mirror_any_size(buffer, buffer, count, k);                                        \
+    qvim::mirror_run(buffer, count, k);                                                     \
   }
 #define QVIM_PIX_MIRROR_STRIDED(name)                                                           \
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count) { \
-    qvim::mirror_strided(static_cast<char *>(buffer), stride, count);                           \
+    qvim::mirror_strided(buffer, stride, count);                                                \
   }
 #define QVIM_PIX_MIRROR_TWO(name, size)                                                       \
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count) { \
-    qvim::mirror_any<size>(src, dst, count);                                                  \
+    qvim::mirror_two_runs(src, dst, count, size);                                             \
   }
 #define QVIM_PIX_MIRROR_TWO_SIZED(name)                                                                   \
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count, uint32_t k) { \
-    qvim::mirror_any_size(src, dst, count, k);                                                            \
+    qvim::mirror_two_runs(src, dst, count, k);                                                            \
   }
 #include <qvimage/members/npfpix.inc>

@@ -326,13 +326,32 @@ struct nothing {
   QVIM_INLINE T operator()(T) const { return 0; }
 };
 
+// An operation on 16-bit values for bytes: two in a word.
+template <class Operation>
+struct in_pairs {
+  static constexpr bool is_wordwise = true;
+  Operation operation;
+  QVIM_INLINE uint8_t operator()(uint8_t v) const { return uint8_t(operation(v)); }
+  QVIM_INLINE uint16_t word(uint16_t v) const {
+    return uint16_t(operation(v & 255) | operation(uint16_t(v >> 8)) << 8);
+  }
+};
+
+template <class T>
+QVIM_INLINE void with_ratio(const auto &operation, const auto &body) {
+  if constexpr (sizeof(T) == 1)
+    body(in_pairs<std::remove_cvref_t<decltype(operation)>>{operation});
+  else
+    body(operation);
+}
+
 template <class T>
 struct multiply_wide {
   static constexpr bool chooses = true;
   QVIM_INLINE static void with(const void *operand, const auto &body) {
     const uint32_t d = word_of(operand, 1);
     if (d)
-      body(ratio<T>(word_of(operand, 0), d, value_of<T>(operand, 2)));
+      with_ratio<T>(ratio<T>(word_of(operand, 0), d, value_of<T>(operand, 2)), body);
     else
       body(nothing<T>());
   }
@@ -355,21 +374,24 @@ struct contrast {
   static constexpr bool chooses = true;
 
   struct stretched {
-    subtract_bounded<T> above;
+    using value = typename ratio<T>::value;
+    value black, white;
     ratio<T> scaled;
-    QVIM_INLINE T operator()(T v) const { return scaled(above(v)); }
+    QVIM_INLINE value operator()(value v) const {
+      const value limited = v < white ? v : white;
+      return scaled.up_to_most(value((limited > black ? limited : black) - black));
+    }
   };
 
   QVIM_INLINE static void with(const void *operand, const auto &body) {
     const auto black = value_of<T>(operand, 0), white = value_of<T>(operand, 1);
     const uint32_t most = word_of(operand, 2), d = uint32_t(white) - uint32_t(black);
-    const subtract_bounded<T> above(black);
-    if (d == 0)
-      body(nothing<T>());
-    else if (most <= all_bits<T>)
-      body(stretched{above, ratio<T>(most, d, T(most))});
+    if (most > all_bits<T> && d)
+      body(wrapping_ratio<T>{subtract_bounded<T>(black), most, most, divisor(d)});
+    else if (black < white)
+      with_ratio<T>(stretched{black, white, ratio<T>(most, d, T(most))}, body);
     else
-      body(wrapping_ratio<T>{above, most, most, divisor(d)});
+      body(nothing<T>());  // the product is less than 2^32 - (black - white)
   }
 };
 

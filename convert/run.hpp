@@ -26,9 +26,12 @@ QVIM_INLINE void store(char *to, T value) {
   std::memcpy(to, &value, sizeof value);
 }
 
-// An operation that treats all bits of a word alike may work on several values in one word.
+// An operation may have a member word() that does it to the several values in one word, of 16 or 32 bits.
 template <class Operation>
 concept wordwise = Operation::is_wordwise;
+
+template <class Operation, class Word>
+Word word_type(Word (Operation::*)(Word) const);
 
 // Adjacent values. Runs do not overlap, or are the same run: each value is read before its place is written,
 // so there is nothing that would hinder the compiler from taking many at a time.
@@ -36,12 +39,15 @@ template <class S, class D, class Operation>
 QVIM_INLINE void run_dense(const char *src, char *dst, uint64_t count, const Operation &operation) {
   if constexpr (wordwise<Operation>) {
     static_assert(sizeof(S) == sizeof(D));
-    constexpr uint64_t per_word = sizeof(uint32_t) / sizeof(S);
+    using word = decltype(word_type(&Operation::word));
+    constexpr uint64_t bytes = sizeof(word), per_word = bytes / sizeof(S);
     const uint64_t words = count / per_word;
     QVIM_INDEPENDENT
-    for (uint64_t i = 0; i < words; ++i) store(dst + 4 * i, operation.word(load<uint32_t>(src + 4 * i)));
-    for (uint64_t i = words * per_word; i < count; ++i)
+    for (uint64_t i = 0; i < words; ++i) store(dst + bytes * i, operation.word(load<word>(src + bytes * i)));
+    for (uint64_t i = words * per_word; i < count; ++i) {
       store<D>(dst + i * sizeof(D), operation(load<S>(src + i * sizeof(S))));
+      asm volatile("");  // less than a word: no vector code
+    }
   } else {
     QVIM_INDEPENDENT
     for (uint64_t i = 0; i < count; ++i)

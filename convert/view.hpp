@@ -22,7 +22,6 @@
 
 #include "convert/chain.hpp"
 #include "core/dimension.hpp"
-#include "core/functions.hpp"
 #include "core/null.hpp"
 #include "core/record.hpp"
 
