@@ -17,7 +17,8 @@
 #define QVIM_KERNEL(name) name
 #endif
 
-// Is this the version, or would it be chosen, that can store some bytes of a vector and leave the others alone?
+// Is this the version, or would it be chosen, that can store some bytes of a vector and leave the others
+// alone?
 #if defined(QVIM_LEVEL) && defined(__AVX512BW__)
 #define QVIM_HAS_MASKED_STORES true
 #elif !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES

@@ -22,6 +22,7 @@
 
 #include "convert/chain.hpp"
 #include "core/dimension.hpp"
+#include "core/functions.hpp"
 #include "core/null.hpp"
 #include "core/record.hpp"
 

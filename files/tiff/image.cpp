@@ -2,12 +2,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include <qvimage/block.h>
 #include <qvimage/data.h>
 #include <qvimage/error.h>
-#include <qvimage/window.h>
 
 #include "core/dimension.hpp"
+#include "core/functions.hpp"
 #include "core/null.hpp"
 #include "core/pixel.hpp"
 #include "core/record.hpp"
@@ -35,25 +34,8 @@ struct [[gnu::packed]] state {
   qvimbxtstate blocks;  // written by bxts
 };
 
-// What differs in name only.
-struct names_2 {
-  static constexpr char device[] = "TIFF";
-  static constexpr auto xwind = qvimxwind;
-  static constexpr auto bxts = qvimbxts;
-  static constexpr auto bxta = qvimbxta;
-  static constexpr auto bxtp = qvimbxtp;
-  static constexpr auto bxtw = qvimbxtw;
-};
-struct names_3 {
-  static constexpr char device[] = "TIFF3";
-  static constexpr auto xwind = qvim3xwind;
-  static constexpr auto bxts = qvim3bxts;
-  static constexpr auto bxta = qvim3bxta;
-  static constexpr auto bxtp = qvim3bxtp;
-  static constexpr auto bxtw = qvim3bxtw;
-};
 template <class Dim>
-using names = std::conditional_t<Dim::axes == 2, names_2, names_3>;
+constexpr const char *device = Dim::axes == 2 ? "TIFF" : "TIFF3";
 
 // A run of pixels on its way to the caller. A page may be smaller than the image, and has zeros beyond its
 // sides: positions that nobody checked are harmless, too.
@@ -230,21 +212,21 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
 
 template <class Dim>
 uint32_t bxta(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return names<Dim>::bxta(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
+  return functions<Dim>::bxta(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
 }
 template <class Dim>
 uint32_t bxtp(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return names<Dim>::bxtp(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
+  return functions<Dim>::bxtp(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
 }
 template <class Dim>
 int32_t bxtw(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return names<Dim>::bxtw(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
+  return functions<Dim>::bxtw(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
 }
 
 template <class Dim>
 int32_t bxts(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
   clear_blocks<Dim>(im);
-  const int32_t code = names<Dim>::bxts(&state_of<state<Dim>>(im).blocks, im, mode, datatype, colourmask);
+  const int32_t code = functions<Dim>::bxts(&state_of<state<Dim>>(im).blocks, im, mode, datatype, colourmask);
   if (code < 0) return code;
   im->bxta = bxta<Dim>;
   im->bxtp = bxtp<Dim>;
@@ -273,7 +255,7 @@ uint32_t aeiou(record<Dim> *im, uint32_t code, int32_t clear, int32_t, void *) {
 
 template <class Dim>
 void *xwind(record<Dim> *im, typename Dim::window *window, int32_t letter) {
-  if (names<Dim>::xwind(im, &window, letter) == 1) {
+  if (functions<Dim>::xwind(im, &window, letter) == 1) {
     clear_transfers<Dim>(im);
     im->ioset = ioset<Dim>;
     im->bxts = bxts<Dim>;
@@ -285,7 +267,7 @@ void *xwind(record<Dim> *im, typename Dim::window *window, int32_t letter) {
 template <class Dim>
 void make(record<Dim> *im, reader &r) {
   std::memset(static_cast<void *>(im), 0, sizeof *im);
-  set_device_name(im, names<Dim>::device);
+  set_device_name(im, device<Dim>);
   im->imdim.se.x = int32_t(r.page.width());
   im->imdim.se.y = int32_t(r.page.height());
   if constexpr (Dim::axes == 3) im->imdim.se.z = int32_t(r.page_count);

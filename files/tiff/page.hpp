@@ -26,6 +26,16 @@ struct page {
     per_sample[1].fill(uint16_t(tags[SampleFormat].initial));
   }
 
+  // Gives the directory a tag of so many values; a scalar tag with its value.
+  void hold(tag t, uint64_t values) {
+    present[t] = true;
+    count[t] = values;
+  }
+  void set(tag t, uint32_t value) {
+    hold(t, 1);
+    scalar[t] = value;
+  }
+
   uint32_t width() const { return scalar[ImageWidth]; }
   uint32_t height() const { return scalar[ImageLength]; }
   uint32_t samples() const { return scalar[SamplesPerPixel]; }

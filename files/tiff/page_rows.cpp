@@ -6,6 +6,8 @@
 
 #include <qvimage/npfclx.h>
 
+#include "files/tiff/samples.hpp"
+
 namespace qvim::tiff {
 
 namespace {
@@ -25,16 +27,6 @@ uint64_t best_ratio(uint32_t compression) {
 
 npfclx_fn *expansion(int sample_bytes) {
   return sample_bytes == 1 ? npfclx1_BGRLut3toBGRx : npfclx2_BGRLut3toBGRx;
-}
-
-// Moves bytes only, so that floating samples of the same size are served as well.
-npfclx_fn *chroma_exchange(int sample_bytes) {
-  switch (sample_bytes) {
-    case 1: return npfclx1_YCrCbtoYCbCr;
-    case 2: return npfclx2_YCrCbtoYCbCr;
-    case 4: return npfclx4_YCrCbtoYCbCr;
-    default: return npfclxd_YCrCbtoYCbCr;
-  }
 }
 
 bool grow(array<uint8_t> &buffer, uint64_t bytes) { return buffer.size() >= bytes || buffer.allocate(bytes); }

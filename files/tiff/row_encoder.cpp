@@ -7,6 +7,8 @@
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 
+#include "files/tiff/samples.hpp"
+
 namespace qvim::tiff {
 
 namespace {
@@ -17,24 +19,6 @@ npfclx_fn *exchange_kernel(int bytes) {
          : bytes == 2 ? npfclx2_RGBxtoBGRx_2n
          : bytes == 4 ? npfclx4_RGBxtoBGRx_2n
                       : npfclxd_RGBxtoBGRx_2n;
-}
-
-npfclx_fn *chroma_kernel(int bytes) {
-  return bytes == 1   ? npfclx1_YCrCbtoYCbCr
-         : bytes == 2 ? npfclx2_YCrCbtoYCbCr
-         : bytes == 4 ? npfclx4_YCrCbtoYCbCr
-                      : npfclxd_YCrCbtoYCbCr;
-}
-
-void swap_in_place(uint8_t *row, int bytes, uint64_t count) {
-  if (bytes == 2) return npfbix2_swab(row, 2, count);
-  if (bytes == 4) return npfbix4_swab(row, 4, count);
-  for (uint64_t i = 0; i < count; i++) {
-    uint64_t value;
-    std::memcpy(&value, row + 8 * i, 8);
-    value = __builtin_bswap64(value);
-    std::memcpy(row + 8 * i, &value, 8);
-  }
 }
 
 // Each value less the one a pixel before it, modulo 2^bits; the first pixel stays.
@@ -79,7 +63,9 @@ int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &
 }
 
 bool row_encoder::fits(const qvimage &image) const {
-  return int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
+  const bool integer = image.d.pixietype & 0x0F;
+  return (!integer || uint32_t(image.d.i_bitsused) == bits_) &&
+         int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
          int64_t(image.wind.se.y) - image.wind.nw.y == height_ && image.d.pixietype == pixietype_ &&
          image.d.pixies == pixies_ && image.f.pixiesize == pixiesize_;
 }
@@ -118,7 +104,7 @@ uint8_t *row_encoder::exchange(uint8_t *row) {
 uint8_t *row_encoder::exchange_chroma(uint8_t *row) {
   const uint64_t pixel = uint64_t(samples_ * container_);
   if (samples_ > 3) std::memcpy(other(row), row, pixel * width_);
-  chroma_kernel(container_)(row, other(row), pixel, pixel, width_, 0, nullptr);
+  chroma_exchange(container_)(row, other(row), pixel, pixel, width_, 0, nullptr);
   return other(row);
 }
 
@@ -129,7 +115,7 @@ uint8_t *row_encoder::difference(uint8_t *row) {
 }
 
 uint8_t *row_encoder::swap_bytes(uint8_t *row) {
-  swap_in_place(row, container_, file_values());
+  swap_samples(row, container_, file_values());
   return row;
 }
 

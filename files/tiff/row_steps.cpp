@@ -1,12 +1,13 @@
 // From the bytes of a page's row to its samples.
 #include "files/tiff/row_steps.hpp"
 
+#include <bit>
 #include <cstring>
 
 #include <qvimage/npfbix.h>
 #include <qvimage/npfpix.h>
 
-#include "files/tiff/wire.hpp"
+#include "files/tiff/samples.hpp"
 
 namespace qvim::tiff {
 
@@ -39,15 +40,6 @@ void sum(uint8_t *row, uint64_t values, int samples, uint32_t bits) {
     case 2: return sum<T, 2>(row, pixels, mask);
     case 3: return sum<T, 3>(row, pixels, mask);
     default: return sum<T, 4>(row, pixels, mask);
-  }
-}
-
-void swap_bytes(uint8_t *samples, int size, uint64_t count) {
-  if (size == 2) return npfbix2_swab(samples, 2, count);
-  if (size == 4) return npfbix4_swab(samples, 4, count);
-  for (uint64_t i = 0; i < count; i++) {
-    const uint64_t value = __builtin_bswap64(from_bytes<uint64_t>(samples + 8 * i));
-    std::memcpy(samples + 8 * i, &value, 8);
   }
 }
 
@@ -87,7 +79,7 @@ void row_steps::unpack(const uint8_t *row, uint8_t *samples) const {
 }
 
 void row_steps::finish(uint8_t *samples, uint64_t count) const {
-  if (swapped_bytes_) swap_bytes(samples, sample_bytes_, count);
+  if (swapped_bytes_) swap_samples(samples, sample_bytes_, count);
   if (differenced_ && sample_bytes_ == 1) sum<uint8_t>(samples, count, samples_, bits_);
   if (differenced_ && sample_bytes_ == 2) sum<uint16_t>(samples, count, samples_, bits_);
   if (inverted_) invert(samples, sample_bytes_, count, bits_);

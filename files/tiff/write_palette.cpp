@@ -64,8 +64,7 @@ int32_t fill(page &p, qvimage *palette, uint32_t entries, bool exchanged) {
 int32_t set_colours(page &p, qvimage *palette, uint32_t bits, bool exchanged) {
   if (bits > 30) return -1;
   const uint32_t entries = 1u << bits;
-  p.present[ColorMap] = true;
-  p.count[ColorMap] = 3 * uint64_t(entries);
+  p.hold(ColorMap, 3 * uint64_t(entries));
   return bits <= 16 ? fill<uint16_t>(p, palette, entries, exchanged)
                     : fill<uint32_t>(p, palette, entries, exchanged);
 }

@@ -3,12 +3,10 @@
 
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <numeric>
 
 #include <qvimage/data.h>
 #include <qvimage/tiff.h>
-#include <qvimage/window.h>
 
 #include "core/result.hpp"
 #include "files/bufio.hpp"
@@ -22,7 +20,6 @@ namespace {
 constexpr uint64_t usual_strip = 65536;
 
 // --- opening
-// -------------------------------------------------------------------------------------------------
 
 // Writers go back to patch what they wrote, so a write-only mode is opened readable too. Null for modes in
 // which the system writes at the file's end whatever the position.
@@ -94,111 +91,7 @@ int32_t open_file(writer &w, const char *path, const char *mode, int64_t bufsize
   return appendpage ? find_end(w, appendpage) : begin_file(w);
 }
 
-// --- a page's tags
-// ---------------------------------------------------------------------------------------------
-
-void set_scalar(page &p, tag t, uint32_t value) {
-  p.present[t] = true;
-  p.count[t] = 1;
-  p.scalar[t] = value;
-}
-
-// With its terminator, and one more where that makes the count even; room for it in the text is not needed.
-int32_t set_text(page &p, tag t, const char *text) {
-  if (!text || !*text) return 0;
-  const uint64_t size = std::strlen(text) + 1;
-  array<char> &copy = p.text[text_index(t)];
-  if (!copy.allocate(size)) return -2;
-  std::memcpy(copy.data(), text, size);
-  p.present[t] = true;
-  p.count[t] = size + size % 2;
-  return 0;
-}
-
-void set_constants(page &p, tag t, uint64_t count) {
-  p.present[t] = true;
-  p.count[t] = count;
-}
-
-void set_resolution(page &p, tag t, const uint32_t value[2]) {
-  if (value[0] == 0) return;
-  p.present[t] = true;
-  p.count[t] = 1;
-  p.resolution[resolution_index(t)] = {value[0], value[1]};
-}
-
-int32_t set_time(page &p, const char *given) {
-  if (given && *given) return set_text(p, DateTime, given);
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char text[64];
-  std::snprintf(text, sizeof text, "%.4d:%.2d:%.2d %.2d:%.2d:%.2d", local.tm_year + 1900, local.tm_mon + 1,
-                local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
-  return set_text(p, DateTime, text);
-}
-
-// Depth and format of the samples: 0, or -1 for what no page holds.
-int32_t set_samples(page &p, const qvimagedata &d, uint32_t samples) {
-  uint32_t bits, sample_format = 1;
-  switch (d.pixietype) {
-    case QVIM_UINT8:
-    case QVIM_UINT16:
-    case QVIM_UINT32: bits = uint32_t(d.i_bitsused); break;
-    case QVIM_FLOAT32: bits = 32, sample_format = 3; break;
-    case QVIM_FLOAT64: bits = 64, sample_format = 3; break;
-    default: return -1;
-  }
-  if (bits < 1 || bits > 64) return -1;
-  set_scalar(p, SamplesPerPixel, samples);
-  p.present[BitsPerSample] = true;
-  p.count[BitsPerSample] = samples;
-  p.bits().fill(uint16_t(bits));
-  if (sample_format == 1) return 0;
-  p.present[SampleFormat] = true;
-  p.count[SampleFormat] = samples;
-  p.sample_format().fill(uint16_t(sample_format));
-  return 0;
-}
-
-int32_t set_compression(page &p, uint32_t asked, const qvimagedata &d) {
-  uint32_t code = asked ? asked : uint32_t(uncompressed);
-  const bool differenced = code == lzw_differenced || code == arithmetic_differenced;
-  if (code == lzw_differenced) code = lzw;
-  if (code == arithmetic_differenced) code = arithmetic;
-  if (code != uncompressed && code != lzw && code != packbits && code != arithmetic) return -1;
-  const bool real = d.pixietype & 0x30;
-  if (real && code != uncompressed) return -1;
-  if (code == arithmetic && p.bits()[0] > 12) return -1;
-  set_scalar(p, Compression, code);
-  if (code == lzw || code == arithmetic) {
-    // Differences are defined for whole bytes; the predictive coder has samples of any depth in whole bytes.
-    const uint32_t bits = p.bits()[0];
-    const bool possible = code == arithmetic || bits == 8 || bits == 16;
-    set_scalar(p, Predictor, differenced && possible ? 2 : 1);
-  }
-  return 0;
-}
-
-struct colour {
-  uint32_t photometric, samples;
-  uint32_t channels;  // samples that the photometric interpretation speaks of; others are extra
-};
-
-colour colour_of(const qvimagedata &d, bool has_palette) {
-  const bool is_rgb = d.pixelhint == QVIM_HINT_BGR || d.pixelhint == QVIM_HINT_BGRPAD ||
-                      d.pixelhint == QVIM_HINT_RGBPAD || d.pixelhint == QVIM_HINT_RGB;
-  const uint32_t pixies = uint32_t(d.pixies);
-  if (pixies == 1) return {has_palette ? mapped : black_is_zero, 1, 1};
-  if (pixies > 2 && is_rgb) return {rgb, 3, 3};
-  if (pixies == 3 && (d.pixelhint == QVIM_HINT_YCRCB || d.pixelhint == QVIM_HINT_YCRCBPAD))
-    return {ycbcr, 3, 3};
-  if (pixies == 4 && d.pixelhint == QVIM_HINT_CMYK) return {separated, 4, 4};
-  return {black_is_zero, pixies, 1};
-}
-
 // --- strips
-// ------------------------------------------------------------------------------------------------------
 
 int32_t set_strips(writer &w, const qvimagefileinfo *options) {
   page &p = w.page;
@@ -225,12 +118,10 @@ int32_t set_strips(writer &w, const qvimagefileinfo *options) {
     b.first_strip = strips;
     strips += (b.end_row - b.first_row + per_strip - 1) / per_strip;
   }
-  set_scalar(p, RowsPerStrip, w.rows_per_strip);
+  p.set(RowsPerStrip, w.rows_per_strip);
   if (!p.offsets.allocate_zeroed(strips) || !p.byte_counts.allocate_zeroed(strips)) return -2;
-  for (tag t : {StripOffsets, StripByteCounts}) {
-    p.present[t] = true;
-    p.count[t] = strips;
-  }
+  p.hold(StripOffsets, strips);
+  p.hold(StripByteCounts, strips);
   return 0;
 }
 
@@ -254,40 +145,15 @@ int32_t set_up(writer &w, qvimage &image, qvimage *palette, const qvimagefileinf
   const bool has_palette = palette && image.d.pixies == 1 && image.d.pixietype & 0x0F;
   int32_t code = set_form(p, image.d, width, height, has_palette, options);
   if (code < 0) return code;
-  code = set_time(p, options ? options->datetime : nullptr);
-  if (options) {
-    code = worst(code, set_text(p, ImageDescription, options->description));
-    code = worst(code, set_text(p, Software, options->software));
-    code = worst(code, set_text(p, Copyright, options->copyright));
-    set_resolution(p, XResolution, options->xres);
-    set_resolution(p, YResolution, options->yres);
-    if (p.present[XResolution] || p.present[YResolution])
-      set_scalar(p, ResolutionUnit, options->resunit ? options->resunit : tags[ResolutionUnit].initial);
-  }
-  if (has_palette) code = worst(code, set_colours(p, palette, p.bits()[0], swapmap));
+  if (code = set_texts(p, options); code < 0) return code;
+  if (options) set_resolutions(p, *options);
+  if (has_palette) code = set_colours(p, palette, p.bits()[0], swapmap);
   if (code < 0) return code;
   if (code = set_strips(w, options); code < 0) return code;
   return set_up_bands(w, image, o);
 }
 
 }  // namespace
-
-int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
-                 const qvimagefileinfo *options) {
-  if (width < 1 || height < 1 || d.pixies < 1 || d.pixies > 4) return -1;
-  const colour c = colour_of(d, has_palette);
-  set_scalar(p, NewSubfileType, 0);
-  set_scalar(p, ImageWidth, uint32_t(width));
-  set_scalar(p, ImageLength, uint32_t(height));
-  if (const int32_t code = set_samples(p, d, c.samples); code < 0) return code;
-  if (const int32_t code = set_compression(p, options ? options->compression : 0, d); code < 0) return code;
-  set_scalar(p, Photometric, c.photometric);
-  // Chroma of every pixel: without the tag readers must take it for one sample in four.
-  if (c.photometric == ycbcr) set_constants(p, YCbCrSubSampling, 2);
-  if (c.samples > c.channels) set_constants(p, ExtraSamples, c.samples - c.channels);
-  set_scalar(p, PlanarConfiguration, 1);
-  return 0;
-}
 
 writer::~writer() {
   for (band *b : bands) owned<band>{b};

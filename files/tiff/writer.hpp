@@ -67,6 +67,10 @@ inline bool passes_classic_limit(const format &f, uint64_t length) {
 [[nodiscard]] int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
                                const qvimagefileinfo *options);
 
+// Texts and resolutions of the options, and the time: -2.
+[[nodiscard]] int32_t set_texts(page &p, const qvimagefileinfo *options);
+void set_resolutions(page &p, const qvimagefileinfo &options);
+
 // Puts a link into a directory chain and brings it to the file.
 void put_link(writer &w, uint64_t position, uint64_t value);
 

@@ -1,18 +1,19 @@
 /* Views: an image presented in another way.
  *
- * A view is a record built over another one, its source, and used like any image: set up, then read or written.
- * It owns no pixels. Every transfer goes to the source and back through at most 2048 bytes of the stack (two times
- * where byte orders differ); nothing is allocated. Views stack: a source may be a view itself.
+ * A view is a record built over another one, its source, and used like any image: set up, then read or
+ * written. It owns no pixels. Every transfer goes to the source and back through at most 2048 bytes of the
+ * stack (two times where byte orders differ); nothing is allocated. Views stack: a source may be a view
+ * itself.
  *
  * Arguments that all constructors share
  *   image         the record to fill: 452 bytes, whose former contents do not matter. Not the source.
- *   source        the image presented, built before. Its address, or a relative reference: a value r from -128 to
- *                 -1, cast to a pointer, names the record (65 + r) records after `image`, so that an array of
- *                 records that refer to each other may be copied or moved as a block. The source must outlive the
- *                 view; nothing frees it.
- *   sharewindow   0: the view presents the source's window of this moment as a whole image; it begins at (0, 0), has
- *                 a window of its own, and its coordinates are translated. Not 0: the view has the source's size
- *                 and window, and setting its window sets the source's.
+ *   source        the image presented, built before. Its address, or a relative reference: a value r from
+ *                 -128 to -1, cast to a pointer, names the record (65 + r) records after `image`, so that an
+ *                 array of records that refer to each other may be copied or moved as a block. The source
+ *                 must outlive the view; nothing frees it.
+ *   sharewindow   0: the view presents the source's window of this moment as a whole image; it begins at (0,
+ *                 0), has a window of its own, and its coordinates are translated. Not 0: the view has the
+ *                 source's size and window, and setting its window sets the source's.
  *
  * Results: 0, or a negative code of qvimage/error.h with the null image left in the record:
  *   -1   image or source is null (a null image is not touched)
@@ -29,19 +30,21 @@
 
 QVIM_BEGIN_DECLS
 
-/* The converter presents an image in other data types and numbers of bits: whatever integer or floating type a
- * caller names at set-up is converted to and from what the source stores. Device name "QVIMCONV".
+/* The converter presents an image in other data types and numbers of bits: whatever integer or floating type
+ * a caller names at set-up is converted to and from what the source stores. Device name "QVIMCONV".
  *
  *   data            the view's description, or null for the source's. It is what the record says, not what is
  *                   converted to: that the caller names at each set-up.
- *   maskundefined   not 0: bits of the source's pixies beyond its i_bitsused are undefined, whatever its description
- *                   says, and are kept from callers that do not accept them (QVIM_DIRTY). Integer sources only.
- *   bits            the significant bits presented to callers; 0: as many as the source has. Callers that name a
- *                   justification get and give values of this many bits: values are shifted so that their most
- *                   significant bits agree. Callers that name none get and give values as they are stored. The
- *                   description in the record does not change with it.
- *   mode            1: floating values from 0.0 to 1.0 stand for integers from 0 to the largest that fits a pixie of
- *                   the source, values beyond are cut off. Else floating values equal integer values.
+ *   maskundefined   not 0: bits of the source's pixies beyond its i_bitsused are undefined, whatever its
+ *                   description says, and are kept from callers that do not accept them (QVIM_DIRTY). Integer
+ *                   sources only.
+ *   bits            the significant bits presented to callers; 0: as many as the source has. Callers that
+ *                   name a justification get and give values of this many bits: values are shifted so that
+ *                   their most significant bits agree. Callers that name none get and give values as they are
+ *                   stored. The description in the record does not change with it.
+ *   mode            1: floating values from 0.0 to 1.0 stand for integers from 0 to the largest that fits a
+ *                   pixie of the source, values beyond are cut off. Else floating values equal integer
+ *                   values.
  *
  * ioset and bxts:
  *   -19  64-bit integers on one side that the other would have to be converted to or from
@@ -50,10 +53,10 @@ QVIM_BEGIN_DECLS
  * imapset:
  *   -19  what is asked for needs a conversion or another byte order; else what the source answers
  *
- * Bits of the source that are not significant stay clear in writes unless its description tolerates others. The
- * list of a block transfer is translated in place, as by memory images, to what the source takes: a list that bxtp
- * or bxta has seen with QVIM_LIST goes without it from then on. Entries outside the view's window are counted and
- * otherwise skipped. */
+ * Bits of the source that are not significant stay clear in writes unless its description tolerates others.
+ * The list of a block transfer is translated in place, as by memory images, to what the source takes: a list
+ * that bxtp or bxta has seen with QVIM_LIST goes without it from then on. Entries outside the view's window
+ * are counted and otherwise skipped. */
 int32_t qvimage_converter(qvimage *image, qvimage *source, const qvimagedata *data, uint8_t sharewindow,
                           uint8_t maskundefined, uint8_t bits, uint8_t mode);
 int32_t qvimage3_converter(qvimage3 *image, qvimage3 *source, const qvimagedata *data, uint8_t sharewindow,
@@ -61,17 +64,19 @@ int32_t qvimage3_converter(qvimage3 *image, qvimage3 *source, const qvimagedata 
 
 /* Presents a 3-D image, within its window of this moment, as a 2-D one. Device name "QVIM3to2".
  *
- *   xaxis, yaxis   the source's axes along the view's x and y, as scan bits: QVIM_XSCAN, QVIM_YSCAN or QVIM_ZSCAN, two
- *                  different ones
- *   plane          the coordinate along the third axis. Where the source has none such, transfers move nothing.
- *   flags          0x80: not a plane but all frames, one below another; 0x40: all frames side by side. The axes and
- *                  the plane do not count then.
+ *   xaxis, yaxis   the source's axes along the view's x and y, as scan bits: QVIM_XSCAN, QVIM_YSCAN or
+ *                  QVIM_ZSCAN, two different ones
+ *   plane          the coordinate along the third axis. Where the source has none such, transfers move
+ *                  nothing.
+ *   flags          0x80: not a plane but all frames, one below another; 0x40: all frames side by side. The
+ *                  axes and the plane do not count then.
  *
  * The pixels' width and height in the description are those of the source's x and y, the depth is cleared.
  *   -1   an axis that is none, or the same axis twice
  *   -15  the joined frames are longer than 2^31 - 1 pixels
- * A run along joined frames stops at the end of each; calls from there on go on in the next frame. Reads, writes and
- * block transfers are served as the source serves them, in its data types; pixels cannot be mapped (imapset -11). */
+ * A run along joined frames stops at the end of each; calls from there on go on in the next frame. Reads,
+ * writes and block transfers are served as the source serves them, in its data types; pixels cannot be mapped
+ * (imapset -11). */
 int32_t qvimage_def2from3(qvimage *image, qvimage3 *source, uint32_t xaxis, uint32_t yaxis, int32_t plane,
                           uint8_t flags);
 

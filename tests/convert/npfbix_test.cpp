@@ -83,18 +83,10 @@ struct meaning {
     type(destination, destination_size);
     for (++p; *p;) {
       switch (*p++) {
-        case 'm':
-          masks = true;
-          break;
-        case 'a':
-          clamps = true;
-          break;
-        case 'k':
-          scales = true;
-          break;
-        case 's':
-          swaps = true, ++p;
-          break;
+        case 'm': masks = true; break;
+        case 'a': clamps = true; break;
+        case 'k': scales = true; break;
+        case 's': swaps = true, ++p; break;
         case 'r':
         case 'l':
           direction = p[-1];
@@ -227,18 +219,10 @@ void fill(const meaning &m, const layout &run, buffer &b, std::mt19937 &random) 
   for (uint64_t i = 0; i < run.count; ++i) {
     double v;
     switch (random() % 4) {
-      case 0:
-        v = special[random() % std::size(special)];
-        break;
-      case 1:
-        v = double(random()) / 4e9;
-        break;
-      case 2:
-        v = double(random()) * 1.1;
-        break;
-      default:
-        v = double(random() % 70000) / 3 - 20;
-        break;
+      case 0: v = special[random() % std::size(special)]; break;
+      case 1: v = double(random()) / 4e9; break;
+      case 2: v = double(random()) * 1.1; break;
+      default: v = double(random() % 70000) / 3 - 20; break;
     }
     uint8_t *p = b.data() + run.at(i);
     if (m.source == 'd') memcpy(p, &v, sizeof v);

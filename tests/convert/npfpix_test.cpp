@@ -522,8 +522,8 @@ TEST(Npfpix, PixelsOfTheNamesSizeAreMirrored) {
 TEST(Npfpix, PixelsOfAnySizeAreMirrored) {
   std::vector<member<npfpixtrk_fn>> in_place;
   std::vector<member<npfpix2trk_fn>> two_runs;
-#define QVIM_PIX_MIRROR_SIZED(name, ...) add_member(in_place, #name, {QVIM_LEVELS_OF(name)});
-#define QVIM_PIX_MIRROR_TWO_SIZED(name, ...) add_member(two_runs, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_PIX_MIRROR_SIZED(name) add_member(in_place, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_PIX_MIRROR_TWO_SIZED(name) add_member(two_runs, #name, {QVIM_LEVELS_OF(name)});
 #include <qvimage/members/npfpix.inc>
   for (uint32_t k : {1, 2, 3, 4, 5, 6, 7, 8, 12, 100}) {
     for (const auto &member : in_place)
@@ -540,7 +540,7 @@ TEST(Npfpix, PixelsOfAnySizeAreMirrored) {
 TEST(Npfpix, StridedBytesAreMirrored) {
   std::mt19937 random(10);
   std::vector<member<npfpixtrn_fn>> members;
-#define QVIM_PIX_MIRROR_STRIDED QVIM_COLLECT
+#define QVIM_PIX_MIRROR_STRIDED(name) QVIM_COLLECT(name, )
 #include <qvimage/members/npfpix.inc>
   for (const auto &member : members)
     for (int64_t stride : {1, 2, 3, 7, -1, -4})

@@ -132,7 +132,7 @@ std::map<std::string, bytes> samples() {
   all["noise"] = noise(40000, 1);
   all["two values"] = noise(40000, 2, 2);
   all["five values"] = noise(100000, 3, 5);
-  all["constant"] = bytes(3000000, 77);  // strings as long as they get, and a reset
+  all["constant"] = bytes(300000, 77);
   for (int i = 0; i < 60000; i++) all["ramp"].push_back(uint8_t(i / 7));
   for (int i = 0; i < 60000; i++) all["period"].push_back(uint8_t(i % 251 * (i % 3)));
   all["12-bit photograph"] = frames::grey12(200, 100).bytes;
@@ -223,6 +223,21 @@ TEST_F(Ptiflzw, ReadsACodeThatItsOwnStringDefines) {
             (bytes{'a', 'b', 'a', 'b', 'a', 'b', 'a'}));
   const bytes constants(500, 'x');  // strings of every length up to 30 and more, each defined by itself
   EXPECT_EQ(decode(slow_encoder().encode(constants)).output, constants);
+}
+
+TEST_F(Ptiflzw, ReadsTheLongestStrings) {
+  code_stream stream;
+  stream.put(256, 9);
+  stream.put('a', 9);
+  size_t total = 1;
+  for (int code = 258; code < 4096; code++) {  // each defined by itself, a byte longer than the one before
+    stream.put(code, code < 511 ? 9 : code < 1023 ? 10 : code < 2047 ? 11 : 12);
+    total += size_t(code - 256);
+  }
+  stream.put(257, 12);
+  const outcome o = decode(stream.packed());
+  EXPECT_EQ(o.result, 1);
+  EXPECT_TRUE(o.output == bytes(total, 'a'));
 }
 
 TEST_F(Ptiflzw, RefusesBadCodes) {

@@ -51,10 +51,10 @@ class pabi {
     return strip_stream::run(code, state_, input, in_piece, room, late_end);
   }
   outcome encode(const bytes &input) {
-    return run(ptifpabi_encode, input, constant(input.size()), constant(1 << 20));
+    return run(ptifpabi_encode, input, constant(input.size()), constant(1 << 14));
   }
   outcome decode(const bytes &input) {
-    return run(ptifpabi_decode, input, constant(input.size()), constant(1 << 20));
+    return run(ptifpabi_decode, input, constant(input.size()), constant(1 << 14));
   }
   void *state() { return state_; }
 

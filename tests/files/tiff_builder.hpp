@@ -91,6 +91,11 @@ class builder {
     return directory(tags);
   }
 
+  builder &append_bytes(const bytes &data) {
+    file_.insert(file_.end(), data.begin(), data.end());
+    return *this;
+  }
+
   builder &directory(const std::map<uint16_t, tag_values> &tags) {
     if (file_.size() % 2) file_.push_back(0);
     patch(link_, file_.size(), offset_size());

@@ -94,6 +94,25 @@ TEST(TiffPixels, StripsMayHaveAnyNumberOfRows) {
   EXPECT_EQ(read_all(o.image), samples_of(p));
 }
 
+TEST(TiffPixels, TagsMayHaveAnyUnsignedIntegerType) {
+  for (const bool bigtiff : {false, true})
+    for (const uint16_t type : {1, 3, 4, 13, 16, 18}) {
+      page_spec p;
+      p.rows_per_strip = 5;
+      for (const auto &[id, value] : std::map<uint16_t, uint64_t>{
+               {256, 7}, {257, 5}, {258, 8}, {259, 1}, {262, 1}, {277, 1}, {278, 5}, {284, 1}, {339, 1}})
+        p.tags[id] = {type, {value}};
+      const size_t strip = bigtiff ? 16 : 8;  // behind the header
+      p.tags[273] = {type, {strip}};
+      p.tags[279] = {type, {35}};
+      builder b(true, bigtiff);
+      for (uint32_t y = 0; y < 5; y++) b.append_bytes(b.encode_row(p, y));
+      opened_page o(b.page(p).file());
+      ASSERT_EQ(o.code, 0) << type;
+      EXPECT_EQ(read_all(o.image), samples_of(p)) << type;
+    }
+}
+
 TEST(TiffPixels, WhiteIsZeroIsInvertedForIntegersOfOneSample) {
   for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u, 24u, 32u, 64u}) {
     page_spec p;

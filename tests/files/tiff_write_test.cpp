@@ -22,7 +22,6 @@ using testing::ElementsAre;
 using bytes = std::vector<uint8_t>;
 
 // --- decoders
-// ---------------------------------------------------------------------------------------------------
 
 bytes unpackbits(const bytes &in) {
   bytes out;
@@ -144,7 +143,6 @@ int32_t save(frame &f, const std::string &path, qvimagefileinfo *options = nullp
 }
 
 // --- what stands in a page
-// ----------------------------------------------------------------------------------------
 
 struct kind {
   const char *name;
@@ -363,7 +361,6 @@ TEST(TiffWrite, APaletteBecomesTheColourMap) {
 }
 
 // --- several pages
-// ------------------------------------------------------------------------------------------------
 
 TEST(TiffWrite, AVolumeBecomesAPageAPlane) {
   temporary_folder folder;
@@ -491,7 +488,6 @@ TEST(TiffWrite, ClassicFilesEndAtFourGibibytesAndBigOnesDoNot) {
 }
 
 // --- bands
-// ----------------------------------------------------------------------------------------------------------
 
 // Name: picked up by the thread sanitizer's run.
 TEST(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
@@ -554,7 +550,6 @@ TEST(TiffWrite, APageOfWhichABandIsMissingIsNotLinked) {
 }
 
 // --- refusals
-// -----------------------------------------------------------------------------------------------------
 
 TEST(TiffWrite, BadArgumentsHaveTheirCodesAndLeaveNoFile) {
   temporary_folder folder;
@@ -596,6 +591,8 @@ TEST(TiffWrite, AnExistingFileIsNotTouchedForAnImageThatCannotBeWritten) {
   EXPECT_EQ(save(grey, path, &jpeg), -1);
   EXPECT_EQ(save(grey, path, &arithmetic), -1);
   EXPECT_EQ(save(real, path, &lzw), -1);
+  grey.image.d.i_bitsused = 17;  // of 16
+  EXPECT_EQ(save(grey, path), -1);
   EXPECT_EQ(qvimage_tiffwrite(nullptr, &null_image, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0),
             -1);
   // What such a mode writes goes to the file's end, links too.
@@ -633,6 +630,8 @@ TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
   ASSERT_EQ(qvimage_tiffwriteifdinit(&h), 0);
   frame other(5, 4, 1, 8, 1, QVIM_HINT_GREY);
   EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &other.image, 0), -1) << "another size";
+  frame shallow(4, 4, 1, 5, 1, QVIM_HINT_GREY);
+  EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &shallow.image, 0), -1) << "another depth";
   EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &f.image, 1), -1) << "no such band";
   EXPECT_EQ(qvimage_tiffclose(&h), 0);
   EXPECT_EQ(qvimage_tifffini(&h, 1), 0);
@@ -640,7 +639,6 @@ TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
 }
 
 // --- failures
-// -----------------------------------------------------------------------------------------------------
 
 // Runs an operation with every fault in turn until none fires; tells of each run.
 template <class Make, class Check>

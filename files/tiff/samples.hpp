@@ -1,0 +1,17 @@
+// Steps on samples of any size that reading and writing have in common.
+#pragma once
+
+#include <cstdint>
+
+#include <qvimage/kernel.h>
+
+namespace qvim::tiff {
+
+// Reverses the bytes of each sample, in place.
+void swap_samples(uint8_t *samples, int size, uint64_t count);
+
+// Exchanges the second and third sample of pixels. It moves bytes only, so that floating samples are served
+// by the integers of their size; never in place.
+npfclx_fn *chroma_exchange(int sample_bytes);
+
+}  // namespace qvim::tiff
