@@ -24,6 +24,7 @@
 #include "core/dimension.hpp"
 #include "core/functions.hpp"
 #include "core/null.hpp"
+#include "core/pixel.hpp"
 #include "core/record.hpp"
 
 namespace qvim {
@@ -115,6 +116,16 @@ struct view {
     im->imapset = Kind::imapset;
   }
 
+  // For kinds that compute with values: what they serve, and ask their source for, are clean numbers at the
+  // low end of the container, in the host's byte order.
+  static void serve_numbers(image *im) {
+    qviminitfacts(&im->f, &im->d);
+    if (!is_integer(im->d.pixietype)) return;
+    im->d.i_dirtyread = im->d.i_endian = 0;
+    if (im->d.i_bitsxsb == QVIM_MSB) im->d.i_bitsxsb = QVIM_LSB;
+  }
+  static uint32_t numbers_of(uint32_t datatype) { return (datatype & ~0xF00u) | QVIM_LSB; }
+
   // --- geometry ----------------------------------------------------------------------------------
 
   // The view's window begins here in the source's window.
@@ -174,8 +185,12 @@ struct view {
 
   template <auto Read, auto Write>
   static void install_runs(image *im) {
-    im->ioread = slots<Dim>::template read<Read>;
+    install_reads<Read>(im);
     im->iorite = slots<Dim>::template write<Write>;
+  }
+  template <auto Read>
+  static void install_reads(image *im) {
+    im->ioread = slots<Dim>::template read<Read>;
     im->iolen = slots<Dim>::template length<Kind::length>;
   }
 

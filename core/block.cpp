@@ -114,7 +114,8 @@ class transfer {
   // False when the image did not give its pixel: nothing is written then.
   template <class T, class Op>
   bool apply_by_runs(Op op, const point<Dim> &at, uint8_t *values) {
-    uint8_t pixel[stage_bytes];  // holds one pixel of any kind
+    uint8_t pixel[stage_bytes];          // holds one pixel of any kind
+    std::memcpy(pixel, values, pixel_);  // components without a meaning are none that reads deliver
     if (Op::reads_image && call_read(im_, 0, pixel, 1, at) != 1) return false;
     apply_to_pixel<T>(op, pixel, values, state_.colours, T(mask_));
     if (Op::changes_image) call_write(im_, 0, pixel, 1, at);
@@ -140,7 +141,7 @@ class transfer {
   template <class Op, class Each>
   uint32_t serve(uint8_t *buffer, const qvxyzcoord *list, uint32_t count, Op op, Each each) {
     uint8_t stage[stage_bytes];
-    if (op.uses_value) take_values(stage, buffer, count);
+    take_values(stage, buffer, count);
     uint32_t done = 0;
     while (done < count && each(list[done], stage + uint64_t(done) * pixel_)) done++;
     if (op.changes_value) give_values(buffer, stage, done);

@@ -7,6 +7,7 @@
 #include <qvimage/block.h>
 #include <qvimage/bufio.h>
 #include <qvimage/codec.h>
+#include <qvimage/colour.h>
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/fileinfo.h>
