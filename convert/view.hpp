@@ -7,7 +7,7 @@
 //   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs)
 //   in_source   where a pixel of the view lies in the source
 // Any function of the base that a kind declares itself takes the place of the base's: bxts (generic block
-// transfer), imapset (none), run_length, length. Views keep no pointer into their own record and call the
+// transfer), imapset (none), run_length, length, longest_piece. Views keep no pointer into their own record and call the
 // source through its reference, resolved at every call, so that records may be copied and moved as a block.
 #pragma once
 
@@ -23,6 +23,7 @@
 #include "convert/chain.hpp"
 #include "core/dimension.hpp"
 #include "core/functions.hpp"
+#include "core/memory.hpp"
 #include "core/null.hpp"
 #include "core/pixel.hpp"
 #include "core/record.hpp"
@@ -194,7 +195,9 @@ struct view {
     im->iolen = slots<Dim>::template length<Kind::length>;
   }
 
-  // Runs that the source serves in the caller's data type.
+  // Runs that the source serves in the caller's data type, where as many pixels of the view as longest_piece lie
+  // in the source as they lie here.
+  static constexpr uint32_t longest_piece = UINT32_MAX;
   static void install_runs_through(image *im) {
     install_runs<read_through, write_through>(im);
     im->iowait = wait_through;
@@ -236,6 +239,46 @@ struct view {
     return served < piece ? served : n;
   }
 
+  // Runs of pixels that a kind converts: convert(the source's pixels, the caller's, count), or the other way round
+  // for writes. It works on a memory image's own pixels where they are those that the source was asked for,
+  // else on staged ones, of `bytes` bytes each in the source.
+  template <class Convert>
+  static uint32_t read_converted(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at,
+                                 uint32_t bytes, Convert convert) {
+    alignas(64) uint8_t staging[staging_bytes];
+    source_image *source = source_of(im);
+    const uint64_t pixel = state_in(im).pixel_bytes;
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
+      const auto place = Kind::in_source(im, from);
+      const uint8_t *in = memory::plain_run<SourceDim>(source, false, place, &n);
+      if (!in) {
+        in = staging;
+        n = call_read(source, read_mode(mode), staging, std::min(n, staging_bytes / bytes), place);
+      }
+      convert(in, static_cast<uint8_t *>(buffer) + done * pixel, n);
+      return n;
+    });
+  }
+  // Where convert leaves bytes of the source's pixels as they are, they are written as zeros.
+  template <class Convert>
+  static uint32_t write_converted(image *im, uint32_t mode, const void *buffer, uint32_t count,
+                                  const position &at, uint32_t bytes, bool leaves_bytes, Convert convert) {
+    alignas(64) uint8_t staging[staging_bytes];
+    if (leaves_bytes) std::memset(staging, 0, sizeof staging);
+    source_image *source = source_of(im);
+    const uint64_t pixel = state_in(im).pixel_bytes;
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
+      const auto *in = static_cast<const uint8_t *>(buffer) + done * pixel;
+      const auto place = Kind::in_source(im, to);
+      if (!leaves_bytes)
+        if (uint8_t *out = memory::plain_run<SourceDim>(source, true, place, &n))
+          return convert(in, out, n), n;
+      n = std::min(n, staging_bytes / bytes);
+      convert(in, staging, n);
+      return call_write(source, write_mode(mode), staging, n, place);
+    });
+  }
+
   // The mode words with which transfers reach the source.
   static uint32_t read_mode(uint32_t mode) { return mode & ~0x800u; }
   static uint32_t write_mode(uint32_t mode) { return (mode & ~0x800u) | 0x1000u; }
@@ -243,16 +286,17 @@ struct view {
   static uint32_t read_through(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     source_image *source = source_of(im);
     const uint64_t bytes = state_in(im).pixel_bytes;
-    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
-      return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
-                       Kind::in_source(im, from));
-    });
+    return in_pieces(
+        im, count, at, Kind::longest_piece, [&](const position &from, uint32_t done, uint32_t n) {
+          return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
+                           Kind::in_source(im, from));
+        });
   }
   static uint32_t write_through(image *im, uint32_t mode, const void *buffer, uint32_t count,
                                 const position &at) {
     source_image *source = source_of(im);
     const uint64_t bytes = state_in(im).pixel_bytes;
-    return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
+    return in_pieces(im, count, at, Kind::longest_piece, [&](const position &to, uint32_t done, uint32_t n) {
       return call_write(source, write_mode(mode), static_cast<const uint8_t *>(buffer) + done * bytes, n,
                         Kind::in_source(im, to));
     });

@@ -109,9 +109,9 @@ struct ColourSliceFixed : testing::Test {
     ASSERT_EQ(qvimage_memory(&source, bytes, dims, 0, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 0), 0);
     ASSERT_EQ(qvimage_colorslice(&view, &source, 0, 2, 0), 0);
   }
+  qvimage source, view;
   int32_t dims[2] = {3, 2};
   uint8_t bytes[18];
-  qvimage source, view;
 };
 
 TEST_F(ColourSliceFixed, DescribesOneComponent) {

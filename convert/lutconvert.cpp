@@ -1,0 +1,67 @@
+// A table, stored as an image of one row, with another number of entries.
+#include <bit>
+
+#include <qvimage/views.h>
+
+#include "convert/view.hpp"
+
+namespace {
+
+using namespace qvim;
+
+struct lutconvert : view<two_d, lutconvert> {
+  static constexpr char device[] = "QVIMLUT";
+  static constexpr view_traits traits{2, 1, 0x10000, false};
+  static constexpr uint32_t longest_piece = 1;
+
+  struct [[gnu::packed]] state : view_state<two_d> {
+    int8_t spread;  // logarithm of how many entries one of the source becomes; negative: how many become one
+    uint8_t decimate;  // of those, the first stands for all; else the table is cut off
+  };
+
+  static int32_t make(qvimage *im, qvimage *reference, uint32_t entries, bool decimate) {
+    if (!im) return -1;
+    if (!reference) return fail(im, -1);
+    const auto table = box<two_d>::of(&begin(im, reference, 0)->imdim);
+    if (table.extent(1) != 1 || !std::has_single_bit(table.extent(0)) || !std::has_single_bit(entries) ||
+        entries > uint32_t(INT32_MAX))
+      return fail(im, -1);
+    set_size(im, {int32_t(entries), 1});
+    state_in(im).spread = int8_t(std::countr_zero(entries) - std::countr_zero(table.extent(0)));
+    state_in(im).decimate = decimate;
+    return finish(im);
+  }
+
+  // Entries are those of the whole table; positions begin at the source's window.
+  static position in_source(qvimage *im, const position &at) {
+    const state &st = state_in(im);
+    position p = view::in_source(im, at);
+    if (st.spread > 0)
+      p[0] >>= st.spread;
+    else if (st.decimate)
+      p[0] <<= -st.spread;
+    const auto window = box<two_d>::of(&source_of(im)->wind);
+    return {p[0] - window.nw[0], p[1] - window.nw[1]};
+  }
+
+  static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    if ((datatype & 0xFF) != uint32_t(im->d.pixietype)) return -19;
+    if (colourmask & ~all_pixies(im->d.pixies)) return -21;
+    const int32_t code = source_of(im)->ioset(source_of(im), source_mode(mode, false), datatype, colourmask);
+    if (code < 0) return code;
+    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    install_runs_through(im);
+    return 1;
+  }
+
+  static uint32_t length(qvimage *im, uint32_t count, const position &at) {
+    const uint32_t n = run_length(im, count, at);
+    return n && call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
+  }
+};
+
+}  // namespace
+
+extern "C" int32_t qvimage_lutconvert(qvimage *image, qvimage *source, uint32_t entries, uint32_t decimate) {
+  return lutconvert::make(image, source, entries, decimate != 0);
+}
