@@ -7,8 +7,9 @@
 //   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs)
 //   in_source   where a pixel of the view lies in the source
 // Any function of the base that a kind declares itself takes the place of the base's: bxts (generic block
-// transfer), imapset (none), run_length, length, longest_piece. Views keep no pointer into their own record and call the
-// source through its reference, resolved at every call, so that records may be copied and moved as a block.
+// transfer), imapset (none), run_length, length, longest_piece. Views keep no pointer into their own record
+// and call the source through its reference, resolved at every call, so that records may be copied and moved
+// as a block.
 #pragma once
 
 #include <algorithm>
@@ -195,8 +196,8 @@ struct view {
     im->iolen = slots<Dim>::template length<Kind::length>;
   }
 
-  // Runs that the source serves in the caller's data type, where as many pixels of the view as longest_piece lie
-  // in the source as they lie here.
+  // Runs that the source serves in the caller's data type. As many pixels as this lie in the source one after
+  // another as they do here.
   static constexpr uint32_t longest_piece = UINT32_MAX;
   static void install_runs_through(image *im) {
     install_runs<read_through, write_through>(im);
@@ -239,9 +240,9 @@ struct view {
     return served < piece ? served : n;
   }
 
-  // Runs of pixels that a kind converts: convert(the source's pixels, the caller's, count), or the other way round
-  // for writes. It works on a memory image's own pixels where they are those that the source was asked for,
-  // else on staged ones, of `bytes` bytes each in the source.
+  // Runs of pixels that a kind converts: convert(the source's pixels, the caller's, count), or the other way
+  // round for writes. It works on a memory image's own pixels where they are those that the source was asked
+  // for, else on staged ones, of `bytes` bytes each in the source.
   template <class Convert>
   static uint32_t read_converted(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at,
                                  uint32_t bytes, Convert convert) {

@@ -80,29 +80,30 @@ int32_t qvimage3_converter(qvimage3 *image, qvimage3 *source, const qvimagedata 
 int32_t qvimage_def2from3(qvimage *image, qvimage3 *source, uint32_t xaxis, uint32_t yaxis, int32_t plane,
                           uint8_t flags);
 
-/* Presents an image whose values pass through tables: values read are replaced by their entries in the read tables,
- * values written by theirs in the write tables. Device names "QVIMLUT2" and "QVIMLUT3". For sources of unsigned
- * integers of up to 32 bits and up to 4 components.
+/* Presents an image whose values pass through tables: values read are replaced by their entries in the read
+ * tables, values written by theirs in the write tables. Device names "QVIMLUT2" and "QVIMLUT3". For sources
+ * of unsigned integers of up to 32 bits and up to 4 components.
  *
- *   readtables, writetables   four pointers each, one a component; those beyond the components used may be null. A
- *               table has entries of the source's pixie type and one for each index: 2^i_bitsused, or, unmasked, as
+ *   readtables, writetables
+ *               four pointers each, one a component; those beyond the components used may be null. A table
+ *               has entries of the source's pixie type and one for each index: 2^i_bitsused, or, unmasked, as
  *               many as the pixie type has values. The tables must outlive the view.
  *   r0 ... w3   the same pointers one by one
- *   pixies      0: the source's components, each through its tables. 1 to 4: a source of one component is shown in
- *               pseudo-colour with so many components, each its value through a table of its own. Such a view can
- *               only be read, unless it has one component.
+ *   pixies      0: the source's components, each through its tables. 1 to 4: a source of one component is
+ *               shown in pseudo-colour with so many components, each its value through a table of its own.
+ *               Such a view can only be read, unless it has one component.
  *   pixelhint   of a pseudo-colour image; its component count (the low four bits) is at most 4
  *   reserved    0
- *   flags       1: no more than three tables, the fourth component passes unchanged; 2: unmasked, the index is the
- *               whole pixie whatever bits are used. Without it, and where not all bits are used, the index is the
- *               value modulo 2^i_bitsused
+ *   flags       1: no more than three tables, the fourth component passes unchanged; 2: unmasked, the index
+ *               is the whole pixie whatever bits are used. Without it, and where not all bits are used, the
+ *               index is the value modulo 2^i_bitsused
  *
  *   -1    a null array; a null table of a component used; a source of 5 or more components; a request for
  *         pseudo-colour other than the above
  *   -19   another data type
- * The view presents clean numbers at the low end of the pixie, in the machine's byte order. ioset: -19 a data type
- * that it does not present without conversion, -21 a colourmask other than one component or all, -1 a scan order other
- * than x and y. imapset: -11. */
+ * The view presents clean numbers at the low end of the pixie, in the machine's byte order. ioset: -19 a data
+ * type that it does not present without conversion, -21 a colourmask other than one component or all, -1 a
+ * scan order other than x and y. imapset: -11. */
 int32_t qvimage_lut2(qvimage *image, qvimage *source, uint8_t sharewindow, const void *const readtables[4],
                      const void *const writetables[4], int32_t pixies, int32_t pixelhint, uint32_t reserved,
                      uint32_t flags);
@@ -118,13 +119,13 @@ int32_t qvimage_lut3a(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, co
 /* Presents a table, stored as an image of one row, with another number of entries. Device name "QVIMLUT".
  *
  *   source     one row, its width a power of two
- *   entries    a power of two, at most 2^30. More than the source has: each of its entries repeats. Fewer: the first of
- *              those that become one (decimate not 0), or the first so many of the table (0)
+ *   entries    a power of two, at most 2^30. More than the source has: each of its entries repeats. Fewer:
+ *              the first of those that become one (decimate not 0), or the first so many of the table (0)
  *
  *   -1   a source or a number of entries other than these
- * Writes go where reads come from: of entries that repeat one, the last one written stays. ioset: -19 a pixie type
- * other than the source's, -21 a colourmask beyond its components, -11 a scan order that the image has not.
- * imapset: -11. */
+ * Writes go where reads come from: of entries that repeat one, the last one written stays. ioset: -19 a pixie
+ * type other than the source's, -21 a colourmask beyond its components, -11 a scan order that the image has
+ * not. imapset: -11. */
 int32_t qvimage_lutconvert(qvimage *image, qvimage *source, uint32_t entries, uint32_t decimate);
 
 QVIM_END_DECLS
