@@ -12,7 +12,6 @@ using namespace qvim;
 struct lutconvert : view<two_d, lutconvert> {
   static constexpr char device[] = "QVIMLUT";
   static constexpr view_traits traits{2, 1, 0x10000, false};
-  static constexpr uint32_t longest_piece = 1;
 
   struct [[gnu::packed]] state : view_state<two_d> {
     int8_t spread;  // logarithm of how many entries one of the source becomes; negative: how many become one
@@ -54,10 +53,8 @@ struct lutconvert : view<two_d, lutconvert> {
     return 1;
   }
 
-  static uint32_t length(qvimage *im, uint32_t count, const position &at) {
-    const uint32_t n = run_length(im, count, at);
-    return n && call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
-  }
+  // Neighbours in the view are not neighbours in the source.
+  static uint32_t stretch(qvimage *, uint32_t, const position &) { return 1; }
 };
 
 }  // namespace

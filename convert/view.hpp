@@ -4,15 +4,20 @@
 //   device      its device name
 //   traits      how it answers queries
 //   state       packed, begins with view_state<Dim>: what it keeps in the record
-//   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs)
 //   in_source   where a pixel of the view lies in the source
-// Any function of the base that a kind declares itself takes the place of the base's: bxts (generic block
-// transfer), imapset (none), run_length, length, longest_piece. Views keep no pointer into their own record
-// and call the source through its reference, resolved at every call, so that records may be copied and moved
-// as a block.
+// Any function of the base that a kind declares itself takes the place of the base's:
+//   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs); the
+//               base's passes runs on
+//   bxts        generic block transfer; bxts_through passes block transfers on
+//   imapset     none; imapset_through maps what the source maps
+//   stretch, lines_agree, run_length, length   how far a run goes
+//   set_source_window, aeiou
+// Views keep no pointer into their own record and call the source through its reference, resolved at every
+// call, so that records may be copied and moved as a block.
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -68,8 +73,9 @@ struct view {
 
   // --- construction: begin, then what the kind changes, then finish ------------------------------
 
-  // Clears the record and takes over the source's description and, within one dimension, its size. The source
-  // is an address or a relative reference, never null.
+  // Clears the record and takes over the source's description and, where the view has all axes of the source,
+  // its size; along an axis of its own the view is one pixel deep. The source is an address or a relative
+  // reference, never null.
   static source_image *begin(image *im, source_image *reference, uint8_t shared) {
     std::memset(static_cast<void *>(im), 0, sizeof *im);
     set_device_name(im, Kind::device);
@@ -79,12 +85,13 @@ struct view {
     im->f = source->f;
     im->h = source->h;
     state_in(im).shared = shared;
-    if constexpr (std::is_same_v<Dim, SourceDim>) {
+    if constexpr (has_source_axes) {
       if (shared) {
-        im->imdim = source->imdim;
-        im->wind = source->wind;
+        im->imdim = as_own(source->imdim);
+        im->wind = as_own(source->wind);
       } else {
-        const auto w = box<Dim>::of(&source->wind);
+        const window seen = as_own(source->wind);
+        const auto w = box<Dim>::of(&seen);
         position size;
         for (int axis = 0; axis < Dim::axes; axis++) size[axis] = int32_t(w.extent(axis));
         set_size(im, size);
@@ -94,9 +101,26 @@ struct view {
   }
 
   static void set_size(image *im, const position &size) {
-    const box<Dim> whole{{}, size};
-    std::memcpy(&im->imdim, &whole, sizeof whole);
-    std::memcpy(&im->wind, &whole, sizeof whole);
+    im->imdim = im->wind = std::bit_cast<window>(box<Dim>{{}, size});
+  }
+
+  // A window of the source as one of a view that has all its axes, and back.
+  static constexpr bool has_source_axes = Dim::axes >= SourceDim::axes;
+  static window as_own(const typename SourceDim::window &w) {
+    const auto from = box<SourceDim>::of(&w);
+    box<Dim> to;
+    to.nw.fill(0);
+    to.se.fill(1);
+    std::copy(from.nw.begin(), from.nw.end(), to.nw.begin());
+    std::copy(from.se.begin(), from.se.end(), to.se.begin());
+    return std::bit_cast<window>(to);
+  }
+  static typename SourceDim::window as_source(const window &w) {
+    const auto from = box<Dim>::of(&w);
+    box<SourceDim> to;
+    std::copy_n(from.nw.begin(), SourceDim::axes, to.nw.begin());
+    std::copy_n(from.se.begin(), SourceDim::axes, to.se.begin());
+    return std::bit_cast<typename SourceDim::window>(to);
   }
 
   // A window that does not fit leaves the view null-windowed: built, but moving nothing until one is set.
@@ -143,12 +167,16 @@ struct view {
   // Does a wrapped run pass over the same pixels in both windows? It does when their lines (and planes) begin
   // and end together; along the last axis the view's own length ends the run.
   static bool lines_agree(image *im, scan s) {
-    const auto own = box<Dim>::of(&im->wind), other = box<Dim>::of(&source_of(im)->wind);
-    const position from = origin(im);
-    const auto order = axes_of<Dim>(s);
-    for (int i = 0; i < Dim::axes - 1; i++)
-      if (from[order[i]] != 0 || own.extent(order[i]) != other.extent(order[i])) return false;
-    return true;
+    if constexpr (has_source_axes) {
+      const auto own = box<Dim>::of(&im->wind);
+      const auto other = box<SourceDim>::of(&source_of(im)->wind);
+      const position from = origin(im);
+      const auto order = axes_of<Dim>(s);
+      for (int i = 0; i < SourceDim::axes - 1; i++)
+        if (from[order[i]] != 0 || own.extent(order[i]) != other.extent(order[i])) return false;
+      return true;
+    }
+    return false;
   }
 
   // --- runs --------------------------------------------------------------------------------------
@@ -170,8 +198,7 @@ struct view {
     st.run_scan = s;
     st.run_length = fn::length_by_mode(im, mode);
     st.pixel_bytes = uint32_t(qvimdatasize(datatype) * __builtin_popcount(colourmask));
-    st.by_lines = bool(mode & QVIM_WRAP);
-    if constexpr (std::is_same_v<Dim, SourceDim>) st.by_lines = st.by_lines && !lines_agree(im, s);
+    st.by_lines = mode & QVIM_WRAP && !Kind::lines_agree(im, s);
     return true;
   }
 
@@ -196,9 +223,13 @@ struct view {
     im->iolen = slots<Dim>::template length<Kind::length>;
   }
 
-  // Runs that the source serves in the caller's data type. As many pixels as this lie in the source one after
-  // another as they do here.
-  static constexpr uint32_t longest_piece = UINT32_MAX;
+  // Runs that the source serves in the caller's data type.
+  static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    const int32_t code = set_source(im, mode, datatype, colourmask);
+    if (code >= 0) install_runs_through(im);
+    return code;
+  }
   static void install_runs_through(image *im) {
     install_runs<read_through, write_through>(im);
     im->iowait = wait_through;
@@ -214,16 +245,19 @@ struct view {
     return box<Dim>::of(&im->wind).extent(axis) - uint32_t(at[axis]);
   }
 
-  // Moves a run in pieces of at most `most` pixels. move(position in the view's window, pixels moved before,
-  // pixels wanted) says how many it moved; fewer than wanted is no end of the run, none is.
+  // How many pixels of a run, of `count` that begin here, lie in the source as a run.
+  static uint32_t stretch(image *im, uint32_t count, const position &at) {
+    return state_in(im).by_lines ? std::min(count, rest_of_line(im, at)) : count;
+  }
+
+  // Moves a run in pieces: stretches of at most `most` pixels. move(position in the view's window, pixels
+  // moved before, pixels wanted) says how many it moved; fewer than wanted is no end of the run, none is.
   template <class Move>
   static uint32_t in_pieces(image *im, uint32_t count, position at, uint32_t most, Move move) {
     const uint32_t n = Kind::run_length(im, count, at);
-    const bool by_lines = state_in(im).by_lines;
     uint32_t done = 0;
     while (done < n) {
-      uint32_t wanted = std::min(n - done, most);
-      if (by_lines) wanted = std::min(wanted, rest_of_line(im, at));
+      const uint32_t wanted = Kind::stretch(im, std::min(n - done, most), at);
       const uint32_t moved = std::min(wanted, move(at, done, wanted));
       if (moved == 0) break;
       done += moved;
@@ -235,7 +269,7 @@ struct view {
   static uint32_t length(image *im, uint32_t count, const position &at) {
     const uint32_t n = Kind::run_length(im, count, at);
     if (n == 0) return 0;
-    const uint32_t piece = state_in(im).by_lines ? std::min(n, rest_of_line(im, at)) : n;
+    const uint32_t piece = Kind::stretch(im, n, at);
     const uint32_t served = call_length(source_of(im), piece, Kind::in_source(im, at));
     return served < piece ? served : n;
   }
@@ -287,17 +321,16 @@ struct view {
   static uint32_t read_through(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     source_image *source = source_of(im);
     const uint64_t bytes = state_in(im).pixel_bytes;
-    return in_pieces(
-        im, count, at, Kind::longest_piece, [&](const position &from, uint32_t done, uint32_t n) {
-          return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
-                           Kind::in_source(im, from));
-        });
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
+      return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
+                       Kind::in_source(im, from));
+    });
   }
   static uint32_t write_through(image *im, uint32_t mode, const void *buffer, uint32_t count,
                                 const position &at) {
     source_image *source = source_of(im);
     const uint64_t bytes = state_in(im).pixel_bytes;
-    return in_pieces(im, count, at, Kind::longest_piece, [&](const position &to, uint32_t done, uint32_t n) {
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
       return call_write(source, write_mode(mode), static_cast<const uint8_t *>(buffer) + done * bytes, n,
                         Kind::in_source(im, to));
     });
@@ -360,9 +393,9 @@ struct view {
       position at;
       std::memcpy(&at, &list[i], sizeof at);
       if (own.holds(at)) {
-        at = Kind::in_source(im, at);
+        const auto there = Kind::in_source(im, at);
         list[i].z = 0;
-        std::memcpy(&list[i], &at, sizeof at);
+        std::memcpy(&list[i], &there, sizeof there);
       } else {
         list[i] = {outside, outside, outside};
       }
@@ -395,7 +428,7 @@ struct view {
     if (step.too_deep() || is_own_source(im)) return -5;
     scan s;
     if (!scan_of_mode<Dim>(mode, &s)) return -1;
-    const uint32_t asked = source_mode(mode, mode & QVIM_WRAP && !lines_agree(im, s));
+    const uint32_t asked = source_mode(mode, mode & QVIM_WRAP && !Kind::lines_agree(im, s));
     source_image *source = source_of(im);
     const int32_t answer = source->imapset(source, asked, datatype, colourmask);
     if (answer < 0) return answer;
@@ -457,19 +490,21 @@ struct view {
     if (letter != 's') return fn::xwind(im, &result, letter), result;
     const window whole = im->imdim;
     window wanted = given ? *given : whole;  // a copy: the window given may lie in one of the records
-    if constexpr (std::is_same_v<Dim, SourceDim>)
-      if (state_in(im).shared && fn::check_inside(&whole, &wanted) >= 0 && !set_source_window(im, &wanted))
+    if constexpr (has_source_axes)
+      if (state_in(im).shared && fn::check_inside(&whole, &wanted) >= 0 &&
+          !Kind::set_source_window(im, wanted))
         return fn::null_window(im), nullptr;
     result = &wanted;
     if (!fn::xwind(im, &result, 's')) return nullptr;
     reset(im);
     return im;
   }
-  static bool set_source_window(image *im, window *wanted) {
+  static bool set_source_window(image *im, const window &wanted) {
     const chain_step step;
     if (step.too_deep() || is_own_source(im)) return false;
     source_image *source = source_of(im);
-    return source->xwind(source, wanted, 's') != nullptr;
+    auto there = as_source(wanted);
+    return source->xwind(source, &there, 's') != nullptr;
   }
 };
 

@@ -128,6 +128,93 @@ int32_t qvimage_lut3a(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, co
  * not. imapset: -11. */
 int32_t qvimage_lutconvert(qvimage *image, qvimage *source, uint32_t entries, uint32_t decimate);
 
+/* Presents a 2-D image as a 3-D one that is one frame deep, frame 0. Device name "QVIM2to3". The window of a
+ * view that shares is the source's in x and y. Data types, components, block transfers and mappings are the
+ * source's; so are scan orders: there are no runs along z (-11, the source's answer). */
+int32_t qvimage_def3from2(qvimage3 *image, qvimage *source, uint8_t sharewindow);
+
+/* Presents a 3-D image with its frames renumbered circularly: frame z is the source's frame (z + frameoffset)
+ * modulo the depth, whatever the sign of the offset. Device name "QVIM3to3".
+ *
+ *   frameoffset   any number
+ *   reserved1, 2  no effect
+ *   sharewindow   0: the frames of the source's window of this moment are renumbered. The record's imdim is
+ *                 the source's; its window at first is what the source's window holds, and wider ones get no
+ *                 pixels beyond that. Not 0: all frames of the source are, and those that its window has not
+ *                 are not served.
+ *
+ *   -1   the source has no frames
+ * Data types, components and block transfers are the source's. Mappings are too, of runs along x or y that
+ * stay within a line; where the offset changes nothing, of all that the source maps. */
+int32_t qvimage3_def3from3(qvimage3 *image, qvimage3 *source, int32_t frameoffset, uint32_t reserved1,
+                           uint32_t reserved2, uint8_t sharewindow);
+
+/* Presents every xperiod-th pixel of every yperiod-th line, beginning at (xphase, yphase), of an image with
+ * one component. Device name "QVIMDECI". The size is the source's window of this moment divided by the
+ * periods, remainders dropped.
+ *
+ *   ignored   no effect
+ *
+ *   -1   a period of 0, a phase that is not less than its period, no pixel left, more than one component; at
+ *        ioset: a scan order that is neither x nor y
+ *   -19  pixies other than 8- and 16-bit integers
+ * Writes touch no pixel that the view does not show. Data types are the source's. Pixels cannot be mapped. */
+int32_t qvimage_decimate(qvimage *image, qvimage *source, uint32_t ignored, uint32_t xperiod,
+                         uint32_t yperiod, uint32_t xphase, uint32_t yphase);
+
+/* Presents an image of 8- or 16-bit integers transposed, mirrored, or both. Device name "QVIMROTA".
+ *
+ *   flags   1: transposed: the view's x runs along the source's y, and sizes, and the pixels' width and
+ *           height, change places; 4: mirrored in x; 2: mirrored in y (x and y of the view). So 6 turns by
+ *           180 degrees, and 1 with one of the others turns by 90 degrees: 5 clockwise, 3 counter-clockwise.
+ *   sharewindow   not 0: the window has the source's numbers, those of x and y exchanged when transposed, and
+ *                 what it holds is mirrored within it.
+ *
+ *   -19  pixies of other types
+ * ioset:
+ *   -21  colourmask selects no component
+ *   -11  a scan order that is neither x nor y
+ * Data types, components and block transfers are the source's. With flags 0, mappings are too; else imapset
+ * is -11. */
+int32_t qvimage_rotate_filt(qvimage *image, qvimage *source, uint8_t sharewindow, uint32_t flags);
+
+/* Presents an image with one line of each pair in the place of both: as the fields of an interlaced frame.
+ * Device name "QVIMYOdd".
+ *
+ *   selector   1: odd lines (1, 1, 3, 3, ...), 0: even ones (0, 0, 2, 2, ...), counted in the whole image.
+ *              Where the line is not in the source's window - the last of an odd number of lines, or the
+ *              first in a shared window - the next one of its kind that is there takes its place.
+ *
+ *   -1   odd lines of an image one line high; other selectors
+ * What is written to a line of the view is seen in both lines. Data types, components and block transfers are
+ * the source's; so are mappings of runs along x within a line. */
+int32_t qvimage_yodd(qvimage *image, qvimage *source, uint8_t sharewindow, uint32_t selector);
+
+/* Presents the mean of the frames of a 3-D image, of those in its window of this moment: sums divided by
+ * their number, rounded to nearest, halves up. Device name "QVIMSTAK". Read-only: writes move nothing.
+ *
+ * The record's imdim is that of the source in x and y; its window at first is what the source's window holds,
+ * and wider ones get no pixels beyond that. The description says host order, no undefined bits, and values at
+ * the least significant end where pixies are not full.
+ *   -19  pixies other than 8- and 16-bit integers
+ *   -15  more frames than 32-bit sums hold: 2^24 for 8-bit pixies, 65537 for 16-bit ones
+ * ioset serves every request for the type: values at either end, either byte order; -11 for scan orders other
+ * than x and y, -21 as the source. Pixels cannot be mapped. */
+int32_t qvimage_stack(qvimage *image, qvimage3 *source);
+
+/* Presents an image unchanged and notes whether its pixels have been read or written through this record.
+ * Device name "QVIMCAM".
+ *
+ *   nomapping   not 0: pixels cannot be mapped (imapset -11)
+ *   sharewindow   0: the record's imdim is the source's; its window at first is what the source's window of
+ *                 this moment holds, and wider ones get no pixels beyond that.
+ *
+ * aeiou with the code 'c' << 8 | 'm' (0x636D) answers the notes: 0x8000 pixels were read, 0x4000 they were
+ * written. Runs count when they move pixels, block transfers as reads with QVIM_OP_READ and else as writes;
+ * imap as what imapset's mode announced with the same two bits, or as both. Nothing but a new construction
+ * clears them. The view does not appear in chain counts. */
+int32_t qvimage_cachemonitor(qvimage *image, qvimage *source, uint8_t sharewindow, uint8_t nomapping);
+
 QVIM_END_DECLS
 
 #endif

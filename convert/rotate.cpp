@@ -1,0 +1,158 @@
+// An image transposed, mirrored, or both.
+#include <utility>
+
+#include <qvimage/npfpix.h>
+#include <qvimage/views.h>
+
+#include "convert/view.hpp"
+#include "core/memory.hpp"
+#include "core/pixel.hpp"
+
+namespace {
+
+using namespace qvim;
+
+// Copies pixels in reverse order to another place.
+void mirror(const void *from, void *to, uint32_t n, uint32_t bytes) {
+  switch (bytes) {
+    case 1: return npfpix1_2transpose1_i(from, to, n);
+    case 2: return npfpix1_2transpose2_i(from, to, n);
+    case 3: return npfpix1_2transpose3_i(from, to, n);
+    case 4: return npfpix1_2transpose4_i(from, to, n);
+    default: return npfpix1_2transposek_i(from, to, n, bytes);
+  }
+}
+
+struct rotate : view<two_d, rotate> {
+  static constexpr char device[] = "QVIMROTA";
+  static constexpr view_traits traits{2, 1, 0x20000, false};
+
+  struct [[gnu::packed]] state : view_state<two_d> {
+    uint8_t transposed;
+    uint8_t mirrored[2];  // along x, along y
+  };
+
+  static int32_t make(qvimage *im, qvimage *reference, uint8_t sharewindow, uint32_t flags) {
+    if (!im) return -1;
+    if (!reference) return fail(im, -1);
+    begin(im, reference, sharewindow);
+    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return fail(im, -19);
+    state &st = state_in(im);
+    st.transposed = flags & 1;
+    st.mirrored[0] = bool(flags & 4);
+    st.mirrored[1] = bool(flags & 2);
+    if (st.transposed) {
+      im->imdim = transposed(im->imdim);
+      im->wind = transposed(im->wind);
+      const qvimagehints h = im->h;
+      im->h.pixelwidth = h.pixelheight;
+      im->h.pixelheight = h.pixelwidth;
+      im->h.widthunits = h.heightunits;
+      im->h.heightunits = h.widthunits;
+    }
+    return finish(im);
+  }
+
+  // --- geometry: mirrored within the whole image, or within a shared window ------------------------
+
+  static qvywindow transposed(const qvywindow &w) { return {{w.nw.y, w.nw.x}, {w.se.y, w.se.x}}; }
+
+  static position in_source(qvimage *im, const position &at) {
+    const state &st = state_in(im);
+    const auto size = box<two_d>::of(st.shared ? &im->wind : &im->imdim);
+    position p = view::in_source(im, at);
+    for (int axis = 0; axis < 2; axis++)
+      if (st.mirrored[axis]) p[axis] = int32_t(size.extent(axis) - 1 - uint32_t(p[axis]));
+    if (st.transposed) std::swap(p[0], p[1]);
+    return p;
+  }
+
+  static bool set_source_window(qvimage *im, const qvywindow &wanted) {
+    return view::set_source_window(im, state_in(im).transposed ? transposed(wanted) : wanted);
+  }
+
+  static bool lines_agree(qvimage *im, scan s) {
+    const state &st = state_in(im);
+    if (st.mirrored[0] || st.mirrored[1]) return false;
+    const int axis = int(s), source_axis = st.transposed ? 1 - axis : axis;
+    return origin(im)[axis] == 0 &&
+           box<two_d>::of(&im->wind).extent(axis) == box<two_d>::of(&source_of(im)->wind).extent(source_axis);
+  }
+
+  // --- runs ----------------------------------------------------------------------------------------
+
+  static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    if (!(colourmask & all_pixies(im->d.pixies))) return -21;
+    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    const state &st = state_in(im);
+    const int32_t code = set_source(im, st.transposed ? mode ^ QVIM_YSCAN : mode, datatype, colourmask);
+    if (code < 0) return code;
+    install_runs_through(im);
+    if (st.mirrored[int(st.run_scan)]) install_runs<move<false>, move<true>>(im);
+    return code;
+  }
+
+  // Along a mirrored axis the run of the source begins where the view's ends.
+  static position last_in_source(qvimage *im, position at, uint32_t n) {
+    at[int(state_in(im).run_scan)] += int32_t(n - 1);
+    return in_source(im, at);
+  }
+
+  static uint32_t length(qvimage *im, uint32_t count, const position &at) {
+    const uint32_t n = run_length(im, count, at);
+    if (n == 0 || !state_in(im).mirrored[int(state_in(im).run_scan)]) return view::length(im, count, at);
+    return call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
+  }
+
+  template <bool writing>
+  static uint32_t move(image *im, uint32_t mode, std::conditional_t<writing, const void *, void *> buffer,
+                       uint32_t count, const position &at) {
+    using bytes_of = std::conditional_t<writing, const uint8_t, uint8_t>;
+    alignas(64) uint8_t staging[staging_bytes];
+    const uint32_t bytes = state_in(im).pixel_bytes, chunk = staging_bytes / bytes;
+    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t wanted) {
+      auto *values = static_cast<bytes_of *>(buffer) + uint64_t(done) * bytes;
+      uint32_t n = wanted;
+      uint8_t *plain = memory::plain_run<two_d>(source_of(im), writing, last_in_source(im, from, n), &n);
+      const auto through = [&](uint8_t *pixels, uint32_t run) {
+        if constexpr (writing) mirror(values, pixels, run, bytes);
+        const bool all =
+            pixels == plain || pass<writing>(im, mode, pixels, run, last_in_source(im, from, run));
+        if (!writing && all) mirror(pixels, const_cast<uint8_t *>(values), run, bytes);
+        return all;
+      };
+      if (plain && n == wanted) return through(plain, n), n;
+      // A source that does not serve the far end of a run may still serve its beginning.
+      n = std::min(wanted, chunk);
+      return through(staging, n) ? n : n > 1 && through(staging, 1) ? 1 : 0;
+    });
+  }
+
+  // Moves n pixels of the source from a position on, in as many calls as it takes; false when it stops
+  // before.
+  template <bool writing>
+  static bool pass(image *im, uint32_t mode, uint8_t *pixels, uint32_t n, position at) {
+    const state &st = state_in(im);
+    for (uint32_t done = 0, moved; done < n; done += moved) {
+      uint8_t *here = pixels + done * st.pixel_bytes;
+      moved = writing ? call_write(source_of(im), write_mode(mode), here, n - done, at)
+                      : call_read(source_of(im), read_mode(mode), here, n - done, at);
+      if (moved == 0) return false;
+      at[int(st.run_scan) ^ st.transposed] += int32_t(moved);
+    }
+    return true;
+  }
+
+  static constexpr auto bxts = bxts_through;
+  static int32_t imapset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
+    const state &st = state_in(im);
+    const bool turned = st.transposed || st.mirrored[0] || st.mirrored[1];
+    return (turned ? view::imapset : imapset_through)(im, mode, datatype, colourmask);
+  }
+};
+
+}  // namespace
+
+extern "C" int32_t qvimage_rotate_filt(qvimage *image, qvimage *source, uint8_t sharewindow, uint32_t flags) {
+  return rotate::make(image, source, sharewindow, flags);
+}
