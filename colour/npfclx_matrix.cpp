@@ -1,0 +1,224 @@
+// Linear combinations of components: Y-Cr-Cb, grey, and matrices of any coefficients.
+#include <cmath>
+
+#include "colour/pixels.hpp"
+
+namespace qvim {
+namespace {
+
+enum column3 { without_column3, with_column3 };
+
+template <class Coefficient>
+QVIM_INLINE Coefficient coefficient(const void *matrix, int row, int column) {
+  return load<Coefficient>(static_cast<const char *>(matrix) + (4 * row + column) * int(sizeof(Coefficient)));
+}
+
+// Integer sums modulo 2^32, or modulo 2^16 where the bits above that of a sum of bytes are not wanted.
+template <class Sum, int outputs>
+struct rows {
+  Sum m[outputs][3], constant[outputs];
+
+  QVIM_INLINE explicit rows(const void *matrix, column3 column = without_column3) {
+    for (int r = 0; r < outputs; ++r) {
+      for (int c = 0; c < 3; ++c) m[r][c] = Sum(coefficient<int32_t>(matrix, r, c));
+      constant[r] = column == with_column3 ? Sum(coefficient<int32_t>(matrix, r, 3)) : Sum(0);
+    }
+  }
+  QVIM_INLINE Sum sum(int r, const auto &p) const {
+    return Sum(m[r][0] * Sum(p.c[0]) + m[r][1] * Sum(p.c[1]) + m[r][2] * Sum(p.c[2]) + constant[r]);
+  }
+};
+
+template <class T>
+using sum_of = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+
+template <class T, int rows_used, column3 column>
+struct unclamped : rows<sum_of<T>, rows_used> {
+  static constexpr int inputs = 3, outputs = rows_used;
+  QVIM_INLINE unclamped(uint32_t, const void *matrix) : rows<sum_of<T>, rows_used>(matrix, column) {}
+  QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
+    pixel<T, outputs> q;
+    for (int r = 0; r < outputs; ++r) q.c[r] = lane_of<T>(this->sum(r, p) >> 8);
+    return q;
+  }
+};
+template <class T>
+using matrix34sl8r0 = unclamped<T, 3, with_column3>;
+template <class T>
+using matrix3sl8r0 = unclamped<T, 1, without_column3>;
+
+// Sums as signed 32-bit numbers, shifted and limited to 0 .. largest. A `largest` of all 32 bits limits
+// nothing.
+template <class T, int rows_used, int shift>
+struct clamped : rows<uint32_t, rows_used> {
+  static constexpr int inputs = 3, outputs = rows_used;
+  int32_t smallest, largest;
+  QVIM_INLINE clamped(uint32_t maxvalue, const void *matrix, column3 column = without_column3)
+      : rows<uint32_t, rows_used>(matrix, column),
+        smallest(maxvalue > INT32_MAX ? INT32_MIN : 0),
+        largest(maxvalue > INT32_MAX ? INT32_MAX : int32_t(maxvalue)) {}
+  QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
+    pixel<T, outputs> q;
+    for (int r = 0; r < outputs; ++r) {
+      const int32_t v = int32_t(this->sum(r, p)) >> shift, positive = v > smallest ? v : smallest;
+      q.c[r] = lane_of<T>(positive < largest ? positive : largest);
+    }
+    return q;
+  }
+};
+
+template <class T>
+struct matrix3sl8r1 : clamped<T, 1, 8> {
+  QVIM_INLINE matrix3sl8r1(uint32_t, const void *matrix)
+      : clamped<T, 1, 8>(sizeof(T) == 1 ? 0xFF : 0xFFFF, matrix) {}
+};
+
+// A pixel with a saturated component is white.
+template <class T>
+struct matrix34sl12r1 : clamped<T, 3, 12> {
+  uint32_t white;
+  QVIM_INLINE matrix34sl12r1(uint32_t maxvalue, const void *matrix)
+      : clamped<T, 3, 12>(maxvalue, matrix, with_column3), white(maxvalue) {}
+  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
+    const bool saturated = (p.c[0] == white) | (p.c[1] == white) | (p.c[2] == white);
+    pixel<T, 3> q = clamped<T, 3, 12>::operator()(p);
+    for (auto &c : q.c) c = saturated ? lane_of<T>(white) : c;
+    return q;
+  }
+};
+
+// Chroma is stored with half the scale added: added after the matrix on the way there, subtracted before it
+// on the way back, which is a constant for each row in both cases.
+template <class T>
+constexpr int ycrcb_shift = sizeof(T) == 1 ? 8 : 12;
+
+template <class T>
+QVIM_INLINE uint32_t half_scale(uint32_t maxvalue) {
+  return uint32_t((uint64_t(maxvalue) + 1) / 2);
+}
+
+template <class T>
+struct to_ycrcb : clamped<T, 3, ycrcb_shift<T>> {
+  QVIM_INLINE to_ycrcb(uint32_t maxvalue, const void *matrix)
+      : clamped<T, 3, ycrcb_shift<T>>(maxvalue, matrix) {
+    constexpr uint32_t rounding = 1u << (ycrcb_shift<T> - 1);
+    const uint32_t chroma = (half_scale<T>(maxvalue) << ycrcb_shift<T>)+rounding;
+    this->constant[0] = rounding;
+    this->constant[1] = this->constant[2] = chroma;
+  }
+};
+template <class T>
+struct from_ycrcb : clamped<T, 3, ycrcb_shift<T>> {
+  QVIM_INLINE from_ycrcb(uint32_t maxvalue, const void *matrix)
+      : clamped<T, 3, ycrcb_shift<T>>(maxvalue, matrix) {
+    for (int r = 0; r < 3; ++r)
+      this->constant[r] =
+          (1u << (ycrcb_shift<T> - 1)) - (this->m[r][1] + this->m[r][2]) * half_scale<T>(maxvalue);
+  }
+};
+template <class T>
+struct to_ycrcb8 : to_ycrcb<T> {
+  QVIM_INLINE to_ycrcb8(uint32_t, const void *matrix) : to_ycrcb<T>(255, matrix) {}
+};
+template <class T>
+struct from_ycrcb8 : from_ycrcb<T> {
+  QVIM_INLINE from_ycrcb8(uint32_t, const void *matrix) : from_ycrcb<T>(255, matrix) {}
+};
+
+template <class T>
+struct matrix31sl8r0 {
+  static constexpr int inputs = 1, outputs = 3;
+  sum_of<T> gain[3];
+  QVIM_INLINE matrix31sl8r0(uint32_t, const void *matrix) {
+    for (int c = 0; c < 3; ++c) gain[c] = sum_of<T>(coefficient<int32_t>(matrix, 0, c));
+  }
+  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 1> p) const {
+    pixel<T, 3> q;
+    for (int c = 0; c < 3; ++c) q.c[c] = lane_of<T>(sum_of<T>(gain[c] * sum_of<T>(p.c[0])) >> 8);
+    return q;
+  }
+};
+
+// In floating point: sums are fused multiply-adds, 32-bit integers are computed in double precision.
+template <class T>
+using real_of = std::conditional_t<sizeof(T) == 8 || std::is_integral_v<T>, double, float>;
+
+enum limits { unlimited, limited };
+
+// Results as they are stored. Integers are always limited to what 32 bits hold; NaN becomes 0.
+template <class T, limits limit>
+struct real_result {
+  real_of<T> largest;
+  QVIM_INLINE explicit real_result(uint32_t maxvalue)
+      : largest(std::is_floating_point_v<T> ? real_of<T>(1)
+                                            : real_of<T>(limit == limited ? maxvalue : 0xFFFFFFFFu)) {}
+  QVIM_INLINE T operator()(real_of<T> v) const {
+    if constexpr (std::is_integral_v<T>) {
+      const auto positive = v > 0 ? v : 0;
+      return T(positive < largest ? positive : largest);
+    } else if constexpr (limit == limited) {
+      const auto positive = v < 0 ? 0 : v;
+      return positive > largest ? largest : positive;
+    } else {
+      return v;
+    }
+  }
+};
+
+template <class T, int rows_used, column3 column, limits limit>
+struct real_matrix {
+  static constexpr int inputs = 3, outputs = rows_used;
+  using real = real_of<T>;
+  real m[rows_used][4];
+  real_result<T, limit> result;
+  QVIM_INLINE real_matrix(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
+    for (int r = 0; r < outputs; ++r)
+      for (int c = 0; c < (column == with_column3 ? 4 : 3); ++c)
+        m[r][c] = real(coefficient<double>(matrix, r, c));
+  }
+  QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
+    pixel<T, outputs> q;
+    for (int r = 0; r < outputs; ++r) {
+      real sum = m[r][0] * real(p.c[0]);
+      if constexpr (column == with_column3) sum = std::fma(m[r][0], real(p.c[0]), m[r][3]);
+      sum = std::fma(m[r][1], real(p.c[1]), sum);
+      q.c[r] = result(std::fma(m[r][2], real(p.c[2]), sum));
+    }
+    return q;
+  }
+};
+template <class T>
+using matrix34r0 = real_matrix<T, 3, with_column3, unlimited>;
+template <class T>
+using matrix34r1 = real_matrix<T, 3, with_column3, limited>;
+template <class T>
+using matrix3r0 = real_matrix<T, 1, without_column3, unlimited>;
+template <class T>
+using matrix3r1 = real_matrix<T, 1, without_column3, limited>;
+
+template <class T>
+struct matrix31r0 {
+  static constexpr int inputs = 1, outputs = 3;
+  real_of<T> gain[3];
+  real_result<T, unlimited> result;
+  QVIM_INLINE matrix31r0(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
+    for (int c = 0; c < 3; ++c) gain[c] = real_of<T>(coefficient<double>(matrix, 0, c));
+  }
+  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 1> p) const {
+    pixel<T, 3> q;
+    for (int c = 0; c < 3; ++c) q.c[c] = result(gain[c] * real_of<T>(p.c[0]));
+    return q;
+  }
+};
+
+}  // namespace
+}  // namespace qvim
+
+#define QVIM_CLX_MATRIX(name, T, conversion, from, to)                                                 \
+  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride,        \
+                                                uint64_t dststride, uint64_t count, uint32_t maxvalue, \
+                                                const void *param) {                                   \
+    qvim::convert_pixels<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                  \
+        src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                  \
+  }
+#include <qvimage/members/npfclx.inc>
