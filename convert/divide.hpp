@@ -82,8 +82,11 @@ class ratio {
     uint64_t whole = f.numerator / f.denominator;
     if (is_narrow && whole > largest)
       whole = largest, after_point = 0;  // products of 16 bits: `most` for all but 0 still
-    factor_ = wide(whole << above_point | after_point >> (2 * width - above_point));
-    rest_ = value(after_point);
+    whole_ = value(whole);
+    high_ = high_again_ = value(is_narrow ? after_point : after_point >> width);
+    low_ = value(after_point);
+    // The compiler takes the high half of a product by itself only if it does not know of the low half.
+    asm("" : "+m"(high_again_));
     const uint64_t first = n ? (uint64_t(most) * d + n - 1) / n : largest + 1;  // that becomes `most`
     last_ = value(first == 0 ? 0 : first > largest ? largest : first - 1);
   }
@@ -93,24 +96,23 @@ class ratio {
   }
   // Only for values whose quotient is not above `most`.
   QVIM_INLINE value up_to_most(value v) const {
-    const auto high = wide(v * factor_), low = wide(product(v) * rest_ >> rest_shift);
-    const auto quotient = wide(wide(high + low) >> above_point);
+    if constexpr (sizeof(T) == 4) {
+      const uint64_t factor = uint64_t(whole_) << 32 | high_;
+      return value((v * factor + (uint64_t(v) * low_ >> 32)) >> 32);
+    }
+    const auto quotient = value(uint32_t(v) * whole_ + (uint32_t(v) * high_ >> 16));
     if constexpr (is_narrow) return quotient < most_ ? quotient : most_;
-    return value(quotient);
+    const auto middle = value(uint32_t(v) * high_again_), low = value(uint32_t(v) * low_ >> 16);
+    const bool carry = value(middle + low) < low;
+    return value(quotient + carry);
   }
 
  private:
-  // f is cut in two: factor_ has the whole part and `above_point` bits after the point, rest_ the bits after
-  // them.
-  static constexpr uint32_t width = 8 * sizeof(T), above_point = is_narrow ? 0 : width;
-  static constexpr uint32_t rest_shift = 2 * width - above_point;
-  using wide =
-      std::conditional_t<sizeof(T) == 4, uint64_t, std::conditional_t<is_narrow, uint16_t, uint32_t>>;
+  static constexpr uint32_t width = 8 * sizeof(T);
 
-  using product = std::conditional_t<sizeof(T) == 4, uint64_t, uint32_t>;
-
-  wide factor_;
-  value rest_, last_, most_;
+  // The bits of f before the point, and those after it: of bytes 16 in high_, else as wide as the values.
+  value whole_, high_, high_again_, low_;
+  value last_, most_;
 };
 
 }  // namespace qvim
