@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,21 +15,104 @@ namespace {
 constexpr int32_t width = 4000, height = 3000;
 constexpr double target = 0.7;  // of the kernel's speed
 
-struct conversion {
-  const char *name;
-  uint32_t type, bits;    // stored
-  uint32_t asked, shown;  // the caller's type word, the converter's bits
-  npfbix_fn *kernel;
-  uint32_t shift, mask;
+// A view over an image in memory, and the kernel that does its work.
+struct subject {
+  std::string name;
+  int32_t type, bits, pixies, hint;  // stored
+  uint32_t asked, mask;              // set up for reading
+  uint32_t pixel;                    // bytes then
+  std::function<int32_t(qvimage *view, qvimage *source)> build;
+  std::function<void(const uint8_t *row, uint8_t *out)> kernel;
 };
-constexpr conversion conversions[] = {
-    {"12_to_8", QVIM_UINT16, 12, QVIM_UINT8 | QVIM_MSB, 12, npfbix_2to1_ri, 4, 0},
-    {"16_to_8", QVIM_UINT16, 16, QVIM_UINT8 | QVIM_MSB, 16, npfbix_2to1_r8i, 8, 0},
-    {"16_to_12", QVIM_UINT16, 16, QVIM_UINT16 | QVIM_LSB, 12, npfbix_2to2_ri, 4, 0},
-    {"8_to_16", QVIM_UINT8, 8, QVIM_UINT16 | QVIM_MSB, 8, npfbix_1to2_l8i, 8, 0},
-    {"16_to_float", QVIM_UINT16, 16, QVIM_FLOAT32, 16, npfbix_2tof_n, 0, 0},
-    {"float_to_16", QVIM_FLOAT32, 0, QVIM_UINT16, 16, npfbix_fto2_an, 0, 0xFFFF},
-};
+
+subject conversion(const char *name, int32_t type, int32_t bits, uint32_t asked, uint8_t shown,
+                   npfbix_fn *kernel, uint32_t shift, uint32_t mask) {
+  const int32_t from = qvimdatasize(uint32_t(type)), to = qvimdatasize(asked);
+  return {std::string("converter/") + name,
+          type,
+          bits,
+          1,
+          QVIM_HINT_GREY,
+          asked,
+          1,
+          uint32_t(to),
+          [=](qvimage *view, qvimage *source) {
+            return qvimage_converter(view, source, nullptr, 0, 0, shown, 0);
+          },
+          [=](const uint8_t *row, uint8_t *out) { kernel(row, out, from, to, width, shift, mask); }};
+}
+
+subject colours(const char *name, int32_t type, int32_t from, int32_t to, npfclx_fn *kernel,
+                const void *param) {
+  const int32_t pixie = qvimdatasize(uint32_t(type));
+  const auto pixel = [=](int32_t hint) { return uint32_t((hint & 15) * pixie); };
+  return {std::string("colorconverter/") + name,
+          type,
+          0,
+          from & 15,
+          from,
+          uint32_t(type),
+          (1u << (to & 15)) - 1,
+          pixel(to),
+          [=](qvimage *view, qvimage *source) { return qvimage_colorconverter(view, source, to, 0); },
+          [=](const uint8_t *row, uint8_t *out) {
+            kernel(row, out, pixel(from), pixel(to), width, pixie == 1 ? 0xFF : 0xFFFF, param);
+          }};
+}
+
+subject component(const char *name, int32_t type, npfbix_fn *kernel) {
+  const int32_t pixie = qvimdatasize(uint32_t(type));
+  return {std::string("colorslice/") + name,
+          type,
+          0,
+          3,
+          QVIM_HINT_RGB,
+          uint32_t(type),
+          1,
+          uint32_t(pixie),
+          [](qvimage *view, qvimage *source) { return qvimage_colorslice(view, source, 0, 2, 0); },
+          [=](const uint8_t *row, uint8_t *out) { kernel(row + pixie, out, 3 * pixie, pixie, width, 0, 0); }};
+}
+
+subject table_of_bytes() {
+  static uint8_t table[256];
+  for (int i = 0; i < 256; i++) table[i] = uint8_t(255 - i);
+  return {"lut/8",
+          QVIM_UINT8,
+          0,
+          1,
+          QVIM_HINT_GREY,
+          QVIM_UINT8,
+          1,
+          1,
+          [](qvimage *view, qvimage *source) {
+            const void *const tables[4] = {table};
+            return qvimage_lut2(view, source, 0, tables, tables, 0, 0, 0, 0);
+          },
+          [](const uint8_t *row, uint8_t *out) { npfpix1_2xlat_n(row, out, 1, 1, width, table, 8); }};
+}
+
+std::vector<subject> subjects() {
+  static const uint32_t eight_bits = 8;
+  return {conversion("12_to_8", QVIM_UINT16, 12, QVIM_UINT8 | QVIM_MSB, 12, npfbix_2to1_ri, 4, 0),
+          conversion("16_to_8", QVIM_UINT16, 16, QVIM_UINT8 | QVIM_MSB, 16, npfbix_2to1_r8i, 8, 0),
+          conversion("16_to_12", QVIM_UINT16, 16, QVIM_UINT16 | QVIM_LSB, 12, npfbix_2to2_ri, 4, 0),
+          conversion("8_to_16", QVIM_UINT8, 8, QVIM_UINT16 | QVIM_MSB, 8, npfbix_1to2_l8i, 8, 0),
+          conversion("16_to_float", QVIM_UINT16, 16, QVIM_FLOAT32, 16, npfbix_2tof_n, 0, 0),
+          conversion("float_to_16", QVIM_FLOAT32, 0, QVIM_UINT16, 16, npfbix_fto2_an, 0, 0xFFFF),
+          colours("rgb_to_bgr/8", QVIM_UINT8, QVIM_HINT_RGB, QVIM_HINT_BGR, npfclx1_RGBxtoBGRx_2n, nullptr),
+          colours("rgb_to_bgr/16", QVIM_UINT16, QVIM_HINT_RGB, QVIM_HINT_BGR, npfclx2_RGBxtoBGRx_2n, nullptr),
+          colours("rgb_to_grey/8", QVIM_UINT8, QVIM_HINT_RGB, QVIM_HINT_GREY, npfclx1_matrix3sl8r0,
+                  clx_rgb_to_grey),
+          colours("grey_to_rgb/8", QVIM_UINT8, QVIM_HINT_GREY, QVIM_HINT_RGB, npfclx1_matrix31sl8r0,
+                  clx_grey_to_rgb),
+          colours("rgb_to_ycrcb/8", QVIM_UINT8, QVIM_HINT_RGB, QVIM_HINT_YCRCB, npfclx1_RGBtoYCrCb8,
+                  clx_rgb_to_ycrcb8),
+          colours("rgb_to_cmy/8", QVIM_UINT8, QVIM_HINT_RGB, QVIM_HINT_CMY, npfclx1_RGBtoCMY, &eight_bits),
+          component("8", QVIM_UINT8, npfbix_1to1_n),
+          component("16", QVIM_UINT16, npfbix_2to2_n),
+          table_of_bytes()};
+}
 
 void must(bool condition, const char *what) {
   if (condition) return;
@@ -36,30 +120,27 @@ void must(bool condition, const char *what) {
   std::exit(1);
 }
 
-// A frame and a converter over it.
+// A frame and a view over it.
 struct scene {
-  explicit scene(const conversion &of)
-      : c(of),
-        from(qvimdatasize(of.type)),
-        to(qvimdatasize(of.asked)),
-        pixels(size_t(width) * height * size_t(from)) {
+  explicit scene(const subject &of)
+      : s(of), pitch(size_t(width) * size_t(s.pixies * qvimdatasize(uint32_t(s.type)))) {
+    pixels.resize(pitch * height);
     for (size_t i = 0; i < pixels.size(); i++) pixels[i] = uint8_t(i * 2654435761u >> 13);
     const int32_t dims[2] = {width, height};
-    must(qvimage_memory(&source, pixels.data(), dims, 0, int32_t(c.type), int32_t(c.bits), 1, QVIM_HINT_GREY,
-                        0) == 0,
+    must(qvimage_memory(&source, pixels.data(), dims, 0, s.type, s.bits, s.pixies, s.hint, 0) == 0,
          "memory image");
-    must(qvimage_converter(&view, &source, nullptr, 0, 0, uint8_t(c.shown), 0) == 0, "converter");
-    must(view.ioset(&view, 0, c.asked, 1) == 1, "set-up");
-    row.resize(size_t(width) * size_t(to));
+    must(s.build(&view, &source) == 0, "view");
+    must(view.ioset(&view, 0, s.asked, s.mask) == 1, "set-up");
+    row.resize(size_t(width) * s.pixel);
   }
-  const conversion &c;
-  int32_t from, to;
+  const subject &s;
+  size_t pitch;
   std::vector<uint8_t> pixels, row;
   qvimage source, view;
 };
 
-void by_view(benchmark::State &state, const conversion &c) {
-  scene s(c);
+void by_view(benchmark::State &state, const subject &of) {
+  scene s(of);
   for (auto _ : state)
     for (int32_t y = 0; y < height; y++) {
       must(s.view.ioread(&s.view, 0, s.row.data(), width, 0, y) == uint32_t(width), "read");
@@ -68,12 +149,11 @@ void by_view(benchmark::State &state, const conversion &c) {
   state.counters["target"] = target;
 }
 
-void by_kernel(benchmark::State &state, const conversion &c) {
-  scene s(c);
+void by_kernel(benchmark::State &state, const subject &of) {
+  scene s(of);
   for (auto _ : state)
     for (int32_t y = 0; y < height; y++) {
-      c.kernel(&s.pixels[size_t(y) * width * size_t(s.from)], s.row.data(), s.from, s.to, width, c.shift,
-               c.mask);
+      of.kernel(&s.pixels[size_t(y) * s.pitch], s.row.data());
       benchmark::ClobberMemory();
     }
 }
@@ -81,10 +161,9 @@ void by_kernel(benchmark::State &state, const conversion &c) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  for (const conversion &c : conversions) {
-    const std::string name = std::string("converter/") + c.name;
-    benchmark::RegisterBenchmark((name + "/qvimage").c_str(), by_view, c)->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((name + "/kernel").c_str(), by_kernel, c)->Unit(benchmark::kMillisecond);
+  for (const subject &s : subjects()) {
+    benchmark::RegisterBenchmark((s.name + "/qvimage").c_str(), by_view, s)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((s.name + "/kernel").c_str(), by_kernel, s)->Unit(benchmark::kMillisecond);
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

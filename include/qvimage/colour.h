@@ -8,6 +8,31 @@
 
 QVIM_BEGIN_DECLS
 
+/* --- other interpretations --- */
+
+/* Presents the source's pixels in another colour interpretation, of the same data type and bits: reads
+ * convert, writes convert back. Device names "QVIMCLR" and "QVIMCLR3". The kernels are those of npfclx.h;
+ * unsigned integers of 8, 16 and 32 bits, float32, float64.
+ *
+ *   hint   what is presented, QVIM_HINT_...: its low four bits count the components. From RGB, BGR, RGBPAD
+ *          or BGRPAD to any other of the four, to YCRCB (8 and 16 bits only), BSH, CMY, CMYK or GREY, and
+ *          back from each of these to the four. The source's pixels must have as many components as its own
+ *          hint says.
+ *
+ *   -19   another data type
+ *   -21   interpretations without a way from one to the other, the same one twice included
+ *
+ * The view presents clean numbers at the low end of the pixie, in the machine's byte order. ioset: -19 a
+ * data type that it does not present without conversion, -1 a scan order other than x and y, then the
+ * source's failures, -21 a colourmask other than one component or all. imapset: -11.
+ *
+ * Writing a single component changes the pixel as it is presented and converts it back, so all components
+ * of the source may change. The fourth component of RGBPAD and BGRPAD has no meaning: reads of whole pixels
+ * leave it as it is in the caller's buffer, writes of whole pixels store 0 in the source, and by itself it
+ * reads as 0. */
+int32_t qvimage_colorconverter(qvimage *view, qvimage *source, int32_t hint, uint8_t mode);
+int32_t qvimage3_colorconverter(qvimage3 *view, qvimage3 *source, int32_t hint, uint8_t mode);
+
 /* --- one component --- */
 
 /* Presents one component of the source as a one-component image; data type, bits and pixelhint stay the
