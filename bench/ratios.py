@@ -6,6 +6,7 @@ their user counter "target" is the ratio asked for. Instead of it, "most" says h
 how many more than the peer. Exit code 1 when something asked for is not reached.
 """
 import json
+import re
 import sys
 
 OURS = "qvimage"
@@ -20,7 +21,7 @@ def medians(path):
     runs.sort(key=lambda run: (run["family_index"], run["per_family_instance_index"]))  # they ran interleaved
     found = {}
     for run in runs:
-        what, _, who = run["run_name"].removesuffix("/real_time").rpartition("/")
+        what, _, who = re.sub("/(real_time|min_time:[^/]*)", "", run["run_name"]).rpartition("/")
         found.setdefault(what, {})[who] = run
     return found
 
