@@ -256,7 +256,7 @@ QVIM_INLINE void unstuff(char *pixies, const char *stream, uint64_t count, uint3
 template <class Pixie>
 QVIM_INLINE void stuff_any(const char *pixies, char *stream, uint64_t count, uint32_t bits, uint32_t mode) {
   constexpr uint32_t width = 8 * sizeof(Pixie);
-  if (bits == 0 || bits > width) return;
+  if (count == 0 || bits == 0 || bits > width) return;
   if (bits == width) return void(std::memmove(stream, pixies, count * sizeof(Pixie)));
   const uint32_t shift = mode & low_justified ? 0 : width - bits;
   if (mode & high_bits_first)
@@ -268,7 +268,7 @@ QVIM_INLINE void stuff_any(const char *pixies, char *stream, uint64_t count, uin
 template <class Pixie>
 QVIM_INLINE void unstuff_any(char *pixies, const char *stream, uint64_t count, uint32_t bits, uint32_t mode) {
   constexpr uint32_t width = 8 * sizeof(Pixie);
-  if (bits == 0 || bits > width) return;
+  if (count == 0 || bits == 0 || bits > width) return;
   if (bits == width) return void(std::memmove(pixies, stream, count * sizeof(Pixie)));
   const uint32_t shift = mode & low_justified ? 0 : width - bits;
   if (mode & high_bits_first)

@@ -94,6 +94,7 @@ QVIM_INLINE void copy(const void *source, void *destination, int64_t srcstride, 
                       uint64_t count) {
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
+  if (count == 0) return;  // there may be no memory at all
   if (srcstride == int64_t(size) && dststride == int64_t(size))
     std::memmove(dst, src, size * count);  // the same run is allowed
   else if (count < 32 || !copy_components<size>(src, dst, srcstride, dststride, count))
@@ -105,6 +106,7 @@ QVIM_INLINE void copy_sized(const void *source, void *destination, int64_t srcst
                             uint64_t count, uint64_t size) {
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
+  if (count == 0) return;
   if (srcstride == int64_t(size) && dststride == int64_t(size)) {
     std::memmove(dst, src, size * count);
     return;

@@ -28,6 +28,11 @@ QVIM_INLINE void in_place(void *buffer, int64_t stride, uint64_t count, uint32_t
       for (int64_t i = 0; i < int64_t(count); ++i) store(dst + i * stride, operation.value);
   } else {
     if (operation.idle()) return;
+    if (stride == 0) {  // each round goes on from what the one before left, which blocks would not see
+      auto pixie = static_cast<char *>(buffer);
+      for (; count; --count) store<T>(pixie, operation(load<T>(pixie)));
+      return;
+    }
     run<T, T>(buffer, buffer, stride, stride, count, operation);
   }
 }

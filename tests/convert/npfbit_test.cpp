@@ -114,6 +114,24 @@ TEST(Npfbit, KnownStreams) {
   EXPECT_TRUE(stream[0] == 0x23 && stream[1] == 0x61 && stream[2] == 0x45);
 }
 
+TEST(Npfbit, NothingNeedsNoMemory) {
+  const auto call_all = [](const auto &members) {
+    for (const auto &member : members)
+      for (const auto &v : member.versions)
+        for (uint32_t bits = 0; bits <= 33; ++bits)
+          for (uint32_t mode : {0u, 1u, 2u, 3u}) v.function(nullptr, nullptr, 0, bits, mode);
+  };
+  call_all(packers<npfbitstuff_fn>());
+  call_all(packers<npfbitunstuff_fn>());
+  for (uint64_t size : {0u, 1u, 5u, 40u}) {
+    npfbyte_pack(nullptr, nullptr, size, 0, int64_t(size), int64_t(size));
+    npfbyte_repl(nullptr, nullptr, size, 0);
+    npfbyte_transpose(nullptr, size, 0, nullptr);
+    npfbyte_exchange(nullptr, nullptr, size, 0, 1, 1);
+  }
+  EXPECT_EQ(npfbit8_count(nullptr, 0), 0u);
+}
+
 TEST(Npfbit, StuffWorksWhereThePixiesLie) {
   for (uint32_t bits = 1; bits <= 16; ++bits)
     for (uint32_t mode : {0u, 1u, 2u, 3u}) {
