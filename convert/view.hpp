@@ -427,11 +427,11 @@ struct view {
     const chain_step step;
     if (step.too_deep() || is_own_source(im)) return -5;
     scan s;
-    if (!scan_of_mode<Dim>(mode, &s)) return -1;
-    const uint32_t asked = source_mode(mode, mode & QVIM_WRAP && !Kind::lines_agree(im, s));
+    const bool known = scan_of_mode<Dim>(mode, &s);
+    const uint32_t asked = source_mode(mode, known && mode & QVIM_WRAP && !Kind::lines_agree(im, s));
     source_image *source = source_of(im);
     const int32_t answer = source->imapset(source, asked, datatype, colourmask);
-    if (answer < 0) return answer;
+    if (answer < 0 || !known) return std::min(answer, -1);
     state_in(im).map_length = fn::length_by_mode(im, (mode & QVIM_TRUST) | asked);
     im->imap = slots<Dim>::template map<map_through>;
     im->imapr = unmap_through;

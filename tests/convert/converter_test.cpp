@@ -620,6 +620,21 @@ TEST_F(ConverterFixed, DoesNotMapWhatItMasks) {
   EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005);
 }
 
+TEST_F(ConverterFixed, AnswersForMappingsWhatItsSourceAnswers) {
+  const struct {
+    uint32_t mode, mask;
+    int32_t code;
+  } cases[] = {{0, 2, -21},         {QVIM_ZSCAN, 3, -21}, {6, 3, -21},
+               {QVIM_ZSCAN, 1, -1}, {6, 1, -1},           {QVIM_YSCAN, 1, -11}};
+  qvimagemap map;
+  for (const auto &c : cases) {
+    ASSERT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005);
+    ASSERT_EQ(source.imapset(&source, c.mode, QVIM_UINT16, c.mask), c.code);
+    EXPECT_EQ(view.imapset(&view, c.mode, QVIM_UINT16, c.mask), c.code) << c.mode;
+    EXPECT_EQ(view.imap(&view, &map, 0, 0), 0) << "what was set up before is gone";
+  }
+}
+
 TEST_F(ConverterFixed, PassesWideIntegersOnlyAsTheyAre) {
   uint64_t wide[48] = {0x0123456789ABCDEF};
   ASSERT_EQ(qvimage_memory(&source, wide, dims, 0, QVIM_UINT64, 0, 1, QVIM_HINT_GREY, 0), 0);
