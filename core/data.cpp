@@ -1,6 +1,4 @@
 // Data types, pixel hints and units with their names; builders of the description records.
-#include <strings.h>
-
 #include <cstring>
 #include <iterator>
 
@@ -61,11 +59,18 @@ const char *text_of(const Table &table, int32_t code) {
   return nullptr;
 }
 
+// Whatever the locale: in some, I and i are no pair.
+constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; }
+bool is_same_name(const char *a, const char *b) {
+  while (*a && lower(*a) == lower(*b)) a++, b++;
+  return lower(*a) == lower(*b);
+}
+
 template <class Table>
 int32_t code_of(const Table &table, const char *text) {
   if (text)
     for (const name &n : table)
-      if (strcasecmp(n.text, text) == 0) return n.code;
+      if (is_same_name(n.text, text)) return n.code;
   return -1;
 }
 

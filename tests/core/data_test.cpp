@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <clocale>
 #include <cstring>
 #include <map>
 #include <string>
@@ -236,6 +237,16 @@ TEST(Names, OfHintsAreFoundInAnyCase) {
 }
 
 TEST(Names, OfUnitsAreFoundInAnyCase) { expect_names(unit_names, qvimunittostring, qvimstringtounit, -1); }
+
+// In Turkish, I is not the capital of i.
+TEST(Names, AreTheSameInEveryLocale) {
+  const std::string before = std::setlocale(LC_CTYPE, nullptr);
+  if (!std::setlocale(LC_CTYPE, "tr_TR.UTF-8") && !std::setlocale(LC_CTYPE, "tr_TR"))
+    GTEST_SKIP() << "no Turkish locale is installed";
+  EXPECT_EQ(qvimstringtounit("INCH"), QVIM_UNIT_INCH);
+  EXPECT_EQ(qvimstringtohint("INDEX INTO PALETTE"), QVIM_HINT_INDEX);
+  std::setlocale(LC_CTYPE, before.c_str());
+}
 
 TEST(Names, RedFirstAndBlueFirstChangePlaces) {
   const std::map<int32_t, int32_t> partners = {{67, 3}, {3, 67}, {36, 4}, {4, 36}};
