@@ -88,13 +88,16 @@ void qvimage3_defnull(qvimage3 *image) { make_null<three_d>(image, "NULL3"); }
 int32_t qvimage_defnop(qvimage *image, const int32_t imdim[2], const qvimagedata *data,
                        const qvimagehints *hints) {
   if (!image) return -1;
-  qvimage_defnull(image);
-  if (imdim) image->wind.se = image->imdim.se = {imdim[0], imdim[1]};
+  // Through a copy: the arguments may lie in the record.
+  qvimage built;
+  qvimage_defnull(&built);
+  if (imdim) built.wind.se = built.imdim.se = {imdim[0], imdim[1]};
   if (data) {
-    image->d = *data;
-    qviminitfacts(&image->f, &image->d);
+    built.d = *data;
+    qviminitfacts(&built.f, &built.d);
   }
-  if (hints) image->h = *hints;
+  if (hints) built.h = *hints;
+  std::memcpy(static_cast<void *>(image), &built, sizeof built);
   return 0;
 }
 

@@ -17,7 +17,7 @@
  * 0 to 3) are what they were. It allocates nothing; an image needs about 300 bytes of stack. One record, or
  * two with a common source, must not be used by two threads at once.
  *
- * Functions whose names begin with qvim3 are the same for 3-D images. */
+ * State and image must not be null. Functions whose names begin with qvim3 are those of 3-D images. */
 #ifndef QVIMAGE_BLOCK_H
 #define QVIMAGE_BLOCK_H
 

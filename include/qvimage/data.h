@@ -1,7 +1,7 @@
 /* Data types, hints and units with their names; the functions that fill and question the description of
  * pixels; the selectors of kernels for what a request needs.
  *
- * Nothing here keeps state: all functions may be called from any thread. */
+ * Nothing here keeps state: any thread may call. Pointers must not be null unless a function says so. */
 #ifndef QVIMAGE_DATA_H
 #define QVIMAGE_DATA_H
 

@@ -21,12 +21,12 @@ int32_t qvimage_defnop(qvimage *image, const int32_t imdim[2], const qvimagedata
                        const qvimagehints *hints);
 
 /* Sets all slots to those of the null image and leaves the rest of the record alone: makes a record safe
- * before it is filled. */
+ * before it is filled. It must not be null. */
 void qvimnullsafe(qvimage *image);
 void qvim3nullsafe(qvimage3 *image);
 
 /* Takes the window away: it becomes empty, and every slot but aeiou and xwind moves nothing until xwind sets
- * a valid window. What xwind does when it is given a window outside the image. */
+ * a valid window. What xwind does when it is given a window outside the image. Not for a null pointer. */
 void qvimnullwind(qvimage *image);
 void qvim3nullwind(qvimage3 *image);
 

@@ -1,6 +1,6 @@
 /* Small helpers: integers of run-time width, bits, integer mathematics, time, numbered file names.
  *
- * None of them keeps state; all may be called from any thread. */
+ * None of them keeps state: any thread may call. Pointers must not be null unless a function says so. */
 #ifndef QVIMAGE_UTILITY_H
 #define QVIMAGE_UTILITY_H
 

@@ -4,7 +4,7 @@
  * A window spans [nw, se); W, H and D below are its extents se - nw along x, y and z. A record may be passed
  * wherever a window is expected: its window is its first member. Positions are relative to the window: (0, 0)
  * is nw. Functions whose names begin with qvim3 are those of 3-D images; what is said of the 2-D ones holds
- * for them with z added.
+ * for them with z added. Pointers must not be null unless a function says so.
  *
  * Nothing here keeps state; functions that take constant pointers only may be called from any thread. */
 #ifndef QVIMAGE_WINDOW_H

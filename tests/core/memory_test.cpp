@@ -131,6 +131,47 @@ TYPED_TEST(MemoryImage, TakesItsOwnFieldsAsArguments) {
   EXPECT_EQ(im.wind.se.y, 3);
 }
 
+TEST(MemoryImage2, TakesThePhysicalSizeOfAPixel) {
+  uint8_t buffer[32];
+  const int32_t dims[2] = {4, 3};
+  for (bool with_size : {false, true}) {
+    qvimage im;
+    ASSERT_EQ(with_size ? qvimage_memory3(&im, buffer, 24, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
+                                          QVIM_UNIT_INCH, 0.5f, 0.25f)
+                        : qvimage_memory2(&im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
+                                          QVIM_UNIT_INCH, 0.5f, 0.25f),
+              0);
+    EXPECT_TRUE(im.h.widthunits == QVIM_UNIT_INCH && im.h.heightunits == QVIM_UNIT_INCH &&
+                im.h.depthunits == 0);
+    EXPECT_TRUE(im.h.pixelwidth == 0.5f && im.h.pixelheight == 0.25f && im.h.pixeldepth == 0);
+    EXPECT_TRUE(im.d.i_bitsused == 12 && im.d.pixelhint == QVIM_HINT_GREY);
+    EXPECT_EQ(im.aeiou(&im, 'm', 0, 0, nullptr), 8u);
+  }
+  qvimage im;
+  EXPECT_EQ(qvimage_memory3(&im, buffer, 23, dims, 8, QVIM_UINT16, 12, 1, 0, 0, 0, 0, 0), -1);
+  EXPECT_TRUE(is_a(im, "NULL2"));
+}
+
+TEST(MemoryImage3, TakesThePhysicalSizeOfAPixel) {
+  uint8_t buffer[64];
+  const int32_t dims[3] = {4, 3, 2};
+  for (bool with_size : {false, true}) {
+    qvimage3 im;
+    ASSERT_EQ(with_size ? qvimage3_memory3(&im, buffer, 48, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
+                                           QVIM_UNIT_INCH, QVIM_UNIT_SECOND, 0.5f, 0.25f, 2)
+                        : qvimage3_memory2(&im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
+                                           QVIM_UNIT_INCH, QVIM_UNIT_SECOND, 0.5f, 0.25f, 2),
+              0);
+    EXPECT_TRUE(im.h.widthunits == QVIM_UNIT_INCH && im.h.heightunits == QVIM_UNIT_INCH &&
+                im.h.depthunits == QVIM_UNIT_SECOND);
+    EXPECT_TRUE(im.h.pixelwidth == 0.5f && im.h.pixelheight == 0.25f && im.h.pixeldepth == 2);
+    EXPECT_EQ(im.aeiou(&im, 'm', 0, 0, nullptr), 8u);
+  }
+  qvimage3 im;
+  EXPECT_EQ(qvimage3_memory3(&im, buffer, 47, dims, 8, QVIM_UINT16, 12, 1, 0, 0, 0, 0, 0, 0, 0), -1);
+  EXPECT_TRUE(is_a(im, "NULL3"));
+}
+
 // Packed lines or planes of 2^32 bytes or more have no pitch.
 TYPED_TEST(MemoryImage, RefusesStridesThatDoNotFitTheirField) {
   uint8_t buffer[1];

@@ -141,6 +141,10 @@ TEST(NopImage, DescribesAnImageWithoutPixels) {
   EXPECT_EQ(im.f.pixelsize, 6);
   EXPECT_EQ(im.h.pixelwidth, 0.5f);
   expect_nothing_moves(&im);
+  ASSERT_EQ(qvimage_defnop(&im, &im.imdim.se.x, &im.d, &im.h), 0) << "its own members";
+  EXPECT_EQ(im.wind.se.x, 640);
+  EXPECT_EQ(im.f.pixelsize, 6);
+  EXPECT_EQ(im.h.pixelwidth, 0.5f);
   ASSERT_EQ(qvimage_defnop(&im, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(im.wind.se.x, 0);
 }
