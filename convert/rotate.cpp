@@ -4,6 +4,7 @@
 #include <qvimage/npfpix.h>
 #include <qvimage/views.h>
 
+#include "convert/rectangle.hpp"
 #include "convert/view.hpp"
 #include "core/memory.hpp"
 #include "core/pixel.hpp"
@@ -11,17 +12,6 @@
 namespace {
 
 using namespace qvim;
-
-// Copies pixels in reverse order to another place.
-void mirror(const void *from, void *to, uint32_t n, uint32_t bytes) {
-  switch (bytes) {
-    case 1: return npfpix1_2transpose1_i(from, to, n);
-    case 2: return npfpix1_2transpose2_i(from, to, n);
-    case 3: return npfpix1_2transpose3_i(from, to, n);
-    case 4: return npfpix1_2transpose4_i(from, to, n);
-    default: return npfpix1_2transposek_i(from, to, n, bytes);
-  }
-}
 
 struct rotate : view<two_d, rotate> {
   static constexpr char device[] = "QVIMROTA";
@@ -88,9 +78,11 @@ struct rotate : view<two_d, rotate> {
     const int32_t code = set_source(im, st.transposed ? mode ^ QVIM_YSCAN : mode, datatype, colourmask);
     if (code < 0) return code;
     install_runs_through(im);
-    if (st.mirrored[int(st.run_scan)]) install_runs<move<false>, move<true>>(im);
+    if (reversed(st) || in_columns(st)) install_runs<move<false>, move<true>>(im);
     return code;
   }
+  static bool reversed(const state &st) { return st.mirrored[int(st.run_scan)]; }
+  static bool in_columns(const state &st) { return int(st.run_scan) != st.transposed; }  // of the source
 
   // Along a mirrored axis the run of the source begins where the view's ends.
   static position last_in_source(qvimage *im, position at, uint32_t n) {
@@ -100,25 +92,63 @@ struct rotate : view<two_d, rotate> {
 
   static uint32_t length(qvimage *im, uint32_t count, const position &at) {
     const uint32_t n = run_length(im, count, at);
-    if (n == 0 || !state_in(im).mirrored[int(state_in(im).run_scan)]) return view::length(im, count, at);
+    if (n == 0 || !reversed(state_in(im))) return view::length(im, count, at);
     return call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
   }
 
   template <bool writing>
+  using buffer_of = std::conditional_t<writing, const uint8_t, uint8_t>;
+
+  template <bool writing>
   static uint32_t move(image *im, uint32_t mode, std::conditional_t<writing, const void *, void *> buffer,
                        uint32_t count, const position &at) {
-    using bytes_of = std::conditional_t<writing, const uint8_t, uint8_t>;
+    auto *values = static_cast<buffer_of<writing> *>(buffer);
+    if (in_columns(state_in(im)))
+      if (const uint32_t n = move_columns<writing>(im, values, count, at)) return n;
+    if (reversed(state_in(im))) return move_mirrored<writing>(im, mode, values, count, at);
+    if constexpr (writing)
+      return write_through(im, mode, buffer, count, at);
+    else
+      return read_through(im, mode, buffer, count, at);
+  }
+
+  // Columns of a memory image; 0 where the source is none.
+  template <bool writing>
+  static uint32_t move_columns(image *im, buffer_of<writing> *values, uint32_t count, const position &at) {
+    const state &st = state_in(im);
+    const auto own = box<two_d>::of(&im->wind);
+    const position opposite{int32_t(own.extent(0)) - 1, int32_t(own.extent(1)) - 1};
+    if (!own.holds(at)) return 0;
+    int64_t step[2];
+    uint8_t *first = memory::plain_pixels<two_d>(source_of(im), writing, in_source(im, {0, 0}),
+                                                 in_source(im, opposite), step);
+    if (!first) return 0;
+    if (st.transposed) std::swap(step[0], step[1]);
+    for (int axis = 0; axis < 2; axis++)
+      if (st.mirrored[axis]) step[axis] = -step[axis];
+    const int along = int(st.run_scan), across = 1 - along;
+    const uint32_t n = run_length(im, count, at);
+    copy_run<writing>({first, step[along], step[across]}, own.extent(along), uint32_t(at[along]),
+                      uint32_t(at[across]), values, n, st.pixel_bytes);
+    return n;
+  }
+
+  template <bool writing>
+  static uint32_t move_mirrored(image *im, uint32_t mode, buffer_of<writing> *buffer, uint32_t count,
+                                const position &at) {
     alignas(64) uint8_t staging[staging_bytes];
     const uint32_t bytes = state_in(im).pixel_bytes, chunk = staging_bytes / bytes;
+    const int axis = in_columns(state_in(im));
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t wanted) {
-      auto *values = static_cast<bytes_of *>(buffer) + uint64_t(done) * bytes;
+      auto *values = buffer + uint64_t(done) * bytes;
       uint32_t n = wanted;
       uint8_t *plain = memory::plain_run<two_d>(source_of(im), writing, last_in_source(im, from, n), &n);
       const auto through = [&](uint8_t *pixels, uint32_t run) {
-        if constexpr (writing) mirror(values, pixels, run, bytes);
+        if constexpr (writing) npfpix1_2transposek_i(values, pixels, run, bytes);
         const bool all =
-            pixels == plain || pass<writing>(im, mode, pixels, run, last_in_source(im, from, run));
-        if (!writing && all) mirror(pixels, const_cast<uint8_t *>(values), run, bytes);
+            pixels == plain || move_all<writing>(im, mode, pixels, run, last_in_source(im, from, run), axis);
+        if constexpr (!writing)
+          if (all) npfpix1_2transposek_i(pixels, values, run, bytes);
         return all;
       };
       if (plain && n == wanted) return through(plain, n), n;
@@ -126,21 +156,6 @@ struct rotate : view<two_d, rotate> {
       n = std::min(wanted, chunk);
       return through(staging, n) ? n : n > 1 && through(staging, 1) ? 1 : 0;
     });
-  }
-
-  // Moves n pixels of the source from a position on, in as many calls as it takes; false when it stops
-  // before.
-  template <bool writing>
-  static bool pass(image *im, uint32_t mode, uint8_t *pixels, uint32_t n, position at) {
-    const state &st = state_in(im);
-    for (uint32_t done = 0, moved; done < n; done += moved) {
-      uint8_t *here = pixels + done * st.pixel_bytes;
-      moved = writing ? call_write(source_of(im), write_mode(mode), here, n - done, at)
-                      : call_read(source_of(im), read_mode(mode), here, n - done, at);
-      if (moved == 0) return false;
-      at[int(st.run_scan) ^ st.transposed] += int32_t(moved);
-    }
-    return true;
   }
 
   static constexpr auto bxts = bxts_through;

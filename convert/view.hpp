@@ -335,6 +335,20 @@ struct view {
                         Kind::in_source(im, to));
     });
   }
+  // Moves n pixels of the source from a position on along an axis, in as many calls as it takes; false when it
+  // stops before.
+  template <bool writing>
+  static bool move_all(image *im, uint32_t mode, uint8_t *pixels, uint32_t n, point<SourceDim> at, int axis) {
+    source_image *source = source_of(im);
+    for (uint32_t done = 0, moved; done < n; done += moved) {
+      uint8_t *here = pixels + done * uint64_t(state_in(im).pixel_bytes);
+      moved = writing ? call_write(source, write_mode(mode), here, n - done, at)
+                      : call_read(source, read_mode(mode), here, n - done, at);
+      if (moved == 0) return false;
+      at[axis] += int32_t(moved);
+    }
+    return true;
+  }
   static int32_t wait_through(image *im, uint32_t mode, void *buffer) {
     source_image *source = source_of(im);
     return source->iowait(source, mode, buffer);

@@ -184,8 +184,31 @@ uint8_t *plain_run(record<Dim> *im, bool writing, const point<Dim> &at, uint32_t
   return address_of<Dim>(im, at);
 }
 
+template <class Dim>
+uint8_t *plain_pixels(record<Dim> *im, bool writing, const point<Dim> &at, const point<Dim> &opposite,
+                      int64_t *strides) {
+  using slot = slots<Dim>;
+  const auto window = box<Dim>::of(&im->wind);
+  if (!window.holds(at) || !window.holds(opposite)) return nullptr;
+  const bool along_x = writing ? im->iorite == slot::template write<copy<Dim, towards::image>>
+                               : im->ioread == slot::template read<copy<Dim, towards::buffer>>;
+  const bool converts = writing ? im->iorite == slot::template write<convert<Dim, towards::image>>
+                                : im->ioread == slot::template read<convert<Dim, towards::buffer>>;
+  if (!along_x && !converts) return nullptr;
+  const auto &st = state_of<state<Dim>>(im);
+  const uint32_t pixel = uint32_t(im->f.pixelsize);
+  const plan p = writing ? st.run.write : st.run.read;
+  const bool packs = p.steps == 1 && st.run.selected == pixel && p.step[0].kernel == qvimdatapackf16(pixel);
+  if (!along_x && !packs) return nullptr;
+  for (int axis = 0; axis < Dim::axes; axis++) strides[axis] = st.stride[axis];
+  return address_of<Dim>(im, at);
+}
+
 template uint8_t *plain_run<two_d>(qvimage *, bool, const two_d::point &, uint32_t *);
 template uint8_t *plain_run<three_d>(qvimage3 *, bool, const three_d::point &, uint32_t *);
+template uint8_t *plain_pixels<two_d>(qvimage *, bool, const two_d::point &, const two_d::point &, int64_t *);
+template uint8_t *plain_pixels<three_d>(qvimage3 *, bool, const three_d::point &, const three_d::point &,
+                                        int64_t *);
 template int32_t ioset<two_d>(qvimage *, uint32_t, uint32_t, uint32_t);
 template int32_t ioset<three_d>(qvimage3 *, uint32_t, uint32_t, uint32_t);
 
