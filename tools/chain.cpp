@@ -1,49 +1,242 @@
 #include "chain.hpp"
 
+#include <algorithm>
 #include <cstdint>
+
+#include <qvimage/colour.h>
+#include <qvimage/data.h>
+#include <qvimage/error.h>
+#include <qvimage/views.h>
 
 #include "failure.hpp"
 #include "text.hpp"
+#include "words.hpp"
 
 namespace tool {
+
+void chain::put(const std::function<int32_t(qvimage *, qvimage *)> &construct, const std::string &reason) {
+  qvimage *view = &views_.emplace_back().image;
+  if (const int32_t code = construct(view, top_); code < 0) refuse(code, reason);
+  top_ = view;
+}
+
+void chain::refuse(int32_t code, const std::string &reason) const {
+  throw failure(file_, code, where_ + ": " + reason);
+}
 
 namespace {
 
 constexpr int32_t invalid_dimensions = -52;
 
-step crop(const std::string &text) {
+using values = const arguments &;
+
+// An option whose value is one of a few words, each with a number for it.
+struct choice {
+  std::string_view word;
+  int32_t number;
+};
+
+int32_t chosen(const option &option, std::span<const choice> choices, const std::string &text) {
+  const auto found = std::ranges::find(choices, text, &choice::word);
+  if (found != choices.end()) return found->number;
+  std::string words;
+  for (const choice &choice : choices) words.append(words.empty() ? "" : "|").append(choice.word);
+  throw usage_error(std::string(option.name) + " takes " + words + ", not " + printable(text));
+}
+
+int64_t one_number(const option &option, const std::string &text, int64_t least, int64_t most) {
+  const auto found = numbers<int64_t>(text, ',', least, most);
+  if (found && found->size() == 1) return found->front();
+  throw usage_error(formatted("%s takes a number from %lld to %lld, not %s", option.name.data(),
+                              static_cast<long long>(least), static_cast<long long>(most),
+                              printable(text).c_str()));
+}
+
+bool is_real(const qvimage *image) { return image->d.pixietype >= QVIM_FLOAT32; }
+
+step crop(const std::string &text, values) {
   const auto found = numbers<int64_t>(text, ',', 0, INT32_MAX);
   if (!found || found->size() != 4 || (*found)[2] == 0 || (*found)[3] == 0)
     throw usage_error("--crop takes X,Y,W,H, four numbers, not " + printable(text));
   const int64_t x = (*found)[0], y = (*found)[1], width = (*found)[2], height = (*found)[3];
-  return [=](chain &chain, const std::string &file) {
+  const auto take = [=](chain &chain) {
     qvimage *image = chain.top();
     const qvywindow whole = image->imdim;
     if (x + width > whole.se.x || y + height > whole.se.y)
-      throw failure(file, invalid_dimensions,
-                    chain.where() + formatted(": %s reaches outside its %d x %d pixels", text.c_str(),
-                                              whole.se.x, whole.se.y));
+      chain.refuse(invalid_dimensions,
+                   formatted("%s reaches outside its %d x %d pixels", text.c_str(), whole.se.x, whole.se.y));
     qvywindow part = {{static_cast<int32_t>(x), static_cast<int32_t>(y)},
                       {static_cast<int32_t>(x + width), static_cast<int32_t>(y + height)}};
-    if (image->xwind(image, &part, 's') == nullptr)
-      throw failure(file, invalid_dimensions, chain.where() + ": " + text);
+    if (image->xwind(image, &part, 's') == nullptr) chain.refuse(invalid_dimensions, text);
   };
+  return {take, true};
+}
+
+// The flags of the view that turns.
+constexpr int32_t transposed = 1, mirrored_y = 2, mirrored_x = 4;
+constexpr choice turns[] = {
+    {"90", transposed | mirrored_x}, {"180", mirrored_x | mirrored_y}, {"270", transposed | mirrored_y}};
+constexpr choice flips[] = {{"x", mirrored_x}, {"y", mirrored_y}};
+
+step turned(uint32_t flags) {
+  const auto take = [=](chain &chain) {
+    chain.put(
+        [=](qvimage *view, qvimage *source) { return qvimage_rotate_filt(view, source, 0, flags); },
+        describe_type(chain.top()->d) + " pixels cannot be turned or mirrored, only 8- and 16-bit integers");
+    if (flags & transposed) chain.transpose();
+  };
+  return {take, true};
+}
+
+step rotate(const std::string &text, values) {
+  return turned(static_cast<uint32_t>(chosen(rotate_option, turns, text)));
+}
+
+step flip(const std::string &text, values) {
+  return turned(static_cast<uint32_t>(chosen(flip_option, flips, text)));
+}
+
+enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
+
+// `bits` are those of integers, 0 for floating-point types.
+void convert(chain &chain, int32_t type, int32_t bits, real_values mode) {
+  qvimagedata data;
+  const qvimagedata old = chain.top()->d;
+  qviminitdata(&data, type, bits, old.pixies, old.pixelhint);
+  chain.put(
+      [&](qvimage *view, qvimage *source) -> int32_t {
+        if (source->d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
+        return qvimage_converter(view, source, &data, 0, 0, static_cast<uint8_t>(bits), mode);
+      },
+      describe_type(old) + " pixels cannot be converted");
+  chain.note_conversion();
+}
+
+step bits(const std::string &text, values) {
+  const auto count = static_cast<int32_t>(one_number(bits_option, text, 1, 32));
+  const auto take = [=](chain &chain) {
+    if (is_real(chain.top()))
+      chain.refuse(QVERR_DATATYPE,
+                   "floating-point pixels have no bits to count (make them integers by --type)");
+    convert(chain, qvimdatabittype(count), count, same_numbers);
+  };
+  return {take, false};
+}
+
+constexpr choice types[] = {{"u8", QVIM_UINT8},
+                            {"u16", QVIM_UINT16},
+                            {"u32", QVIM_UINT32},
+                            {"f32", QVIM_FLOAT32},
+                            {"f64", QVIM_FLOAT64}};
+
+step type(const std::string &text, values given) {
+  const int32_t type = chosen(type_option, types, text);
+  const bool to_real = type >= QVIM_FLOAT32;
+  const real_values mode = given.has(normalise_option.name) ? from_0_to_1 : same_numbers;
+  const auto take = [=](chain &chain) {
+    const qvimagedata old = chain.top()->d;
+    const bool from_real = is_real(chain.top());
+    // An integer image made by a converter serves floating-point types itself, from what lies below it.
+    if (to_real && !from_real && chain.converted())
+      chain.refuse(QVERR_UNSUPPORTED,
+                   "integers made by --bits or --type cannot become floating-point at once");
+    // 1.0 stands for a pixie with all its bits set.
+    if (to_real && !from_real && mode == from_0_to_1 && old.i_bitsused < 8 * chain.top()->f.pixiesize)
+      chain.refuse(QVERR_UNSUPPORTED,
+                   describe_type(old) + " pixels cannot be normalised, only 8, 16 and 32 bits");
+    const int32_t bits = to_real ? 0 : 8 * qvimdatasize(static_cast<uint32_t>(type));
+    convert(chain, type, bits, from_real == to_real ? same_numbers : mode);
+  };
+  return {take, false};
+}
+
+step component(const std::string &text, values) {
+  const int64_t number = one_number(component_option, text, 1, 32);
+  const auto take = [=](chain &chain) {
+    const int32_t components = chain.top()->d.pixies;
+    chain.put(
+        [=](qvimage *view, qvimage *source) {
+          return qvimage_colorslice(view, source, 0, uint32_t{1} << (number - 1), 0);
+        },
+        formatted("component %d of %d", static_cast<int>(number), components));
+    chain.top()->d.pixelhint = QVIM_HINT_GREY;
+  };
+  return {take, false};
+}
+
+constexpr choice colours[] = {{"rgb", QVIM_HINT_RGB},    {"bgr", QVIM_HINT_BGR},   {"grey", QVIM_HINT_GREY},
+                              {"cmy", QVIM_HINT_CMY},    {"cmyk", QVIM_HINT_CMYK}, {"bsh", QVIM_HINT_BSH},
+                              {"ycrcb", QVIM_HINT_YCRCB}};
+
+bool is_rgb(int32_t hint) {
+  return hint == QVIM_HINT_RGB || hint == QVIM_HINT_BGR || hint == QVIM_HINT_RGBPAD ||
+         hint == QVIM_HINT_BGRPAD;
+}
+
+void recolour(chain &chain, int32_t hint) {
+  const qvimagedata old = chain.top()->d;
+  if (old.pixelhint == hint) return;
+  // There is a way between RGB and everything else, and none beside it.
+  if (!is_rgb(old.pixelhint) && !is_rgb(hint)) recolour(chain, QVIM_HINT_RGB);
+  chain.put([=](qvimage *view, qvimage *source) { return qvimage_colorconverter(view, source, hint, 0); },
+            describe_type(old) + " " + describe_colour(old) +
+                formatted(" pixels of %d components", old.pixies) + " have no such colours");
+}
+
+step colour(const std::string &text, values) {
+  const int32_t hint = chosen(colour_option, colours, text);
+  return {[=](chain &chain) { recolour(chain, hint); }, false};
+}
+
+step decimate(const std::string &text, values) {
+  const auto found = numbers<int64_t>(text, ',', 1, INT32_MAX);
+  if (!found || found->size() > 2)
+    throw usage_error("--decimate takes N or N,M, numbers from 1 on, not " + printable(text));
+  const auto x = static_cast<uint32_t>(found->front()), y = static_cast<uint32_t>(found->back());
+  const auto take = [=](chain &chain) {
+    const qvimage *source = chain.top();
+    std::string reason = "no pixel is left";
+    if (source->d.pixies > 1)
+      reason = formatted("pixels of %d components cannot be decimated (--component chooses one)",
+                         source->d.pixies);
+    else if (source->d.pixietype > QVIM_UINT16)
+      reason = describe_type(source->d) + " pixels cannot be decimated, only 8- and 16-bit integers";
+    chain.put([=](qvimage *view, qvimage *from) { return qvimage_decimate(view, from, 0, x, y, 0, 0); },
+              reason);
+  };
+  return {take, true};
+}
+
+constexpr choice phases[] = {{"rggb", 0}, {"grbg", 1}, {"gbrg", 2}, {"bggr", 3}};
+
+step bayer(const std::string &text, values) {
+  const auto phase = static_cast<uint32_t>(chosen(bayer_option, phases, text));
+  const auto take = [=](chain &chain) {
+    chain.put([=](qvimage *view, qvimage *source) { return qvimage_Beyer4_filter(view, source, 0, phase); },
+              describe_type(chain.top()->d) + " pixels are no raw values, only 8- and 16-bit integers");
+  };
+  return {take, false};
 }
 
 struct step_option {
   std::string_view name;
-  step (*make)(const std::string &value);
+  step (*make)(const std::string &value, values given);
 };
 
-constexpr step_option step_options[] = {{crop_option.name, crop}};
+constexpr step_option step_options[] = {
+    {crop_option.name, crop},     {rotate_option.name, rotate},     {flip_option.name, flip},
+    {bits_option.name, bits},     {type_option.name, type},         {component_option.name, component},
+    {colour_option.name, colour}, {decimate_option.name, decimate}, {bayer_option.name, bayer}};
 
 }  // namespace
 
 std::vector<step> steps_of(const arguments &arguments) {
+  if (arguments.has(normalise_option.name) && !arguments.has(type_option.name))
+    throw usage_error("--normalise goes with --type");
   std::vector<step> steps;
   for (const arguments::given &given : arguments.options()) {
     for (const step_option &option : step_options) {
-      if (option.name == given.name) steps.push_back(option.make(given.value));
+      if (option.name == given.name) steps.push_back(option.make(given.value, arguments));
     }
   }
   return steps;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <list>
 #include <string>
 #include <vector>
 
@@ -15,20 +16,57 @@ namespace tool {
 // Images over images, the page at the bottom. The records stay where they are while the chain lives.
 class chain {
  public:
-  explicit chain(qvimage *page, std::string where) : top_(page), where_(std::move(where)) {}
+  explicit chain(qvimage *page, std::string file, std::string where)
+      : top_(page), file_(std::move(file)), where_(std::move(where)) {}
+  chain(const chain &) = delete;
+  chain &operator=(const chain &) = delete;
+
   qvimage *top() const { return top_; }
-  const std::string &where() const { return where_; }  // the page, for messages
+
+  // Puts a view on the top. `construct(view, source)` gives a code; of a failure, `reason` is told.
+  void put(const std::function<int32_t(qvimage *, qvimage *)> &construct, const std::string &reason);
+  [[noreturn]] void refuse(int32_t code, const std::string &reason) const;
+
+  // Whether x and y have changed places on the way up.
+  bool transposed() const { return transposed_; }
+  void transpose() { transposed_ = !transposed_; }
+
+  // Whether the type or the number of bits has changed.
+  bool converted() const { return converted_; }
+  void note_conversion() { converted_ = true; }
 
  private:
+  struct record {
+    alignas(8) qvimage image;
+  };
+  std::list<record> views_;
   qvimage *top_;
-  std::string where_;
+  std::string file_, where_;
+  bool transposed_ = false, converted_ = false;
 };
 
-using step = std::function<void(chain &, const std::string &file)>;
+struct step {
+  std::function<void(chain &)> take;
+  bool keeps_palette;  // works on colour numbers as well as on colours
+};
 
 // The steps that the command line asks for; options that are none are passed over. Throws usage_error.
 std::vector<step> steps_of(const arguments &arguments);
 
 constexpr option crop_option = {"--crop", "X,Y,W,H", "only the W x H pixels from (X, Y) onward"};
+constexpr option rotate_option = {"--rotate", "DEGREES", "turn clockwise by 90, 180 or 270 degrees"};
+constexpr option flip_option = {"--flip", "x|y", "mirror left to right (x) or top to bottom (y)"};
+constexpr option bits_option = {"--bits", "N", "integers of 1 to 32 bits, scaled by a power of two"};
+constexpr option type_option = {"--type", "TYPE", "u8, u16, u32 (scaled as by --bits), f32 or f64"};
+constexpr option normalise_option = {"--normalise", "",
+                                     "with --type: floating-point 0 to 1 stand for the whole range\nof the "
+                                     "integers; else values are the same numbers"};
+constexpr option component_option = {"--component", "N", "only this component, counted from 1"};
+constexpr option colour_option = {"--colour", "NAME", "rgb, bgr, grey, cmy, cmyk, bsh or ycrcb"};
+constexpr option decimate_option = {"--decimate", "N[,M]", "every Nth pixel of every Mth row (M: N)"};
+constexpr option bayer_option = {
+    "--bayer", "PHASE",
+    "raw values behind colour filters as pixels of four\ncomponents; rggb, grbg, "
+    "gbrg or bggr: the first two rows"};
 
 }  // namespace tool

@@ -1,7 +1,9 @@
 // qvimage convert: pages of a file into another file, one at a time.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <utility>
 
 #include <qvimage/error.h>
 
@@ -59,6 +61,11 @@ class settings {
         throw usage_error("--compression takes " + compression_names() + ", not " + printable(*name));
     }
     if (const auto text = arguments.value("--resolution")) resolution_ = parse_resolution(*text);
+  }
+
+  // The page is turned on its side; a resolution from the command line is meant as it is.
+  void exchange_resolution(qvimagefileinfo &options) const {
+    if (!resolution_) std::swap(options.xres, options.yres);
   }
 
   // A copy that borrows the strings of `info` and of this.
@@ -136,9 +143,11 @@ class conversion {
 
   void write_page(writer &writer, int64_t number) {
     qvimagefileinfo options = settings_.applied_to(input_->info(number));
-    const auto page = input_->open(number, colour_map::kept);
-    chain chain(&page->image, formatted("page %lld", static_cast<long long>(number + 1)));
-    for (const step &step : steps_) step(chain, in_);
+    const bool keeps_palette = std::ranges::all_of(steps_, &step::keeps_palette);
+    const auto page = input_->open(number, keeps_palette ? colour_map::kept : colour_map::applied);
+    chain chain(&page->image, in_, formatted("page %lld", static_cast<long long>(number + 1)));
+    for (const step &step : steps_) step.take(chain);
+    if (chain.transposed()) settings_.exchange_resolution(options);
     writer.add(chain.top(), page->has_palette ? &page->palette : nullptr, options);
   }
 
@@ -169,6 +178,15 @@ constexpr option options[] = {
     pages_option,
     {"--append", "", "add the pages to OUT, if it exists, behind its own"},
     crop_option,
+    rotate_option,
+    flip_option,
+    bits_option,
+    type_option,
+    normalise_option,
+    component_option,
+    colour_option,
+    decimate_option,
+    bayer_option,
     {"--description", "TEXT", "ImageDescription of every page written; \"\" removes it"},
     {"--software", "TEXT", "the same for Software"},
     {"--copyright", "TEXT", "the same for Copyright"},
