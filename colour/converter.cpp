@@ -101,7 +101,7 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
     alignas(64) uint8_t staging[staging_bytes], presented[staging_bytes];
     source_image *source = source_of(im);
     const state &st = state_in(im);
-    const uint32_t most = staging_bytes / std::max(st.pixel, st.source_pixel);
+    const uint32_t most = staging_bytes / std::max(uint32_t(st.pixel), uint32_t(st.source_pixel));
     return base::in_pieces(im, count, at, most, [&](const position &to, uint32_t done, uint32_t n) {
       const position place = in_source(im, to);
       n = call_read(source, base::read_mode(mode), staging, n, place);

@@ -168,6 +168,7 @@ struct view {
   // and end together; along the last axis the view's own length ends the run.
   static bool lines_agree(image *im, scan s) {
     if constexpr (has_source_axes) {
+      if (int(s) >= SourceDim::axes) return false;  // the source refuses such runs
       const auto own = box<Dim>::of(&im->wind);
       const auto other = box<SourceDim>::of(&source_of(im)->wind);
       const position from = origin(im);
