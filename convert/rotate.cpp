@@ -1,9 +1,9 @@
 // An image transposed, mirrored, or both.
 #include <utility>
 
-#include <qvimage/npfpix.h>
 #include <qvimage/views.h>
 
+#include "convert/mirrored_runs.hpp"
 #include "convert/rectangle.hpp"
 #include "convert/view.hpp"
 #include "core/memory.hpp"
@@ -78,17 +78,12 @@ struct rotate : view<two_d, rotate> {
     const int32_t code = set_source(im, st.transposed ? mode ^ QVIM_YSCAN : mode, datatype, colourmask);
     if (code < 0) return code;
     install_runs_through(im);
-    if (reversed(st) || in_columns(st)) install_runs<move<false>, move<true>>(im);
+    if (reversed(st) || source_axis(im) == 1) install_runs<move<false>, move<true>>(im);
     return code;
   }
   static bool reversed(const state &st) { return st.mirrored[int(st.run_scan)]; }
-  static bool in_columns(const state &st) { return int(st.run_scan) != st.transposed; }  // of the source
-
-  // Along a mirrored axis the run of the source begins where the view's ends.
-  static position last_in_source(qvimage *im, position at, uint32_t n) {
-    at[int(state_in(im).run_scan)] += int32_t(n - 1);
-    return in_source(im, at);
-  }
+  // The axis of the source along which runs go.
+  static int source_axis(qvimage *im) { return int(state_in(im).run_scan) ^ state_in(im).transposed; }
 
   static uint32_t length(qvimage *im, uint32_t count, const position &at) {
     const uint32_t n = run_length(im, count, at);
@@ -97,15 +92,12 @@ struct rotate : view<two_d, rotate> {
   }
 
   template <bool writing>
-  using buffer_of = std::conditional_t<writing, const uint8_t, uint8_t>;
-
-  template <bool writing>
   static uint32_t move(image *im, uint32_t mode, std::conditional_t<writing, const void *, void *> buffer,
                        uint32_t count, const position &at) {
     auto *values = static_cast<buffer_of<writing> *>(buffer);
-    if (in_columns(state_in(im)))
+    if (source_axis(im) == 1)
       if (const uint32_t n = move_columns<writing>(im, values, count, at)) return n;
-    if (reversed(state_in(im))) return move_mirrored<writing>(im, mode, values, count, at);
+    if (reversed(state_in(im))) return move_mirrored<rotate, writing>(im, mode, values, count, at);
     if constexpr (writing)
       return write_through(im, mode, buffer, count, at);
     else
@@ -131,31 +123,6 @@ struct rotate : view<two_d, rotate> {
     copy_run<writing>({first, step[along], step[across]}, own.extent(along), uint32_t(at[along]),
                       uint32_t(at[across]), values, n, st.pixel_bytes);
     return n;
-  }
-
-  template <bool writing>
-  static uint32_t move_mirrored(image *im, uint32_t mode, buffer_of<writing> *buffer, uint32_t count,
-                                const position &at) {
-    alignas(64) uint8_t staging[staging_bytes];
-    const uint32_t bytes = state_in(im).pixel_bytes, chunk = staging_bytes / bytes;
-    const int axis = in_columns(state_in(im));
-    return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t wanted) {
-      auto *values = buffer + uint64_t(done) * bytes;
-      uint32_t n = wanted;
-      uint8_t *plain = memory::plain_run<two_d>(source_of(im), writing, last_in_source(im, from, n), &n);
-      const auto through = [&](uint8_t *pixels, uint32_t run) {
-        if constexpr (writing) npfpix1_2transposek_i(values, pixels, run, bytes);
-        const bool all =
-            pixels == plain || move_all<writing>(im, mode, pixels, run, last_in_source(im, from, run), axis);
-        if constexpr (!writing)
-          if (all) npfpix1_2transposek_i(pixels, values, run, bytes);
-        return all;
-      };
-      if (plain && n == wanted) return through(plain, n), n;
-      // A source that does not serve the far end of a run may still serve its beginning.
-      n = std::min(wanted, chunk);
-      return through(staging, n) ? n : n > 1 && through(staging, 1) ? 1 : 0;
-    });
   }
 
   static constexpr auto bxts = bxts_through;

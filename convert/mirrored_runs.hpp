@@ -1,0 +1,51 @@
+// Runs of a view that lie in its source in the opposite order: what begins a run here ends it there.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+#include <qvimage/npfpix.h>
+
+#include "convert/view.hpp"
+#include "core/memory.hpp"
+
+namespace qvim {
+
+template <bool writing>
+using buffer_of = std::conditional_t<writing, const uint8_t, uint8_t>;
+
+// Lines of a memory image along x are mirrored where they lie, others pass through the stack.
+template <class Kind, bool writing>
+uint32_t move_mirrored(qvimage *im, uint32_t mode, buffer_of<writing> *buffer, uint32_t count,
+                       const two_d::point &at) {
+  alignas(64) uint8_t staging[staging_bytes];
+  qvimage *source = Kind::source_of(im);
+  const uint32_t bytes = Kind::state_in(im).pixel_bytes, chunk = staging_bytes / bytes;
+  const int axis = int(Kind::state_in(im).run_scan);
+  return Kind::in_pieces(im, count, at, UINT32_MAX, [&](two_d::point from, uint32_t done, uint32_t wanted) {
+    auto *values = buffer + uint64_t(done) * bytes;
+    const auto first_in_source = [&](uint32_t run) {
+      two_d::point last = from;
+      last[axis] += int32_t(run - 1);
+      return Kind::in_source(im, last);
+    };
+    uint32_t n = wanted;
+    uint8_t *plain = memory::plain_run<two_d>(source, writing, first_in_source(n), &n);
+    const auto through = [&](uint8_t *pixels, uint32_t run) {
+      if constexpr (writing) npfpix1_2transposek_i(values, pixels, run, bytes);
+      const bool all =
+          pixels == plain || Kind::template move_all<writing>(im, mode, pixels, run, first_in_source(run),
+                                                              Kind::source_axis(im));
+      if constexpr (!writing)
+        if (all) npfpix1_2transposek_i(pixels, values, run, bytes);
+      return all;
+    };
+    if (plain && n == wanted) return through(plain, n), n;
+    // A source that does not serve the far end of a run may still serve its beginning.
+    n = std::min(wanted, chunk);
+    return through(staging, n) ? n : n > 1 && through(staging, 1) ? 1 : 0;
+  });
+}
+
+}  // namespace qvim
