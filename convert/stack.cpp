@@ -89,7 +89,7 @@ struct stack : view<two_d, stack, three_d> {
     return in_pieces(im, count, at, most_sums / st.colours,
                      [&](const position &from, uint32_t done, uint32_t n) {
                        std::memset(sums, 0, sizeof sums);
-                       for (uint32_t z = 0; z < std::max(st.frames, 1u) && n; z++)
+                       for (uint32_t z = 0; z < std::max(uint32_t(st.frames), 1u) && n; z++)
                          n = add_frame(im, mode, sums, from, int32_t(z), n);
                        uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * bytes;
                        const uint32_t pixies = n * st.colours, operand = st.operand;
