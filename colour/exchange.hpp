@@ -29,9 +29,9 @@ struct unchanged {
   QVIM_INLINE auto operator()(auto v) const { return v; }
 };
 
-// A chunk, which ends up in the destination after all of it was read. Bytes at both sides of the source's are
-// read, too, and not used.
-template <class T, int components, int first, int second, class Operation>
+// A chunk, all of which is read before any of it is written. Bytes at both sides of the source's are read, too,
+// and not used. With leave_gaps the last component of each pixel is not written.
+template <class T, int components, int first, int second, bool leave_gaps = false, class Operation>
 QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &operation) {
   constexpr auto &choice = bytes_chosen<sizeof(T), components, first, second>;
   constexpr int64_t distance = (second - first) * int64_t(sizeof(T));
@@ -40,10 +40,17 @@ QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &ope
   for (int64_t i = 0; i < int64_t(chunk_size); ++i)
     exchanged[i] = char((src[i + distance] & choice.after[i]) | (src[i] & choice.same[i]) |
                         (src[i - distance] & choice.before[i]));
-  if constexpr (std::is_same_v<Operation, unchanged>)
+  constexpr int values = int(chunk_size / sizeof(T));
+  if constexpr (leave_gaps) {
+    QVIM_INDEPENDENT
+    for (int i = 0; i < values; ++i)
+      if (i % components < components - 1)
+        store<T>(dst + i * int(sizeof(T)), operation(load<T>(exchanged + i * int(sizeof(T)))));
+  } else if constexpr (std::is_same_v<Operation, unchanged>) {
     std::memcpy(dst, exchanged, chunk_size);
-  else
-    run_dense<T, T>(exchanged, dst, chunk_size / sizeof(T), operation);
+  } else {
+    run_dense<T, T>(exchanged, dst, values, operation);
+  }
 }
 
 // Packed pixels; source and destination may be the same.
@@ -68,16 +75,55 @@ QVIM_INLINE void exchange_packed(const char *src, char *dst, uint64_t count,
   while (count) apart(count < per_chunk ? count : per_chunk);
 }
 
-// Pixels of three components at any strides.
+// Pixels of three components at any strides, in blocks with room at both sides.
+template <class T, int first, int second, class Operation>
+QVIM_INLINE void exchange_strided(const char *src, char *dst, int64_t srcstride, int64_t dststride,
+                                  uint64_t count, const Operation &operation) {
+  constexpr uint64_t size = 3 * sizeof(T), block = buffer_size / size;
+  static_assert(buffer_size % chunk_size == 0 && buffer_size % size == 0);
+  alignas(64) char buffer[chunk_size + buffer_size + chunk_size];
+  char *const pixels = buffer + chunk_size;
+  std::memset(buffer, 0, chunk_size);
+  while (count) {
+    const uint64_t part = count < block ? count : block;
+    move_pixels<size>(src, pixels, srcstride, size, part);
+    std::memset(pixels + part * size, 0, chunk_size);
+    for (uint64_t i = 0; i < part * size; i += chunk_size)
+      exchange_chunk<T, 3, first, second>(pixels + i, pixels + i, operation);
+    move_pixels<size>(pixels, dst, size, dststride, part);
+    count -= part;
+    if (!count) return;
+    src += int64_t(part) * srcstride;
+    dst += int64_t(part) * dststride;
+  }
+}
+
+// Pixels of three components in places of four on both sides, for processors that can leave out some when they
+// store.
+template <class T, int first, int second, class Operation>
+QVIM_INLINE void exchange_padded(const char *src, char *dst, uint64_t count, const Operation &operation) {
+  constexpr int64_t size = 4 * sizeof(T), per_chunk = chunk_size / size;
+  if (count > 2 * per_chunk) {  // nothing may be read before the first pixel
+    exchange_strided<T, first, second>(src, dst, size, size, 1, operation);
+    --count, src += size, dst += size;
+    for (; count > per_chunk; count -= per_chunk, src += chunk_size, dst += chunk_size)
+      exchange_chunk<T, 4, first, second, true>(src, dst, operation);
+  }
+  exchange_strided<T, first, second>(src, dst, size, size, count, operation);
+}
+
 template <class T, int first, int second, class Operation = unchanged>
-QVIM_INLINE void exchange(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
-                          const Operation &operation = {}) {
-  constexpr uint64_t size = 3 * sizeof(T);
-  packed_blocks<size, size>(
-      src, dst, srcstride, dststride,
-      count, [&](const char *from, char *to, uint64_t pixels) __attribute__((always_inline)) {
-        exchange_packed<T, 3, first, second>(from, to, pixels, operation);
-      });
+QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstride, uint64_t dststride,
+                          uint64_t count, const Operation &operation = {}) {
+  constexpr uint64_t packed = 3 * sizeof(T), padded = 4 * sizeof(T);
+  auto src = static_cast<const char *>(source);
+  auto dst = static_cast<char *>(destination);
+  if (srcstride == packed && dststride == packed)
+    exchange_packed<T, 3, first, second>(src, dst, count, operation);
+  else if (srcstride == padded && dststride == padded && QVIM_HAS_MASKED_STORES)
+    exchange_padded<T, first, second>(src, dst, count, operation);
+  else
+    exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
 }
 
 }  // namespace qvim

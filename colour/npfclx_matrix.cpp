@@ -67,6 +67,44 @@ struct clamped : rows<uint32_t, rows_used> {
   }
 };
 
+// The same for bytes and sums of moderate size, in 16 bits. A coefficient m is taken as 64 * high + low with
+// low from -32 to 31; with H and L the sums of high and low, (64 * H + L) >> 8 is (H + (L >> 6)) >> 2.
+template <int rows_used>
+struct narrow_clamped {
+  static constexpr int inputs = 3, outputs = rows_used;
+  int16_t high[rows_used][4], low[rows_used][4], largest;
+  bool fits;
+
+  template <class Wide>
+  QVIM_INLINE explicit narrow_clamped(const Wide &wide)
+      : largest(int16_t(wide.largest)), fits(wide.smallest == 0 && wide.largest <= INT16_MAX) {
+    for (int r = 0; r < outputs; ++r) {
+      int64_t most = 1024;  // what (L >> 6) may add, and more
+      for (int c = 0; c < 4; ++c) {
+        const int64_t m = int32_t(c < 3 ? wide.m[r][c] : wide.constant[r]), h = (m + 32) >> 6;
+        high[r][c] = int16_t(h);
+        low[r][c] = int16_t(m - 64 * h);
+        most += (h < 0 ? -h : h) * (c < 3 ? 255 : 1);
+      }
+      fits = fits && most <= INT16_MAX;
+    }
+  }
+  QVIM_INLINE pixel<uint8_t, outputs> operator()(pixel<uint8_t, 3> p) const {
+    pixel<uint8_t, outputs> q;
+    for (int r = 0; r < outputs; ++r) {
+      auto h = uint16_t(high[r][3]), l = uint16_t(low[r][3]);
+      for (int c = 0; c < 3; ++c) {
+        h = uint16_t(h + uint16_t(p.c[c] * uint16_t(high[r][c])));
+        l = uint16_t(l + uint16_t(p.c[c] * uint16_t(low[r][c])));
+      }
+      const auto v = int16_t(int16_t(h + (int16_t(l) >> 6)) >> 2);
+      const auto positive = v > 0 ? v : int16_t(0);
+      q.c[r] = uint16_t(positive < largest ? positive : largest);
+    }
+    return q;
+  }
+};
+
 template <class T>
 struct matrix3sl8r1 : clamped<T, 1, 8> {
   QVIM_INLINE matrix3sl8r1(uint32_t, const void *matrix)
@@ -211,6 +249,19 @@ struct matrix31r0 {
   }
 };
 
+template <class T, class Conversion, order from, order to>
+QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
+                          const Conversion &conversion) {
+  constexpr int outputs = Conversion::outputs;
+  if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
+    const narrow_clamped<outputs> narrow(conversion);
+    if (narrow.fits)
+      return convert_pixels<T, narrow_clamped<outputs>, from, to>(src, dst, srcstride, dststride, count,
+                                                                  narrow);
+  }
+  convert_pixels<T, Conversion, from, to>(src, dst, srcstride, dststride, count, conversion);
+}
+
 }  // namespace
 }  // namespace qvim
 
@@ -218,7 +269,7 @@ struct matrix31r0 {
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride,        \
                                                 uint64_t dststride, uint64_t count, uint32_t maxvalue, \
                                                 const void *param) {                                   \
-    qvim::convert_pixels<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                  \
+    qvim::multiply<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                        \
         src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                  \
   }
 #include <qvimage/members/npfclx.inc>

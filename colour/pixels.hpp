@@ -16,12 +16,17 @@ extern "C" npfbix_fn QVIM_KERNEL(npfbix_z3toz3_n), QVIM_KERNEL(npfbix_z6toz6_n),
 
 namespace qvim {
 
-constexpr uint64_t block_pixels = 256;
+constexpr uint64_t buffer_size = 6144;  // bytes of pixels gathered at a time
 
 // What a component is while it is computed with. Bytes are taken apart two pixels at a time, as 16-bit words:
 // shuffles of words are much faster than those of bytes, and sums of bytes need the room anyway.
 template <class T>
 using lane_of = std::conditional_t<sizeof(T) == 1, uint16_t, T>;
+
+// How many pixels are taken apart at a time: so many that the loops' beginnings do not count, so few that all
+// stays in the cache nearest to the processor.
+template <class T>
+constexpr uint64_t block_pixels = 2048 / sizeof(lane_of<T>);
 
 // Of a result only the low bits of the component's width count.
 template <class T, int n>
@@ -32,7 +37,7 @@ struct pixel {
 // The components of a block of pixels, in whatever order split() gives them; join() knows it.
 template <class T, int n>
 struct planes {
-  alignas(64) lane_of<T> c[n][block_pixels];
+  alignas(64) lane_of<T> c[n][block_pixels<T>];
 };
 
 // Copies whole pixels from run to run; runs overlap only when they are the same.
@@ -106,10 +111,11 @@ QVIM_INLINE void packed_blocks(const void *source, void *destination, uint64_t s
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
   const bool src_packed = srcstride == size_in, dst_packed = dststride == size_out;
-  alignas(64) char pixels[block_pixels * size_in];
-  alignas(64) char results[block_pixels * size_out];
+  constexpr uint64_t block = buffer_size / (size_in > size_out ? size_in : size_out);
+  alignas(64) char pixels[block * size_in];
+  alignas(64) char results[block * size_out];
   while (count) {
-    const uint64_t part = (src_packed && dst_packed) || count < block_pixels ? count : block_pixels;
+    const uint64_t part = (src_packed && dst_packed) || count < block ? count : block;
     if (!src_packed) move_pixels<size_in>(src, pixels, int64_t(srcstride), size_in, part);
     dense(src_packed ? src : pixels, dst_packed ? dst : results, part);
     if (!dst_packed) move_pixels<size_out>(results, dst, size_out, int64_t(dststride), part);
@@ -139,8 +145,8 @@ QVIM_INLINE void convert_pixels(const void *source, void *destination, uint64_t 
   packed_blocks<size_in, size_out>(
       source, destination, srcstride, dststride,
       run, [&](const char *src, char *dst, uint64_t count) __attribute__((always_inline)) {
-        for (uint64_t done = 0; done < count; done += block_pixels) {
-          const uint64_t part = count - done < block_pixels ? count - done : block_pixels;
+        for (uint64_t done = 0; done < count; done += block_pixels<T>) {
+          const uint64_t part = count - done < block_pixels<T> ? count - done : block_pixels<T>;
           split(src + done * size_in, in, part);
           QVIM_INDEPENDENT
           for (uint64_t i = 0; i < part; ++i) {

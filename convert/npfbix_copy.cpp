@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "convert/run.hpp"
+#include "convert/shuffle.hpp"
 
 namespace qvim {
 namespace {
@@ -45,19 +46,42 @@ QVIM_INLINE void copy_elements(const char *src, char *dst, uint64_t count) {
       store(dst + (i * to + c) * size, load<Element>(src + (i * from + c) * size));
 }
 
-// The same from adjacent pixels, for processors that can leave out elements when they store: pixels are
-// spread in a block and the block is stored but for its gaps.
+// The rest is for processors that can leave out elements when they store. A block of pixels of `to` elements
+// is stored but for its gaps.
+constexpr int block = 64;
+
+template <class Element, int to, int used>
+QVIM_INLINE void store_but_gaps(const auto &elements, char *dst) {
+  QVIM_INDEPENDENT
+  for (int i = 0; i < block * to; ++i)
+    if (i % to < used) store<Element>(dst + i * int(sizeof(Element)), elements(i));
+}
+
+template <class Element, int to, int used>
+QVIM_INLINE void copy_but_gaps(const char *src, char *dst, uint64_t count) {
+  constexpr int size = sizeof(Element);
+  for (; count > block; count -= block, src += block * to * size, dst += block * to * size)
+    store_but_gaps<Element, to, used>([=](int i) { return load<Element>(src + i * size); }, dst);
+  copy_elements<Element, to, to, used>(src, dst, count);
+}
+
+// From adjacent pixels, which are spread in a buffer first: those of three bytes by shuffles of four of them.
 template <class Element, int to, int used = 1>
 QVIM_INLINE void spread_elements(const char *src, char *dst, uint64_t count) {
-  constexpr int block = 64, size = sizeof(Element);
-  Element spread[block * to];
-  for (; count > block; count -= block, src += block * used * size, dst += block * to * size) {
-    for (int i = 0; i < block; ++i)
-      for (int c = 0; c < to; ++c)
-        spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * size);
-    QVIM_INDEPENDENT
-    for (int i = 0; i < block * to; ++i)
-      if (i % to < used) store(dst + i * size, spread[i]);
+  constexpr int size = sizeof(Element);
+  constexpr bool three_bytes = size == 1 && to == 4 && used == 3;
+  alignas(64) Element spread[block * to];
+  for (; count > block + three_bytes; count -= block, src += block * used * size, dst += block * to * size) {
+    if constexpr (three_bytes) {
+      const bytes16 order = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
+      for (int i = 0; i < block; i += 4)
+        store(reinterpret_cast<char *>(spread + 4 * i), shuffled(load<bytes16>(src + 3 * i), order));
+    } else {
+      for (int i = 0; i < block; ++i)
+        for (int c = 0; c < to; ++c)
+          spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * size);
+    }
+    store_but_gaps<Element, to, used>([&](int i) { return spread[i]; }, dst);
   }
   copy_elements<Element, used, to, used>(src, dst, count);
 }
@@ -85,6 +109,8 @@ QVIM_INLINE bool copy_components(const char *src, char *dst, int64_t srcstride, 
       return copy_elements<element, 4, 3, 3>(src, dst, count), true;
     if (srcstride == n && dststride == n / 3 * 4 && QVIM_HAS_MASKED_STORES)
       return spread_elements<element, 4, 3>(src, dst, count), true;
+    if (srcstride == n / 3 * 4 && dststride == srcstride && QVIM_HAS_MASKED_STORES)
+      return copy_but_gaps<element, 4, 3>(src, dst, count), true;
   }
   return false;
 }

@@ -36,7 +36,7 @@
  *   RGB4toBGR4_1i      the same for pixels of 4 components, whose last one keeps its value (widths 1 and 2)
  *
  * Palettes (widths 1 2 4; param: the palette, of components of the kernel's width; it must have an entry for
- * every index that occurs in the source, and others are not read)
+ * every index up to the largest that occurs in the source)
  *   BGRLut3toBGRx      one index a pixel becomes the 3 components of that entry; entries have 3 components
  *   BGRLut4toBGRx      the same with entries of 4 components, the last one unused. In width 4 the index is
  *                      taken modulo 2^30

@@ -69,7 +69,9 @@ class arguments {
                               NAN, 0.1,   -7};
     for (int i = 0; i < 12; ++i) {
       const int32_t any = int32_t(random());
-      values.integer_matrix[i] = turn % 6 < 4 ? standard[turn % 6][i] : turn % 6 == 4 ? any : any >> 18;
+      values.integer_matrix[i] = turn % 6 < 4    ? standard[turn % 6][i]
+                                 : turn % 6 == 4 ? any
+                                                 : any >> (18 + turn % 4);
       values.real_matrix[i] =
           turn % 4 == 3 ? special[random() % 8] : any / double(1u << (turn % 4 == 2 ? 20 : 31));
     }
@@ -198,6 +200,11 @@ std::vector<run_case> cases(const conversion &c) {
       for (auto [s, d] : strides) list.push_back({s, d, count, false});
     for (int64_t stride : {both, both + w, both + 1, -both})
       if (!c.in_place_only() || stride == both) list.push_back({stride, stride, count, true});
+  }
+  for (uint64_t count : {1025, 2050, 4300}) {  // longer than any block
+    if (!c.in_place_only())
+      list.push_back({in, out, count, false}), list.push_back({in + w, out + w, count, false});
+    list.push_back({both, both, count, true});
   }
   return list;
 }
