@@ -379,6 +379,16 @@ TEST(GeometryChains, AllocateNothingInTransfers) {
   EXPECT_EQ(allocation_count(), before);
 }
 
+TEST(GeometryChains, ThinLinesThatTheSourceServesInParts) {
+  deep frames(3, 1, 3);
+  qvimage beside, thinned;
+  ASSERT_EQ(qvimage_def2from3(&beside, &frames.im, 0, 2, 0, 0x40), 0);
+  ASSERT_EQ(qvimage_decimate(&thinned, &beside, 0, 3, 1, 0, 0), 0);
+  EXPECT_EQ(read_all(&thinned), (bytes{0, 3, 6}));
+  ASSERT_EQ(qvimage_decimate(&thinned, &beside, 0, 2, 1, 1, 0), 0);
+  EXPECT_EQ(read_all(&thinned), (bytes{1, 3, 5, 7}));
+}
+
 TEST(GeometryChains, ReachMirroredRunsAcrossJoinedFrames) {
   deep frames(3, 1, 3);
   qvimage beside, mirrored;
