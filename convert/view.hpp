@@ -336,8 +336,8 @@ struct view {
                         Kind::in_source(im, to));
     });
   }
-  // Moves n pixels of the source from a position on along an axis, in as many calls as it takes; false when it
-  // stops before.
+  // Moves n pixels of the source from a position on along an axis, in as many calls as it takes; false when
+  // it stops before.
   template <bool writing>
   static bool move_all(image *im, uint32_t mode, uint8_t *pixels, uint32_t n, point<SourceDim> at, int axis) {
     source_image *source = source_of(im);

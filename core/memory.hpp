@@ -89,8 +89,8 @@ template <class Dim>
 uint8_t *plain_run(record<Dim> *im, bool writing, const point<Dim> &at, uint32_t *count);
 
 // The same for a rectangle: the address of the pixel at one of its corners, with the bytes to a pixel's
-// neighbours along each axis. Null unless this is a memory image set up for whole pixels as they are stored, in
-// any scan order, and its window holds both corners.
+// neighbours along each axis. Null unless this is a memory image set up for whole pixels as they are stored,
+// in any scan order, and its window holds both corners.
 template <class Dim>
 uint8_t *plain_pixels(record<Dim> *im, bool writing, const point<Dim> &at, const point<Dim> &opposite,
                       int64_t *strides);
