@@ -29,8 +29,8 @@ struct unchanged {
   QVIM_INLINE auto operator()(auto v) const { return v; }
 };
 
-// A chunk, all of which is read before any of it is written. Bytes at both sides of the source's are read, too,
-// and not used. With leave_gaps the last component of each pixel is not written.
+// A chunk, all of which is read before any of it is written. Bytes at both sides of the source's are read,
+// too, and not used. With leave_gaps the last component of each pixel is not written.
 template <class T, int components, int first, int second, bool leave_gaps = false, class Operation>
 QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &operation) {
   constexpr auto &choice = bytes_chosen<sizeof(T), components, first, second>;
@@ -98,8 +98,8 @@ QVIM_INLINE void exchange_strided(const char *src, char *dst, int64_t srcstride,
   }
 }
 
-// Pixels of three components in places of four on both sides, for processors that can leave out some when they
-// store.
+// Pixels of three components in places of four on both sides, for processors that can leave out some when
+// they store.
 template <class T, int first, int second, class Operation>
 QVIM_INLINE void exchange_padded(const char *src, char *dst, uint64_t count, const Operation &operation) {
   constexpr int64_t size = 4 * sizeof(T), per_chunk = chunk_size / size;

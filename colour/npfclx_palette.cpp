@@ -41,9 +41,9 @@ struct byte_palette {
 };
 
 #if QVIM_HAVE_WIDE_LOOKUP
-// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the half of
-// the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more shuffles for
-// each vector of pixels.
+// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
+// half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
+// shuffles for each vector of pixels.
 typedef uint8_t bytes64 __attribute__((vector_size(64)));
 
 // Where byte i of a vector of pixels lies in the first two planes or in the third, and in which.
@@ -79,8 +79,9 @@ struct joining {
 }
 #endif
 
-// Adjacent bytes in and out. Entries are joined to words, so that they take one load each, and pixels are stored
-// two at a time, with two bytes too many that the next ones overwrite. Returns how many pixels are done.
+// Adjacent bytes in and out. Entries are joined to words, so that they take one load each, and pixels are
+// stored two at a time, with two bytes too many that the next ones overwrite. Returns how many pixels are
+// done.
 template <int components>
 QVIM_INLINE uint64_t look_up_bytes(const char *src, char *dst, uint64_t count, const char *table) {
   constexpr uint64_t section = 4096, together = 64;

@@ -8,8 +8,8 @@
 namespace qvim {
 namespace {
 
-// A line of the one side is a column of the other: pixels of `bytes` bytes lie side by side across the lines in
-// `from`, along them in `to`. Both go on with strides.
+// A line of the one side is a column of the other: pixels of `bytes` bytes lie side by side across the
+// lines in `from`, along them in `to`. Both go on with strides.
 struct transposition {
   grid<const uint8_t> from;
   grid<uint8_t> to;

@@ -5,8 +5,8 @@
 
 namespace qvim {
 
-// Where the pixels lie on one side: the first of them, and the bytes from each to the next of its line, and to
-// that of the next line.
+// Where the pixels lie on one side: the first of them, and the bytes from each to the next of its line,
+// and to that of the next line.
 template <class Byte>
 struct grid {
   Byte *first;
