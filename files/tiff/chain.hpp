@@ -39,8 +39,8 @@ class chain {
   uint64_t walked_ = 0;  // bytes of the directories so far
 };
 
-// Directories are small and may lie far apart: while it lives, a file that is only read is read in small
-// blocks.
+// Directories are small and may lie far apart: while it lives, the file is read in small blocks.
+// Pointers into the resident block end with it.
 class small_blocks {
  public:
   explicit small_blocks(bufio &file) : file_(file), size_(file.bufsize), shift_(file.bufshift) {
@@ -56,6 +56,7 @@ class small_blocks {
   static constexpr uint64_t small_shift = 12, small = uint64_t{1} << small_shift;
 
   void set(uint64_t size, uint64_t shift) {
+    bufio_flush(&file_);  // whatever the block holds is not lost with it
     file_.bufsize = size;
     file_.bufshift = shift;
     file_.valid = 0;
