@@ -187,7 +187,8 @@ struct view {
     const chain_step step;
     if (step.too_deep() || is_own_source(im)) return -5;
     const int32_t code = Kind::set_runs(im, mode, datatype, colourmask);
-    if (code < 0) clear_runs<Dim>(im);
+    // A source that moves nothing, having lost its window, accepts pixels of no size too.
+    if (code < 0 || state_in(im).pixel_bytes == 0) clear_runs<Dim>(im);
     return code;
   }
 

@@ -167,6 +167,39 @@ TEST(GeometryRefuses, ViewsOverThemselves) {
   EXPECT_EQ(view3.ioset(&view3, 0, QVIM_UINT8, 1), -5);
 }
 
+// A null-windowed source accepts every set-up and moves nothing: so do its views.
+TEST(GeometryRefuses, PixelsOfSourcesWithoutAWindow) {
+  flat grey(4, 3);
+  deep frames(4, 3, 2);
+  qvimage view;
+  const std::function<int32_t()> make[] = {
+      [&] { return qvimage_decimate(&view, &grey.im, 0, 2, 1, 0, 0); },
+      [&] { return qvimage_rotate_filt(&view, &grey.im, 0, 4); },
+      [&] { return qvimage_yodd(&view, &grey.im, 0, 0); },
+      [&] { return qvimage_cachemonitor(&view, &grey.im, 0, 0); },
+      [&] { return qvimage_converter(&view, &grey.im, nullptr, 0, 0, 0, 0); },
+      [&] { return qvimage_Beyer4_filter(&view, &grey.im, 0, 0); },
+      [&] { return qvimage_colorslice(&view, &grey.im, 0, 1, 0); },
+      [&] { return qvimage_def2from3(&view, &frames.im, 0, 2, 0, 0); },
+      [&] { return qvimage_stack(&view, &frames.im); }};
+  for (const auto &m : make) {
+    ASSERT_NE(grey.im.xwind(&grey.im, nullptr, 's'), nullptr);
+    ASSERT_NE(frames.im.xwind(&frames.im, nullptr, 's'), nullptr);
+    ASSERT_EQ(m(), 0);
+    qvimnullwind(&grey.im);
+    qvim3nullwind(&frames.im);
+    for (const uint32_t type : {0u, 3u, uint32_t(QVIM_UINT8), uint32_t(QVIM_UINT64)})
+      for (const uint32_t mask : {0u, 1u, 15u}) {
+        SCOPED_TRACE(std::string(view.devname, 8) + std::to_string(type) + " " + std::to_string(mask));
+        view.ioset(&view, 0, type, mask);
+        uint8_t out[64] = {};
+        EXPECT_EQ(view.ioread(&view, 0, out, 1, 0, 0), 0u);
+        EXPECT_EQ(view.iorite(&view, 0, out, 1, 0, 0), 0u);
+        EXPECT_EQ(view.iolen(&view, 1, 0, 0), 0u);
+      }
+  }
+}
+
 // --- what they say of themselves ---------------------------------------------------------------------
 
 TEST(GeometryDescribes, ItsPlaceInTheChain) {
