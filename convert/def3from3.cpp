@@ -52,9 +52,9 @@ struct def3from3 : view<three_d, def3from3> {
 
   static constexpr auto bxts = bxts_through;
   static int32_t imapset(qvimage3 *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    clear_mapping<three_d>(im);
-    if (mode & QVIM_ZSCAN) return -1;
-    return imapset_through(im, mode, datatype, colourmask);
+    const bool through_frames = renumbers(im) && (mode & 6) == QVIM_ZSCAN;
+    const int32_t answer = imapset_through(im, mode, datatype, colourmask);
+    return answer < 0 || !through_frames ? answer : view::imapset(im, mode, datatype, colourmask);
   }
 };
 

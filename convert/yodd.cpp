@@ -45,9 +45,8 @@ struct yodd : view<two_d, yodd> {
 
   static constexpr auto bxts = bxts_through;
   static int32_t imapset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    clear_mapping<two_d>(im);
-    if (mode & QVIM_YSCAN) return -11;
-    return imapset_through(im, mode, datatype, colourmask);
+    const int32_t answer = imapset_through(im, mode, datatype, colourmask);
+    return answer < 0 || !(mode & QVIM_YSCAN) ? answer : view::imapset(im, mode, datatype, colourmask);
   }
 };
 

@@ -19,6 +19,8 @@
  *   -1   image or source is null (a null image is not touched)
  * and those named at each function. Set-ups of any view return the source's failures, and
  *   -5   the view is its own source, or chains of views form a ring
+ *   -11  ioset: a scan order that the image has not, where its constructor names no other code; imapset: a
+ *        view that cannot be mapped
  * after which, as after any failure, transfers move nothing.
  *
  * Changing the source's window or set-up directly discards what its views have set up. A view is used by one
@@ -47,8 +49,10 @@ QVIM_BEGIN_DECLS
  *                   values.
  *
  * ioset and bxts:
- *   -19  64-bit integers on one side that the other would have to be converted to or from
+ *   -19  a type that is none, or 64-bit integers on one side that the other would have to be converted to or
+ *        from
  *   -21  colourmask selects no pixie of the source
+ * ioset:
  *   -1   a scan order that the image has not; with a conversion, also the z-scan of 3-D images
  * imapset:
  *   -19  what is asked for needs a conversion or another byte order; else what the source answers
@@ -139,13 +143,13 @@ int32_t qvimage_def3from2(qvimage3 *image, qvimage *source, uint8_t sharewindow)
  *   frameoffset   any number
  *   reserved1, 2  no effect
  *   sharewindow   0: the frames of the source's window of this moment are renumbered. The record's imdim is
- *                 the source's; its window at first is what the source's window holds, and wider ones get no
- *                 pixels beyond that. Not 0: all frames of the source are, and those that its window has not
- *                 are not served.
+ *                 the source's; its window at first is what the source's window holds. Wider ones get no
+ *                 pixels beyond that, deeper ones the same frames again. Not 0: all frames of the source are,
+ *                 and those that its window has not are not served.
  *
  *   -1   the source has no frames
  * Data types, components and block transfers are the source's. Mappings are too, of runs along x or y that
- * stay within a line; where the offset changes nothing, of all that the source maps. */
+ * stay within a line (imapset along z: -11); where the offset changes nothing, of all that the source maps. */
 int32_t qvimage3_def3from3(qvimage3 *image, qvimage3 *source, int32_t frameoffset, uint32_t reserved1,
                            uint32_t reserved2, uint8_t sharewindow);
 
@@ -187,7 +191,7 @@ int32_t qvimage_rotate_filt(qvimage *image, qvimage *source, uint8_t sharewindow
  *
  *   -1   odd lines of an image one line high; other selectors
  * What is written to a line of the view is seen in both lines. Data types, components and block transfers are
- * the source's; so are mappings of runs along x within a line. */
+ * the source's; so are mappings of runs along x within a line (imapset along y: -11). */
 int32_t qvimage_yodd(qvimage *image, qvimage *source, uint8_t sharewindow, uint32_t selector);
 
 /* Presents the mean of the frames of a 3-D image, of those in its window of this moment: sums divided by
@@ -198,8 +202,8 @@ int32_t qvimage_yodd(qvimage *image, qvimage *source, uint8_t sharewindow, uint3
  * the least significant end where pixies are not full.
  *   -19  pixies other than 8- and 16-bit integers
  *   -15  more frames than 32-bit sums hold: 2^24 for 8-bit pixies, 65537 for 16-bit ones
- * ioset serves every request for the type: values at either end, either byte order; -11 for scan orders other
- * than x and y, -21 as the source. Pixels cannot be mapped. */
+ * ioset serves every request for the type: values at either end, either byte order. Another type is -19.
+ * Pixels cannot be mapped. */
 int32_t qvimage_stack(qvimage *image, qvimage3 *source);
 
 /* Presents an image unchanged and notes whether its pixels have been read or written through this record.

@@ -146,6 +146,35 @@ TEST(GeometryRefuses, SetUpsThatDoNotFit) {
   EXPECT_EQ(view3.ioset(&view3, QVIM_ZSCAN, QVIM_UINT8, 1), -11);
 }
 
+// Where lines or frames lie in another order there are no mappings across them; other reasons come first.
+TEST(GeometryRefuses, MappingsInTheOrderOfTheirReasons) {
+  flat grey(4, 4);
+  deep frames(4, 3, 2);
+  qvimage lines;
+  qvimage3 renumbered, same;
+  ASSERT_EQ(qvimage_yodd(&lines, &grey.im, 0, 1), 0);
+  ASSERT_EQ(qvimage3_def3from3(&renumbered, &frames.im, 1, 0, 0, 0), 0);
+  ASSERT_EQ(qvimage3_def3from3(&same, &frames.im, 2, 0, 0, 0), 0);
+  const uint32_t y = QVIM_YSCAN | QVIM_STEP, z = QVIM_ZSCAN | QVIM_STEP;
+  const struct {
+    uint32_t mode, type, mask;
+    int32_t of_lines, of_renumbered, of_same;
+  } cases[] = {{0, QVIM_UINT8, 1, 0x4005, 0x4005, 0x4005}, {y, QVIM_UINT8, 1, -11, 0x4005, 0x4005},
+               {z, QVIM_UINT8, 1, -1, -11, 0x4005},        {y, QVIM_UINT16, 1, -19, -19, -19},
+               {y, QVIM_UINT8, 2, -21, -21, -21},          {z, QVIM_UINT16, 1, -19, -19, -19},
+               {z, QVIM_UINT8, 2, -21, -21, -21},          {y | z, QVIM_UINT8, 1, -1, -1, -1}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(std::to_string(c.mode) + " " + std::to_string(c.type) + " " + std::to_string(c.mask));
+    qvimagemap map;
+    EXPECT_EQ(lines.imapset(&lines, c.mode, c.type, c.mask), c.of_lines);
+    EXPECT_EQ(lines.imap(&lines, &map, 0, 0), c.of_lines > 0);
+    EXPECT_EQ(renumbered.imapset(&renumbered, c.mode, c.type, c.mask), c.of_renumbered);
+    EXPECT_EQ(renumbered.imap(&renumbered, &map, 0, 0, 0), c.of_renumbered > 0);
+    EXPECT_EQ(same.imapset(&same, c.mode, c.type, c.mask), c.of_same);
+    EXPECT_EQ(same.imap(&same, &map, 0, 0, 0), c.of_same > 0);
+  }
+}
+
 TEST(GeometryRefuses, ViewsOverThemselves) {
   flat grey(4, 3);
   deep frames(4, 3, 2);
