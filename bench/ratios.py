@@ -64,10 +64,10 @@ def main(path):
             under += short
             asked = f'{ours["most"]:.0f}ns' if "most" in ours else ""
             print(f"{what:44} {readable(ours):>24}   {'':6} {asked:>6} {'<' if short else ' '}")
-        for who, peer in whos.items():
+        under += any(too_slow(ours, peer) for peer in whos.values())
+        for who, peer in sorted(whos.items(), key=lambda item: time_of(item[1])):  # the fastest first
             ratio = time_of(peer) / time_of(ours)
             short = too_slow(ours, peer)
-            under += short
             asked = asked_for(ours)
             mark = "<" if short else " "
             print(f"{what:44} {readable(ours):>24}   {ratio:6.2f} {asked:>6} {mark} {who}: {readable(peer)}")
