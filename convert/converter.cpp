@@ -125,13 +125,15 @@ struct converter : view<Dim, converter<Dim>> {
                                                      : presented_bits(im, datatype);
   }
 
-  // Does the source by itself deliver what this view presents? It does when the view's bits and its masking
-  // make no difference to the kernel.
+  // Does the source by itself deliver what this view presents? It does in its own type, when the view's bits
+  // and its masking make no difference to the kernel. A source that is a view may serve other types too, but
+  // as its own bits and mode have them.
   static bool is_identity(image *im, uint32_t datatype) {
     const state &st = state_in(im);
     const source_image *source = source_of(im);
     const side stored{stored_word(source), uint32_t(source->d.i_bitsused)}, caller{datatype, stored.bits};
-    if (!stored.integer()) return st.bits == 0 || !caller.integer();
+    if (caller.type() != stored.type()) return false;
+    if (!stored.integer()) return true;
     if (!st.mask_undefined && st.bits == stored.bits) return true;
     // Values at the high end with more bits than the source has would fill its unused ones.
     if (datatype & QVIM_MSB && st.bits > stored.bits && !source->d.i_dirtyrite) return false;

@@ -43,10 +43,15 @@ QVIM_BEGIN_DECLS
  *   bits            the significant bits presented to callers; 0: as many as the source has. Callers that
  *                   name a justification get and give values of this many bits: values are shifted so that
  *                   their most significant bits agree. Callers that name none get and give values as they are
- *                   stored. The description in the record does not change with it.
+ *                   stored. The description in the record does not change with it; give one by `data` where
+ *                   another view is to be put on this one: it goes by what the record says.
  *   mode            1: floating values from 0.0 to 1.0 stand for integers from 0 to the largest that fits a
  *                   pixie of the source, values beyond are cut off. Else floating values equal integer
  *                   values.
+ *
+ * Requests for the source's own type and bits go to the source as they are. Everything else is converted from
+ * the pixels that the source's description tells of, also where the source is a view that could serve the
+ * type by itself.
  *
  * ioset and bxts:
  *   -19  a type that is none, or 64-bit integers on one side that the other would have to be converted to or
