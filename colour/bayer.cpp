@@ -28,16 +28,13 @@ struct bayer : view<Dim, bayer<Dim>> {
     npfbix_fn *copy_value, *copy_pixel;
   };
 
-  static int32_t make(image *im, source_image *reference, uint8_t sharewindow, uint32_t phase) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const source_image *source = base::begin(im, reference, sharewindow);
-    if (source->d.pixietype != QVIM_UINT8 && source->d.pixietype != QVIM_UINT16) return fail(im, -19);
+  static int32_t build(image *im, const source_image *source, uint32_t phase) {
+    if (source->d.pixietype != QVIM_UINT8 && source->d.pixietype != QVIM_UINT16) return -19;
     state_in(im).phase = phase & 3;
     im->d.pixies = 4;
     im->d.pixelhint = QVIM_HINT_BAYER4;
     qviminitfacts(&im->f, &im->d);
-    return base::finish(im);
+    return 0;
   }
 
   // The source is read line by line; a run along z takes a line of one cell at each step.

@@ -28,17 +28,11 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
     uint8_t pads;        // the source's pixels have a component that no conversion gives a value
   };
 
-  static int32_t make(image *im, source_image *reference, int32_t hint, uint8_t sharewindow) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const source_image *source = base::begin(im, reference, sharewindow);
+  static int32_t build(image *im, const source_image *source, int32_t hint) {
     state &st = state_in(im);
     const qvimagedata d = source->d;
-    if (qvimdatasize(uint32_t(d.pixietype)) == 0 || d.pixietype == QVIM_UINT64) return fail(im, -19);
-    if (colour_steps steps; choose_colours(d, hint, &steps))
-      st.steps = steps;
-    else
-      return fail(im, -21);
+    if (qvimdatasize(uint32_t(d.pixietype)) == 0 || d.pixietype == QVIM_UINT64) return -19;
+    if (!choose_colours(d, hint, &st.steps)) return -21;
     im->d.pixies = hint & 15;
     im->d.pixelhint = hint;
     base::serve_numbers(im);
@@ -47,7 +41,7 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
     st.pixel = uint32_t(im->f.pixelsize);
     st.pixie = uint32_t(im->f.pixiesize);
     st.copy = qvimdatapackf16(st.pixie);
-    return base::finish(im);
+    return 0;
   }
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
@@ -137,10 +131,10 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
 extern "C" {
 
 int32_t qvimage_colorconverter(qvimage *view, qvimage *source, int32_t hint, uint8_t mode) {
-  return colorconverter<two_d>::make(view, source, hint, mode);
+  return colorconverter<two_d>::make(view, source, mode, hint);
 }
 int32_t qvimage3_colorconverter(qvimage3 *view, qvimage3 *source, int32_t hint, uint8_t mode) {
-  return colorconverter<three_d>::make(view, source, hint, mode);
+  return colorconverter<three_d>::make(view, source, mode, hint);
 }
 
 }  // extern "C"

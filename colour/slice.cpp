@@ -26,15 +26,12 @@ struct slice : view<Dim, slice<Dim>> {
     npfbix_fn *copy;  // of components
   };
 
-  static int32_t make(image *im, source_image *reference, uint8_t sharewindow, uint32_t mask) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    source_image *source = base::begin(im, reference, sharewindow);
-    if (qvimcolormap(source->d.pixies, mask, nullptr) != 1) return fail(im, -1);
+  static int32_t build(image *im, const source_image *source, uint32_t mask) {
+    if (qvimcolormap(source->d.pixies, mask, nullptr) != 1) return -1;
     state_in(im).mask = mask;
     im->d.pixies = 1;
     qviminitfacts(&im->f, &im->d);
-    return base::finish(im);
+    return 0;
   }
 
   // A source that has no access to single components is read and written in whole pixels.

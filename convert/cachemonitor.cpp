@@ -18,12 +18,10 @@ struct cachemonitor : view<two_d, cachemonitor> {
     uint32_t map_notes;  // what imap notes
   };
 
-  static int32_t make(qvimage *im, qvimage *reference, uint8_t sharewindow, uint8_t nomapping) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    im->imdim = begin(im, reference, sharewindow)->imdim;
+  static int32_t build(qvimage *im, const qvimage *source, uint8_t nomapping) {
+    im->imdim = source->imdim;
     state_in(im).nomapping = nomapping;
-    return finish(im);
+    return 0;
   }
 
   // The notes outlive what a block transfer does with the set-up of runs: they are kept beside it.

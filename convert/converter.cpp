@@ -1,5 +1,6 @@
 // The converter: an image presented in another data type or another number of bits.
 #include <bit>
+#include <optional>
 
 #include <qvimage/npfbix.h>
 #include <qvimage/views.h>
@@ -86,14 +87,15 @@ struct converter : view<Dim, converter<Dim>> {
     uint32_t chunk;          // pixels that go through the staging buffer at a time
   };
 
+  // The description may be the one in the record that is being filled: it is copied.
   static int32_t make(image *im, source_image *reference, const qvimagedata *data, uint8_t sharewindow,
                       uint8_t maskundefined, uint8_t bits, uint8_t mode) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    // The description may be the one in the record that is being filled.
-    const qvimagedata given = data ? *data : qvimagedata{};
-    source_image *source = base::begin(im, reference, sharewindow);
-    if (data) im->d = given;
+    const std::optional<qvimagedata> given = data ? std::optional{*data} : std::nullopt;
+    return base::make(im, reference, sharewindow, given, maskundefined, bits, mode);
+  }
+  static int32_t build(image *im, const source_image *source, const std::optional<qvimagedata> &data,
+                       uint8_t maskundefined, uint8_t bits, uint8_t mode) {
+    if (data) im->d = *data;
     qviminitfacts(&im->f, &im->d);
     state &st = state_in(im);
     st.bits = bits;
@@ -102,7 +104,7 @@ struct converter : view<Dim, converter<Dim>> {
       st.mask_undefined = maskundefined ? QVIM_DIRTY : 0;
       if (bits == 0) st.bits = uint8_t(source->d.i_bitsused);
     }
-    return base::finish(im);
+    return 0;
   }
 
   // --- choosing ----------------------------------------------------------------------------------

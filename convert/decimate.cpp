@@ -17,23 +17,21 @@ struct decimate : view<two_d, decimate> {
     uint32_t period[2], phase[2];
   };
 
-  static int32_t make(qvimage *im, qvimage *reference, const uint32_t (&period)[2],
-                      const uint32_t (&phase)[2]) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const auto whole = box<two_d>::of(&begin(im, reference, 0)->wind);
-    if (im->d.pixies > 1) return fail(im, -1);
+  static int32_t build(qvimage *im, const qvimage *source, std::array<uint32_t, 2> period,
+                       std::array<uint32_t, 2> phase) {
+    const auto whole = box<two_d>::of(&source->wind);
+    if (im->d.pixies > 1) return -1;
     position size;
     for (int axis = 0; axis < 2; axis++) {
-      if (period[axis] == 0 || phase[axis] >= period[axis]) return fail(im, -1);
+      if (period[axis] == 0 || phase[axis] >= period[axis]) return -1;
       size[axis] = int32_t(whole.extent(axis) / period[axis]);
-      if (size[axis] == 0) return fail(im, -1);
+      if (size[axis] == 0) return -1;
       state_in(im).period[axis] = period[axis];
       state_in(im).phase[axis] = phase[axis];
     }
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return fail(im, -19);
+    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
     set_size(im, size);
-    return finish(im);
+    return 0;
   }
 
   static position in_source(qvimage *im, const position &at) {
@@ -116,5 +114,5 @@ struct decimate : view<two_d, decimate> {
 
 extern "C" int32_t qvimage_decimate(qvimage *image, qvimage *source, uint32_t, uint32_t xperiod,
                                     uint32_t yperiod, uint32_t xphase, uint32_t yphase) {
-  return decimate::make(image, source, {xperiod, yperiod}, {xphase, yphase});
+  return decimate::make(image, source, 0, std::array{xperiod, yperiod}, std::array{xphase, yphase});
 }

@@ -21,11 +21,9 @@ struct def2from3 : view<two_d, def2from3, three_d> {
   static constexpr int8_t none = -1;
   enum : uint8_t { below = 0x80, beside = 0x40 };
 
-  static int32_t make(qvimage *im, qvimage3 *reference, uint32_t xaxis, uint32_t yaxis, int32_t plane,
-                      uint8_t flags) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const auto whole = box<three_d>::of(&begin(im, reference, 0)->wind);
+  static int32_t build(qvimage *im, const qvimage3 *source, uint32_t xaxis, uint32_t yaxis, int32_t plane,
+                       uint8_t flags) {
+    const auto whole = box<three_d>::of(&source->wind);
     const int32_t size[3] = {int32_t(whole.extent(0)), int32_t(whole.extent(1)), int32_t(whole.extent(2))};
     im->h.pixeldepth = 0;
     im->h.depthunits = 0;
@@ -36,11 +34,11 @@ struct def2from3 : view<two_d, def2from3, three_d> {
     const auto is_axis = [](uint32_t code) {
       return code == QVIM_XSCAN || code == QVIM_YSCAN || code == QVIM_ZSCAN;
     };
-    if (!is_axis(xaxis) || !is_axis(yaxis) || xaxis == yaxis) return fail(im, -1);
+    if (!is_axis(xaxis) || !is_axis(yaxis) || xaxis == yaxis) return -1;
     st.axes[0] = uint8_t(xaxis / 2);
     st.axes[1] = uint8_t(yaxis / 2);
     set_size(im, {size[st.axes[0]], size[st.axes[1]]});
-    return finish(im);
+    return 0;
   }
 
   static int32_t join(qvimage *im, int axis, const int32_t size[3]) {
@@ -50,9 +48,9 @@ struct def2from3 : view<two_d, def2from3, three_d> {
     st.joined = int8_t(axis);
     st.frame = size[axis] > 0 ? size[axis] : 1;  // an empty frame is never reached
     position joined{size[0], size[1]};
-    if (__builtin_mul_overflow(size[axis], size[2], &joined[axis])) return fail(im, -15);
+    if (__builtin_mul_overflow(size[axis], size[2], &joined[axis])) return -15;
     set_size(im, joined);
-    return finish(im);
+    return 0;
   }
 
   static three_d::point in_source(qvimage *im, const position &at) {
@@ -93,5 +91,5 @@ struct def2from3 : view<two_d, def2from3, three_d> {
 
 extern "C" int32_t qvimage_def2from3(qvimage *image, qvimage3 *source, uint32_t xaxis, uint32_t yaxis,
                                      int32_t plane, uint8_t flags) {
-  return def2from3::make(image, source, xaxis, yaxis, plane, flags);
+  return def2from3::make(image, source, 0, xaxis, yaxis, plane, flags);
 }

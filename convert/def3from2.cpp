@@ -13,13 +13,6 @@ struct def3from2 : view<three_d, def3from2, two_d> {
 
   using state = view_state<three_d>;
 
-  static int32_t make(qvimage3 *im, qvimage *reference, uint8_t sharewindow) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    begin(im, reference, sharewindow);
-    return finish(im);
-  }
-
   // Pixels of other frames, which only callers that promise their positions ask for, lie outside the source.
   static two_d::point in_source(qvimage3 *im, const position &at) {
     if (at[2] + box<three_d>::of(&im->wind).nw[2] != 0) return {outside, outside};

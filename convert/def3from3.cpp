@@ -16,16 +16,13 @@ struct def3from3 : view<three_d, def3from3> {
     int32_t depth;  // frames of the source that are numbered
   };
 
-  static int32_t make(qvimage3 *im, qvimage3 *reference, int32_t frameoffset, uint8_t sharewindow) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const qvimage3 *source = begin(im, reference, sharewindow);
-    const int32_t depth = sharewindow ? source->imdim.se.z : im->imdim.se.z;
-    if (depth == 0) return fail(im, -1);
+  static int32_t build(qvimage3 *im, const qvimage3 *source, int32_t frameoffset) {
+    const int32_t depth = im->imdim.se.z;  // the source's, or that of its window
+    if (depth == 0) return -1;
     state_in(im).offset = frameoffset;
     state_in(im).depth = depth;
     im->imdim = source->imdim;
-    return finish(im);
+    return 0;
   }
 
   // The number in the source of a frame of this view, counted from the first of the numbered ones.
@@ -62,5 +59,5 @@ struct def3from3 : view<three_d, def3from3> {
 
 extern "C" int32_t qvimage3_def3from3(qvimage3 *image, qvimage3 *source, int32_t frameoffset, uint32_t,
                                       uint32_t, uint8_t sharewindow) {
-  return def3from3::make(image, source, frameoffset, sharewindow);
+  return def3from3::make(image, source, sharewindow, frameoffset);
 }

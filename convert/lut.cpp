@@ -51,26 +51,23 @@ struct lut : view<Dim, lut<Dim>> {
     uint8_t source_pixel;     // bytes of what they are to the source
   };
 
-  static int32_t make(image *im, source_image *reference, uint8_t sharewindow, const request &r) {
-    if (!im) return -1;
-    if (!reference || !r.read || !r.write) return fail(im, -1);
-    const source_image *source = base::begin(im, reference, sharewindow);
+  static int32_t build(image *im, const source_image *source, const request &r) {
     const qvimagedata d = source->d;
-    if (d.pixies >= 5) return fail(im, -1);
+    if (!r.read || !r.write || d.pixies >= 5) return -1;
     if (r.pixies &&
         (r.pixies < 0 || r.pixies > most_tables || (r.pixelhint & 15) > most_tables || d.pixies != 1))
-      return fail(im, -1);
+      return -1;
     state &st = state_in(im);
     st.translate =
         translation(d.pixietype, !r.unmasked && d.i_bitsused != 8 * qvimdatasize(uint32_t(d.pixietype)));
-    if (!st.translate) return fail(im, -19);
+    if (!st.translate) return -19;
     if (r.pixies) {
       im->d.pixies = r.pixies;
       im->d.pixelhint = r.pixelhint;
     }
     st.tables = uint8_t(std::min(im->d.pixies, r.three ? 3 : most_tables));
     for (int i = 0; i < st.tables; i++) {
-      if (!r.read[i] || !r.write[i]) return fail(im, -1);
+      if (!r.read[i] || !r.write[i]) return -1;
       st.read_tables[i] = r.read[i];
       st.write_tables[i] = r.write[i];
     }
@@ -78,7 +75,7 @@ struct lut : view<Dim, lut<Dim>> {
     st.pixie = uint8_t(im->f.pixiesize);
     st.bits = uint8_t(d.i_bitsused);
     st.copy = qvimdatapackf16(st.pixie);
-    return base::finish(im);
+    return 0;
   }
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
@@ -139,8 +136,8 @@ extern "C" {
 int32_t qvimage_lut2(qvimage *image, qvimage *source, uint8_t sharewindow, const void *const readtables[4],
                      const void *const writetables[4], int32_t pixies, int32_t pixelhint, uint32_t,
                      uint32_t flags) {
-  return lut<two_d>::make(image, source, sharewindow,
-                          {readtables, writetables, pixies, pixelhint, bool(flags & 1), bool(flags & 2)});
+  const request r{readtables, writetables, pixies, pixelhint, bool(flags & 1), bool(flags & 2)};
+  return lut<two_d>::make(image, source, sharewindow, r);
 }
 int32_t qvimage_lut2a(qvimage *image, qvimage *source, uint8_t sharewindow, const void *r0, const void *r1,
                       const void *r2, const void *r3, const void *w0, const void *w1, const void *w2,
@@ -150,8 +147,8 @@ int32_t qvimage_lut2a(qvimage *image, qvimage *source, uint8_t sharewindow, cons
 }
 int32_t qvimage_lut3(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, const void *const readtables[4],
                      const void *const writetables[4], int32_t pixies, int32_t pixelhint, uint32_t) {
-  return lut<three_d>::make(image, source, sharewindow,
-                            {readtables, writetables, pixies, pixelhint, false, false});
+  const request r{readtables, writetables, pixies, pixelhint, false, false};
+  return lut<three_d>::make(image, source, sharewindow, r);
 }
 int32_t qvimage_lut3a(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, const void *r0, const void *r1,
                       const void *r2, const void *r3, const void *w0, const void *w1, const void *w2,

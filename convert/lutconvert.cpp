@@ -18,17 +18,15 @@ struct lutconvert : view<two_d, lutconvert> {
     uint8_t decimate;  // of those, the first stands for all; else the table is cut off
   };
 
-  static int32_t make(qvimage *im, qvimage *reference, uint32_t entries, bool decimate) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const auto table = box<two_d>::of(&begin(im, reference, 0)->imdim);
+  static int32_t build(qvimage *im, const qvimage *source, uint32_t entries, bool decimate) {
+    const auto table = box<two_d>::of(&source->imdim);
     if (table.extent(1) != 1 || !std::has_single_bit(table.extent(0)) || !std::has_single_bit(entries) ||
         entries > uint32_t(INT32_MAX))
-      return fail(im, -1);
+      return -1;
     set_size(im, {int32_t(entries), 1});
     state_in(im).spread = int8_t(std::countr_zero(entries) - std::countr_zero(table.extent(0)));
     state_in(im).decimate = decimate;
-    return finish(im);
+    return 0;
   }
 
   // Entries are those of the whole table; positions begin at the source's window.
@@ -60,5 +58,5 @@ struct lutconvert : view<two_d, lutconvert> {
 }  // namespace
 
 extern "C" int32_t qvimage_lutconvert(qvimage *image, qvimage *source, uint32_t entries, uint32_t decimate) {
-  return lutconvert::make(image, source, entries, decimate != 0);
+  return lutconvert::make(image, source, 0, entries, decimate != 0);
 }

@@ -22,11 +22,8 @@ struct rotate : view<two_d, rotate> {
     uint8_t mirrored[2];  // along x, along y
   };
 
-  static int32_t make(qvimage *im, qvimage *reference, uint8_t sharewindow, uint32_t flags) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    begin(im, reference, sharewindow);
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return fail(im, -19);
+  static int32_t build(qvimage *im, const qvimage *, uint32_t flags) {
+    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
     state &st = state_in(im);
     st.transposed = flags & 1;
     st.mirrored[0] = bool(flags & 4);
@@ -40,7 +37,7 @@ struct rotate : view<two_d, rotate> {
       im->h.widthunits = h.heightunits;
       im->h.heightunits = h.widthunits;
     }
-    return finish(im);
+    return 0;
   }
 
   // --- geometry: mirrored within the whole image, or within a shared window ------------------------

@@ -30,15 +30,12 @@ struct stack : view<two_d, stack, three_d> {
   // Sums of so many frames of the largest pixies fit 32 bits.
   static constexpr uint32_t most_frames(int32_t pixiesize) { return pixiesize == 1 ? 1u << 24 : 65537; }
 
-  static int32_t make(qvimage *im, qvimage3 *reference) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
-    const qvimage3 *source = begin(im, reference, 0);
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return fail(im, -19);
+  static int32_t build(qvimage *im, const qvimage3 *source) {
+    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
     const auto seen = box<three_d>::of(&source->wind);
     state &st = state_in(im);
     st.frames = seen.extent(2);
-    if (st.frames > most_frames(im->f.pixiesize)) return fail(im, -15);
+    if (st.frames > most_frames(im->f.pixiesize)) return -15;
     choose_finish(st, im->f.pixiesize);
     serve_numbers(im);
     im->d.i_dirtyrite = 0;
@@ -47,7 +44,7 @@ struct stack : view<two_d, stack, three_d> {
     const auto whole = box<three_d>::of(&source->imdim);
     set_size(im, {whole.se[0], whole.se[1]});
     im->wind.se = {int32_t(seen.extent(0)), int32_t(seen.extent(1))};
-    return view::finish(im);
+    return 0;
   }
 
   static void choose_finish(state &st, int32_t pixiesize) {
@@ -125,4 +122,4 @@ struct stack : view<two_d, stack, three_d> {
 
 }  // namespace
 
-extern "C" int32_t qvimage_stack(qvimage *image, qvimage3 *source) { return stack::make(image, source); }
+extern "C" int32_t qvimage_stack(qvimage *image, qvimage3 *source) { return stack::make(image, source, 0); }

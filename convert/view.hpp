@@ -5,7 +5,10 @@
 //   traits      how it answers queries
 //   state       packed, begins with view_state<Dim>: what it keeps in the record
 //   in_source   where a pixel of the view lies in the source
+// and passes to make() what its constructor is given.
+//
 // Any function of the base that a kind declares itself takes the place of the base's:
+//   build       its part of construction: what is not as in the source
 //   set_runs    its part of ioset: asks the source (set_source) and installs transfers (install_runs); the
 //               base's passes runs on
 //   bxts        generic block transfer; bxts_through passes block transfers on
@@ -71,7 +74,18 @@ struct view {
   static bool is_own_source(image *im) { return static_cast<void *>(source_of(im)) == im; }
   static auto &state_in(image *im) { return state_of<typename Kind::state>(im); }
 
-  // --- construction: begin, then what the kind changes, then finish ------------------------------
+  // --- construction ------------------------------------------------------------------------------
+
+  // A constructor: begin, what the kind changes, finish. A negative code of the kind leaves the null image.
+  template <class... Arguments>
+  static int32_t make(image *im, source_image *reference, uint8_t shared, const Arguments &...arguments) {
+    if (!im) return -1;
+    if (!reference) return fail(im, -1);
+    const source_image *source = begin(im, reference, shared);
+    const int32_t code = Kind::build(im, source, arguments...);
+    return code < 0 ? fail(im, code) : finish(im);
+  }
+  static int32_t build(image *, const source_image *) { return 0; }
 
   // Clears the record and takes over the source's description and, where the view has all axes of the source,
   // its size; along an axis of its own the view is one pixel deep. The source is an address or a relative

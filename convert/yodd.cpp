@@ -15,13 +15,10 @@ struct yodd : view<two_d, yodd> {
     uint8_t odd;
   };
 
-  static int32_t make(qvimage *im, qvimage *reference, uint8_t sharewindow, uint32_t selector) {
-    if (!im) return -1;
-    if (!reference || selector > 1) return fail(im, -1);
-    const qvimage *source = begin(im, reference, sharewindow);
-    if (selector && box<two_d>::of(&source->wind).extent(1) == 1) return fail(im, -1);
+  static int32_t build(qvimage *im, const qvimage *source, uint32_t selector) {
+    if (selector > 1 || (selector && box<two_d>::of(&source->wind).extent(1) == 1)) return -1;
     state_in(im).odd = uint8_t(selector);
-    return finish(im);
+    return 0;
   }
 
   // Odd and even are lines of the whole image, wherever its window is. Where the line lies outside the
