@@ -1,73 +1,28 @@
 // Conversion kernels against memcpy of the same number of bytes read and written: bytes are those of the
-// memory that the runs span, gaps included, and the longer of the two runs spans the size in the benchmark's
-// name. Buffers are malloc's, as they are in applications; "aligned" ones start at a page, where memcpy may
-// have a microcoded way of its own.
-#include <benchmark/benchmark.h>
-
+// memory that the runs span, gaps included.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <qvimage/npfbix.h>
 
+#include "bench/kernel_rows.hpp"
+
 namespace {
 
-constexpr uint64_t small = 64 << 10, large = 256 << 20, page = 4096;
+using kernel_rows::in_cache, kernel_rows::in_memory;
 
-struct buffers {
-  char *source, *destination;
-};
-
-buffers &memory(uint64_t size, bool aligned) {
-  static buffers kept[2][2];
-  buffers &b = kept[size == large][aligned];
-  if (!b.source) {
-    for (char **p : {&b.source, &b.destination}) {
-      *p = static_cast<char *>(aligned ? std::aligned_alloc(page, size) : std::malloc(size));
-      if (!*p) std::abort();
-      // Floats and doubles in 0 .. 1 as well as integers, none of them special.
-      for (uint64_t i = 0; i < size; ++i) (*p)[i] = char(i % 4 == 3 ? 0x3E : i * 7);
-    }
-  }
-  return b;
-}
-
-using call = std::function<void(const void *, void *, uint64_t count)>;
-
-// One row for the kernel and one for memcpy; strides are in bytes, fractions for bit streams.
-void add(const std::string &name, double srcstride, double dststride, double target, const call &kernel,
-         std::vector<uint64_t> sizes = {small}, bool aligned = false) {
-  for (uint64_t size : sizes) {
-    const auto count = uint64_t(double(size) / std::max(srcstride, dststride));
-    const auto bytes = uint64_t(double(count) * (srcstride + dststride));
-    const std::string what = name + (size == small ? "/64KiB" : "/256MiB") + (aligned ? "-aligned" : "");
-    const double seconds = size == small ? 0.01 : 0.1;
-    benchmark::RegisterBenchmark((what + "/qvimage").c_str(), [=](benchmark::State &state) {
-      const buffers &b = memory(size, aligned);
-      for (auto _ : state) {
-        kernel(b.source, b.destination, count);
-        benchmark::ClobberMemory();
-      }
-      state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-      state.counters["target"] = target;
-    })->MinTime(seconds);
-    benchmark::RegisterBenchmark((what + "/memcpy").c_str(), [=](benchmark::State &state) {
-      const buffers &b = memory(size, aligned);
-      for (auto _ : state) {
-        std::memcpy(b.destination, b.source, bytes / 2);
-        benchmark::ClobberMemory();
-      }
-      state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-    })->MinTime(seconds);
-  }
+// Strides are in bytes, fractions for bit streams.
+void add(const std::string &name, double srcstride, double dststride, double target,
+         const kernel_rows::call &kernel, const std::vector<uint64_t> &sizes = {in_cache},
+         bool aligned = false) {
+  kernel_rows::add(
+      {name, std::max(srcstride, dststride), srcstride + dststride, target, kernel, sizes, aligned});
 }
 
 void add_kernel(const std::string &name, npfbix_fn *f, int64_t srcstride, int64_t dststride, double target,
-                std::vector<uint64_t> sizes = {small}, bool aligned = false, uint32_t mask = 1023) {
+                std::vector<uint64_t> sizes = {in_cache}, bool aligned = false, uint32_t mask = 1023) {
   add(
       name, double(std::abs(srcstride)), double(std::abs(dststride)), target,
       [=](const void *src, void *dst, uint64_t count) { f(src, dst, srcstride, dststride, count, 4, mask); },
@@ -166,13 +121,13 @@ void add_large_and_aligned() {
                {{"npfbix_z3toz3_n to pixels", npfbix_z3toz3_n, 3, 3}, 3, 4, 0.5},
                {{"npfbix_z6toz6_n to pixels", npfbix_z6toz6_n, 6, 6}, 6, 8, 0.5}};
   for (const auto &c : cases) {
-    add_kernel(c.c.name, c.c.function, c.srcstride, c.dststride, c.target, {large});
-    add_kernel(c.c.name, c.c.function, c.srcstride, c.dststride, c.target, {small}, true);
+    add_kernel(c.c.name, c.c.function, c.srcstride, c.dststride, c.target, {in_memory});
+    add_kernel(c.c.name, c.c.function, c.srcstride, c.dststride, c.target, {in_cache}, true);
   }
   add("npfbit16_stuff/12 low first", 2, 1.5, 0.25,
-      [](const void *s, void *d, uint64_t n) { npfbit16_stuff(s, d, n, 12, 2); }, {large});
+      [](const void *s, void *d, uint64_t n) { npfbit16_stuff(s, d, n, 12, 2); }, {in_memory});
   add("npfbit16_unstuff/12 low first", 1.5, 2, 0.25,
-      [](const void *s, void *d, uint64_t n) { npfbit16_unstuff(d, s, n, 12, 2); }, {large});
+      [](const void *s, void *d, uint64_t n) { npfbit16_unstuff(d, s, n, 12, 2); }, {in_memory});
 }
 
 }  // namespace
@@ -185,8 +140,5 @@ int main(int argc, char **argv) {
 #define QVIM_UNSTUFF(name, T) add_packer(#name, name, 8 * sizeof(T));
 #include <qvimage/members/npfbix.inc>
   add_large_and_aligned();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
+  return kernel_rows::main(argc, argv);
 }

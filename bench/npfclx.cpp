@@ -1,35 +1,16 @@
 // Colour kernels against memcpy of the same number of bytes read and written: bytes are those of the memory
 // that the runs span, gaps included, and the longer of the two runs spans the size in the benchmark's name.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <string>
+#include <vector>
 
 #include <qvimage/npfclx.h>
 
+#include "bench/kernel_rows.hpp"
+
 namespace {
 
-constexpr uint64_t small = 64 << 10, large = 256 << 20;
-
-struct buffers {
-  char *source, *destination;
-};
-
-const buffers &memory(uint64_t size) {
-  static buffers kept[2];
-  buffers &b = kept[size == large];
-  if (!b.source) {
-    for (char **p : {&b.source, &b.destination}) {
-      *p = static_cast<char *>(std::malloc(size));
-      if (!*p) std::abort();
-      // Floats and doubles in 0 .. 1 as well as integers, none of them special.
-      for (uint64_t i = 0; i < size; ++i) (*p)[i] = char(i % 4 == 3 ? 0x3E : i * 7);
-    }
-  }
-  return b;
-}
+using kernel_rows::in_cache, kernel_rows::in_memory;
 
 // What a kernel's param points to: bits for those that take a count, and otherwise coefficients.
 const void *parameter(const std::string &name) {
@@ -48,47 +29,24 @@ const void *parameter(const std::string &name) {
   return matrix;
 }
 
-// One row for the kernel and one for memcpy, or for bytes a second when there is no target against memcpy.
 void add(const std::string &name, npfclx_fn *f, uint64_t srcstride, uint64_t dststride, double target,
-         uint64_t size = small, const char *kind = "") {
-  const uint64_t count = size / std::max(srcstride, dststride), bytes = count * (srcstride + dststride);
-  const std::string what = name + kind + (size == small ? "/64KiB" : "/256MiB");
+         uint64_t size) {
   const void *param = parameter(name);
   const uint32_t maxvalue = name[6] == '1' ? 255 : name[6] == '2' ? 65535 : 0xFFFFFFFF;
-  benchmark::RegisterBenchmark((what + "/qvimage").c_str(), [=](benchmark::State &state) {
-    const buffers &b = memory(size);
-    for (auto _ : state) {
-      f(b.source, b.destination, srcstride, dststride, count, maxvalue, param);
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-    state.SetItemsProcessed(int64_t(state.iterations() * count));
-    state.counters["target"] = target;
-  });
-  benchmark::RegisterBenchmark((what + "/memcpy").c_str(), [=](benchmark::State &state) {
-    const buffers &b = memory(size);
-    for (auto _ : state) {
-      std::memcpy(b.destination, b.source, bytes / 2);
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-  });
+  const auto run = [=](const void *src, void *dst, uint64_t count) {
+    f(src, dst, srcstride, dststride, count, maxvalue, param);
+  };
+  kernel_rows::add(
+      {name, double(std::max(srcstride, dststride)), double(srcstride + dststride), target, run, {size}});
 }
 
-// Hue needs divisions: 100 million pixels a second are asked for, in nanoseconds a run.
+// Hue needs divisions: 100 million pixels a second are asked for.
 void add_hue(const std::string &name, npfclx_fn *f, uint64_t stride) {
-  const uint64_t count = small / stride;
   const void *param = parameter(name);
-  benchmark::RegisterBenchmark((name + "/64KiB/qvimage").c_str(), [=](benchmark::State &state) {
-    const buffers &b = memory(small);
-    for (auto _ : state) {
-      f(b.source, b.destination, stride, stride, count, 0, param);
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations() * count * 2 * stride));
-    state.SetItemsProcessed(int64_t(state.iterations() * count));
-    state.counters["most"] = double(count) * 10;
-  });
+  const auto run = [=](const void *src, void *dst, uint64_t count) {
+    f(src, dst, stride, stride, count, 0, param);
+  };
+  kernel_rows::add_alone(name, in_cache / stride, 2 * stride, 10, run);
 }
 
 uint64_t width(const std::string &name) {
@@ -99,6 +57,7 @@ void add_member(const std::string &name, npfclx_fn *f) {
   const uint64_t w = width(name);
   const auto has = [&](const char *part) { return name.find(part) != name.npos; };
   if (has("BSH")) return add_hue(name, f, 3 * w);
+  if (has("Lut") && w == 4) return;  // the indices in the buffers would need a palette of gibibytes
   const uint64_t inputs = has("Lut") || has("matrix31")  ? 1
                           : has("CMYKto") || has("RGB4") ? 4
                                                          : 3,
@@ -112,15 +71,14 @@ void add_member(const std::string &name, npfclx_fn *f) {
                         : has("matrix3")                                              ? 0.4
                                                                                       : 0.6;
   const double asked = has("YCrCbtoYCbCr") ? 0.6 : target;
-  for (uint64_t size : {small, large})
-    if (size == small || w == 1) add(name, f, inputs * w, outputs * w, asked, size);
-  if (has("RGBxto"))
-    for (uint64_t size : {small, large}) {
-      if (size == large && w > 1) continue;
-      add(name, f, 4 * w, 3 * w, asked, size, " from pad");
-      add(name, f, 3 * w, 4 * w, asked, size, " to pad");
-      add(name, f, 4 * w, 4 * w, asked, size, " both padded");
-    }
+  for (uint64_t size : {in_cache, in_memory}) {
+    if (size == in_memory && w > 1) continue;
+    add(name, f, inputs * w, outputs * w, asked, size);
+    if (!has("RGBxto")) continue;
+    add(name + " from pad", f, 4 * w, 3 * w, asked, size);
+    add(name + " to pad", f, 3 * w, 4 * w, asked, size);
+    add(name + " both padded", f, 4 * w, 4 * w, asked, size);
+  }
 }
 
 }  // namespace
@@ -128,8 +86,5 @@ void add_member(const std::string &name, npfclx_fn *f) {
 int main(int argc, char **argv) {
 #define QVIM_MEMBER(name, form) add_member(#name, name);
 #include <qvimage/members/npfclx.inc>
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
+  return kernel_rows::main(argc, argv);
 }

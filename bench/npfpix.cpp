@@ -1,64 +1,20 @@
 // Pixel operation kernels against memcpy of the same number of bytes read and written.
-#include <benchmark/benchmark.h>
-
-#include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include <qvimage/npfpix.h>
 
+#include "bench/kernel_rows.hpp"
+
 namespace {
 
-constexpr uint64_t small = 64 << 10, large = 256 << 20;
+using kernel_rows::in_cache, kernel_rows::in_memory;
 
-struct buffers {
-  char *source, *destination;
-};
-
-buffers &memory(uint64_t size) {
-  static buffers kept[2];
-  buffers &b = kept[size == large];
-  if (!b.source)
-    for (char **p : {&b.source, &b.destination}) {
-      const uint64_t room = size + size / 4;  // sums are read and written: memcpy of more than their size
-      *p = static_cast<char *>(std::malloc(room));
-      if (!*p) std::abort();
-      for (uint64_t i = 0; i < room; ++i) (*p)[i] = char(i * 7);
-    }
-  return b;
-}
-
-using call = std::function<void(void *src, void *dst, uint64_t count)>;
-
-// One row for the kernel and one for memcpy. The run of wider pixies takes the size in the benchmark's name;
-// read and written are bytes a pixie, of both runs.
+// Bytes a pixie: of the wider run, read and written.
 void add(const std::string &name, double widest, double read, double written, double target,
-         const call &kernel, std::vector<uint64_t> sizes = {small, large}) {
-  for (uint64_t size : sizes) {
-    const auto count = uint64_t(double(size) / widest);
-    const auto bytes = uint64_t(double(count) * (read + written));
-    const std::string what = name + (size == small ? "/64KiB" : "/256MiB");
-    const double seconds = size == small ? 0.01 : 0.1;
-    benchmark::RegisterBenchmark((what + "/qvimage").c_str(), [=](benchmark::State &state) {
-      const buffers &b = memory(size);
-      for (auto _ : state) {
-        kernel(b.source, b.destination, count);
-        benchmark::ClobberMemory();
-      }
-      state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-      state.counters["target"] = target;
-    })->MinTime(seconds);
-    benchmark::RegisterBenchmark((what + "/memcpy").c_str(), [=](benchmark::State &state) {
-      const buffers &b = memory(size);
-      for (auto _ : state) {
-        std::memcpy(b.destination, b.source, bytes / 2);
-        benchmark::ClobberMemory();
-      }
-      state.SetBytesProcessed(int64_t(state.iterations() * bytes));
-    })->MinTime(seconds);
-  }
+         const kernel_rows::call &kernel, const std::vector<uint64_t> &sizes = {in_cache, in_memory}) {
+  kernel_rows::add({name, widest, read + written, target, kernel, sizes});
 }
 
 // Operand blocks that keep the kernel from taking a shorter way.
@@ -91,7 +47,7 @@ void add_in_place(const std::string &name, npfpix_fn *f, uint32_t size) {
   add(
       name, size, writes_only ? 0 : size, size, target_of(operation),
       [=](void *, void *dst, uint64_t count) { f(dst, count, 0, 0, w.data()); },
-      slow ? std::vector{small} : std::vector{small, large});
+      slow ? std::vector{in_cache} : std::vector{in_cache, in_memory});
 }
 
 void add_two_runs(const std::string &name, npfpix2_fn *f, uint32_t size) {
@@ -108,15 +64,9 @@ template <class T>
 void add_table(const std::string &name, npfpix_fn *f) {
   std::vector<T> table(sizeof(T) == 4 ? 1024 : size_t(1) << 8 * sizeof(T));
   for (size_t i = 0; i < table.size(); ++i) table[i] = T(i * 11);
-  benchmark::RegisterBenchmark((name + "/64KiB/qvimage").c_str(), [=](benchmark::State &state) {
-    const buffers &b = memory(small);
-    for (auto _ : state) {
-      f(b.destination, small / sizeof(T), 10, 0, table.data());
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations() * small));
-    if (sizeof(T) == 1) state.counters["most"] = small / 1.5;
-  })->MinTime(0.01);
+  const double most = sizeof(T) == 1 ? 1 / 1.5 : 0;
+  kernel_rows::add_alone(name, in_cache / sizeof(T), sizeof(T), most,
+                         [=](void *, void *dst, uint64_t count) { f(dst, count, 10, 0, table.data()); });
 }
 
 }  // namespace
@@ -143,8 +93,5 @@ int main(int argc, char **argv) {
   add_table<uint8_t>("npfpix1_xlat", npfpix1_xlat);
   add_table<uint16_t>("npfpix2_xlat", npfpix2_xlat);
   add_table<uint32_t>("npfpix4_xlats", npfpix4_xlats);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
+  return kernel_rows::main(argc, argv);
 }
