@@ -30,6 +30,7 @@
 #include <qvimage/types.h>
 
 #include "convert/chain.hpp"
+#include "convert/staging.hpp"
 #include "core/dimension.hpp"
 #include "core/functions.hpp"
 #include "core/memory.hpp"
@@ -38,9 +39,6 @@
 #include "core/record.hpp"
 
 namespace qvim {
-
-// Pixels that must be converted or moved apart go through this much of the stack, a piece at a time.
-inline constexpr uint32_t staging_bytes = 2048;
 
 // How a kind answers queries: the images it adds to the chain counts, the flag bit it sets there, and whether
 // other queries are passed to the source.

@@ -684,18 +684,26 @@ TEST_F(ConverterFixed, ReadsDepthOnlyWithoutConversion) {
   EXPECT_EQ(over.ioset(&over, 6, QVIM_UINT16, 1), -1);
 }
 
-TEST_F(ConverterFixed, KeepsRunsThroughBlockTransfersAndNeverAllocates) {
-  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
-  ASSERT_EQ(view.bxts(&view, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
-  const uint64_t before = allocation_count();
-  uint8_t out[8], value;
-  qvxyzcoord where{7, 5, 0};
-  EXPECT_EQ(view.bxta(&view, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
-  EXPECT_EQ(value, words[47] >> 8);
-  EXPECT_EQ(view.ioread(&view, 0, out, 8, 0, 1), 8u);
-  for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
-  EXPECT_EQ(view.iorite(&view, 0, out, 8, 0, 1), 8u);
-  EXPECT_EQ(allocation_count(), before);
+TEST_F(ConverterFixed, KeepsRunsAndBlockTransfersApartAndNeverAllocates) {
+  for (const bool blocks_first : {false, true}) {
+    if (blocks_first) {
+      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
+    }
+    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
+    if (!blocks_first) {
+      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
+    }
+    const uint64_t before = allocation_count();
+    uint8_t out[8];
+    double value;
+    qvxyzcoord where{7, 5, 0};
+    EXPECT_EQ(view.bxta(&view, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
+    EXPECT_EQ(value, words[47] >> 4) << "12 bits";
+    EXPECT_EQ(view.ioread(&view, 0, out, 8, 0, 1), 8u);
+    for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
+    EXPECT_EQ(view.iorite(&view, 0, out, 8, 0, 1), 8u);
+    EXPECT_EQ(allocation_count(), before);
+  }
 }
 
 }  // namespace
