@@ -154,7 +154,7 @@ int32_t qvimage_def3from2(qvimage3 *image, qvimage *source, uint8_t sharewindow)
  *
  *   -1   the source has no frames
  * Data types, components and block transfers are the source's. Mappings are too, of runs along x or y that
- * stay within a line (imapset along z: -11); where the offset changes nothing, of all that the source maps. */
+ * stay within a line (imapset along z: -11); where the offset changes nothing, of all the source maps. */
 int32_t qvimage3_def3from3(qvimage3 *image, qvimage3 *source, int32_t frameoffset, uint32_t reserved1,
                            uint32_t reserved2, uint8_t sharewindow);
 

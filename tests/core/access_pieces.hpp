@@ -1,5 +1,5 @@
-// What models of image access are made of: where choices come from, guarded memory, numbers in containers, and
-// one way to call records of either dimension.
+// What models of image access are made of: where choices come from, guarded memory, numbers in containers,
+// and one way to call records of either dimension.
 #pragma once
 
 #include <algorithm>
