@@ -1,5 +1,5 @@
 // RGB to brightness, saturation and hue, and back: the hexcone model.
-#include <cmath>
+#include <bit>
 
 #include "colour/full_scale.hpp"
 #include "colour/pixels.hpp"
@@ -7,14 +7,28 @@
 namespace qvim {
 namespace {
 
-// Which of three values a pixel's red, green and blue are, by sector of the circle.
-template <class T, class V>
-QVIM_INLINE pixel<T, 3> sector(int32_t k, V v, V p, V q, V t) {
-  using lane = lane_of<T>;
-  const V r = k == 0 || k == 5 ? v : k == 1 ? q : k == 4 ? t : p;
-  const V g = k == 1 || k == 2 ? v : k == 0 ? t : k == 3 ? q : p;
-  const V b = k == 3 || k == 4 ? v : k == 2 ? t : k == 5 ? q : p;
-  return {lane(r), lane(g), lane(b)};
+// a or b. Both are at hand: a choice by masks keeps the compiler from moving the work for either into a
+// branch, after which it could not do many pixels at a time.
+template <class V>
+QVIM_INLINE V choose(bool condition, V a, V b) {
+  using bits = std::conditional_t<sizeof(V) == 4, uint32_t, uint64_t>;
+  const bits mask = -bits(condition);
+  return std::bit_cast<V>((std::bit_cast<bits>(a) & mask) | (std::bit_cast<bits>(b) & ~mask));
+}
+
+// Red, green and blue by sector of the circle: one of them is the largest, one the smallest, one between these.
+// Black where there is no such hue.
+template <class V>
+struct rgb {
+  V r, g, b;
+};
+template <class V>
+QVIM_INLINE rgb<V> sector(V k, V largest, V smallest, V between, bool visible) {
+  const auto one = [&](bool is_largest, bool is_between) __attribute__((always_inline)) {
+    return choose(visible, choose(is_largest, largest, choose(is_between, between, smallest)), V(0));
+  };
+  return {one((k == 0) | (k == 5), (k == 1) | (k == 4)), one((k == 1) | (k == 2), (k == 0) | (k == 3)),
+          one((k == 3) | (k == 4), (k == 2) | (k == 5))};
 }
 
 // Integer arithmetic, done in floating-point numbers, which hold all values exactly and can be divided many
@@ -54,28 +68,38 @@ struct whole_from_bsh : whole<T> {
   static constexpr int inputs = 3, outputs = 3;
   using typename whole<T>::real;
   using whole<T>::whole;
-  // Saturations above full scale give negative numbers: the low bits of what is rounded down.
-  QVIM_INLINE static int32_t low_bits(real quotient) {
-    const real down = std::floor(quotient);
-    if constexpr (sizeof(T) == 1)
-      return int32_t(down);
-    else
-      return int32_t(down - 65536 * std::floor(down / 65536));
+  // Of a number not below 0: its whole part, and the low bits of that. Added to a number so large that it has
+  // no fraction, an integer stands in the lowest bits of the sum.
+  static constexpr real large = 0x1p52;
+  QVIM_INLINE static real whole_part(real x) {
+    if constexpr (sizeof(T) == 1) return real(int32_t(x));
+    const real nearest = x + large - large;
+    return choose(nearest > x, nearest - 1, nearest);
   }
+  QVIM_INLINE static int32_t low_bits(real x) {
+    if constexpr (sizeof(T) == 1)
+      return int32_t(x);
+    else
+      return int32_t(std::bit_cast<uint64_t>(whole_part(x) + large) & 0xFFFF);
+  }
+  // B (1 - S) is rounded as B less the quotient of B S. An integer plus a half, times the reciprocal of full
+  // scale, has the whole part of the exact quotient: its error is less than what the half makes.
   QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
+    using lane = lane_of<T>;
     constexpr int32_t steps = 1 << whole<T>::fraction_bits;
     const int32_t brightness = p.c[0], saturation = p.c[1];
-    const real v = real(brightness), s = real(saturation), circle = this->full + 1, unit = this->full * steps;
-    const real turned = (this->half + real(int32_t(p.c[2])) * (6 * steps)) / circle;
+    const real per_full = 1 / this->full, per_step = 1 / (this->full + 1);  // of a circle: exactly
+    const real turned = (this->half + real(int32_t(p.c[2])) * (6 * steps)) * per_step;
     const auto h = int32_t(turned < 6 * steps ? turned : real(6 * steps));
-    const int32_t k = h >> whole<T>::fraction_bits;
-    const real f = real(h & (steps - 1));
-    const int32_t white = low_bits((this->half + (this->full - s) * v) / this->full);
-    const int32_t falling = low_bits((unit / 2 + (unit - f * s) * v) / unit);
-    const int32_t rising = low_bits((unit / 2 + (unit - (steps - f) * s) * v) / unit);
-    pixel<T, 3> q = sector<T, int32_t>(k, brightness, white, falling, rising);
-    for (auto &c : q.c) c = saturation == 0 ? p.c[0] : k > 5 ? 0 : c;
-    return q;
+    const int32_t k = h >> whole<T>::fraction_bits, f = h & (steps - 1);
+    const real most = real(brightness) * real(saturation), part = real(choose(k % 2 != 0, f, steps - f));
+    const real in_part = whole_part((part * most + (this->full * (steps / 2) - 1)) * (real(1) / steps));
+    const int32_t smallest = brightness - low_bits((most + this->half + real(0.5)) * per_full);
+    const int32_t between = brightness - low_bits((in_part + real(0.5)) * per_full);
+    // Without saturation, all three are the brightness whatever the hue: k is 6 beyond the circle.
+    const bool visible = saturation * (k / 6) == 0;
+    const rgb<int32_t> q = sector(k, brightness, smallest, between, visible);
+    return {lane(q.r), lane(q.g), lane(q.b)};
   }
 };
 
@@ -89,26 +113,23 @@ template <class real>
 QVIM_INLINE bsh<real> real_to_bsh(real r, real g, real b) {
   const real rg_largest = g > r ? g : r, rg_smallest = g < r ? g : r;
   const real v = b > rg_largest ? b : rg_largest, difference = v - (b < rg_smallest ? b : rg_smallest);
-  const real s = v == 0 ? 0 : difference / v;
+  const real s = choose(v == 0, real(0), difference / v);
   const bool red = r == v, green = g == v;
-  const real turn = (red ? g - b : green ? b - r : r - g) / difference;
-  const real degrees = 60 * (red ? turn : turn + (green ? real(2) : real(4)));
-  const real hue = degrees < 0 ? degrees + 360 : degrees;
-  return {v, s, v == 0 || s == 0 ? 0 : hue};
+  const real turn = choose(red, g - b, choose(green, b - r, r - g)) / difference;
+  const real degrees = 60 * choose(red, turn, turn + choose(green, real(2), real(4)));
+  const real hue = choose(degrees < 0, degrees + 360, degrees);
+  return {v, s, choose((v == 0) | (s == 0), real(0), hue)};
 }
 
-// A hue outside the circle is black unless there is no saturation.
-template <class T, class real>
-QVIM_INLINE pixel<T, 3> real_from_bsh(bsh<real> from, const auto &stored) {
+// A hue outside the circle is black unless there is no saturation: then all three are the brightness.
+template <class real>
+QVIM_INLINE rgb<real> real_from_bsh(bsh<real> from) {
   const real v = from.v, s = from.s;
-  const bool inside = from.hue >= 0 && from.hue <= 360;
-  const real sixths = (inside && from.hue < 360 ? from.hue : real(0)) / 60;
-  const auto k = int32_t(sixths);
-  const real f = sixths - real(k);
-  const real p = v * (1 - s), q = v * (1 - s * f), t = v * (1 - s * (1 - f));
-  pixel<T, 3> rgb = sector<T, lane_of<T>>(k, stored(v), stored(p), stored(q), stored(t));
-  for (auto &c : rgb.c) c = s == 0 ? stored(v) : inside ? c : 0;
-  return rgb;
+  const bool visible = ((from.hue >= 0) & (from.hue <= 360)) | (s == 0);
+  const real sixths = choose((from.hue >= 0) & (from.hue < 360), from.hue, real(0)) / 60;
+  const real k = real(int32_t(sixths)), f = sixths - k;
+  const bool odd = (k == 1) | (k == 3) | (k == 5);
+  return sector(k, v, v * (1 - s), v * (1 - s * choose(odd, f, 1 - f)), visible);
 }
 
 template <class T>
@@ -123,7 +144,8 @@ template <class T>
 struct plain_from_bsh {
   static constexpr int inputs = 3, outputs = 3;
   QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    return real_from_bsh<T>(bsh<T>{p.c[0], p.c[1], p.c[2]}, [](T v) { return v; });
+    const rgb<T> q = real_from_bsh(bsh<T>{p.c[0], p.c[1], p.c[2]});
+    return {q.r, q.g, q.b};
   }
 };
 
@@ -136,9 +158,15 @@ struct normalised {
       : full(float(maxvalue)), hue_scale(float(uint64_t(maxvalue) + 1) / 360), largest(maxvalue) {}
   QVIM_INLINE T rounded(float v) const {
     const float up = v + 0.5f, positive = up > 0 ? up : 0;
-    const bool fits = positive < 4294967296.0f;
-    const uint32_t integer = fits ? uint32_t(positive) : 0xFFFFFFFFu;
-    return T(integer < largest ? integer : largest);
+    if constexpr (sizeof(T) == 2) {
+      return T(int32_t(positive < full ? positive : full));
+    } else {  // by halves of the range: processors convert to signed numbers
+      const bool high = positive >= 0x1p31f, fits = positive < 0x1p32f;
+      const float low = choose(high, positive - 0x1p31f, positive);
+      const uint32_t integer = uint32_t(int32_t(choose(fits, low, 0.0f))) + choose(high, 1u << 31, 0u);
+      const uint32_t limited = choose(fits, integer, 0xFFFFFFFFu);
+      return T(limited < largest ? limited : largest);
+    }
   }
 };
 
@@ -151,7 +179,7 @@ struct normalised_to_bsh : normalised<T> {
     const bsh<float> q = real_to_bsh(float(p.c[0]) / scale, float(p.c[1]) / scale, float(p.c[2]) / scale);
     const float hue = q.hue * this->hue_scale;
     return {this->rounded(q.v * scale), this->rounded(q.s * scale),
-            this->rounded(hue >= scale + 0.5f ? 0 : hue)};
+            this->rounded(choose(hue >= scale + 0.5f, 0.0f, hue))};
   }
 };
 template <class T>
@@ -161,7 +189,9 @@ struct normalised_from_bsh : normalised<T> {
   QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
     const bsh<float> from{float(p.c[0]) / this->full, float(p.c[1]) / this->full,
                           float(p.c[2]) / this->hue_scale};
-    return real_from_bsh<T>(from, [this](float v) { return this->rounded(v * this->full); });
+    const rgb<float> q = real_from_bsh(from);
+    return {this->rounded(q.r * this->full), this->rounded(q.g * this->full),
+            this->rounded(q.b * this->full)};
   }
 };
 
