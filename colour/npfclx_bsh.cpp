@@ -128,7 +128,7 @@ QVIM_INLINE rgb<real> real_from_bsh(bsh<real> from) {
   const bool visible = ((from.hue >= 0) & (from.hue <= 360)) | (s == 0);
   const real sixths = choose((from.hue >= 0) & (from.hue < 360), from.hue, real(0)) / 60;
   const real k = real(int32_t(sixths)), f = sixths - k;
-  const bool odd = (k == 1) | (k == 3) | (k == 5);
+  const bool odd = int32_t(sixths) % 2 != 0;
   return sector(k, v, v * (1 - s), v * (1 - s * choose(odd, f, 1 - f)), visible);
 }
 
