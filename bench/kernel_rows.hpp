@@ -1,5 +1,5 @@
-// Rows of benchmarks that hold a kernel against memcpy of the same number of bytes read and written, over runs
-// that stay in the second-level cache and runs in memory.
+// Rows of benchmarks that hold a kernel against memcpy of the same number of bytes read and written, over
+// runs that stay in the second-level cache and runs in memory.
 #pragma once
 
 #include <benchmark/benchmark.h>

@@ -31,7 +31,7 @@ struct [[gnu::packed]] conversion {
   void bring(uint8_t *from, uint8_t *to, uint64_t pixies) const;
   bool masks_image() const { return read_bits; }
 
-  // The caller's pixies, left as they are, become the image's: where `adjusts`, at most staging_bytes of them.
+  // The caller's pixies, left as they are, become the image's: at most staging_bytes at once where `adjusts`.
   void take(const uint8_t *from, uint8_t *to, uint64_t pixies) const;
   bool adjusts() const { return reversed || given_bits; }
 

@@ -22,12 +22,7 @@ npfpix2xlat_fn *translation(int32_t pixietype, bool masked) {
   }
 }
 
-// What qvimage_lut2 and its kin are given beside the images.
-struct request {
-  table_list read, write;
-  int32_t pixies, pixelhint;  // of a pseudo-colour image
-  bool three, unmasked;       // at most three tables; the whole pixie is the index
-};
+enum : uint32_t { three_tables = 1, unmasked = 2 };  // flags
 
 template <class Dim>
 struct lut : view<Dim, lut<Dim>> {
@@ -51,25 +46,22 @@ struct lut : view<Dim, lut<Dim>> {
     uint8_t source_pixel;     // bytes of what they are to the source
   };
 
-  static int32_t build(image *im, const source_image *source, const request &r) {
+  static int32_t build(image *im, const source_image *source, table_list read, table_list write,
+                       int32_t pixies, int32_t pixelhint, uint32_t flags) {
     const qvimagedata d = source->d;
-    if (!r.read || !r.write || d.pixies >= 5) return -1;
-    if (r.pixies &&
-        (r.pixies < 0 || r.pixies > most_tables || (r.pixelhint & 15) > most_tables || d.pixies != 1))
+    if (!read || !write || d.pixies >= 5) return -1;
+    if (pixies && (pixies < 0 || pixies > most_tables || (pixelhint & 15) > most_tables || d.pixies != 1))
       return -1;
     state &st = state_in(im);
-    st.translate =
-        translation(d.pixietype, !r.unmasked && d.i_bitsused != 8 * qvimdatasize(uint32_t(d.pixietype)));
+    const bool all_used = d.i_bitsused == 8 * qvimdatasize(uint32_t(d.pixietype));
+    st.translate = translation(d.pixietype, !(flags & unmasked) && !all_used);
     if (!st.translate) return -19;
-    if (r.pixies) {
-      im->d.pixies = r.pixies;
-      im->d.pixelhint = r.pixelhint;
-    }
-    st.tables = uint8_t(std::min(im->d.pixies, r.three ? 3 : most_tables));
+    if (pixies) im->d.pixies = pixies, im->d.pixelhint = pixelhint;
+    st.tables = uint8_t(std::min(im->d.pixies, flags & three_tables ? 3 : most_tables));
     for (int i = 0; i < st.tables; i++) {
-      if (!r.read[i] || !r.write[i]) return -1;
-      st.read_tables[i] = r.read[i];
-      st.write_tables[i] = r.write[i];
+      if (!read[i] || !write[i]) return -1;
+      st.read_tables[i] = read[i];
+      st.write_tables[i] = write[i];
     }
     base::serve_numbers(im);
     st.pixie = uint8_t(im->f.pixiesize);
@@ -136,8 +128,7 @@ extern "C" {
 int32_t qvimage_lut2(qvimage *image, qvimage *source, uint8_t sharewindow, const void *const readtables[4],
                      const void *const writetables[4], int32_t pixies, int32_t pixelhint, uint32_t,
                      uint32_t flags) {
-  const request r{readtables, writetables, pixies, pixelhint, bool(flags & 1), bool(flags & 2)};
-  return lut<two_d>::make(image, source, sharewindow, r);
+  return lut<two_d>::make(image, source, sharewindow, readtables, writetables, pixies, pixelhint, flags);
 }
 int32_t qvimage_lut2a(qvimage *image, qvimage *source, uint8_t sharewindow, const void *r0, const void *r1,
                       const void *r2, const void *r3, const void *w0, const void *w1, const void *w2,
@@ -147,8 +138,7 @@ int32_t qvimage_lut2a(qvimage *image, qvimage *source, uint8_t sharewindow, cons
 }
 int32_t qvimage_lut3(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, const void *const readtables[4],
                      const void *const writetables[4], int32_t pixies, int32_t pixelhint, uint32_t) {
-  const request r{readtables, writetables, pixies, pixelhint, false, false};
-  return lut<three_d>::make(image, source, sharewindow, r);
+  return lut<three_d>::make(image, source, sharewindow, readtables, writetables, pixies, pixelhint, 0);
 }
 int32_t qvimage_lut3a(qvimage3 *image, qvimage3 *source, uint8_t sharewindow, const void *r0, const void *r1,
                       const void *r2, const void *r3, const void *w0, const void *w1, const void *w2,
