@@ -46,7 +46,7 @@ struct decimate : view<two_d, decimate> {
 
   // Runs along a line whose pixels are all shown go to the source as they are.
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return -1;
+    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -1);
     const int32_t code = set_source(im, mode, datatype, colourmask);
     if (code < 0) return code;
     install_runs_through(im);

@@ -77,7 +77,7 @@ struct def2from3 : view<two_d, def2from3, three_d> {
   }
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
     const state &st = state_in(im);
     const uint32_t along = st.axes[int(st.run_scan)] * 2u;
     const int32_t code = set_source(im, (mode & ~6u) | along, datatype, colourmask);

@@ -70,7 +70,7 @@ struct rotate : view<two_d, rotate> {
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     if (!(colourmask & all_pixies(im->d.pixies))) return -21;
-    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
     const state &st = state_in(im);
     const int32_t code = set_source(im, st.transposed ? mode ^ QVIM_YSCAN : mode, datatype, colourmask);
     if (code < 0) return code;

@@ -66,8 +66,9 @@ struct stack : view<two_d, stack, three_d> {
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     state &st = state_in(im);
     if (int32_t(datatype & 0xFF) != im->d.pixietype) return -19;
-    if (!set_scan(im, mode, datatype, colourmask)) return -11;
-    const int32_t code = set_source(im, mode, numbers_of(datatype), colourmask);
+    const uint32_t asked = numbers_of(datatype);
+    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, asked, colourmask, -11);
+    const int32_t code = set_source(im, mode, asked, colourmask);
     if (code < 0) return code;
     const adaptation change = adapt_pixies(im->d, false, datatype);
     st.adapt = adapting_kernel_in_place(im->f.pixiesize, change.change);

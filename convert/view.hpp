@@ -222,6 +222,11 @@ struct view {
     source_image *source = source_of(im);
     return source->ioset(source, source_mode(mode, state_in(im).by_lines), datatype, colourmask);
   }
+  // The code for a scan order that the image has not. What the source refuses in every order comes first.
+  static int32_t refuse_scan(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask, int32_t code) {
+    const int32_t of_source = set_source(im, mode & ~6u, datatype, colourmask);
+    return of_source < 0 ? of_source : code;
+  }
   static uint32_t source_mode(uint32_t mode, bool by_lines) {
     return mode & ~uint32_t{QVIM_TRUST} & ~uint32_t(by_lines ? QVIM_WRAP : 0);
   }
@@ -239,7 +244,7 @@ struct view {
 
   // Runs that the source serves in the caller's data type.
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
     const int32_t code = set_source(im, mode, datatype, colourmask);
     if (code >= 0) install_runs_through(im);
     return code;

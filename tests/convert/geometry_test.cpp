@@ -146,6 +146,30 @@ TEST(GeometryRefuses, SetUpsThatDoNotFit) {
   EXPECT_EQ(view3.ioset(&view3, QVIM_ZSCAN, QVIM_UINT8, 1), -11);
 }
 
+TEST(GeometryRefuses, ScanOrdersAfterWhatTheSourceRefuses) {
+  flat grey(4, 3);
+  deep frames(4, 3, 2);
+  qvimage view;
+  const struct {
+    std::function<int32_t()> make;
+    int32_t code;
+  } views[] = {{[&] { return qvimage_decimate(&view, &grey.im, 0, 2, 1, 0, 0); }, -1},
+               {[&] { return qvimage_rotate_filt(&view, &grey.im, 0, 1); }, -11},
+               {[&] { return qvimage_yodd(&view, &grey.im, 0, 0); }, -11},
+               {[&] { return qvimage_cachemonitor(&view, &grey.im, 0, 0); }, -11},
+               {[&] { return qvimage_def2from3(&view, &frames.im, 4, 0, 0, 0); }, -11},
+               {[&] { return qvimage_stack(&view, &frames.im); }, -11}};
+  for (const auto &v : views) {
+    ASSERT_EQ(v.make(), 0);
+    SCOPED_TRACE(std::string(view.devname, 8));
+    for (const uint32_t mode : {4u, 6u}) {
+      EXPECT_EQ(view.ioset(&view, mode, QVIM_UINT16, 1), -19);
+      EXPECT_EQ(view.ioset(&view, mode, QVIM_UINT8, 2), -21);
+      EXPECT_EQ(view.ioset(&view, mode, QVIM_UINT8, 1), v.code);
+    }
+  }
+}
+
 // Where lines or frames lie in another order there are no mappings across them; other reasons come first.
 TEST(GeometryRefuses, MappingsInTheOrderOfTheirReasons) {
   flat grey(4, 4);
