@@ -2,12 +2,17 @@
 #pragma once
 
 #include "colour/pixels.hpp"
+#include "convert/shuffle.hpp"
 
 namespace qvim {
 
-// Packed pixels are done without moving anything within a vector: every byte of a result is the one at the
-// same place, the one so many bytes further on or the one so many bytes before, chosen by masks whose pattern
-// repeats in a chunk.
+// Where 64 bytes can be shuffled at a time, that is all there is to it, with and without pads.
+template <class T, int in, int out, int used, int first, int second>
+constexpr byte_order exchanged_order = component_order(sizeof(T), in, out, used, first, second);
+
+// Elsewhere packed pixels are done without moving anything within a vector: every byte of a result is the
+// one at the same place, the one so many bytes further on or the one so many bytes before, chosen by masks
+// whose pattern repeats in a chunk.
 constexpr uint64_t chunk_size = 192;  // whole pixels of 3 or 4 components of any size, whole vectors
 
 struct byte_choice {
@@ -25,13 +30,9 @@ constexpr byte_choice make_byte_choice() {
 template <uint64_t size, int components, int first, int second>
 constexpr byte_choice bytes_chosen = make_byte_choice<size, components, first, second>();
 
-struct unchanged {
-  QVIM_INLINE auto operator()(auto v) const { return v; }
-};
-
 // A chunk, all of which is read before any of it is written. Bytes at both sides of the source's are read,
-// too, and not used. With leave_gaps the last component of each pixel is not written.
-template <class T, int components, int first, int second, bool leave_gaps = false, class Operation>
+// too, and not used.
+template <class T, int components, int first, int second, class Operation>
 QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &operation) {
   constexpr auto &choice = bytes_chosen<sizeof(T), components, first, second>;
   constexpr int64_t distance = (second - first) * int64_t(sizeof(T));
@@ -40,16 +41,10 @@ QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &ope
   for (int64_t i = 0; i < int64_t(chunk_size); ++i)
     exchanged[i] = char((src[i + distance] & choice.after[i]) | (src[i] & choice.same[i]) |
                         (src[i - distance] & choice.before[i]));
-  constexpr int values = int(chunk_size / sizeof(T));
-  if constexpr (leave_gaps) {
-    QVIM_INDEPENDENT
-    for (int i = 0; i < values; ++i)
-      if (i % components < components - 1)
-        store<T>(dst + i * int(sizeof(T)), operation(load<T>(exchanged + i * int(sizeof(T)))));
-  } else if constexpr (std::is_same_v<Operation, unchanged>) {
+  if constexpr (std::is_same_v<Operation, unchanged>) {
     std::memcpy(dst, exchanged, chunk_size);
   } else {
-    run_dense<T, T>(exchanged, dst, values, operation);
+    run_dense<T, T>(exchanged, dst, chunk_size / sizeof(T), operation);
   }
 }
 
@@ -57,6 +52,8 @@ QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &ope
 template <class T, int components, int first, int second, class Operation = unchanged>
 QVIM_INLINE void exchange_packed(const char *src, char *dst, uint64_t count,
                                  const Operation &operation = {}) {
+  constexpr auto &order = exchanged_order<T, components, components, components, first, second>;
+  if (shuffle_run(src, dst, count, order, operation)) return;
   constexpr uint64_t size = components * sizeof(T), per_chunk = chunk_size / size;
   const auto apart = [&](uint64_t pixels) __attribute__((always_inline)) {  // where nothing else can be read
     alignas(64) char copy[3 * chunk_size] = {};
@@ -98,32 +95,24 @@ QVIM_INLINE void exchange_strided(const char *src, char *dst, int64_t srcstride,
   }
 }
 
-// Pixels of three components in places of four on both sides, for processors that can leave out some when
-// they store.
-template <class T, int first, int second, class Operation>
-QVIM_INLINE void exchange_padded(const char *src, char *dst, uint64_t count, const Operation &operation) {
-  constexpr int64_t size = 4 * sizeof(T), per_chunk = chunk_size / size;
-  if (count > 2 * per_chunk) {  // nothing may be read before the first pixel
-    exchange_strided<T, first, second>(src, dst, size, size, 1, operation);
-    --count, src += size, dst += size;
-    for (; count > per_chunk; count -= per_chunk, src += chunk_size, dst += chunk_size)
-      exchange_chunk<T, 4, first, second, true>(src, dst, operation);
-  }
-  exchange_strided<T, first, second>(src, dst, size, size, count, operation);
-}
-
 template <class T, int first, int second, class Operation = unchanged>
 QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstride, uint64_t dststride,
                           uint64_t count, const Operation &operation = {}) {
   constexpr uint64_t packed = 3 * sizeof(T), padded = 4 * sizeof(T);
+  constexpr auto &packed_to_padded = exchanged_order<T, 3, 4, 3, first, second>,
+                 &padded_to_packed = exchanged_order<T, 4, 3, 3, first, second>,
+                 &both_padded = exchanged_order<T, 4, 4, 3, first, second>;
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
   if (srcstride == packed && dststride == packed)
-    exchange_packed<T, 3, first, second>(src, dst, count, operation);
-  else if (srcstride == padded && dststride == padded && QVIM_HAS_MASKED_STORES)
-    exchange_padded<T, first, second>(src, dst, count, operation);
-  else
-    exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
+    return exchange_packed<T, 3, first, second>(src, dst, count, operation);
+  if ((srcstride == packed && dststride == padded &&
+       shuffle_run(src, dst, count, packed_to_padded, operation)) ||
+      (srcstride == padded && dststride == packed &&
+       shuffle_run(src, dst, count, padded_to_packed, operation)) ||
+      (srcstride == padded && dststride == padded && shuffle_run(src, dst, count, both_padded, operation)))
+    return;
+  exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
 }
 
 }  // namespace qvim

@@ -23,6 +23,12 @@ struct complement {
   T full;
   QVIM_INLINE explicit complement(const void *bits) : full(T(scale<T>(bits).full)) {}
   QVIM_INLINE T operator()(T v) const { return T(full - v); }
+#if QVIM_HAVE_WIDE
+  QVIM_WIDE QVIM_INLINE __m512i wide(__m512i v) const {
+    typedef T components __attribute__((vector_size(64)));
+    return __m512i(full - components(v));
+  }
+#endif
 };
 
 template <class T, order o>

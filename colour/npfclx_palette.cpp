@@ -1,12 +1,6 @@
 // Indices replaced by palette entries.
 #include "colour/pixels.hpp"
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define QVIM_HAVE_WIDE_LOOKUP 1
-#else
-#define QVIM_HAVE_WIDE_LOOKUP 0
-#endif
-
 namespace qvim {
 namespace {
 
@@ -40,7 +34,7 @@ struct byte_palette {
   }
 };
 
-#if QVIM_HAVE_WIDE_LOOKUP
+#if QVIM_HAVE_WIDE
 // Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
 // half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
 // shuffles for each vector of pixels.
@@ -51,9 +45,7 @@ struct joining {
   bytes64 first_two, third, is_third;
 };
 
-[[gnu::target("avx512f,avx512bw,avx512vl,avx512vbmi")]] void look_up_64(const byte_palette &palette,
-                                                                        const char *src, char *dst,
-                                                                        uint64_t count) {
+QVIM_WIDE void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
   bytes64 table[3][4];
   std::memcpy(table, palette.component, sizeof table);
   joining order[3];
@@ -91,8 +83,8 @@ QVIM_INLINE uint64_t look_up_bytes(const char *src, char *dst, uint64_t count, c
   while (count - done > together) {
     const uint64_t left = count - done - 1, part = (left < section ? left : section) / together * together;
     palette.extend<components>(src + done, part, table);
-#if QVIM_HAVE_WIDE_LOOKUP
-    if (__builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw")) {
+#if QVIM_HAVE_WIDE
+    if (QVIM_IS_WIDE) {
       look_up_64(palette, src + done, dst + 3 * done, part);
       done += part;
       continue;
