@@ -269,7 +269,8 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
   extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride,        \
                                                 uint64_t dststride, uint64_t count, uint32_t maxvalue, \
                                                 const void *param) {                                   \
-    qvim::multiply<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                        \
-        src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                  \
+    if (count)                                                                                         \
+      qvim::multiply<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                      \
+          src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                \
   }
 #include <qvimage/members/npfclx.inc>

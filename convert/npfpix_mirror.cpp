@@ -71,7 +71,6 @@ struct mirror_items {
 };
 
 QVIM_INLINE void mirror_in_place(char *first, uint64_t count, const mirror_items &mirror) {
-  if (count == 0) return;
   for (char *last = first + (count - 1) * mirror.size; first < last;
        first += mirror.size, last -= mirror.size)
     std::swap_ranges(first, first + mirror.size, last);
@@ -90,6 +89,7 @@ QVIM_INLINE void with_mirror(uint64_t size, const auto &body) {
 }
 
 QVIM_INLINE void mirror_run(void *buffer, uint64_t count, uint64_t size) {
+  if (count == 0) return;
   with_mirror(
       size, [=](const auto &mirror) __attribute__((always_inline)) {
         mirror_in_place(static_cast<char *>(buffer), count, mirror);

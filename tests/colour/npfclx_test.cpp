@@ -256,6 +256,13 @@ TEST(Npfclx, ByteConversionsAgreeWithTheModelAllOverTheColourCube) {
   }
 }
 
+TEST(Npfclx, RunsOfNothingNeedNoMemory) {
+  for (const auto &member : members())
+    for (const auto &v : member.versions)
+      for (uint64_t stride : {0, 1, 3, 4, 6, 8, 12, 16, 24, 32})
+        v.function(nullptr, nullptr, stride, stride, 0, 255, nullptr);
+}
+
 template <class T>
 std::vector<T> one(npfclx_fn *f, std::vector<T> in, size_t outputs, uint32_t maxvalue, const void *param) {
   std::vector<T> out(outputs);
