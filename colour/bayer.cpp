@@ -56,40 +56,67 @@ struct bayer : view<Dim, bayer<Dim>> {
     return 1;
   }
 
-  static uint32_t length(image *im, uint32_t count, const position &at) {
-    if (state_in(im).run_scan != scan::z) return base::length(im, count, at);
-    return call_length(source_of(im), 1, in_source(im, at)) ? base::run_length(im, count, at) : 0;
+  // Pixels of one line of cells, and where these cells begin in the source.
+  struct line_of_cells {
+    position place;
+    uint32_t n, cells;
+    int along, across;
+    bool lower;  // the pixels lie in the cells' second line
+  };
+
+  // The first pixel alone when it lies in the second half of its cell; none outside the source's window.
+  static line_of_cells cells_of(image *im, uint32_t n, const position &from) {
+    const auto own = box<Dim>::of(&im->wind), there = box<Dim>::of(&source_of(im)->wind);
+    const scan s = state_in(im).run_scan;
+    line_of_cells line{in_source(im, from), n, 0, s == scan::y ? 1 : 0, s == scan::y ? 0 : 1, false};
+    if (!there.holds(line.place)) n = 0;
+    const auto second = [&](int axis) { return (own.nw[axis] + from[axis]) & 1; };
+    if (second(line.along) || s == scan::z) n = std::min(n, 1u);
+    line.n = std::min(n, there.extent(line.along) - uint32_t(line.place[line.along]));
+    line.cells = (line.n + 1) / 2;
+    line.place[line.along] -= second(line.along);
+    line.lower = second(line.across);
+    return line;
+  }
+  static position line_of(image *im, const line_of_cells &cells, int j) {
+    position place = cells.place;
+    place[cells.across] = nearest(int64_t{place[cells.across]} - cells.lower + j,
+                                  box<Dim>::of(&source_of(im)->wind).extent(cells.across));
+    return place;
+  }
+
+  // Where the cells of a whole run are not to be had, the first one may be.
+  static uint32_t served(image *im, uint32_t n, const position &at) {
+    const line_of_cells line = cells_of(im, n, at);
+    for (int j = 0; j < 2 && line.n; j++)
+      if (!for_line(source_of(im), line_of(im, line, j), line.along, 2 * line.cells,
+                    [&](const position &from, uint32_t, uint32_t count) {
+                      return call_length(source_of(im), count, from);
+                    }))
+        return n > 1 ? served(im, 1, at) : 0;
+    return line.n;
   }
 
   static uint32_t read(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     const state &st = state_in(im);
     return in_pieces(im, count, at, staging_bytes / st.pixie,
                      [&](const position &from, uint32_t done, uint32_t n) {
-                       return read_cells(
-                           im, mode, static_cast<uint8_t *>(buffer) + uint64_t(done) * 4 * st.pixie, n, from);
+                       auto *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * 4 * st.pixie;
+                       const uint32_t moved = read_cells(im, mode, out, n, from);
+                       return moved || n == 1 ? moved : read_cells(im, mode, out, 1, from);
                      });
   }
 
-  // Pixels of one line of cells; the first one alone when it lies in the second half of its cell.
-  static uint32_t read_cells(image *im, uint32_t mode, uint8_t *out, uint32_t n, const position &from) {
+  static uint32_t read_cells(image *im, uint32_t mode, uint8_t *out, uint32_t count, const position &from) {
     alignas(64) uint8_t values[staging_bytes];
-    source_image *source = source_of(im);
     const state &st = state_in(im);
-    const auto own = box<Dim>::of(&im->wind), there = box<Dim>::of(&source->wind);
-    position place = in_source(im, from);
-    if (!there.holds(place)) return 0;
-    const int along = st.run_scan == scan::y ? 1 : 0, across = 1 - along;
-    const auto second = [&](int axis) { return (own.nw[axis] + from[axis]) & 1; };
-    if (second(along) || st.run_scan == scan::z) n = 1;
-    n = std::min(n, there.extent(along) - uint32_t(place[along]));
-    const uint32_t cells = (n + 1) / 2, size = st.pixie;
-    place[along] -= second(along);
-    const int32_t line = place[across] - second(across);
+    const line_of_cells line = cells_of(im, count, from);
+    const uint32_t n = line.n, cells = line.cells, size = st.pixie;
+    if (n == 0) return 0;
     for (int j = 0; j < 2; j++) {
-      place[across] = nearest(line + j, there.extent(across));
-      if (!read_line(source, mode, values, size, place, along, 2 * cells)) return 0;
+      if (!read_line(im, mode, values, line_of(im, line, j), line.along, 2 * cells)) return 0;
       for (int i = 0; i < 2; i++) {
-        const int component = st.phase ^ (i << along | j << across);
+        const int component = st.phase ^ (i << line.along | j << line.across);
         st.copy_value(values + uint32_t(i) * size, out + uint32_t(component) * size, 2 * size, 8 * size,
                       cells, size, 0);
       }
@@ -105,16 +132,25 @@ struct bayer : view<Dim, bayer<Dim>> {
     return int32_t(std::clamp<int64_t>(at, 0, extent - 1));
   }
 
-  // `count` values from a position on, of which the first and the last may lie outside.
-  static bool read_line(source_image *source, uint32_t mode, uint8_t *values, uint32_t size,
-                        const position &place, int axis, uint32_t count) {
+  static bool read_line(image *im, uint32_t mode, uint8_t *values, const position &place, int axis,
+                        uint32_t count) {
+    return for_line(source_of(im), place, axis, count, [&](const position &at, uint32_t first, uint32_t n) {
+      return call_read(source_of(im), base::read_mode(mode), values + first * uint64_t(state_in(im).pixie), n,
+                       at);
+    });
+  }
+
+  // `count` values from a position on, of which the first and the last may lie outside. move(position, values
+  // before, values) says how many it moved; false when it moves none.
+  template <class Move>
+  static bool for_line(const source_image *source, const position &place, int axis, uint32_t count,
+                       Move move) {
     const int64_t extent = box<Dim>::of(&source->wind).extent(axis), begin = place[axis], end = begin + count;
-    const auto read = [&](int64_t from, int64_t to) {
+    const auto part = [&](int64_t from, int64_t to) {
       position at = place;
       while (from < to) {
         at[axis] = int32_t(from);
-        const uint32_t moved = call_read(source, base::read_mode(mode),
-                                         values + uint64_t(from - begin) * size, uint32_t(to - from), at);
+        const uint32_t moved = move(at, uint32_t(from - begin), uint32_t(to - from));
         if (moved == 0) return false;
         from += moved;
       }
@@ -123,9 +159,9 @@ struct bayer : view<Dim, bayer<Dim>> {
     const auto replace = [&](int64_t outside) {
       position at = place;
       at[axis] = nearest(outside, extent);
-      return call_read(source, base::read_mode(mode), values + uint64_t(outside - begin) * size, 1, at) == 1;
+      return move(at, uint32_t(outside - begin), 1) == 1;
     };
-    return read(std::max<int64_t>(begin, 0), std::min(end, extent)) && (begin >= 0 || replace(begin)) &&
+    return part(std::max<int64_t>(begin, 0), std::min(end, extent)) && (begin >= 0 || replace(begin)) &&
            (end <= extent || replace(end - 1));
   }
 };

@@ -61,15 +61,15 @@ struct decimate : view<two_d, decimate> {
   }
   static uint32_t shown(uint32_t span, uint32_t period) { return span ? (span - 1) / period + 1 : 0; }
 
+  // A source that converts has pixels of any size.
   static void copy(const void *from, void *to, int64_t from_stride, int64_t to_stride, uint32_t n,
                    uint32_t bytes) {
-    (bytes == 1 ? npfbix_1to1_n : npfbix_2to2_n)(from, to, from_stride, to_stride, n, 0, 0);
+    qvimdatapackf16(bytes)(from, to, from_stride, to_stride, n, bytes, 0);
   }
 
-  static uint32_t length(qvimage *im, uint32_t count, const position &at) {
-    const uint32_t n = run_length(im, count, at);
-    if (n == 0) return 0;
-    return call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
+  static uint32_t served(qvimage *im, uint32_t n, const position &at) {
+    const uint32_t step = period(im);
+    return shown(call_length(source_of(im), spanned(n, step), in_source(im, at)), step);
   }
 
   static uint32_t read(qvimage *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {

@@ -82,10 +82,15 @@ struct rotate : view<two_d, rotate> {
   // The axis of the source along which runs go.
   static int source_axis(qvimage *im) { return int(state_in(im).run_scan) ^ state_in(im).transposed; }
 
-  static uint32_t length(qvimage *im, uint32_t count, const position &at) {
-    const uint32_t n = run_length(im, count, at);
-    if (n == 0 || !reversed(state_in(im))) return view::length(im, count, at);
-    return call_length(source_of(im), 1, in_source(im, at)) ? n : 0;
+  // In opposite order the source's run begins at the far end; without that, the first pixel may be had.
+  static uint32_t served(qvimage *im, uint32_t n, const position &at) {
+    if (!reversed(state_in(im))) return view::served(im, n, at);
+    position last = at;
+    last[int(state_in(im).run_scan)] += int32_t(n - 1);
+    position place = in_source(im, last);
+    for (uint32_t done = 0, part; done < n; done += part, place[source_axis(im)] += int32_t(part))
+      if (part = call_length(source_of(im), n - done, place); part == 0) return n > 1 ? served(im, 1, at) : 0;
+    return n;
   }
 
   template <bool writing>

@@ -79,6 +79,16 @@ struct stack : view<two_d, stack, three_d> {
     return code;
   }
 
+  // What all frames have.
+  static uint32_t served(qvimage *im, uint32_t n, const position &at) {
+    three_d::point place = in_source(im, at);
+    for (uint32_t z = 0; z < std::max(uint32_t(state_in(im).frames), 1u) && n; z++) {
+      place[2] = int32_t(z);
+      n = call_length(source_of(im), n, place);
+    }
+    return n;
+  }
+
   static uint32_t read(qvimage *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     constexpr uint32_t most_sums = staging_bytes / sizeof(uint32_t);
     alignas(64) uint32_t sums[most_sums];

@@ -13,7 +13,7 @@
 //               base's passes runs on
 //   bxts        generic block transfer; bxts_through passes block transfers on
 //   imapset     none; imapset_through maps what the source maps
-//   stretch, lines_agree, run_length, length   how far a run goes
+//   stretch, lines_agree, run_length, served   how far a run goes
 //   set_source_window, aeiou
 // Views keep no pointer into their own record and call the source through its reference, resolved at every
 // call, so that records may be copied and moved as a block.
@@ -239,7 +239,7 @@ struct view {
   template <auto Read>
   static void install_reads(image *im) {
     im->ioread = slots<Dim>::template read<Read>;
-    im->iolen = slots<Dim>::template length<Kind::length>;
+    im->iolen = slots<Dim>::template length<length>;
   }
 
   // Runs that the source serves in the caller's data type.
@@ -285,12 +285,16 @@ struct view {
     return done;
   }
 
+  // How many pixels of a stretch the source moves at once.
+  static uint32_t served(image *im, uint32_t n, const position &at) {
+    return call_length(source_of(im), n, Kind::in_source(im, at));
+  }
+
+  // Asks the source for every piece that a transfer would move: its window may end before this one, and its
+  // frames may lie apart.
   static uint32_t length(image *im, uint32_t count, const position &at) {
-    const uint32_t n = Kind::run_length(im, count, at);
-    if (n == 0) return 0;
-    const uint32_t piece = Kind::stretch(im, n, at);
-    const uint32_t served = call_length(source_of(im), piece, Kind::in_source(im, at));
-    return served < piece ? served : n;
+    return in_pieces(im, count, at, UINT32_MAX,
+                     [&](const position &from, uint32_t, uint32_t n) { return Kind::served(im, n, from); });
   }
 
   // Runs of pixels that a kind converts: convert(the source's pixels, the caller's, count), or the other way

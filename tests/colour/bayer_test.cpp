@@ -1,6 +1,7 @@
 // Raw values behind a colour filter array, regrouped by cell.
 #include <gtest/gtest.h>
 
+#include "tests/convert/geometry_model.hpp"
 #include "tests/convert/view_scene.hpp"
 #include "tests/fault.hpp"
 
@@ -31,26 +32,11 @@ struct cells : view_scene<Dim> {
     r = {random_mode(g, Dim::axes), uint32_t(stored.d.pixietype) | random_flags(g), 15};
   }
 
-  // A coordinate of a cell, counted in the view's image, or the nearest of its kind that the source's window
-  // has.
-  static int nearest(int c, int begin, int end) {
-    int best = -1;
-    for (int i = begin; i < end; i++)
-      if ((i - c) % 2 == 0 && (best < 0 || std::abs(i - c) < std::abs(best - c))) best = i;
-    return best < 0 ? begin : best;
-  }
   bits expected(const pos &at, int component) const {
     const frame reach = this->shared ? frame_of(view.wind) : frame{{}, this->within.size};
-    pos p = this->in_view(at);
-    for (int row = 0; row < 2; row++)
-      for (int column = 0; column < 2; column++)
-        if ((phase ^ (2 * row + column)) == component) {
-          p[0] = nearest((p[0] & ~1) + column, reach.nw[0], reach.nw[0] + reach.size[0]);
-          p[1] = nearest((p[1] & ~1) + row, reach.nw[1], reach.nw[1] + reach.size[1]);
-          if (!this->shared) p = sum(p, this->within.nw);
-          return as_read(stored, stored.get(p, 0), r.datatype);
-        }
-    return {};
+    pos p = cell_value(reach, this->in_view(at), phase, component);
+    if (!this->shared) p = sum(p, this->within.nw);
+    return as_read(stored, stored.get(p, 0), r.datatype);
   }
 };
 

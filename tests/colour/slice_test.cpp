@@ -68,7 +68,7 @@ void writes_only_its_component(int seed) {
                                c == s.component ? as_written(s.stored, v[0], s.r.datatype)
                                                 : bits{s.stored.get(there, c), s.stored.significant()});
                  });
-  s.stored.expect_equal(after);
+  expect_equal(s.stored, after);
 }
 
 template <class Dim>
@@ -87,7 +87,7 @@ void transfers_scattered_pixels(int seed) {
                                c == s.component ? as_written(s.stored, v[0], s.r.datatype)
                                                 : bits{s.stored.get(there, c), s.stored.significant()});
                  });
-  s.stored.expect_equal(after);
+  expect_equal(s.stored, after);
 }
 
 TEST(ColourSlice, ReadsItsComponent) {

@@ -1,6 +1,7 @@
 // A 3-D image seen as a plane or as its frames joined.
 #include <gtest/gtest.h>
 
+#include "tests/convert/geometry_model.hpp"
 #include "tests/convert/model.hpp"
 
 namespace {
@@ -8,44 +9,13 @@ namespace {
 using namespace model;
 using qvim::two_d;
 
-constexpr uint8_t below = 0x80, beside = 0x40;
-
-struct presented {
-  uint32_t xaxis = 0, yaxis = 2;
-  int32_t plane = 0;
-  uint8_t flags = 0;
-};
-
-presented random_presentation(generator &g, const extent &source) {
-  presented p;
-  const uint8_t layouts[] = {0, 0, below, beside};
-  p.flags = one_of(g, layouts);
-  p.xaxis = 2 * uint32_t(between(g, 0, 2));
-  p.yaxis = (p.xaxis + 2 * uint32_t(between(g, 1, 2))) % 6;
-  p.plane = between(g, 0, source[3 - p.xaxis / 2 - p.yaxis / 2] - 1);
-  return p;
-}
-extent size_of(const presented &p, const extent &s) {
-  if (p.flags == below) return {s[0], s[1] * s[2], 1};
-  if (p.flags == beside) return {s[0] * s[2], s[1], 1};
-  return {s[p.xaxis / 2], s[p.yaxis / 2], 1};
-}
-pos place_of(const presented &p, const extent &s, const pos &at) {
-  if (p.flags == below) return {at[0], at[1] % s[1], at[1] / s[1]};
-  if (p.flags == beside) return {at[0] % s[0], at[1], at[0] / s[0]};
-  pos result{p.plane, p.plane, p.plane};
-  result[p.xaxis / 2] = at[0];
-  result[p.yaxis / 2] = at[1];
-  return result;
-}
-
 struct scene {
   generator g;
   pixels stored;
   qvimage3 source;
   qvimage view;
   frame within;  // the source's window
-  presented how;
+  frames_presented how;
   request r;
 
   void set_up(int seed) {
@@ -95,7 +65,7 @@ void writes_what_the_model_says(int seed) {
         [&](const pos &at, int pixie, uint64_t v) {
           expected.put(s.in_source(at), pixie, as_written(s.stored, v, s.r.datatype));
         }));
-  s.stored.expect_equal(expected);
+  expect_equal(s.stored, expected);
 }
 
 void moves_nothing_outside_its_window(int seed) {

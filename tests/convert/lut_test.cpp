@@ -97,11 +97,11 @@ void translates(int seed) {
     EXPECT_EQ(qvim::call_write(&s.view, 0, nothing, 1, {}), 0u);
   } else {
     s.check_writes([&] { return s.given(); }, apply);
-    s.stored.expect_equal(after);
+    expect_equal(s.stored, after);
     s.check_blocks([&](const pos &at, int pixie) { return s.expected(at, pixie); }, [&] { return s.given(); },
                    apply);
   }
-  s.stored.expect_equal(after);
+  expect_equal(s.stored, after);
 }
 
 TEST(LookupTable, TranslatesWhatPasses) {
