@@ -1,9 +1,9 @@
 /* Views: an image presented in another way.
  *
  * A view is a record built over another one, its source, and used like any image: set up, then read or
- * written. It owns no pixels. Every transfer goes to the source and back through at most 2048 bytes of the
- * stack (two times where byte orders differ); nothing is allocated. Views stack: a source may be a view
- * itself.
+ * written. It owns no pixels. Every transfer goes to the source and back, where something is converted or
+ * moved apart through pieces of 2048 bytes on the stack, at most two of them; nothing is allocated. Views
+ * stack: a source may be a view itself.
  *
  * Arguments that all constructors share
  *   image         the record to fill: 452 bytes, whose former contents do not matter. Not the source.
