@@ -9,6 +9,7 @@
 #include <qvimage/views.h>
 
 #include "failure.hpp"
+#include "lut.hpp"
 #include "text.hpp"
 #include "words.hpp"
 
@@ -18,6 +19,18 @@ void chain::put(const std::function<int32_t(qvimage *, qvimage *)> &construct, c
   qvimage *view = &views_.emplace_back().image;
   if (const int32_t code = construct(view, top_); code < 0) refuse(code, reason);
   top_ = view;
+}
+
+void put_converter(chain &chain, int32_t type, int32_t bits, real_values mode) {
+  qvimagedata data;
+  const qvimagedata old = chain.top()->d;
+  qviminitdata(&data, type, bits, old.pixies, old.pixelhint);
+  chain.put(
+      [&](qvimage *view, qvimage *source) -> int32_t {
+        if (source->d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
+        return qvimage_converter(view, source, &data, 0, 0, static_cast<uint8_t>(bits), mode);
+      },
+      describe_type(old) + " pixels cannot be converted");
 }
 
 void chain::refuse(int32_t code, const std::string &reason) const {
@@ -96,29 +109,40 @@ step flip(const std::string &text, values) {
   return turned(static_cast<uint32_t>(chosen(flip_option, flips, text)));
 }
 
-enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
+int32_t width_of(int32_t type) { return 8 * qvimdatasize(static_cast<uint32_t>(type)); }
 
-// `bits` are those of integers, 0 for floating-point types.
-void convert(chain &chain, int32_t type, int32_t bits, real_values mode) {
-  qvimagedata data;
-  const qvimagedata old = chain.top()->d;
-  qviminitdata(&data, type, bits, old.pixies, old.pixelhint);
-  chain.put(
-      [&](qvimage *view, qvimage *source) -> int32_t {
-        if (source->d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
-        return qvimage_converter(view, source, &data, 0, 0, static_cast<uint8_t>(bits), mode);
-      },
-      describe_type(old) + " pixels cannot be converted");
-  chain.note_conversion();
+// Integers all of whose bits are used, and which have them all before other numbers of bits are made of them.
+void from_real(chain &chain, int32_t type, int32_t bits, real_values mode) {
+  put_converter(chain, type, width_of(type), mode);
+  if (bits != width_of(type)) put_converter(chain, type, bits, same_numbers);
 }
 
-step bits(const std::string &text, values) {
+// The converter takes 1.0 for a pixie with all its bits set.
+void to_real(chain &chain, int32_t type, real_values mode) {
+  const qvimagedata old = chain.top()->d;
+  if (mode == from_0_to_1 && old.i_bitsused < width_of(old.pixietype)) {
+    if (old.i_bitsused > 16)
+      chain.refuse(QVERR_UNSUPPORTED,
+                   describe_type(old) + " pixels cannot be normalised, only up to 16 and 32 bits");
+    fill_32_bits(chain);
+  }
+  put_converter(chain, type, 0, mode);
+}
+
+real_values mode_of(values given) { return given.has(normalise_option.name) ? from_0_to_1 : same_numbers; }
+
+step bits(const std::string &text, values given) {
   const auto count = static_cast<int32_t>(one_number(bits_option, text, 1, 32));
+  const real_values mode = mode_of(given);
   const auto take = [=](chain &chain) {
-    if (is_real(chain.top()))
-      chain.refuse(QVERR_DATATYPE,
-                   "floating-point pixels have no bits to count (make them integers by --type)");
-    convert(chain, qvimdatabittype(count), count, same_numbers);
+    const int32_t type = qvimdatabittype(count);
+    if (!is_real(chain.top())) return put_converter(chain, type, count, same_numbers);
+    if (mode == same_numbers && count != width_of(type))
+      chain.refuse(QVERR_UNSUPPORTED,
+                   formatted("floating-point numbers become integers of 8, 16 or 32 bits, of %d only with "
+                             "--normalise",
+                             count));
+    from_real(chain, type, count, mode);
   };
   return {take, false};
 }
@@ -131,21 +155,15 @@ constexpr choice types[] = {{"u8", QVIM_UINT8},
 
 step type(const std::string &text, values given) {
   const int32_t type = chosen(type_option, types, text);
-  const bool to_real = type >= QVIM_FLOAT32;
-  const real_values mode = given.has(normalise_option.name) ? from_0_to_1 : same_numbers;
+  const real_values mode = mode_of(given);
   const auto take = [=](chain &chain) {
-    const qvimagedata old = chain.top()->d;
-    const bool from_real = is_real(chain.top());
-    // An integer image made by a converter serves floating-point types itself, from what lies below it.
-    if (to_real && !from_real && chain.converted())
-      chain.refuse(QVERR_UNSUPPORTED,
-                   "integers made by --bits or --type cannot become floating-point at once");
-    // 1.0 stands for a pixie with all its bits set.
-    if (to_real && !from_real && mode == from_0_to_1 && old.i_bitsused < 8 * chain.top()->f.pixiesize)
-      chain.refuse(QVERR_UNSUPPORTED,
-                   describe_type(old) + " pixels cannot be normalised, only 8, 16 and 32 bits");
-    const int32_t bits = to_real ? 0 : 8 * qvimdatasize(static_cast<uint32_t>(type));
-    convert(chain, type, bits, from_real == to_real ? same_numbers : mode);
+    const bool real_before = is_real(chain.top()), real_after = type >= QVIM_FLOAT32;
+    if (real_before == real_after)
+      return put_converter(chain, type, real_after ? 0 : width_of(type), same_numbers);
+    if (real_after)
+      to_real(chain, type, mode);
+    else
+      from_real(chain, type, width_of(type), mode);
   };
   return {take, false};
 }
@@ -218,21 +236,25 @@ step bayer(const std::string &text, values) {
   return {take, false};
 }
 
+step table(const std::string &path, values) { return lut(path); }
+
 struct step_option {
   std::string_view name;
   step (*make)(const std::string &value, values given);
 };
 
-constexpr step_option step_options[] = {
-    {crop_option.name, crop},     {rotate_option.name, rotate},     {flip_option.name, flip},
-    {bits_option.name, bits},     {type_option.name, type},         {component_option.name, component},
-    {colour_option.name, colour}, {decimate_option.name, decimate}, {bayer_option.name, bayer}};
+constexpr step_option step_options[] = {{crop_option.name, crop},     {rotate_option.name, rotate},
+                                        {flip_option.name, flip},     {bits_option.name, bits},
+                                        {type_option.name, type},     {component_option.name, component},
+                                        {colour_option.name, colour}, {decimate_option.name, decimate},
+                                        {bayer_option.name, bayer},   {lut_option.name, table}};
 
 }  // namespace
 
 std::vector<step> steps_of(const arguments &arguments) {
-  if (arguments.has(normalise_option.name) && !arguments.has(type_option.name))
-    throw usage_error("--normalise goes with --type");
+  if (arguments.has(normalise_option.name) && !arguments.has(type_option.name) &&
+      !arguments.has(bits_option.name))
+    throw usage_error("--normalise goes with --type or --bits");
   std::vector<step> steps;
   for (const arguments::given &given : arguments.options()) {
     for (const step_option &option : step_options) {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,18 +32,18 @@ class chain {
   bool transposed() const { return transposed_; }
   void transpose() { transposed_ = !transposed_; }
 
-  // Whether the type or the number of bits has changed.
-  bool converted() const { return converted_; }
-  void note_conversion() { converted_ = true; }
+  // What a view refers to lives as long as the chain.
+  void keep(std::shared_ptr<const void> what) { kept_.push_back(std::move(what)); }
 
  private:
   struct record {
     alignas(8) qvimage image;
   };
   std::list<record> views_;
+  std::vector<std::shared_ptr<const void>> kept_;
   qvimage *top_;
   std::string file_, where_;
-  bool transposed_ = false, converted_ = false;
+  bool transposed_ = false;
 };
 
 struct step {
@@ -53,17 +54,26 @@ struct step {
 // The steps that the command line asks for; options that are none are passed over. Throws usage_error.
 std::vector<step> steps_of(const arguments &arguments);
 
+// Whether floating-point values are the same numbers as integers, or 0 to 1 stand for all that a pixie holds.
+enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
+
+// `bits` are those of integers, 0 for floating-point types.
+void put_converter(chain &chain, int32_t type, int32_t bits, real_values mode);
+
 constexpr option crop_option = {"--crop", "X,Y,W,H", "only the W x H pixels from (X, Y) onward"};
 constexpr option rotate_option = {"--rotate", "DEGREES", "turn clockwise by 90, 180 or 270 degrees"};
 constexpr option flip_option = {"--flip", "x|y", "mirror left to right (x) or top to bottom (y)"};
 constexpr option bits_option = {"--bits", "N", "integers of 1 to 32 bits, scaled by a power of two"};
 constexpr option type_option = {"--type", "TYPE", "u8, u16, u32 (scaled as by --bits), f32 or f64"};
 constexpr option normalise_option = {"--normalise", "",
-                                     "with --type: floating-point 0 to 1 stand for the whole range\nof the "
-                                     "integers; else values are the same numbers"};
+                                     "with --type or --bits: floating-point 0 to 1 stand for the\nwhole "
+                                     "range of the integers; else values are the same numbers"};
 constexpr option component_option = {"--component", "N", "only this component, counted from 1"};
 constexpr option colour_option = {"--colour", "NAME", "rgb, bgr, grey, cmy, cmyk, bsh or ycrcb"};
 constexpr option decimate_option = {"--decimate", "N[,M]", "every Nth pixel of every Mth row (M: N)"};
+constexpr option lut_option = {"--lut", "FILE",
+                               "values through a table of text lines, an entry a line: one\nnumber, or "
+                               "three that make grey pixels RGB ones"};
 constexpr option bayer_option = {
     "--bayer", "PHASE",
     "raw values behind colour filters as pixels of four\ncomponents; rggb, grbg, "

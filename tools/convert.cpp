@@ -12,6 +12,7 @@
 #include "failure.hpp"
 #include "format.hpp"
 #include "interrupt.hpp"
+#include "mean.hpp"
 #include "pages.hpp"
 #include "progress.hpp"
 #include "target.hpp"
@@ -106,7 +107,8 @@ class conversion {
       : in_(arguments.operand(0)),
         out_(arguments.operand(1)),
         settings_(arguments),
-        steps_(steps_of(arguments)) {
+        steps_(steps_of(arguments)),
+        mean_(arguments.has(mean_option.name)) {
     input_ = open_document(in_);
     pages_ = chosen_pages(arguments, in_, input_->pages());
   }
@@ -130,10 +132,11 @@ class conversion {
 
  private:
   void write(const file_format &format, const std::string &path, bool append) {
-    progress progress(pages_.count());
+    progress progress(mean_ ? 1 : pages_.count());
     qvimagefileinfo first = settings_.applied_to(input_->info(pages_.first));
     const auto writer = format.create(path, out_, first, append);
-    for (int64_t page = pages_.first; page <= pages_.last; page++) {
+    const int64_t last = mean_ ? pages_.first : pages_.last;
+    for (int64_t page = pages_.first; page <= last; page++) {
       progress.next_unit();
       write_page(*writer, page);
       if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
@@ -143,17 +146,24 @@ class conversion {
 
   void write_page(writer &writer, int64_t number) {
     qvimagefileinfo options = settings_.applied_to(input_->info(number));
-    const bool keeps_palette = std::ranges::all_of(steps_, &step::keeps_palette);
-    const auto page = input_->open(number, keeps_palette ? colour_map::kept : colour_map::applied);
-    chain chain(&page->image, in_, formatted("page %lld", static_cast<long long>(number + 1)));
+    const auto page = open(number);
+    chain chain(&page->image, in_,
+                mean_ ? "the mean" : formatted("page %lld", static_cast<long long>(number + 1)));
     for (const step &step : steps_) step.take(chain);
     if (chain.transposed()) settings_.exchange_resolution(options);
     writer.add(chain.top(), page->has_palette ? &page->palette : nullptr, options);
   }
 
+  std::unique_ptr<page> open(int64_t number) {
+    if (mean_) return mean_of(*input_, pages_, in_, out_);
+    const bool keeps_palette = std::ranges::all_of(steps_, &step::keeps_palette);
+    return input_->open(number, keeps_palette ? colour_map::kept : colour_map::applied);
+  }
+
   const std::string in_, out_;
   settings settings_;
   const std::vector<step> steps_;
+  const bool mean_;
   std::unique_ptr<document> input_;
   page_range pages_{};
 };
@@ -177,6 +187,7 @@ constexpr option options[] = {
     {"--bigtiff", "", "write BigTIFF, which may grow beyond 4 GiB"},
     pages_option,
     {"--append", "", "add the pages to OUT, if it exists, behind its own"},
+    mean_option,
     crop_option,
     rotate_option,
     flip_option,
@@ -187,6 +198,7 @@ constexpr option options[] = {
     colour_option,
     decimate_option,
     bayer_option,
+    lut_option,
     {"--description", "TEXT", "ImageDescription of every page written; \"\" removes it"},
     {"--software", "TEXT", "the same for Software"},
     {"--copyright", "TEXT", "the same for Copyright"},

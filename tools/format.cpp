@@ -52,6 +52,8 @@ page::page() {
   qvimage_defnull(&palette);
 }
 
+volume::volume() { qvimage3_defnull(&image); }
+
 const file_format &format_of_content(const std::string &path) {
   const std::string head = head_of(path);
   for (const file_format &format : formats) {

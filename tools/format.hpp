@@ -26,6 +26,18 @@ class page {
   page &operator=(const page &) = delete;
 };
 
+// Pages of a document opened together as the planes of one image; colour maps are applied.
+class volume {
+ public:
+  virtual ~volume() = default;
+  alignas(8) qvimage3 image;
+
+ protected:
+  volume();
+  volume(const volume &) = delete;
+  volume &operator=(const volume &) = delete;
+};
+
 enum class colour_map {
   kept,    // a page with a colour map is an index image beside a palette image
   applied  // it is a colour image
@@ -41,6 +53,8 @@ class document {
   virtual const qvimagefileinfo &info(int64_t page) = 0;
   // The page may be used as long as the document lives.
   virtual std::unique_ptr<page> open(int64_t page, colour_map colours) = 0;
+  // Pages first to last, which must be alike.
+  virtual std::unique_ptr<volume> open_volume(int64_t first, int64_t last) = 0;
 };
 
 // A file being written page by page. Without finish() it is worthless.

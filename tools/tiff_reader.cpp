@@ -140,6 +140,29 @@ class plane : public page {
   }
 };
 
+class planes : public volume {
+ public:
+  planes(const std::string &path, int64_t first, int64_t last) {
+    errno = 0;
+    const int32_t code = qvimage3_tiffread(&image, nullptr, &handle_, path.c_str(), nullptr, 0, 0);
+    check(code, path, system_detail(code, "not every page of the file can be opened"));
+    qvyzwindow window = image.imdim;
+    window.nw.z = static_cast<int32_t>(first);
+    window.se.z = static_cast<int32_t>(last) + 1;
+    image.xwind(&image, &window, 's');
+  }
+  ~planes() override { qvimage3_tiffreaddone(&image, nullptr, &handle_); }
+
+ private:
+  tiffhandle *handle_ = nullptr;
+};
+
+std::string describe(const qvimagefileinfo &info) {
+  return formatted("%d x %d pixels of %d x %s, ", info.wind.se.x, info.wind.se.y, info.data.pixies,
+                   describe_type(info.data).c_str()) +
+         describe_colour(info.data) + (info.palette != 0 ? " with a colour map" : "");
+}
+
 class tiff_document : public document {
  public:
   explicit tiff_document(const std::string &path) : path_(path), descriptions_(path) {
@@ -162,6 +185,21 @@ class tiff_document : public document {
     if (pages_ > 8 && stack_ == nullptr) stack_ = std::make_unique<stack>(path_);
     if (stack_ != nullptr && stack_->serves(about)) return std::make_unique<plane>(*stack_, number, path_);
     return std::make_unique<single_page>(path_, number, about.palette != 0 && colours == colour_map::kept);
+  }
+
+  // The image over all pages is what the last of the file says, so that this one has to be like the others.
+  std::unique_ptr<volume> open_volume(int64_t first, int64_t last) override {
+    const std::string one = describe(info(pages_ - 1));
+    for (int64_t page = first; page <= last; page++) {
+      const std::string other = describe(info(page));
+      if (other != one)
+        throw failure(
+            path_, QVERR_UNSUPPORTED,
+            formatted("page %lld has %s, the last page of the file %s; pages taken together must be "
+                      "alike",
+                      static_cast<long long>(page + 1), other.c_str(), one.c_str()));
+    }
+    return std::make_unique<planes>(path_, first, last);
   }
 
  private:

@@ -80,11 +80,32 @@ class Views(ToolTest):
         for page in (picture(11, 7), picture(5, 9, samples=3, bits=16), picture(11, 7, bits=12)):
             for option, bits in (("--type=f32", 32), ("--type=f64", 64)):
                 self.check(page, option, each(lambda *p: tuple(map(float, p)))(rows(page)), bits=bits, real=True)
-                if page.bits == 12:
-                    continue
                 found = self.converted(page, option, "--normalise")
                 for value, given in zip(found.pixels, page.pixels):
                     self.assertAlmostEqual(value, given / (2**page.bits - 1), delta=1e-7)
+
+    def test_normalised_values_of_part_of_the_pixie_come_back(self):
+        for width, bits in ((11, 12), (2, 1), (9, 7), (300, 15)):
+            page = picture(width, 7, bits=bits)
+            page.pixels[:2] = [0, 2**bits - 1]
+            real = self.converted(page, "--type=f64", "--normalise")
+            for value, given in zip(real.pixels, page.pixels):
+                self.assertAlmostEqual(value, given / (2**bits - 1), delta=1e-9)
+            self.assertEqual(real.pixels[:2], [0.0, 1.0])
+            for option in (f"--bits={bits}", f"--type=u32 --bits={bits}"):
+                self.assertEqual(self.converted(real, "--normalise", *option.split()).pixels, page.pixels)
+
+    def test_types_follow_each_other(self):
+        page = picture(9, 5, samples=3)
+        for options, model, bits, real in (
+            ("--type=u16 --type=f32", lambda v: float(v << 8), 32, True), ("--bits=5 --type=f64", lambda v: float(v >> 3), 64, True),
+            ("--type=f32 --type=u16", lambda v: v, 16, False), ("--type=f64 --type=u16 --bits=4", lambda v: v >> 12, 4, False),
+            ("--type=f32 --bits=32", lambda v: v, 32, False), ("--normalise --type=f32 --type=u8", lambda v: v, 8, False)):
+            self.check(page, options, each(lambda *p: tuple(map(model, p)))(rows(page)), bits=bits, real=real)
+        for bits in (5, 12):
+            found = self.converted(page, f"--bits={bits}", "--type=f32", "--normalise")
+            for value, given in zip(found.pixels, page.pixels):
+                self.assertAlmostEqual(value, (given << bits >> 8) / (2**bits - 1), delta=1e-7)
 
     def test_floating_values_become_integers(self):
         values = [0.0, 0.25, 0.75, 1.0, 1.5, -1.0, 3.0, 300.0]
@@ -142,9 +163,8 @@ class Views(ToolTest):
         real, colour, deep = picture(5, 4, bits=32, real=True), picture(5, 4, samples=3), picture(5, 4, bits=32)
         for page, option, pattern in (
             (deep, "--rotate=90", "32-bit pixels cannot be turned"), (real, "--flip=x", "32-bit float pixels cannot"),
-            (real, "--bits=8", "floating-point pixels have no bits"), (colour, "--component=4", "component 4 of 3"),
-            (colour, "--type=u16 --type=f32", "integers made by --bits or --type"),
-            (picture(5, 4, bits=12), "--type=f32 --normalise", "12-bit pixels cannot be normalised"),
+            (real, "--bits=12", "floating-point numbers become integers of 8, 16 or 32 bits, of 12 only with --norm"), (colour, "--component=4", "component 4 of 3"),
+            (colour, "--bits=20 --type=f32 --normalise", "20-bit pixels cannot be normalised, only up to 16 and 32 bits"),
             (colour, "--decimate=2", "pixels of 3 components"), (real, "--decimate=2", "32-bit float pixels cannot be dec"),
             (picture(5, 4), "--decimate=6", "no pixel is left"), (deep, "--bayer=rggb", "32-bit pixels are no raw"),
             (picture(5, 4, samples=2), "--colour=rgb", ".*have no such colours"),
