@@ -16,7 +16,7 @@ QVIM_INLINE V choose(bool condition, V a, V b) {
   return std::bit_cast<V>((std::bit_cast<bits>(a) & mask) | (std::bit_cast<bits>(b) & ~mask));
 }
 
-// Red, green and blue by sector of the circle: one of them is the largest, one the smallest, one between these.
+// Red, green and blue by sector of the circle: one is the largest, one the smallest, one between these.
 // Black where there is no such hue.
 template <class V>
 struct rgb {
