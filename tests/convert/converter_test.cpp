@@ -318,7 +318,7 @@ struct stacked {
     for (int i = 0; i < 3; i++)
       ASSERT_NO_FATAL_FAILURE(check_write<two_d>(&top, asked, random_pos(lower.g, frame_of(top.wind).size),
                                                  uint32_t(between(lower.g, 1, 700)), given, apply));
-    lower.stored.expect_equal(expected);
+    expect_equal(lower.stored, expected);
   }
 };
 
