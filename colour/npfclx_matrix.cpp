@@ -1,6 +1,7 @@
 // Linear combinations of components: Y-Cr-Cb, grey, and matrices of any coefficients.
 #include <cmath>
 
+#include "colour/dot_products.hpp"
 #include "colour/pixels.hpp"
 
 namespace qvim {
@@ -9,7 +10,7 @@ namespace {
 enum column3 { without_column3, with_column3 };
 
 template <class Coefficient>
-QVIM_INLINE Coefficient coefficient(const void *matrix, int row, int column) {
+QVIM_INLINE Coefficient entry(const void *matrix, int row, int column) {
   return load<Coefficient>(static_cast<const char *>(matrix) + (4 * row + column) * int(sizeof(Coefficient)));
 }
 
@@ -20,10 +21,11 @@ struct rows {
 
   QVIM_INLINE explicit rows(const void *matrix, column3 column = without_column3) {
     for (int r = 0; r < outputs; ++r) {
-      for (int c = 0; c < 3; ++c) m[r][c] = Sum(coefficient<int32_t>(matrix, r, c));
-      constant[r] = column == with_column3 ? Sum(coefficient<int32_t>(matrix, r, 3)) : Sum(0);
+      for (int c = 0; c < 3; ++c) m[r][c] = Sum(entry<int32_t>(matrix, r, c));
+      constant[r] = column == with_column3 ? Sum(entry<int32_t>(matrix, r, 3)) : Sum(0);
     }
   }
+  QVIM_INLINE int32_t coefficient(int r, int c) const { return std::make_signed_t<Sum>(m[r][c]); }
   QVIM_INLINE Sum sum(int r, const auto &p) const {
     return Sum(m[r][0] * Sum(p.c[0]) + m[r][1] * Sum(p.c[1]) + m[r][2] * Sum(p.c[2]) + constant[r]);
   }
@@ -34,11 +36,12 @@ using sum_of = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
 
 template <class T, int rows_used, column3 column>
 struct unclamped : rows<sum_of<T>, rows_used> {
-  static constexpr int inputs = 3, outputs = rows_used;
+  static constexpr int inputs = 3, outputs = rows_used, shift = 8;
+  static constexpr results rule = results::cut;
   QVIM_INLINE unclamped(uint32_t, const void *matrix) : rows<sum_of<T>, rows_used>(matrix, column) {}
   QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
     pixel<T, outputs> q;
-    for (int r = 0; r < outputs; ++r) q.c[r] = lane_of<T>(this->sum(r, p) >> 8);
+    for (int r = 0; r < outputs; ++r) q.c[r] = lane_of<T>(this->sum(r, p) >> shift);
     return q;
   }
 };
@@ -49,9 +52,10 @@ using matrix3sl8r0 = unclamped<T, 1, without_column3>;
 
 // Sums as signed 32-bit numbers, shifted and limited to 0 .. largest. A `largest` of all 32 bits limits
 // nothing.
-template <class T, int rows_used, int shift>
+template <class T, int rows_used, int bits>
 struct clamped : rows<uint32_t, rows_used> {
-  static constexpr int inputs = 3, outputs = rows_used;
+  static constexpr int inputs = 3, outputs = rows_used, shift = bits;
+  static constexpr results rule = results::limited;
   int32_t smallest, largest;
   QVIM_INLINE clamped(uint32_t maxvalue, const void *matrix, column3 column = without_column3)
       : rows<uint32_t, rows_used>(matrix, column),
@@ -114,6 +118,7 @@ struct matrix3sl8r1 : clamped<T, 1, 8> {
 // A pixel with a saturated component is white.
 template <class T>
 struct matrix34sl12r1 : clamped<T, 3, 12> {
+  static constexpr results rule = results::limited_or_white;
   uint32_t white;
   QVIM_INLINE matrix34sl12r1(uint32_t maxvalue, const void *matrix)
       : clamped<T, 3, 12>(maxvalue, matrix, with_column3), white(maxvalue) {}
@@ -168,7 +173,7 @@ struct matrix31sl8r0 {
   static constexpr int inputs = 1, outputs = 3;
   sum_of<T> gain[3];
   QVIM_INLINE matrix31sl8r0(uint32_t, const void *matrix) {
-    for (int c = 0; c < 3; ++c) gain[c] = sum_of<T>(coefficient<int32_t>(matrix, 0, c));
+    for (int c = 0; c < 3; ++c) gain[c] = sum_of<T>(entry<int32_t>(matrix, 0, c));
   }
   QVIM_INLINE pixel<T, 3> operator()(pixel<T, 1> p) const {
     pixel<T, 3> q;
@@ -211,8 +216,7 @@ struct real_matrix {
   real_result<T, limit> result;
   QVIM_INLINE real_matrix(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
     for (int r = 0; r < outputs; ++r)
-      for (int c = 0; c < (column == with_column3 ? 4 : 3); ++c)
-        m[r][c] = real(coefficient<double>(matrix, r, c));
+      for (int c = 0; c < (column == with_column3 ? 4 : 3); ++c) m[r][c] = real(entry<double>(matrix, r, c));
   }
   QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
     pixel<T, outputs> q;
@@ -240,7 +244,7 @@ struct matrix31r0 {
   real_of<T> gain[3];
   real_result<T, unlimited> result;
   QVIM_INLINE matrix31r0(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
-    for (int c = 0; c < 3; ++c) gain[c] = real_of<T>(coefficient<double>(matrix, 0, c));
+    for (int c = 0; c < 3; ++c) gain[c] = real_of<T>(entry<double>(matrix, 0, c));
   }
   QVIM_INLINE pixel<T, 3> operator()(pixel<T, 1> p) const {
     pixel<T, 3> q;
@@ -249,10 +253,38 @@ struct matrix31r0 {
   }
 };
 
+#if QVIM_HAVE_DOT_PRODUCTS
+// A conversion in the form that such processors compute, if it fits.
+template <class T, order from, order to, class Conversion>
+QVIM_INLINE auto wide_form(const Conversion &c) {
+  if constexpr (Conversion::inputs == 1) {
+    return wide::gains<T>(c.gain);
+  } else {
+    wide::dot_products<T, Conversion::outputs, Conversion::shift, Conversion::rule> form;
+    if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
+    for (int r = 0; r < Conversion::outputs; ++r) {
+      const int of = place<to>(r);
+      form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
+                   c.coefficient(of, place<from>(2)), c.constant[of]);
+    }
+    return form;
+  }
+}
+#endif
+
 template <class T, class Conversion, order from, order to>
 QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                           const Conversion &conversion) {
   constexpr int outputs = Conversion::outputs;
+#if QVIM_HAVE_DOT_PRODUCTS
+  if constexpr (sizeof(T) <= 2)
+    if (wide::supported()) {
+      const auto form = wide_form<T, from, to>(conversion);
+      if (form.fits)
+        return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride,
+                                                                                  dststride, count, form);
+    }
+#endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
     const narrow_clamped<outputs> narrow(conversion);
     if (narrow.fits)
