@@ -7,12 +7,6 @@
 
 #include "colour/pixels.hpp"
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(QVIM_LEVEL)
-#define QVIM_HAVE_DOT_PRODUCTS 1
-#else
-#define QVIM_HAVE_DOT_PRODUCTS 0
-#endif
-
 namespace qvim {
 
 // What becomes of shifted sums: cut to the width, limited to 0 .. largest, or that but for pixels with a
@@ -21,11 +15,8 @@ enum class results { cut, limited, limited_or_white };
 
 }  // namespace qvim
 
-#if QVIM_HAVE_DOT_PRODUCTS
+#if QVIM_HAVE_WIDE
 #include <immintrin.h>
-
-#define QVIM_WIDE [[gnu::target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni")]]
-#define QVIM_WIDE_INLINE [[gnu::always_inline]] QVIM_WIDE inline
 
 // GCC's own headers leave the unused operand of some of these instructions undefined.
 #pragma GCC diagnostic push
@@ -35,12 +26,6 @@ enum class results { cut, limited, limited_or_white };
 #endif
 
 namespace qvim::wide {
-
-inline bool supported() {
-  return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") &&
-         __builtin_cpu_supports("avx512vnni");
-}
 
 using vector = __m512i;
 
@@ -55,63 +40,63 @@ constexpr std::array<T, lanes<T>> each_lane(Function f) {
   return result;
 }
 template <class T>
-QVIM_WIDE_INLINE vector constant(const std::array<T, lanes<T>> &from) {
+QVIM_WIDE QVIM_INLINE vector constant(const std::array<T, lanes<T>> &from) {
   return _mm512_loadu_si512(from.data());
 }
 
 // The first `count` lanes of a vector; all of them when there are not so many.
-QVIM_WIDE_INLINE uint64_t first_lanes(int count) {
+QVIM_WIDE QVIM_INLINE uint64_t first_lanes(int count) {
   return count >= 64 ? ~uint64_t(0) : count > 0 ? ~(~uint64_t(0) << count) : 0;
 }
 
 // Components, and what depends on their width.
 template <class T>
-QVIM_WIDE_INLINE vector load(const char *from, uint64_t mask) {
+QVIM_WIDE QVIM_INLINE vector load(const char *from, uint64_t mask) {
   if constexpr (sizeof(T) == 1) return _mm512_maskz_loadu_epi8(mask, from);
   return _mm512_maskz_loadu_epi16(uint32_t(mask), from);
 }
 template <class T>
-QVIM_WIDE_INLINE void store(char *to, uint64_t mask, vector v) {
+QVIM_WIDE QVIM_INLINE void store(char *to, uint64_t mask, vector v) {
   if constexpr (sizeof(T) == 1)
     _mm512_mask_storeu_epi8(to, mask, v);
   else
     _mm512_mask_storeu_epi16(to, uint32_t(mask), v);
 }
 template <class T>
-QVIM_WIDE_INLINE vector all(T v) {
+QVIM_WIDE QVIM_INLINE vector all(T v) {
   if constexpr (sizeof(T) == 1) return _mm512_set1_epi8(char(v));
   return _mm512_set1_epi16(short(v));
 }
 template <class T>
-QVIM_WIDE_INLINE vector smaller(vector a, vector b) {
+QVIM_WIDE QVIM_INLINE vector smaller(vector a, vector b) {
   if constexpr (sizeof(T) == 1) return _mm512_min_epu8(a, b);
   return _mm512_min_epu16(a, b);
 }
 template <class T>
-QVIM_WIDE_INLINE uint64_t equal(vector a, vector b) {
+QVIM_WIDE QVIM_INLINE uint64_t equal(vector a, vector b) {
   if constexpr (sizeof(T) == 1) return _mm512_cmpeq_epi8_mask(a, b);
   return _mm512_cmpeq_epi16_mask(a, b);
 }
 template <class T>
-QVIM_WIDE_INLINE vector choose(uint64_t mask, vector otherwise, vector v) {
+QVIM_WIDE QVIM_INLINE vector choose(uint64_t mask, vector otherwise, vector v) {
   if constexpr (sizeof(T) == 1) return _mm512_mask_blend_epi8(mask, otherwise, v);
   return _mm512_mask_blend_epi16(uint32_t(mask), otherwise, v);
 }
 template <class T>
-QVIM_WIDE_INLINE vector pick(vector a, vector lane) {
+QVIM_WIDE QVIM_INLINE vector pick(vector a, vector lane) {
   if constexpr (sizeof(T) == 1) return _mm512_permutexvar_epi8(lane, a);
   return _mm512_permutexvar_epi16(lane, a);
 }
 // Lanes of two vectors, numbered through.
 template <class T>
-QVIM_WIDE_INLINE vector pick(vector a, vector b, vector lane) {
+QVIM_WIDE QVIM_INLINE vector pick(vector a, vector b, vector lane) {
   if constexpr (sizeof(T) == 1) return _mm512_permutex2var_epi8(a, lane, b);
   return _mm512_permutex2var_epi16(a, lane, b);
 }
 
 // Parts of a run of packed pixels, step.convert() by step.convert(): its whole parts have a known length.
 template <class Step>
-QVIM_WIDE_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
+QVIM_WIDE QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
   constexpr int part = Step::pixels;
   for (; count >= part; count -= part) {
     step.convert(src, dst, part);
@@ -127,18 +112,18 @@ struct pixels16 {
   static constexpr int vectors = sizeof(T);
   vector v[vectors];
 
-  QVIM_WIDE_INLINE static pixels16 load(const char *src, int count) {
+  QVIM_WIDE QVIM_INLINE static pixels16 load(const char *src, int count) {
     pixels16 p;
     for (int i = 0; i < vectors; ++i)
       p.v[i] = wide::load<T>(src + 64 * i, first_lanes(3 * count - i * lanes<T>));
     return p;
   }
-  QVIM_WIDE_INLINE void store(char *dst, int count) const {
+  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const {
     for (int i = 0; i < vectors; ++i)
       wide::store<T>(dst + 64 * i, first_lanes(3 * count - i * lanes<T>), v[i]);
   }
   // Pixels with a component equal to that of `colour` become it.
-  QVIM_WIDE_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
+  QVIM_WIDE QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
     constexpr uint64_t first_components = 0x249249249249;
     uint64_t equal_ones = 0;
     for (int i = 0; i < vectors; ++i) equal_ones |= equal<T>(in.v[i], colour) << i * lanes<T>;
@@ -150,7 +135,7 @@ struct pixels16 {
 // 32-bit sums limited to bytes: of each 128 bits four numbers from a, from b, from c, from d, then from the
 // next 128 bits. Limited to words: so from a and b.
 template <class T>
-QVIM_WIDE_INLINE vector narrowed(vector a, vector b, vector c, vector d) {
+QVIM_WIDE QVIM_INLINE vector narrowed(vector a, vector b, vector c, vector d) {
   if constexpr (sizeof(T) == 1)
     return _mm512_packus_epi16(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d));
   return _mm512_packus_epi32(a, b);
@@ -185,7 +170,7 @@ struct dot_products_step {
                        size_out = outputs * sizeof(T);
   vector first_two[outputs], third[outputs], constants[outputs], most;
 
-  QVIM_WIDE_INLINE explicit dot_products_step(const dot_products<T, outputs, shift, rule> &p)
+  QVIM_WIDE QVIM_INLINE explicit dot_products_step(const dot_products<T, outputs, shift, rule> &p)
       : most(all<T>(p.largest)) {
     for (int r = 0; r < outputs; ++r) {
       first_two[r] = _mm512_set1_epi32(p.first_two[r]);
@@ -194,7 +179,7 @@ struct dot_products_step {
     }
   }
   // One pixel each 32 bits.
-  QVIM_WIDE_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
+  QVIM_WIDE QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
     constexpr int words = sizeof(T) == 1 ? 4 : 2;  // lanes for two words
     static constexpr auto pairs = each_lane<T>([](int i) { return i / words * 3 + i % words * 2 / words; });
     static constexpr auto thirds = each_lane<T>([](int i) { return i / words * 3 + 2; });
@@ -211,7 +196,7 @@ struct dot_products_step {
     }
   }
 
-  QVIM_WIDE_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
+  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
     static constexpr auto place = [](int i) {  // of component i after narrowed()
       const int p = i / 3, c = i % 3;
       if (sizeof(T) == 1) return p / 4 * 16 + c * 4 + p % 4;
@@ -235,7 +220,7 @@ struct dot_products_step {
     out.store(dst, count);
   }
 
-  QVIM_WIDE_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
+  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
     static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
       return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
     });
@@ -273,10 +258,10 @@ struct gains_step {
   static constexpr int pixels = lanes<T>, size_in = sizeof(T), size_out = 3 * sizeof(T);
   vector gain[3];
 
-  QVIM_WIDE_INLINE explicit gains_step(const gains<T> &p) {
+  QVIM_WIDE QVIM_INLINE explicit gains_step(const gains<T> &p) {
     for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
   }
-  QVIM_WIDE_INLINE static vector product(vector in, vector gain) {
+  QVIM_WIDE QVIM_INLINE static vector product(vector in, vector gain) {
     if constexpr (sizeof(T) == 2)
       return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
     const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
@@ -285,7 +270,7 @@ struct gains_step {
   }
   // Vector k of the results: where its lanes are in the first two planes or in the third, and in which.
   template <int k>
-  QVIM_WIDE_INLINE static vector joined(const vector (&plane)[3]) {
+  QVIM_WIDE QVIM_INLINE static vector joined(const vector (&plane)[3]) {
     static constexpr auto order = each_lane<T>([](int i) {
       const int at = k * lanes<T> + i;
       return at % 3 == 1 ? lanes<T> + at / 3 : at / 3;
@@ -294,7 +279,7 @@ struct gains_step {
     const vector lane = constant<T>(order);
     return choose<T>(thirds, pick<T>(plane[0], plane[1], lane), pick<T>(plane[2], lane));
   }
-  QVIM_WIDE_INLINE void convert(const char *src, char *dst, int count) const {
+  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
     const vector in = load<T>(src, first_lanes(count));
     const vector plane[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
     store<T>(dst, first_lanes(3 * count), joined<0>(plane));

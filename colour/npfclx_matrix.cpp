@@ -253,7 +253,7 @@ struct matrix31r0 {
   }
 };
 
-#if QVIM_HAVE_DOT_PRODUCTS
+#if QVIM_HAVE_WIDE
 // A conversion in the form that such processors compute, if it fits.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto wide_form(const Conversion &c) {
@@ -276,9 +276,9 @@ template <class T, class Conversion, order from, order to>
 QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                           const Conversion &conversion) {
   constexpr int outputs = Conversion::outputs;
-#if QVIM_HAVE_DOT_PRODUCTS
+#if QVIM_HAVE_WIDE
   if constexpr (sizeof(T) <= 2)
-    if (wide::supported()) {
+    if (QVIM_IS_WIDE) {
       const auto form = wide_form<T, from, to>(conversion);
       if (form.fits)
         return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride,

@@ -27,15 +27,18 @@
 #define QVIM_HAS_MASKED_STORES false
 #endif
 
-// Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places and
-// reverses their bits? No processor level includes that, so the loops are functions of their own, of target
-// QVIM_WIDE, beside the levels' versions, which the tests thus reach, too.
+// Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places,
+// reverses their bits, shifts pairs of words and sums products of words? No processor level includes that, so
+// the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests thus
+// reach, too.
 #if !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES
 #define QVIM_HAVE_WIDE 1
-#define QVIM_WIDE [[gnu::target("avx512f,avx512bw,avx512vl,avx512vbmi,gfni")]]
-#define QVIM_IS_WIDE                                                           \
-  (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") && \
-   __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("gfni"))
+#define QVIM_WIDE_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,gfni"
+#define QVIM_WIDE [[gnu::target(QVIM_WIDE_TARGET)]]
+#define QVIM_IS_WIDE                                                                \
+  (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&      \
+   __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") && \
+   __builtin_cpu_supports("avx512vnni") && __builtin_cpu_supports("gfni"))
 #else
 #define QVIM_HAVE_WIDE 0
 #endif

@@ -64,8 +64,7 @@ QVIM_WIDE void shuffle_run_wide(const char *src, char *dst, uint64_t count, cons
   const __m512i from = _mm512_load_si512(order.from);
   const uint64_t read = order.read, written = order.written;
   const int64_t src_size = order.src_size, dst_size = order.dst_size, pixels = order.pixels;
-  const auto step = [&](uint64_t in, uint64_t out)
-      __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,gfni"), always_inline)) {
+  const auto step = [&](uint64_t in, uint64_t out) __attribute__((target(QVIM_WIDE_TARGET), always_inline)) {
     const __m512i v = _mm512_maskz_loadu_epi8(in, src_size > 0 ? src : src + pixels * src_size);
     _mm512_mask_storeu_epi8(dst, out, operation.wide(_mm512_maskz_permutexvar_epi8(out, from, v)));
   };

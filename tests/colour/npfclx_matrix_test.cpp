@@ -161,7 +161,7 @@ TEST_F(Npfclx_matrix, CoefficientsAndLimitsAtTheirEdgesGiveTheModelsPixels) {
   }
 }
 
-#if QVIM_HAVE_DOT_PRODUCTS
+#if QVIM_HAVE_WIDE
 // The exported members choose by themselves; here is no choice.
 template <class T>
 void check_dot_products(const int32_t (&m)[3][4]) {
@@ -183,7 +183,7 @@ void check_dot_products(const int32_t (&m)[3][4]) {
 }
 
 TEST(Dot_products, TakeAllCoefficientsOf16Bits) {
-  if (!qvim::wide::supported()) GTEST_SKIP() << "this processor cannot run them";
+  if (!QVIM_IS_WIDE) GTEST_SKIP() << "this processor cannot run them";
   static const int32_t extreme[3][4] = {
       {32767, 32767, 32767, INT32_MAX}, {-32768, -32768, -32768, INT32_MIN}, {-32768, 32767, 1, -1}};
   for (auto *m : {&clx_rgb_to_ycrcb16, &clx_ycrcb_to_rgb16, &extreme}) {
@@ -206,6 +206,8 @@ TEST(Dot_products, RefuseWhatDoesNotFit) {
     EXPECT_FALSE(products.fits) << most;
   }
 }
+#else
+TEST(Dot_products, TakeAllCoefficientsOf16Bits) { GTEST_SKIP() << "this build has none"; }
 #endif
 
 }  // namespace
