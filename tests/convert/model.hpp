@@ -52,10 +52,23 @@ inline void expect_pixie(const uint8_t *buffer, const request &r, const bits &ex
       << r.text() << " at (" << at[0] << ", " << at[1] << ", " << at[2] << ") pixie " << pixie;
 }
 
+// Block transfers and mappings are set up apart from runs: what they are asked for makes no difference to
+// those.
+template <class Dim>
+void set_up_others(qvim::record<Dim> *im, uint64_t seed) {
+  generator g(seed);
+  const uint32_t types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
+  const uint32_t type = (chance(g, 50) ? uint32_t(im->d.pixietype) : one_of(g, types)) | random_flags(g),
+                 mask = chance(g, 50) ? uint32_t(ones(im->d.pixies)) : 1;
+  im->bxts(im, 0, type, mask);
+  im->imapset(im, random_mode(g, Dim::axes) | QVIM_STEP, type, mask);
+}
+
 // Reads a run, going on where a call stopped short, and compares it with expected(position in the view's
 // window, pixie). Nothing beyond the run may change in the buffer.
 template <class Dim, class Expected>
 void check_read(qvim::record<Dim> *im, const request &r, const pos &at, uint32_t count, Expected expected) {
+  set_up_others<Dim>(im, count);
   const auto run = run_of(frame_of(im->wind).size, Dim::axes, r.mode, at, count);
   const size_t pixel = size_t(r.size() * r.colours());
   std::vector<uint8_t> buffer((count + 4) * pixel, 0xA5);
@@ -82,6 +95,7 @@ void check_read(qvim::record<Dim> *im, const request &r, const pos &at, uint32_t
 template <class Dim, class Given, class Apply>
 void check_write(qvim::record<Dim> *im, const request &r, const pos &at, uint32_t count, Given given,
                  Apply apply) {
+  set_up_others<Dim>(im, count);
   const auto run = run_of(frame_of(im->wind).size, Dim::axes, r.mode, at, count);
   const size_t pixel = size_t(r.size() * r.colours());
   std::vector<uint8_t> buffer((count + 4) * pixel, 0xA5);
