@@ -50,8 +50,8 @@
  *   CMYKtoRGB, CMYKtoBGR R = maxv - min(maxv, C + K), G and B likewise from M and Y. f and d members: s = C +
  *                        K, R = s > 1 ? 0 : 1 - s
  *
- * Brightness, saturation, hue: the hexcone model (widths 1 2 4 f d; param: bits). Components 0, 1, 2 of a
- * pixel.
+ * Brightness, saturation, hue: the hexcone model (A. R. Smith: Color Gamut Transform Pairs, 1978; widths 1 2
+ * 4 f d; param: bits). Components 0, 1, 2 of a pixel.
  *   RGBtoBSH, BGRtoBSH   B = max(R, G, B), d = B - min(R, G, B). The hue starts at red and goes on through
  *                        green and blue; the largest component counts as red if red has that value, else as
  *                        green if green has, else as blue: x = G - B, 2 d + (B - R) or 4 d + (R - G).

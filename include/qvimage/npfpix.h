@@ -55,9 +55,9 @@
  * Curves
  *   contrastpivot    the operand block is four doubles: low, high, pivot, gain. (v - pivot) gain + pivot,
  *                    rounded once (a fused multiplication and addition), limited to low .. high, plus 0.5,
- *                    truncated. Below 0 and NaN: 0
+ *                    truncated and limited to 0 .. 2^32 - 1 (NaN: 0)
  *   gamma            w1 (v / w1)^g rounded, with g = w0 / 1000, computed as v^g (w1 / w1^g) + 0.5 with the C
- *                    library's pow and truncated. NaN: 0
+ *                    library's pow, truncated and limited to 0 .. 2^32 - 1 (NaN: 0)
  *
  * Tables
  *   xlat             table[v], entries as wide as the pixies. Every value of a pixie in the run must have an

@@ -44,9 +44,7 @@ class arguments {
     if (conversion_.has("Lut")) return palette_.data();
     if (conversion_.takes_bits() && conversion_.real) return reinterpret_cast<const void *>(16);
     if (conversion_.takes_bits()) return values.bits || turn % 2 ? &values.bits : nullptr;
-    if (!conversion_.takes_matrix()) return nullptr;
-    if (conversion_.width > 2 || conversion_.real) return values.real_matrix;
-    return values.integer_matrix;
+    return coefficients_.data();
   }
   uint32_t entries() const {
     return uint32_t(palette_.size() / conversion_.width / (conversion_.has("Lut4") ? 4 : 3));
@@ -75,9 +73,19 @@ class arguments {
       values.real_matrix[i] =
           turn % 4 == 3 ? special[random() % 8] : any / double(1u << (turn % 4 == 2 ? 20 : 31));
     }
+    if (!conversion_.takes_matrix()) return;
+    // No more than are to be read.
+    const size_t count = conversion_.inputs == 1 || conversion_.outputs == 1 ? 3 : 12;
+    const auto bytes_of = [count](const auto *from) {
+      return std::vector<uint8_t>(reinterpret_cast<const uint8_t *>(from),
+                                  reinterpret_cast<const uint8_t *>(from + count));
+    };
+    coefficients_ = conversion_.width > 2 || conversion_.real ? bytes_of(values.real_matrix)
+                                                              : bytes_of(values.integer_matrix);
   }
   const conversion &conversion_;
   buffer palette_;
+  std::vector<uint8_t> coefficients_;
 };
 
 template <class T>
@@ -233,7 +241,7 @@ TEST(Npfclx, EveryFullScaleAndManyMatricesGiveTheModelsPixels) {
 }
 
 TEST(Npfclx, ByteConversionsAgreeWithTheModelAllOverTheColourCube) {
-  constexpr uint32_t step = 61, count = (1 << 24) / step;
+  constexpr uint32_t step = 401, count = (1 << 24) / step;
   std::vector<uint8_t> source(3 * count);
   for (uint32_t i = 0; i < count; ++i)
     for (uint32_t k = 0; k < 3; ++k) source[3 * i + k] = uint8_t(i * step >> 8 * k);
@@ -245,13 +253,15 @@ TEST(Npfclx, ByteConversionsAgreeWithTheModelAllOverTheColourCube) {
                             : c.has("12")    ? clx_ycrcb_to_rgb16[0]
                                              : clx_ycrcb_to_rgb8[0];
     std::copy_n(matrix, 12, values.integer_matrix);
-    std::vector<uint8_t> expected(c.outputs * count);
-    for (uint32_t i = 0; i < count; ++i) model_pixel(c, &source[3 * i], &expected[c.outputs * i], values);
-    for (const auto &v : member.versions) {
-      std::vector<uint8_t> result(expected.size());
-      v.function(source.data(), result.data(), 3, c.outputs, count, 255,
-                 c.takes_bits() ? nullptr : static_cast<const void *>(matrix));
-      EXPECT_TRUE(result == expected) << member.name << " " << v.level;
+    for (values.bits = c.takes_bits() ? 1 : 8; values.bits <= 8; ++values.bits) {
+      std::vector<uint8_t> expected(c.outputs * count);
+      for (uint32_t i = 0; i < count; ++i) model_pixel(c, &source[3 * i], &expected[c.outputs * i], values);
+      for (const auto &v : member.versions) {
+        std::vector<uint8_t> result(expected.size());
+        v.function(source.data(), result.data(), 3, c.outputs, count, 255,
+                   c.takes_bits() ? &values.bits : static_cast<const void *>(matrix));
+        EXPECT_TRUE(result == expected) << member.name << " " << v.level << " bits " << values.bits;
+      }
     }
   }
 }
