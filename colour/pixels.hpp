@@ -134,8 +134,8 @@ QVIM_INLINE constexpr int place(int c) {
   return o == order::bgr && c < 3 ? 2 - c : c;
 }
 
-// How many pixels a first block has, so that the next ones begin at a cache line: vectors of 64 bytes that lie
-// across two lines come much more slowly from memory. Larger components showed no difference.
+// How many pixels a first block has, so that the next ones begin at a cache line: vectors of 64 bytes that
+// lie across two lines come much more slowly from memory. Larger components showed no difference.
 template <class T, uint64_t size>
 QVIM_INLINE uint64_t first_block(const char *first, uint64_t count) {
   if (sizeof(T) > 1 || count <= block_pixels<T>) return block_pixels<T>;

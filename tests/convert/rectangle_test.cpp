@@ -34,7 +34,7 @@ TEST(Rectangle, IsCopiedPixelByPixel) {
   for_seeds(3000, [](int seed) {
     generator g{uint64_t(seed)};
     const uint32_t bytes = uint32_t(between(g, 1, 8)), count = uint32_t(between(g, 1, 150)),
-                   lines = uint32_t(between(g, 1, 80));
+                   lines = uint32_t(between(g, 1, chance(g, 5) ? 1200 : 80));
     place from(g, count, lines, bytes), to(g, count, lines, bytes);
     place expected = to;
     for (uint32_t y = 0; y < lines; y++)
