@@ -42,9 +42,9 @@ uint32_t move_mirrored(qvimage *im, uint32_t mode, buffer_of<writing> *buffer, u
       return all;
     };
     if (plain && n == wanted) return through(plain, n), n;
-    // A source that does not serve the far end of a run may still serve its beginning.
-    n = std::min(wanted, chunk);
-    return through(staging, n) ? n : n > 1 && through(staging, 1) ? 1 : 0;
+    // Asked before any of it is written: a run may be only partly in the source.
+    n = Kind::served(im, std::min(wanted, chunk), from);
+    return n && through(staging, n) ? n : 0;
   });
 }
 

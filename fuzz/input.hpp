@@ -28,6 +28,12 @@ class fuzz_input {
   const uint8_t *next_, *end_;
 };
 
+// With FUZZ_TALK set a target that can says what it does with an input.
+inline bool talks() {
+  static const bool wanted = std::getenv("FUZZ_TALK");
+  return wanted;
+}
+
 // Ends the run with what was found, in any build.
 inline void require(bool condition, int line = __builtin_LINE()) {
   if (condition) return;

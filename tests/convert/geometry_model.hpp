@@ -195,7 +195,8 @@ inline pos cell_value(const frame &reach, pos p, int phase, int component) {
   const int place = phase ^ component;
   const int in_cell[] = {place & 1, place >> 1};
   for (int axis = 0; axis < 2; axis++)
-    p[axis] = nearest_alike((p[axis] & ~1) + in_cell[axis], reach.nw[axis], reach.nw[axis] + reach.size[axis]);
+    p[axis] =
+        nearest_alike((p[axis] & ~1) + in_cell[axis], reach.nw[axis], reach.nw[axis] + reach.size[axis]);
   return p;
 }
 

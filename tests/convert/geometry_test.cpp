@@ -486,6 +486,38 @@ TEST(GeometryChains, ReachMirroredRunsAcrossJoinedFrames) {
   EXPECT_EQ(frames.pixels, (bytes{28, 27, 26, 25, 24, 23, 22, 21, 20}));
 }
 
+TEST(GeometryChains, ThinPixelsOfTheTypeThatTheSourceConvertsTo) {
+  flat source(9, 1);
+  qvimage converted, thinned;
+  ASSERT_EQ(qvimage_converter(&converted, &source.im, nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(qvimage_decimate(&thinned, &converted, 0, 3, 1, 2, 0), 0);
+  ASSERT_EQ(thinned.ioset(&thinned, 0, QVIM_FLOAT32, 1), 1);
+  float values[3];
+  ASSERT_EQ(thinned.ioread(&thinned, 0, values, 3, 0, 0), 3u);
+  for (int x = 0; x < 3; x++) EXPECT_EQ(values[x], float(3 * x + 2));
+  ASSERT_EQ(thinned.ioset(&thinned, 0, QVIM_FLOAT64, 1), 1);
+  double twice[3];
+  ASSERT_EQ(thinned.ioread(&thinned, 0, twice, 3, 0, 0), 3u);
+  for (int x = 0; x < 3; x++) EXPECT_EQ(twice[x], 3 * x + 2);
+}
+
+// Mirrored, the run's last pixels come first in the source.
+TEST(GeometryChains, WriteNoPixelThatTheyDoNotReport) {
+  flat source(8, 1);
+  qvimage monitored, mirrored;
+  ASSERT_EQ(qvimage_cachemonitor(&monitored, &source.im, 0, 0), 0);
+  ASSERT_EQ(qvimage_rotate_filt(&mirrored, &monitored, 0, 4), 0);
+  qvywindow left = {{2, 0}, {5, 1}};
+  ASSERT_EQ(source.im.xwind(&source.im, &left, 's'), &source.im);
+  ASSERT_EQ(mirrored.ioset(&mirrored, 0, QVIM_UINT8, 1), 1);
+  const bytes before = source.pixels, given = {50, 51, 52, 53, 54, 55, 56, 57};
+  EXPECT_EQ(mirrored.iorite(&mirrored, 0, given.data(), 8, 0, 0), 0u);
+  EXPECT_EQ(source.pixels, before);
+  EXPECT_EQ(mirrored.iolen(&mirrored, 8, 5, 0), 3u);
+  EXPECT_EQ(mirrored.iorite(&mirrored, 0, given.data(), 8, 5, 0), 3u);
+  EXPECT_EQ(source.pixels, (bytes{0, 1, 52, 51, 50, 5, 6, 7}));
+}
+
 TEST(GeometryChains, LeavePixelsBetweenAsTheyAreUnderAConversion) {
   flat grey(8, 2, QVIM_UINT16);
   const bytes before = grey.pixels;
