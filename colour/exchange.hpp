@@ -2,13 +2,20 @@
 #pragma once
 
 #include "colour/pixels.hpp"
-#include "convert/shuffle.hpp"
 
 namespace qvim {
 
-// Where 64 bytes can be shuffled at a time, that is all there is to it, with and without pads.
-template <class T, int in, int out, int used, int first, int second>
-constexpr byte_order exchanged_order = component_order(sizeof(T), in, out, used, first, second);
+// Byte i of a pixel of exchanged components of type T lies there in the source. Where 64 bytes can be shuffled
+// at a time, that is all there is to it.
+template <class T, int first, int second>
+constexpr int64_t exchanged_byte(int64_t i) {
+  constexpr int64_t width = sizeof(T);
+  const int64_t c = i / width;
+  return (c == first ? second : c == second ? first : c) * width + i % width;
+}
+template <class T, int components, int first, int second>
+constexpr byte_order exchanged{components * sizeof(T), components * sizeof(T), components * sizeof(T),
+                               exchanged_byte<T, first, second>};
 
 // Elsewhere packed pixels are done without moving anything within a vector: every byte of a result is the
 // one at the same place, the one so many bytes further on or the one so many bytes before, chosen by masks
@@ -52,9 +59,8 @@ QVIM_INLINE void exchange_chunk(const char *src, char *dst, const Operation &ope
 template <class T, int components, int first, int second, class Operation = unchanged>
 QVIM_INLINE void exchange_packed(const char *src, char *dst, uint64_t count,
                                  const Operation &operation = {}) {
-  constexpr auto &order = exchanged_order<T, components, components, components, first, second>;
-  if (shuffle_run(src, dst, count, order, operation)) return;
   constexpr uint64_t size = components * sizeof(T), per_chunk = chunk_size / size;
+  if (shuffle_run(src, dst, count, exchanged<T, components, first, second>, operation)) return;
   const auto apart = [&](uint64_t pixels) __attribute__((always_inline)) {  // where nothing else can be read
     alignas(64) char copy[3 * chunk_size] = {};
     std::memcpy(copy + chunk_size, src, pixels * size);
@@ -98,21 +104,15 @@ QVIM_INLINE void exchange_strided(const char *src, char *dst, int64_t srcstride,
 template <class T, int first, int second, class Operation = unchanged>
 QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstride, uint64_t dststride,
                           uint64_t count, const Operation &operation = {}) {
-  constexpr uint64_t packed = 3 * sizeof(T), padded = 4 * sizeof(T);
-  constexpr auto &packed_to_padded = exchanged_order<T, 3, 4, 3, first, second>,
-                 &padded_to_packed = exchanged_order<T, 4, 3, 3, first, second>,
-                 &both_padded = exchanged_order<T, 4, 4, 3, first, second>;
+  constexpr uint64_t packed = 3 * sizeof(T);
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
   if (srcstride == packed && dststride == packed)
-    return exchange_packed<T, 3, first, second>(src, dst, count, operation);
-  if ((srcstride == packed && dststride == padded &&
-       shuffle_run(src, dst, count, packed_to_padded, operation)) ||
-      (srcstride == padded && dststride == packed &&
-       shuffle_run(src, dst, count, padded_to_packed, operation)) ||
-      (srcstride == padded && dststride == padded && shuffle_run(src, dst, count, both_padded, operation)))
-    return;
-  exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
+    exchange_packed<T, 3, first, second>(src, dst, count, operation);
+  else if (dststride % sizeof(T) != 0 ||  // the operation is done to whole components of a vector
+           !shuffle_strided(src, dst, int64_t(srcstride), int64_t(dststride), count, packed,
+                            exchanged_byte<T, first, second>, operation))
+    exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
 }
 
 }  // namespace qvim

@@ -10,6 +10,7 @@
 #include <qvimage/kernel.h>
 
 #include "convert/run.hpp"
+#include "convert/shuffle.hpp"
 
 extern "C" npfbix_fn QVIM_KERNEL(npfbix_z3toz3_n), QVIM_KERNEL(npfbix_z6toz6_n),
     QVIM_KERNEL(npfbix_z12toz12_n);
@@ -52,7 +53,9 @@ QVIM_INLINE void move_pixels(const char *src, char *dst, int64_t srcstride, int6
     QVIM_KERNEL(npfbix_z6toz6_n)(src, dst, srcstride, dststride, count, 0, 0);
   } else if constexpr (size == 12) {
     QVIM_KERNEL(npfbix_z12toz12_n)(src, dst, srcstride, dststride, count, 0, 0);
-  } else {
+  } else if (srcstride == int64_t(size) && dststride == int64_t(size)) {
+    std::memmove(dst, src, size * count);
+  } else if (!shuffle_strided(src, dst, srcstride, dststride, count, size, same_byte)) {
     struct item {
       char bytes[size];
     };

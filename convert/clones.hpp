@@ -17,16 +17,6 @@
 #define QVIM_KERNEL(name) name
 #endif
 
-// Is this the version, or would it be chosen, that can store some bytes of a vector and leave the others
-// alone?
-#if defined(QVIM_LEVEL) && defined(__AVX512BW__)
-#define QVIM_HAS_MASKED_STORES true
-#elif !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES
-#define QVIM_HAS_MASKED_STORES (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
-#else
-#define QVIM_HAS_MASKED_STORES false
-#endif
-
 // Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places,
 // reverses their bits, shifts pairs of words and sums products of words? No processor level includes that, so
 // the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests thus

@@ -40,50 +40,13 @@ QVIM_INLINE void copy_strided(const char *src, char *dst, int64_t srcstride, int
 template <class Element, int from, int to, int used = 1>
 QVIM_INLINE void copy_elements(const char *src, char *dst, uint64_t count) {
   constexpr int64_t size = sizeof(Element);
+  static constexpr byte_order order(used * size, from * size, to * size, same_byte);
+  constexpr bool compiles_well = to == 1 && size > 1;
+  if (!compiles_well && shuffle_run(src, dst, count, order)) return;
   QVIM_INDEPENDENT
   for (int64_t i = 0; i < int64_t(count); ++i)
     for (int64_t c = 0; c < used; ++c)
       store(dst + (i * to + c) * size, load<Element>(src + (i * from + c) * size));
-}
-
-// The rest is for processors that can leave out elements when they store. A block of pixels of `to` elements
-// is stored but for its gaps.
-constexpr int block = 64;
-
-template <class Element, int to, int used>
-QVIM_INLINE void store_but_gaps(const auto &elements, char *dst) {
-  QVIM_INDEPENDENT
-  for (int i = 0; i < block * to; ++i)
-    if (i % to < used) store<Element>(dst + i * int(sizeof(Element)), elements(i));
-}
-
-template <class Element, int to, int used>
-QVIM_INLINE void copy_but_gaps(const char *src, char *dst, uint64_t count) {
-  constexpr int size = sizeof(Element);
-  for (; count > block; count -= block, src += block * to * size, dst += block * to * size)
-    store_but_gaps<Element, to, used>([=](int i) { return load<Element>(src + i * size); }, dst);
-  copy_elements<Element, to, to, used>(src, dst, count);
-}
-
-// From adjacent pixels, which are spread in a buffer first: those of three bytes by shuffles of four of them.
-template <class Element, int to, int used = 1>
-QVIM_INLINE void spread_elements(const char *src, char *dst, uint64_t count) {
-  constexpr int size = sizeof(Element);
-  constexpr bool three_bytes = size == 1 && to == 4 && used == 3;
-  alignas(64) Element spread[block * to];
-  for (; count > block + three_bytes; count -= block, src += block * used * size, dst += block * to * size) {
-    if constexpr (three_bytes) {
-      const bytes16 order = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
-      for (int i = 0; i < block; i += 4)
-        store(reinterpret_cast<char *>(spread + 4 * i), shuffled(load<bytes16>(src + 3 * i), order));
-    } else {
-      for (int i = 0; i < block; ++i)
-        for (int c = 0; c < to; ++c)
-          spread[i * to + c] = load<Element>(src + (i * used + (c < used ? c : used - 1)) * size);
-    }
-    store_but_gaps<Element, to, used>([&](int i) { return spread[i]; }, dst);
-  }
-  copy_elements<Element, used, to, used>(src, dst, count);
 }
 
 // Strides that occur with interleaved components; says whether this was one.
@@ -98,21 +61,18 @@ QVIM_INLINE bool copy_components(const char *src, char *dst, int64_t srcstride, 
       if (srcstride == 3 * n) return copy_elements<element, 3, 1>(src, dst, count), true;
       if (srcstride == 4 * n) return copy_elements<element, 4, 1>(src, dst, count), true;
       if (srcstride == -n) return copy_elements<element, -1, 1>(src, dst, count), true;
-    } else if (srcstride == n && QVIM_HAS_MASKED_STORES) {
-      if (dststride == 2 * n) return spread_elements<element, 2>(src, dst, count), true;
-      if (dststride == 3 * n) return spread_elements<element, 3>(src, dst, count), true;
-      if (dststride == 4 * n) return spread_elements<element, 4>(src, dst, count), true;
+    } else if (srcstride == n) {
+      if (dststride == 2 * n) return copy_elements<element, 1, 2>(src, dst, count), true;
+      if (dststride == 3 * n) return copy_elements<element, 1, 3>(src, dst, count), true;
+      if (dststride == 4 * n) return copy_elements<element, 1, 4>(src, dst, count), true;
     }
   } else if constexpr (size % 3 == 0) {
     using element = unsigned_of<size / 3>;
-    if (dststride == n && srcstride == n / 3 * 4)
-      return copy_elements<element, 4, 3, 3>(src, dst, count), true;
-    if (srcstride == n && dststride == n / 3 * 4 && QVIM_HAS_MASKED_STORES)
-      return spread_elements<element, 4, 3>(src, dst, count), true;
-    if (srcstride == n / 3 * 4 && dststride == srcstride && QVIM_HAS_MASKED_STORES)
-      return copy_but_gaps<element, 4, 3>(src, dst, count), true;
+    constexpr int64_t padded = n / 3 * 4;
+    if (srcstride == padded && dststride == n) return copy_elements<element, 4, 3, 3>(src, dst, count), true;
+    if (srcstride == n && dststride == padded) return copy_elements<element, 3, 4, 3>(src, dst, count), true;
   }
-  return false;
+  return shuffle_strided(src, dst, srcstride, dststride, count, size, same_byte);
 }
 
 template <uint64_t size>
@@ -146,6 +106,7 @@ QVIM_INLINE void copy_sized(const void *source, void *destination, int64_t srcst
     case 8: return copy<8>(src, dst, srcstride, dststride, count);
     case 12: return copy<12>(src, dst, srcstride, dststride, count);
     default:
+      if (shuffle_strided(src, dst, srcstride, dststride, count, int64_t(size), same_byte)) return;
       for (int64_t i = 0; i < int64_t(count); ++i)
         std::memmove(dst + i * dststride, src + i * srcstride, size);
   }

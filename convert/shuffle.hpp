@@ -25,28 +25,36 @@ QVIM_INLINE bytes16 shuffled(bytes16 value, bytes16 order) {
 #endif
 }
 
-// How the bytes of some pixels become the bytes of as many others: byte i of a vector of results is byte
-// from[i] of a vector of the source. Of both vectors only the bytes whose bits are set are touched.
+// Some items as bytes of vectors of 64: byte i of a vector of results is byte from[i] of one of the source.
+// Of both, only the bytes whose bits are set are touched.
 struct byte_order {
   alignas(64) uint8_t from[64] = {};
   uint64_t read = 0, written = 0;
-  int64_t pixels, src_size, dst_size;  // per vector; bytes of a pixel, of the source negative when backwards
+  int64_t items, srcstride, dststride;
+
+  // Items of `size` bytes. The destination's stride must be at least that, the source's, too, but may be
+  // negative; neither may be more than 64. Byte i of an item's result is byte source(i) of the item.
+  constexpr byte_order(int64_t size, int64_t from_stride, int64_t to_stride, auto source)
+      : srcstride(from_stride), dststride(to_stride) {
+    const bool backwards = srcstride < 0;
+    const int64_t distance = backwards ? -srcstride : srcstride;
+    items = 64 / (distance > dststride ? distance : dststride);
+    for (int64_t item = 0; item < items; ++item)
+      for (int64_t i = 0; i < size; ++i) {
+        const int64_t at = (backwards ? items - 1 - item : item) * distance + source(i);
+        from[item * dststride + i] = uint8_t(at);
+        read |= 1ull << at;
+        written |= 1ull << (item * dststride + i);
+      }
+  }
+  // Bytes of the first so many items, of the source and of the destination.
+  QVIM_INLINE uint64_t read_of(int64_t some) const {
+    return read & (srcstride > 0 ? ~(~0ull << some * srcstride) : ~0ull << (items - some) * -srcstride);
+  }
+  QVIM_INLINE uint64_t written_of(int64_t some) const { return written & ~(~0ull << some * dststride); }
 };
 
-// Pixels of `in` components become pixels of `out`. The first `used` are copied, two of them exchanged.
-constexpr byte_order component_order(int size, int in, int out, int used, int first = 0, int second = 0) {
-  const int pixels = 64 / (size * (in > out ? in : out));
-  byte_order order;
-  order.pixels = pixels, order.src_size = in * size, order.dst_size = out * size;
-  for (int i = 0; i < pixels * out * size; ++i) {
-    const int c = i / size % out, s = c == first ? second : c == second ? first : c;
-    if (c >= used) continue;
-    order.from[i] = uint8_t((i / size / out * in + s) * size + i % size);
-    order.read |= 1ull << order.from[i];
-    order.written |= 1ull << i;
-  }
-  return order;
-}
+constexpr int64_t same_byte(int64_t i) { return i; }
 
 // What is done to the bytes of a vector after their shuffle.
 struct unchanged {
@@ -56,6 +64,15 @@ struct unchanged {
 #endif
 };
 
+// Are runs done by shuffles of 64 bytes here?
+QVIM_INLINE bool shuffles_runs() {
+#if QVIM_HAVE_WIDE
+  return QVIM_IS_WIDE;
+#else
+  return false;
+#endif
+}
+
 #if QVIM_HAVE_WIDE
 template <class Operation>
 QVIM_WIDE void shuffle_run_wide(const char *src, char *dst, uint64_t count, const byte_order &order,
@@ -63,31 +80,42 @@ QVIM_WIDE void shuffle_run_wide(const char *src, char *dst, uint64_t count, cons
   const Operation operation = op;  // a copy, which no store can change
   const __m512i from = _mm512_load_si512(order.from);
   const uint64_t read = order.read, written = order.written;
-  const int64_t src_size = order.src_size, dst_size = order.dst_size, pixels = order.pixels;
+  const int64_t items = order.items, srcstep = items * order.srcstride, dststep = items * order.dststride;
+  if (srcstep < 0) src += srcstep - order.srcstride;  // the lowest address of a vector
   const auto step = [&](uint64_t in, uint64_t out) __attribute__((target(QVIM_WIDE_TARGET), always_inline)) {
-    const __m512i v = _mm512_maskz_loadu_epi8(in, src_size > 0 ? src : src + pixels * src_size);
+    const __m512i v = _mm512_maskz_loadu_epi8(in, src);
     _mm512_mask_storeu_epi8(dst, out, operation.wide(_mm512_maskz_permutexvar_epi8(out, from, v)));
   };
   int64_t left = int64_t(count);
-  for (; left >= pixels; left -= pixels, src += pixels * src_size, dst += pixels * dst_size)
-    step(read, written);
-  if (left) {  // the lower addresses of a vector, but the upper ones when read backwards
-    const uint64_t bytes = src_size > 0 ? ~(~0ull << left * src_size) : ~0ull << (pixels - left) * -src_size;
-    step(read & bytes, written & ~(~0ull << left * dst_size));
-  }
+  for (; left >= items; left -= items, src += srcstep, dst += dststep) step(read, written);
+  if (left) step(order.read_of(left), order.written_of(left));
 }
 #endif
 
-// The bytes of a run in another order, if the processor can, and says so. Source and destination may be the
-// same when their pixels have one size; a source is read backwards from where it ends.
+// A run of items in the order of their bytes, if the processor can; says so. Source and destination may be
+// the same when their strides are equal.
 template <class Operation = unchanged>
 QVIM_INLINE bool shuffle_run([[maybe_unused]] const char *src, [[maybe_unused]] char *dst,
                              [[maybe_unused]] uint64_t count, [[maybe_unused]] const byte_order &order,
                              [[maybe_unused]] const Operation &operation = {}) {
 #if QVIM_HAVE_WIDE
-  if (QVIM_IS_WIDE) return shuffle_run_wide(src, dst, count, order, operation), true;
+  if (shuffles_runs()) return shuffle_run_wide(src, dst, count, order, operation), true;
 #endif
   return false;
+}
+
+// The same for strides known only here, when the run is worth an order of its own.
+template <class Operation = unchanged>
+QVIM_INLINE bool shuffle_strided(const char *src, char *dst, int64_t srcstride, int64_t dststride,
+                                 uint64_t count, int64_t size, const auto &source,
+                                 const Operation &operation = {}) {
+  constexpr uint64_t many = 128;
+  constexpr int64_t close = 32;
+  const int64_t distance = srcstride < 0 ? -srcstride : srcstride;
+  if (!shuffles_runs() || count < many || distance < size || distance > close || dststride < size ||
+      dststride > close)
+    return false;
+  return shuffle_run(src, dst, count, byte_order(size, srcstride, dststride, source), operation);
 }
 
 }  // namespace qvim
