@@ -47,6 +47,7 @@ struct byte_order {
         written |= 1ull << (item * dststride + i);
       }
   }
+
   // Bytes of the first so many items, of the source and of the destination.
   QVIM_INLINE uint64_t read_of(int64_t some) const {
     return read & (srcstride > 0 ? ~(~0ull << some * srcstride) : ~0ull << (items - some) * -srcstride);
@@ -110,11 +111,9 @@ QVIM_INLINE bool shuffle_strided(const char *src, char *dst, int64_t srcstride, 
                                  uint64_t count, int64_t size, const auto &source,
                                  const Operation &operation = {}) {
   constexpr uint64_t many = 128;
-  constexpr int64_t close = 32;
-  const int64_t distance = srcstride < 0 ? -srcstride : srcstride;
-  if (!shuffles_runs() || count < many || distance < size || distance > close || dststride < size ||
-      dststride > close)
-    return false;
+  constexpr auto close = [](int64_t stride) { return stride >= -32 && stride <= 32; };
+  if (!shuffles_runs() || count < many || !close(srcstride) || !close(dststride)) return false;
+  if ((srcstride < 0 ? -srcstride : srcstride) < size || dststride < size) return false;
   return shuffle_run(src, dst, count, byte_order(size, srcstride, dststride, source), operation);
 }
 
