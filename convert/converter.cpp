@@ -128,15 +128,15 @@ struct converter : view<Dim, converter<Dim>> {
 
   static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
-    const chain_step step;
-    if (step.too_deep() || base::is_own_source(im)) return -5;
-    source_image *source = source_of(im);
+    if (base::is_own_source(im)) return -5;
+    const uint32_t stored = stored_word(source_of(im)->d);
     if (is_identity(im, datatype)) {
       const int32_t code = base::bxts_through(im, mode, datatype, colourmask);
-      if (code != -19 || datatype == stored_word(source->d)) return code;  // only another type may help
+      if (code != -19 || datatype == stored) return code;  // only another type may help
     }
     if (!choose(state_in(im).blocks, im, datatype, colourmask)) return -19;
-    const int32_t code = source->bxts(source, 0, stored_word(source->d), colourmask);
+    const int32_t code =
+        base::descend(im, -5, [&](auto *source) { return source->bxts(source, 0, stored, colourmask); });
     return code < 0 ? code : base::install_blocks(im, convert_blocks);
   }
 

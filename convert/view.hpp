@@ -40,7 +40,7 @@ struct view_traits {
 template <class Dim, class Kind, class SourceDim = Dim>
 struct view : view_runs<Dim, Kind, SourceDim> {
   using base = view_runs<Dim, Kind, SourceDim>;
-  using base::is_own_source, base::source_mode, base::source_of, base::state_in;
+  using base::descend, base::source_mode, base::source_of, base::state_in;
   using typename base::fn, typename base::image, typename base::position, typename base::source_image;
 
   // --- block transfers: the generic one over the view's own runs, or the source's ----------------
@@ -70,10 +70,8 @@ struct view : view_runs<Dim, Kind, SourceDim> {
   // Block transfers that the source serves in the caller's data type.
   static int32_t bxts_through(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
-    const chain_step step;
-    if (step.too_deep() || is_own_source(im)) return -5;
-    source_image *source = source_of(im);
-    const int32_t code = source->bxts(source, mode, datatype, colourmask);
+    const int32_t code =
+        descend(im, -5, [&](auto *source) { return source->bxts(source, mode, datatype, colourmask); });
     return code < 0 ? code : install_blocks(im, bxta_through);
   }
   static int32_t install_blocks(image *im, decltype(image::bxta) transfer) {
@@ -127,13 +125,11 @@ struct view : view_runs<Dim, Kind, SourceDim> {
   // For kinds whose pixels lie in the source as they are: maps what the source maps, within this window.
   static int32_t imapset_through(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_mapping<Dim>(im);
-    const chain_step step;
-    if (step.too_deep() || is_own_source(im)) return -5;
     scan s;
     const bool known = scan_of_mode<Dim>(mode, &s);
     const uint32_t asked = source_mode(mode, known && mode & QVIM_WRAP && !Kind::lines_agree(im, s));
-    source_image *source = source_of(im);
-    const int32_t answer = source->imapset(source, asked, datatype, colourmask);
+    const int32_t answer =
+        descend(im, -5, [&](auto *source) { return source->imapset(source, asked, datatype, colourmask); });
     if (answer < 0 || !known) return std::min(answer, -1);
     state_in(im).map_length = fn::length_by_mode(im, (mode & QVIM_TRUST) | asked);
     im->imap = slots<Dim>::template map<map_through>;
@@ -157,11 +153,8 @@ struct view : view_runs<Dim, Kind, SourceDim> {
   static uint32_t aeiou(image *im, uint32_t code, int32_t arg1, int32_t arg2, void *buffer) {
     constexpr uint32_t save_iostate = '*' << 8 | 'x', restore_iostate = '*' << 8 | 'X';
     constexpr view_traits traits = Kind::traits;
-    const auto ask_source = [&]() -> uint32_t {
-      const chain_step step;
-      if (step.too_deep() || is_own_source(im)) return 0;
-      source_image *source = source_of(im);
-      return source->aeiou(source, code, arg1, arg2, buffer);
+    const auto ask_source = [&] {
+      return descend(im, 0u, [&](auto *source) { return source->aeiou(source, code, arg1, arg2, buffer); });
     };
     switch (code) {
       case 'b': return chained(ask_source(), traits.adds_for_blocks, traits.flag);

@@ -15,14 +15,13 @@ namespace qvim {
 template <class Dim, class Kind, class SourceDim>
 struct view_runs : view_window<Dim, Kind, SourceDim> {
   using base = view_window<Dim, Kind, SourceDim>;
-  using base::is_own_source, base::source_of, base::state_in;
+  using base::descend, base::source_of, base::state_in;
   using typename base::fn, typename base::image, typename base::position, typename base::source_image;
 
   static int32_t ioset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_runs<Dim>(im);
-    const chain_step step;
-    if (step.too_deep() || is_own_source(im)) return -5;
-    const int32_t code = Kind::set_runs(im, mode, datatype, colourmask);
+    const int32_t code =
+        descend(im, -5, [&](auto *) { return Kind::set_runs(im, mode, datatype, colourmask); });
     // A source that moves nothing, having lost its window, accepts pixels of no size too.
     if (code < 0 || state_in(im).pixel_bytes == 0) clear_runs<Dim>(im);
     return code;

@@ -43,6 +43,14 @@ struct view_window {
   static bool is_own_source(image *im) { return static_cast<void *>(source_of(im)) == im; }
   static auto &state_in(image *im) { return state_of<typename Kind::state>(im); }
 
+  // What act(source) answers; it goes on from source to source. `refusal` where a view is its own source, or
+  // the chain a ring.
+  template <class Result, class Act>
+  static Result descend(image *im, Result refusal, Act act) {
+    const chain_step step;
+    return step.too_deep() || is_own_source(im) ? refusal : act(source_of(im));
+  }
+
   // --- construction ------------------------------------------------------------------------------
 
   // A constructor: begin, what the kind changes, finish. A negative code of the kind leaves the null image.
@@ -181,11 +189,8 @@ struct view_window {
     return im;
   }
   static bool set_source_window(image *im, const window &wanted) {
-    const chain_step step;
-    if (step.too_deep() || is_own_source(im)) return false;
-    source_image *source = source_of(im);
     auto there = as_source(wanted);
-    return source->xwind(source, &there, 's') != nullptr;
+    return descend(im, false, [&](auto *source) { return source->xwind(source, &there, 's') != nullptr; });
   }
 };
 

@@ -378,7 +378,7 @@ TEST_F(ConverterFixed, WorksAfterItsArrayOfRecordsWasCopied) {
 }
 
 TEST_F(ConverterFixed, StacksDeepAndEndsRings) {
-  std::vector<qvimage> chain(500);
+  std::vector<qvimage> chain(600);
   for (size_t i = 0; i < chain.size(); i++)
     ASSERT_EQ(qvimage_converter(&chain[i], i ? &chain[i - 1] : &source, nullptr, 0, 0, 0, 0), 0);
   qvimage &last = chain.back();
@@ -386,6 +386,11 @@ TEST_F(ConverterFixed, StacksDeepAndEndsRings) {
   uint8_t out[8];
   ASSERT_EQ(last.ioread(&last, 0, out, 8, 0, 1), 8u);
   for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
+  ASSERT_EQ(last.bxts(&last, 0, QVIM_UINT16, 1), 1);
+  qvxyzcoord where{7, 5, 0};
+  uint16_t value = 0;
+  EXPECT_EQ(last.bxta(&last, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
+  EXPECT_EQ(value, words[47]);
   EXPECT_EQ(last.aeiou(&last, 'i', 0, 0, nullptr) & 0xFF, 255u);
 
   for (const size_t ring : {size_t{0}, size_t{3}}) {  // over itself, and a ring of four
