@@ -2,9 +2,13 @@
 // buffers for them whose every byte is checked.
 #pragma once
 
+#include <sys/mman.h>
+
+#include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -60,31 +64,65 @@ void add_member(std::vector<member<Form>> &members, const char *name,
   members.push_back(m);
 }
 
-// Bytes that end exactly where the last is used, so that the address sanitizer sees any step beyond; builds
-// without it keep guards on both sides. Compared as a whole.
+// Memory between pages that cannot be touched. Rooms are kept for the next buffer of their size.
+class fenced_room {
+ public:
+  explicit fenced_room(size_t bytes) : pages_(std::bit_ceil(bytes / page + 1)) {
+    auto &free = unused()[pages_];
+    if (free.empty()) {
+      room_ = static_cast<uint8_t *>(
+          mmap(nullptr, size() + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+      if (room_ == MAP_FAILED || mprotect(room_ + page, size(), PROT_READ | PROT_WRITE)) abort();
+      room_ += page;
+    } else {
+      room_ = free.back();
+      free.pop_back();
+    }
+  }
+  ~fenced_room() { unused()[pages_].push_back(room_); }
+  fenced_room(const fenced_room &) = delete;
+  fenced_room &operator=(const fenced_room &) = delete;
+  uint8_t *begin() const { return room_; }
+  size_t size() const { return pages_ * page; }
+
+ private:
+  static constexpr size_t page = 4096;
+  static std::map<size_t, std::vector<uint8_t *>> &unused() {
+    static std::map<size_t, std::vector<uint8_t *>> rooms;
+    return rooms;
+  }
+  size_t pages_;
+  uint8_t *room_;
+};
+
+// Bytes that end where a fence begins or, half the time, begin where one ends: a step over it is a crash. On
+// the other side are guards, which are compared, too.
 class buffer {
  public:
-#ifdef __SANITIZE_ADDRESS__
-  static constexpr size_t guard = 0;
-#else
-  static constexpr size_t guard = 64;
-#endif
-  explicit buffer(size_t size) : size_(size), bytes_(new uint8_t[size + 2 * guard]) {
-    for (size_t i = 0; i < size + 2 * guard; ++i) bytes_[i] = uint8_t(i * 37 + 11);
+  explicit buffer(size_t size) : size_(size), room_(size + guard), at_end_(next_at_end()) {
+    for (size_t i = 0; i < size; ++i) data()[i] = uint8_t(i * 37 + 11);
+    std::memset(guards(), 0x5A, guard);
   }
-  buffer(const buffer &other) : buffer(other.size_) {
-    std::memcpy(bytes_.get(), other.bytes_.get(), size_ + 2 * guard);
-  }
-  uint8_t *data() { return bytes_.get() + guard; }
-  const uint8_t *data() const { return bytes_.get() + guard; }
+  buffer(const buffer &other) : buffer(other.size_) { std::memcpy(data(), other.data(), size_); }
+  uint8_t *data() { return room_.begin() + (at_end_ ? room_.size() - size_ : 0); }
+  const uint8_t *data() const { return const_cast<buffer *>(this)->data(); }
   size_t size() const { return size_; }
   bool operator==(const buffer &other) const {
-    return size_ == other.size_ && !std::memcmp(bytes_.get(), other.bytes_.get(), size_ + 2 * guard);
+    return size_ == other.size_ && !std::memcmp(data(), other.data(), size_) &&
+           !std::memcmp(guards(), other.guards(), guard);
   }
 
  private:
+  static constexpr size_t guard = 64;
+  static bool next_at_end() {
+    static std::minstd_rand random(1);
+    return random() % 64 < 32;
+  }
+  uint8_t *guards() const { return const_cast<uint8_t *>(data()) + (at_end_ ? -ptrdiff_t(guard) : size_); }
+
   size_t size_;
-  std::unique_ptr<uint8_t[]> bytes_;
+  fenced_room room_;
+  bool at_end_;
 };
 
 // Where a run of `count` values of `size` bytes lies in a buffer that it and `offset` bytes before it fill.
