@@ -27,7 +27,7 @@ std::vector<member<npfclx_fn>> members() {
 class arguments {
  public:
   arguments(const conversion &c, std::mt19937 &random, unsigned turn)
-      : conversion_(c), palette_(palette_size(c, turn)) {
+      : conversion_(c), palette_(palette_size(c, turn)), coefficients_(coefficient_bytes(c)) {
     const uint32_t width = uint32_t(8 * c.width);
     values.maxvalue = turn % 5 == 0 ? 0xFFFFFFFF : 0xFFFFFFFF >> (32 - (1 + random() % std::min(32u, width)));
     if (turn % 3 == 0) values.maxvalue = 0xFFFFFFFF >> (32 - std::min(32u, width));
@@ -73,19 +73,18 @@ class arguments {
       values.real_matrix[i] =
           turn % 4 == 3 ? special[random() % 8] : any / double(1u << (turn % 4 == 2 ? 20 : 31));
     }
-    if (!conversion_.takes_matrix()) return;
-    // No more than are to be read.
-    const size_t count = conversion_.inputs == 1 || conversion_.outputs == 1 ? 3 : 12;
-    const auto bytes_of = [count](const auto *from) {
-      return std::vector<uint8_t>(reinterpret_cast<const uint8_t *>(from),
-                                  reinterpret_cast<const uint8_t *>(from + count));
-    };
-    coefficients_ = conversion_.width > 2 || conversion_.real ? bytes_of(values.real_matrix)
-                                                              : bytes_of(values.integer_matrix);
+    const void *from = values.integer_matrix;
+    if (takes_reals(conversion_)) from = values.real_matrix;
+    memcpy(coefficients_.data(), from, coefficients_.size());
+  }
+  static bool takes_reals(const conversion &c) { return c.width > 2 || c.real; }
+  // No more than are to be read.
+  static size_t coefficient_bytes(const conversion &c) {
+    if (!c.takes_matrix()) return 0;
+    return (c.inputs == 1 || c.outputs == 1 ? 3 : 12) * (takes_reals(c) ? sizeof(double) : sizeof(int32_t));
   }
   const conversion &conversion_;
-  buffer palette_;
-  std::vector<uint8_t> coefficients_;
+  buffer palette_, coefficients_;
 };
 
 template <class T>
