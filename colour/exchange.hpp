@@ -5,8 +5,8 @@
 
 namespace qvim {
 
-// Byte i of a pixel of exchanged components of type T lies there in the source. Where 64 bytes can be shuffled
-// at a time, that is all there is to it.
+// Where byte i of a pixel with exchanged components of type T lies in the source. Where 64 bytes can be
+// shuffled at a time, that is all there is to it.
 template <class T, int first, int second>
 constexpr int64_t exchanged_byte(int64_t i) {
   constexpr int64_t width = sizeof(T);

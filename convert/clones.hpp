@@ -19,8 +19,8 @@
 
 // Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places,
 // reverses their bits, shifts pairs of words and sums products of words? No processor level includes that, so
-// the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests thus
-// reach, too.
+// the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests
+// thus reach, too.
 #if !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES
 #define QVIM_HAVE_WIDE 1
 #define QVIM_WIDE_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,gfni"

@@ -33,6 +33,8 @@ QVIM_INLINE void in_place(void *buffer, uint64_t count, const void *operand) {
   auto run = static_cast<char *>(buffer);
   with_operation<Operation>(
       operand, [=](const auto &operation) __attribute__((always_inline)) {
+        if constexpr (shuffling<Operation>)
+          if (shuffle_run(run, run, count, Operation::order, operation)) return;
         if constexpr (kept<Operation>)
           run_kept<T>(run, count, operation);
         else

@@ -42,6 +42,18 @@ struct mirror_shuffled {
   }
 };
 
+// The same by shuffles of 64 bytes, where there are some.
+struct mirror_wide {
+  uint64_t size;
+  byte_order order;
+
+  QVIM_INLINE explicit mirror_wide(uint64_t pixel)
+      : size(pixel), order(int64_t(pixel), -int64_t(pixel), int64_t(pixel), same_byte) {}
+  QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
+    if (count) shuffle_run(src + (count - 1) * size, dst, count, order);
+  }
+};
+
 // In place, blocks from both ends change places by way of a copy.
 QVIM_INLINE void mirror_in_place(char *buffer, uint64_t count, const auto &mirror) {
   constexpr uint64_t block_bytes = 1024;
@@ -84,8 +96,10 @@ QVIM_INLINE void with_mirror(uint64_t size, const auto &body) {
     case 2: return body(mirror_numbers<uint16_t>());
     case 4: return body(mirror_numbers<uint32_t>());
     case 8: return body(mirror_numbers<uint64_t>());
-    default: return size <= 16 ? body(mirror_shuffled(size)) : body(mirror_items{size});
+    default: break;
   }
+  if (size <= 32 && shuffles_runs()) return body(mirror_wide(size));
+  return size <= 16 ? body(mirror_shuffled(size)) : body(mirror_items{size});
 }
 
 QVIM_INLINE void mirror_run(void *buffer, uint64_t count, uint64_t size) {

@@ -9,6 +9,7 @@
 #include "convert/divide.hpp"
 #include "convert/operations.hpp"
 #include "convert/run.hpp"
+#include "convert/shuffle.hpp"
 
 namespace qvim {
 
@@ -187,10 +188,18 @@ struct from_gray {
   }
 };
 
+// An operation may have an order of its values' bytes and do the rest with vectors of them.
+template <class Operation>
+concept shuffling = requires {
+  Operation::order;
+};
+
 // The low bits in reverse order: all of them reversed, then shifted to where they belong. Counts above the
 // width move them up, out of the value.
 template <class T>
 struct reverse_bits {
+  static constexpr byte_order order{sizeof(T), sizeof(T), sizeof(T),
+                                    [](int64_t i) { return int64_t(sizeof(T)) - 1 - i; }};
   static constexpr bool is_wordwise = true;
   static constexpr uint32_t width = 8 * sizeof(T);
   uint32_t up, down, after;
@@ -210,6 +219,14 @@ struct reverse_bits {
     if constexpr (sizeof(T) == 4) v = __builtin_bswap32(v);
     return v << up >> down & after;
   }
+#if QVIM_HAVE_WIDE
+  QVIM_WIDE QVIM_INLINE __m512i wide(__m512i v) const {
+    typedef uint32_t words __attribute__((vector_size(64)));
+    const __m512i mirrored = _mm512_set1_epi64(0x8040201008040201);  // of a byte's bits
+    const auto w = words(_mm512_gf2p8affine_epi64_epi8(v, mirrored, 0));
+    return __m512i(w << up >> down & after);
+  }
+#endif
 };
 
 // --- arithmetic

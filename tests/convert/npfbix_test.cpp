@@ -248,7 +248,7 @@ std::vector<strides> stride_cases(const meaning &m) {
 std::vector<uint64_t> counts() {
   std::vector<uint64_t> list;
   for (uint64_t i = 0; i <= 67; ++i) list.push_back(i);
-  for (uint64_t i : {127, 512, 513, 1100}) list.push_back(i);
+  for (uint64_t i : {127, 128, 200, 512, 513, 1100}) list.push_back(i);
   return list;
 }
 
