@@ -74,12 +74,13 @@ step crop(const std::string &text, values) {
   const int64_t x = (*found)[0], y = (*found)[1], width = (*found)[2], height = (*found)[3];
   const auto take = [=](chain &chain) {
     qvimage *image = chain.top();
-    const qvywindow whole = image->imdim;
-    if (x + width > whole.se.x || y + height > whole.se.y)
-      chain.refuse(invalid_dimensions,
-                   formatted("%s reaches outside its %d x %d pixels", text.c_str(), whole.se.x, whole.se.y));
-    qvywindow part = {{static_cast<int32_t>(x), static_cast<int32_t>(y)},
-                      {static_cast<int32_t>(x + width), static_cast<int32_t>(y + height)}};
+    const qvywindow seen = image->wind;
+    const int32_t left = seen.nw.x, top = seen.nw.y;
+    if (x + width > seen.se.x - left || y + height > seen.se.y - top)
+      chain.refuse(invalid_dimensions, formatted("%s reaches outside its %d x %d pixels", text.c_str(),
+                                                 seen.se.x - left, seen.se.y - top));
+    qvywindow part = {{left + static_cast<int32_t>(x), top + static_cast<int32_t>(y)},
+                      {left + static_cast<int32_t>(x + width), top + static_cast<int32_t>(y + height)}};
     if (image->xwind(image, &part, 's') == nullptr) chain.refuse(invalid_dimensions, text);
   };
   return {take, true};

@@ -64,6 +64,12 @@ class Views(ToolTest):
         whole = mirrored(clockwise(rows(page)))
         self.check(page, "--rotate 90 --flip x --crop 3,2,10,5", [row[3:13] for row in whole[2:7]])
 
+    def test_a_crop_is_cropped(self):
+        page = picture(20, 15)
+        self.check(page, "--crop 3,2,10,5 --crop 1,1,9,3", [row[4:13] for row in rows(page)[3:6]])
+        self.refused(1, ".*6,0,5,1 reaches outside its 10 x 5 pixels", "convert", "--crop=3,2,10,5", "--crop=6,0,5,1",
+                     self.make("a.tif", page), self.path("b.tif"))
+
     def test_a_quarter_turn_exchanges_the_resolutions(self):
         page = picture(4, 3, resolution=((600, 7), (500, 3), 3))
         self.assertEqual(self.converted(page, "--rotate=90").resolution, ((500, 3), (600, 7), 3))
