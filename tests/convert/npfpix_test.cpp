@@ -178,9 +178,9 @@ void expect_run(const any_member &member, const arguments &a, strides stride, ui
       memcpy(values.data() + size_t(from.at(i)) + at, &v, std::min(m.source, in - at));
     }
   // At an odd address.
+  const auto *from_block = m.translates() ? a.table.data() : reinterpret_cast<const uint8_t *>(a.w.data());
   buffer block(1 + (m.translates() ? a.table.size() : 4 * a.w.size()));
-  memcpy(block.data() + 1, m.translates() ? static_cast<const void *>(a.table.data()) : a.w.data(),
-         block.size() - 1);
+  std::copy_n(from_block, block.size() - 1, block.data() + 1);
   for (bool same : {false, true}) {
     if (same ? stride.source != stride.destination : !m.two_runs) continue;
     const layout &placed = same ? from : to;
