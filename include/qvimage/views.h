@@ -104,8 +104,9 @@ int32_t qvimage_def2from3(qvimage *image, qvimage3 *source, uint32_t xaxis, uint
  *   pixelhint   of a pseudo-colour image; its component count (the low four bits) is at most 4
  *   reserved    0
  *   flags       1: no more than three tables, the fourth component passes unchanged; 2: unmasked, the index
- *               is the whole pixie whatever bits are used. Without it, and where not all bits are used, the
- *               index is the value modulo 2^i_bitsused
+ *               is the whole pixie whatever bits are used, as far as the source does not call the others
+ *               undefined. Without it, and where not all bits are used, the index is the value modulo
+ *               2^i_bitsused
  *
  *   -1    a null array; a null table of a component used; a source of 5 or more components; a request for
  *         pseudo-colour other than the above
