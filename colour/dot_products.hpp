@@ -1,11 +1,9 @@
 // Integer linear combinations on processors that multiply and add pairs of words in one step and take the
 // bytes of a vector in any order: there pixels need not be taken apart. The results are those of the generic
-// loops. Ends of runs are cut off by masks: nothing outside a run is read or written.
+// loops.
 #pragma once
 
-#include <array>
-
-#include "colour/pixels.hpp"
+#include "colour/wide.hpp"
 
 namespace qvim {
 
@@ -16,52 +14,9 @@ enum class results { cut, limited, limited_or_white };
 }  // namespace qvim
 
 #if QVIM_HAVE_WIDE
-#include <immintrin.h>
-
-// GCC's own headers leave the unused operand of some of these instructions undefined.
-#pragma GCC diagnostic push
-#ifndef __clang__
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-
+QVIM_WIDE_BEGIN
 namespace qvim::wide {
 
-using vector = __m512i;
-
-template <class T>
-constexpr int lanes = 64 / sizeof(T);
-
-// A vector of constants, lane by lane.
-template <class T, class Function>
-constexpr std::array<T, lanes<T>> each_lane(Function f) {
-  std::array<T, lanes<T>> result{};
-  for (int i = 0; i < lanes<T>; ++i) result[size_t(i)] = T(f(i));
-  return result;
-}
-template <class T>
-QVIM_WIDE QVIM_INLINE vector constant(const std::array<T, lanes<T>> &from) {
-  return _mm512_loadu_si512(from.data());
-}
-
-// The first `count` lanes of a vector; all of them when there are not so many.
-QVIM_WIDE QVIM_INLINE uint64_t first_lanes(int count) {
-  return count >= 64 ? ~uint64_t(0) : count > 0 ? ~(~uint64_t(0) << count) : 0;
-}
-
-// Components, and what depends on their width.
-template <class T>
-QVIM_WIDE QVIM_INLINE vector load(const char *from, uint64_t mask) {
-  if constexpr (sizeof(T) == 1) return _mm512_maskz_loadu_epi8(mask, from);
-  return _mm512_maskz_loadu_epi16(uint32_t(mask), from);
-}
-template <class T>
-QVIM_WIDE QVIM_INLINE void store(char *to, uint64_t mask, vector v) {
-  if constexpr (sizeof(T) == 1)
-    _mm512_mask_storeu_epi8(to, mask, v);
-  else
-    _mm512_mask_storeu_epi16(to, uint32_t(mask), v);
-}
 template <class T>
 QVIM_WIDE QVIM_INLINE vector all(T v) {
   if constexpr (sizeof(T) == 1) return _mm512_set1_epi8(char(v));
@@ -77,34 +32,6 @@ QVIM_WIDE QVIM_INLINE uint64_t equal(vector a, vector b) {
   if constexpr (sizeof(T) == 1) return _mm512_cmpeq_epi8_mask(a, b);
   return _mm512_cmpeq_epi16_mask(a, b);
 }
-template <class T>
-QVIM_WIDE QVIM_INLINE vector choose(uint64_t mask, vector otherwise, vector v) {
-  if constexpr (sizeof(T) == 1) return _mm512_mask_blend_epi8(mask, otherwise, v);
-  return _mm512_mask_blend_epi16(uint32_t(mask), otherwise, v);
-}
-template <class T>
-QVIM_WIDE QVIM_INLINE vector pick(vector a, vector lane) {
-  if constexpr (sizeof(T) == 1) return _mm512_permutexvar_epi8(lane, a);
-  return _mm512_permutexvar_epi16(lane, a);
-}
-// Lanes of two vectors, numbered through.
-template <class T>
-QVIM_WIDE QVIM_INLINE vector pick(vector a, vector b, vector lane) {
-  if constexpr (sizeof(T) == 1) return _mm512_permutex2var_epi8(a, lane, b);
-  return _mm512_permutex2var_epi16(a, lane, b);
-}
-
-// Parts of a run of packed pixels, step.convert() by step.convert(): its whole parts have a known length.
-template <class Step>
-QVIM_WIDE QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
-  constexpr int part = Step::pixels;
-  for (; count >= part; count -= part) {
-    step.convert(src, dst, part);
-    src += part * Step::size_in;
-    dst += part * Step::size_out;
-  }
-  if (count) step.convert(src, dst, int(count));
-}
 
 // 16 pixels of three components, packed: 48 bytes or 96.
 template <class T>
@@ -114,14 +41,10 @@ struct pixels16 {
 
   QVIM_WIDE QVIM_INLINE static pixels16 load(const char *src, int count) {
     pixels16 p;
-    for (int i = 0; i < vectors; ++i)
-      p.v[i] = wide::load<T>(src + 64 * i, first_lanes(3 * count - i * lanes<T>));
+    wide::load<T>(src, 3 * count, p.v);
     return p;
   }
-  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const {
-    for (int i = 0; i < vectors; ++i)
-      wide::store<T>(dst + 64 * i, first_lanes(3 * count - i * lanes<T>), v[i]);
-  }
+  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const { wide::store<T>(dst, 3 * count, v); }
   // Pixels with a component equal to that of `colour` become it.
   QVIM_WIDE QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
     constexpr uint64_t first_components = 0x249249249249;
@@ -160,82 +83,78 @@ struct dot_products {
     fits = fits && smallest == 0 && most <= T(-1);
     largest = T(most);
   }
-  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const;
+  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
+
+ private:
+  // The same in vectors.
+  struct step {
+    static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, size_in = 3 * sizeof(T),
+                         size_out = outputs * sizeof(T);
+    vector first_two[outputs], third[outputs], constants[outputs], most;
+
+    QVIM_WIDE QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)) {
+      for (int r = 0; r < outputs; ++r) {
+        first_two[r] = _mm512_set1_epi32(p.first_two[r]);
+        third[r] = _mm512_set1_epi32(p.third[r]);
+        constants[r] = _mm512_set1_epi32(p.constants[r]);
+      }
+    }
+    // One pixel each 32 bits.
+    QVIM_WIDE QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
+      constexpr int words = sizeof(T) == 1 ? 4 : 2;  // lanes for two words
+      static constexpr auto pairs = each_lane<T>([](int i) { return i / words * 3 + i % words * 2 / words; });
+      static constexpr auto thirds = each_lane<T>([](int i) { return i / words * 3 + 2; });
+      vector pair[2] = {constant<T>(pairs), constant<T>(thirds)};
+      for (vector &v : pair)
+        if constexpr (sizeof(T) == 1)
+          v = _mm512_maskz_permutexvar_epi8(0x5555555555555555, v, p.v[0]);
+        else
+          v = _mm512_xor_si512(pick<T>(p.v[0], p.v[1], v), all<T>(0x8000));
+      for (int r = 0; r < outputs; ++r) {
+        sum[r] = _mm512_dpwssd_epi32(constants[r], pair[0], first_two[r]);
+        sum[r] = _mm512_srai_epi32(_mm512_dpwssd_epi32(sum[r], pair[1], third[r]), shift);
+        if (rule == results::cut) sum[r] = _mm512_and_si512(sum[r], _mm512_set1_epi32(T(-1)));
+      }
+    }
+
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
+      static constexpr auto place = [](int i) {  // of component i after narrowed()
+        const int p = i / 3, c = i % 3;
+        if (sizeof(T) == 1) return p / 4 * 16 + c * 4 + p % 4;
+        return c / 2 * 32 + p / 4 * 8 + c % 2 * 4 + p % 4;
+      };
+      static constexpr auto low = each_lane<T>(place);
+      const auto in = pixels16<T>::load(src, count);
+      vector sum[3];
+      sums(in, sum);
+      const vector a = smaller<T>(narrowed<T>(sum[0], sum[1], sum[2], sum[2]), most);
+      pixels16<T> out;
+      if constexpr (sizeof(T) == 1) {
+        out.v[0] = pick<T>(a, constant<T>(low));
+      } else {
+        static constexpr auto high = each_lane<T>([](int i) { return place((i + lanes<T>) % 48); });
+        const vector b = smaller<T>(narrowed<T>(sum[2], sum[2], sum[2], sum[2]), most);
+        out.v[0] = pick<T>(a, b, constant<T>(low));
+        out.v[1] = pick<T>(a, b, constant<T>(high));
+      }
+      if (rule == results::limited_or_white) out.replace_where_equal(in, most);
+      out.store(dst, count);
+    }
+
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
+      static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
+        return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
+      });
+      vector sum[4][1];
+      for (int i = 0; i < lanes<T> / 16; ++i)
+        sums(pixels16<T>::load(src + i * 16 * size_in, count - 16 * i), sum[i]);
+      const vector grey = narrowed<T>(sum[0][0], sum[1][0], sum[2][0], sum[3][0]);
+      store<T>(dst, first_lanes(count), pick<T>(smaller<T>(grey, most), constant<T>(order)));
+    }
+  };
 };
-
-// The same in vectors.
-template <class T, int outputs, int shift, results rule>
-struct dot_products_step {
-  static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, size_in = 3 * sizeof(T),
-                       size_out = outputs * sizeof(T);
-  vector first_two[outputs], third[outputs], constants[outputs], most;
-
-  QVIM_WIDE QVIM_INLINE explicit dot_products_step(const dot_products<T, outputs, shift, rule> &p)
-      : most(all<T>(p.largest)) {
-    for (int r = 0; r < outputs; ++r) {
-      first_two[r] = _mm512_set1_epi32(p.first_two[r]);
-      third[r] = _mm512_set1_epi32(p.third[r]);
-      constants[r] = _mm512_set1_epi32(p.constants[r]);
-    }
-  }
-  // One pixel each 32 bits.
-  QVIM_WIDE QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
-    constexpr int words = sizeof(T) == 1 ? 4 : 2;  // lanes for two words
-    static constexpr auto pairs = each_lane<T>([](int i) { return i / words * 3 + i % words * 2 / words; });
-    static constexpr auto thirds = each_lane<T>([](int i) { return i / words * 3 + 2; });
-    vector pair[2] = {constant<T>(pairs), constant<T>(thirds)};
-    for (vector &v : pair)
-      if constexpr (sizeof(T) == 1)
-        v = _mm512_maskz_permutexvar_epi8(0x5555555555555555, v, p.v[0]);
-      else
-        v = _mm512_xor_si512(pick<T>(p.v[0], p.v[1], v), all<T>(0x8000));
-    for (int r = 0; r < outputs; ++r) {
-      sum[r] = _mm512_dpwssd_epi32(constants[r], pair[0], first_two[r]);
-      sum[r] = _mm512_srai_epi32(_mm512_dpwssd_epi32(sum[r], pair[1], third[r]), shift);
-      if (rule == results::cut) sum[r] = _mm512_and_si512(sum[r], _mm512_set1_epi32(T(-1)));
-    }
-  }
-
-  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
-    static constexpr auto place = [](int i) {  // of component i after narrowed()
-      const int p = i / 3, c = i % 3;
-      if (sizeof(T) == 1) return p / 4 * 16 + c * 4 + p % 4;
-      return c / 2 * 32 + p / 4 * 8 + c % 2 * 4 + p % 4;
-    };
-    static constexpr auto low = each_lane<T>(place);
-    const auto in = pixels16<T>::load(src, count);
-    vector sum[3];
-    sums(in, sum);
-    const vector a = smaller<T>(narrowed<T>(sum[0], sum[1], sum[2], sum[2]), most);
-    pixels16<T> out;
-    if constexpr (sizeof(T) == 1) {
-      out.v[0] = pick<T>(a, constant<T>(low));
-    } else {
-      static constexpr auto high = each_lane<T>([](int i) { return place((i + lanes<T>) % 48); });
-      const vector b = smaller<T>(narrowed<T>(sum[2], sum[2], sum[2], sum[2]), most);
-      out.v[0] = pick<T>(a, b, constant<T>(low));
-      out.v[1] = pick<T>(a, b, constant<T>(high));
-    }
-    if (rule == results::limited_or_white) out.replace_where_equal(in, most);
-    out.store(dst, count);
-  }
-
-  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
-    static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
-      return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
-    });
-    vector sum[4][1];
-    for (int i = 0; i < lanes<T> / 16; ++i)
-      sums(pixels16<T>::load(src + i * 16 * size_in, count - 16 * i), sum[i]);
-    const vector grey = narrowed<T>(sum[0][0], sum[1][0], sum[2][0], sum[3][0]);
-    store<T>(dst, first_lanes(count), pick<T>(smaller<T>(grey, most), constant<T>(order)));
-  }
-};
-
-template <class T, int outputs, int shift, results rule>
-void dot_products<T, outputs, shift, rule>::operator()(const char *src, char *dst, uint64_t count) const {
-  run(dot_products_step(*this), src, dst, count);
-}
 
 // One component to three: the product with each gain, less its lowest eight bits, cut to the width.
 template <class T>
@@ -250,49 +169,34 @@ struct gains {
       fits = fits && gain[c] == any[c];
     }
   }
-  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const;
+  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
+
+ private:
+  struct step {
+    static constexpr int pixels = lanes<T>, size_in = sizeof(T), size_out = 3 * sizeof(T);
+    vector gain[3];
+
+    QVIM_WIDE QVIM_INLINE explicit step(const gains &p) {
+      for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
+    }
+    QVIM_WIDE QVIM_INLINE static vector product(vector in, vector gain) {
+      if constexpr (sizeof(T) == 2)
+        return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
+      const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
+                   odd = _mm512_mullo_epi16(_mm512_srli_epi16(in, 8), gain);
+      return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
+    }
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
+      const vector in = load<T>(src, first_lanes(count));
+      vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
+      rearrange<T, join>(out);
+      store<T>(dst, 3 * count, out);
+    }
+  };
 };
-
-template <class T>
-struct gains_step {
-  static constexpr int pixels = lanes<T>, size_in = sizeof(T), size_out = 3 * sizeof(T);
-  vector gain[3];
-
-  QVIM_WIDE QVIM_INLINE explicit gains_step(const gains<T> &p) {
-    for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
-  }
-  QVIM_WIDE QVIM_INLINE static vector product(vector in, vector gain) {
-    if constexpr (sizeof(T) == 2)
-      return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
-    const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
-                 odd = _mm512_mullo_epi16(_mm512_srli_epi16(in, 8), gain);
-    return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
-  }
-  // Vector k of the results: where its lanes are in the first two planes or in the third, and in which.
-  template <int k>
-  QVIM_WIDE QVIM_INLINE static vector joined(const vector (&plane)[3]) {
-    static constexpr auto order = each_lane<T>([](int i) {
-      const int at = k * lanes<T> + i;
-      return at % 3 == 1 ? lanes<T> + at / 3 : at / 3;
-    });
-    constexpr uint64_t thirds = 0x9249249249249249 << (2 - k * lanes<T> % 3 + 3) % 3;
-    const vector lane = constant<T>(order);
-    return choose<T>(thirds, pick<T>(plane[0], plane[1], lane), pick<T>(plane[2], lane));
-  }
-  QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
-    const vector in = load<T>(src, first_lanes(count));
-    const vector plane[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
-    store<T>(dst, first_lanes(3 * count), joined<0>(plane));
-    store<T>(dst + 64, first_lanes(3 * count - lanes<T>), joined<1>(plane));
-    store<T>(dst + 128, first_lanes(3 * count - 2 * lanes<T>), joined<2>(plane));
-  }
-};
-
-template <class T>
-void gains<T>::operator()(const char *src, char *dst, uint64_t count) const {
-  run(gains_step(*this), src, dst, count);
-}
 
 }  // namespace qvim::wide
-#pragma GCC diagnostic pop
+QVIM_WIDE_END
 #endif

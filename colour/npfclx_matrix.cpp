@@ -3,6 +3,7 @@
 
 #include "colour/dot_products.hpp"
 #include "colour/pixels.hpp"
+#include "colour/real_products.hpp"
 
 namespace qvim {
 namespace {
@@ -211,18 +212,19 @@ struct real_result {
 template <class T, int rows_used, column3 column, limits limit>
 struct real_matrix {
   static constexpr int inputs = 3, outputs = rows_used;
+  static constexpr bool added = column == with_column3, limits = limit == limited;
   using real = real_of<T>;
   real m[rows_used][4];
   real_result<T, limit> result;
   QVIM_INLINE real_matrix(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
     for (int r = 0; r < outputs; ++r)
-      for (int c = 0; c < (column == with_column3 ? 4 : 3); ++c) m[r][c] = real(entry<double>(matrix, r, c));
+      for (int c = 0; c < (added ? 4 : 3); ++c) m[r][c] = real(entry<double>(matrix, r, c));
   }
   QVIM_INLINE pixel<T, outputs> operator()(pixel<T, 3> p) const {
     pixel<T, outputs> q;
     for (int r = 0; r < outputs; ++r) {
       real sum = m[r][0] * real(p.c[0]);
-      if constexpr (column == with_column3) sum = std::fma(m[r][0], real(p.c[0]), m[r][3]);
+      if constexpr (added) sum = std::fma(m[r][0], real(p.c[0]), m[r][3]);
       sum = std::fma(m[r][1], real(p.c[1]), sum);
       q.c[r] = result(std::fma(m[r][2], real(p.c[2]), sum));
     }
@@ -241,6 +243,7 @@ using matrix3r1 = real_matrix<T, 1, without_column3, limited>;
 template <class T>
 struct matrix31r0 {
   static constexpr int inputs = 1, outputs = 3;
+  static constexpr bool added = false, limits = false;
   real_of<T> gain[3];
   real_result<T, unlimited> result;
   QVIM_INLINE matrix31r0(uint32_t maxvalue, const void *matrix) : result(maxvalue) {
@@ -254,19 +257,30 @@ struct matrix31r0 {
 };
 
 #if QVIM_HAVE_WIDE
-// A conversion in the form that such processors compute, if it fits.
+// A conversion in the form that such processors compute, if it fits, its rows and columns in the order of the
+// components in memory.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto wide_form(const Conversion &c) {
-  if constexpr (Conversion::inputs == 1) {
+  constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
+  if constexpr (sizeof(T) <= 2 && inputs == 1) {
     return wide::gains<T>(c.gain);
-  } else {
-    wide::dot_products<T, Conversion::outputs, Conversion::shift, Conversion::rule> form;
+  } else if constexpr (sizeof(T) <= 2) {
+    wide::dot_products<T, outputs, Conversion::shift, Conversion::rule> form;
     if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
-    for (int r = 0; r < Conversion::outputs; ++r) {
+    for (int r = 0; r < outputs; ++r) {
       const int of = place<to>(r);
       form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
                    c.coefficient(of, place<from>(2)), c.constant[of]);
     }
+    return form;
+  } else {
+    wide::real_products<T, inputs, outputs, Conversion::added, Conversion::limits, from> form;
+    form.largest = c.result.largest;
+    for (int r = 0; r < outputs; ++r)
+      if constexpr (inputs == 1)
+        form.m[r][0] = c.gain[r];
+      else
+        for (int k = 0; k < (Conversion::added ? 4 : 3); ++k) form.m[r][k] = c.m[place<to>(r)][k];
     return form;
   }
 }
@@ -277,13 +291,12 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
                           const Conversion &conversion) {
   constexpr int outputs = Conversion::outputs;
 #if QVIM_HAVE_WIDE
-  if constexpr (sizeof(T) <= 2)
-    if (QVIM_IS_WIDE) {
-      const auto form = wide_form<T, from, to>(conversion);
-      if (form.fits)
-        return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride,
-                                                                                  dststride, count, form);
-    }
+  if (QVIM_IS_WIDE) {
+    const auto form = wide_form<T, from, to>(conversion);
+    if (form.fits)
+      return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride,
+                                                                                dststride, count, form);
+  }
 #endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
     const narrow_clamped<outputs> narrow(conversion);
