@@ -90,6 +90,13 @@ struct caller_buffer {
   }
 };
 
+// Leaves marks where the next call has its variables: what is read may not depend on them.
+__attribute__((noinline)) void soil_stack(uint8_t mark) {
+  uint8_t marks[20000];
+  std::memset(marks, mark, sizeof marks);
+  asm volatile("" : : "r"(marks) : "memory");
+}
+
 // What a run must deliver: these pixels, and then none at `stop`, if there is one.
 struct expected_run {
   std::vector<pos> served;
@@ -128,19 +135,24 @@ class comparison {
     tell("list", r, code);
     require(chain_.runs_turn() ? code < 0 || model().lists(r) : (code >= 0) == model().lists(r));
     const std::vector<qvxyzcoord> entries = random_list(from);
-    static const uint32_t ops[] = {QVIM_OP_READ, QVIM_OP_WRITE, QVIM_OP_EXCHANGE};
-    const uint32_t op = ops[from.up_to(2)];
+    const uint32_t op = random_operation(from);
     if (talks()) std::fprintf(stderr, "op %u, %zu entries\n", op, entries.size());
     caller_buffer buffer(r, entries.size());
     buffer.fill(from.byte(), entries.size(), model().list_allowed(r.datatype));
     if (op != QVIM_OP_READ && !model().writable()) return;
     caller_buffer given = buffer;
+    const bool by_pointers = from.up_to(1);
     chain_.begin();
-    const size_t worked = transfer(from.up_to(1), buffer, entries, op);
+    soil_stack(0x11);
+    const size_t worked = transfer(by_pointers, buffer, entries, op);
     require(worked == (code < 0 ? 0 : entries.size()));
     for (size_t i = 0; i < worked; i++) check_entry(buffer, given, i, entries[i], op);
     buffer.expect_untouched(entries.size());
     chain_.check();
+    if (op != QVIM_OP_READ) return;
+    soil_stack(0xEE);
+    transfer(by_pointers, given, entries, op);
+    require(buffer.bytes == given.bytes);
   }
 
   void map(fuzz_input &from) {
@@ -181,8 +193,19 @@ class comparison {
     return run;
   }
 
-  // What one call leaves over the next one moves.
   void read_run(const request &r, const expected_run &run, size_t count) {
+    soil_stack(0x11);
+    caller_buffer buffer = delivered(r, run, count);
+    const size_t done = run.served.size();
+    for (size_t i = 0; i < done; i++)
+      for (int c = 0; c < r.colours(); c++)
+        buffer.expect(i, c, model().read(run.served[i], r.first() + c, r));
+    buffer.expect_untouched(run.stop ? count : done);
+    soil_stack(0xEE);
+    require(buffer.bytes == delivered(r, run, count).bytes);
+  }
+  // What one call leaves over the next one moves.
+  caller_buffer delivered(const request &r, const expected_run &run, size_t count) {
     caller_buffer buffer(r, count);
     size_t done = 0;
     while (done < run.served.size()) {
@@ -195,10 +218,7 @@ class comparison {
       require(length(top(), count - done, *run.stop) == 0);
       require(read(top(), buffer.at(done), count - done, *run.stop) == 0);
     }
-    for (size_t i = 0; i < done; i++)
-      for (int c = 0; c < r.colours(); c++)
-        buffer.expect(i, c, model().read(run.served[i], r.first() + c, r));
-    buffer.expect_untouched(run.stop ? count : done);
+    return buffer;
   }
 
   void write_run(const request &r, const expected_run &run, size_t count, uint32_t seed) {
@@ -216,6 +236,15 @@ class comparison {
       require(write(top(), buffer.at(done), count - done, run.stop ? *run.stop : run.served[0]) == 0);
     require(buffer.bytes == given);
     for (size_t i = 0; i < done; i++) model().write(run.served[i], buffer.pixel_values(i), r);
+  }
+
+  // Sums may leave the significant bits, and then the image is not what it says that it is.
+  uint32_t random_operation(fuzz_input &from) {
+    static const uint32_t ops[] = {QVIM_OP_READ,    QVIM_OP_WRITE, QVIM_OP_EXCHANGE,
+                                   QVIM_OP_COMBINE, QVIM_OP_ADD,   QVIM_OP_SUBTRACT};
+    const pixels &stored = chain_.stored();
+    const bool any = stored.used() == 8 * stored.size() || stored.dirty();
+    return ops[from.up_to(any ? 5 : 3)];
   }
 
   std::vector<qvxyzcoord> random_list(fuzz_input &from) {
@@ -245,12 +274,15 @@ class comparison {
     const request &r = buffer.r;
     const pos at{entry.x, entry.y, entry.z};
     const bool inside = holds(top().window().size, at), served = inside && model().reaches(at);
-    for (int c = 0; c < r.colours(); c++) {
-      if (op == QVIM_OP_WRITE) continue;
+    const bool reads = op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE;
+    for (int c = 0; c < r.colours() && reads; c++) {
       if (served) buffer.expect(i, c, model().list_read(at, r.first() + c, r));
       if (!inside && op == QVIM_OP_READ) buffer.expect(i, c, given.get(i, c));
     }
-    if (served && op != QVIM_OP_READ) model().list_write(at, given.pixel_values(i), r);
+    if (!served || op == QVIM_OP_READ) return;
+    const bool known = op == QVIM_OP_WRITE || op == QVIM_OP_EXCHANGE;
+    model().list_write(at, known ? given.pixel_values(i) : std::vector<bits>(size_t(r.colours()), unknown),
+                       r);
   }
 
   // Every pixel that the mapping reaches is where the view's pixel is stored, in the form that was asked for.

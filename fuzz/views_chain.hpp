@@ -13,15 +13,16 @@ namespace model {
 
 class chain {
  public:
-  explicit chain(fuzz_input &from) {
+  explicit chain(fuzz_input &from) : relative_(from.up_to(1)) {
     make_image(from);
     for (uint32_t views = from.up_to(5); views > 0; views--) {
       if (from.up_to(2) == 0) set_window(from, top());
-      links_.emplace_back();
+      links_.push_back({array_, links_.size()});
       if (!add_view(from, links_[links_.size() - 2], links_.back())) links_.pop_back();
     }
     if (from.up_to(2) == 0) set_window(from, top());
     if (from.up_to(7) == 0) shrink_below(from);
+    if (relative_) move_records();
     if (talks())
       for (const chain_link &record : links_) record.tell();
   }
@@ -55,6 +56,11 @@ class chain {
 
  private:
   pixels stored_, expected_;  // the image's own, and those of the model
+  // The records, one after the other, at an address that is a multiple of 4.
+  static constexpr size_t most_records = 6;
+  alignas(8) uint8_t places_[2][4 + most_records * sizeof(qvimage)]{};
+  uint8_t *array_ = places_[0];
+  const bool relative_;  // they refer to each other by where they lie in the array
   std::deque<chain_link> links_;
   std::vector<std::unique_ptr<image>> images_;
   std::deque<translation_tables> tables_;
@@ -62,6 +68,18 @@ class chain {
   bool runs_turn_ = false;   // along another axis of the source than their own
 
   memory_image &memory() { return static_cast<memory_image &>(*images_.front()); }
+
+  qvimage *flat_below(const chain_link &source) const {
+    return relative_ ? reinterpret_cast<qvimage *>(intptr_t{-66}) : source.flat();
+  }
+  qvimage3 *volume_below(const chain_link &source) const {
+    return relative_ ? reinterpret_cast<qvimage3 *>(intptr_t{-66}) : source.volume();
+  }
+  void move_records() {
+    array_ = places_[1] + 4;
+    std::memcpy(array_, places_[0], links_.size() * sizeof(qvimage));
+    std::memset(places_[0], 0xEE, sizeof places_[0]);
+  }
 
   // --- the source ----------------------------------------------------------------------------------
 
@@ -90,7 +108,7 @@ class chain {
   }
 
   void make_image(fuzz_input &from) {
-    chain_link &record = links_.emplace_back();
+    chain_link &record = links_.emplace_back(chain_link{array_, 0});
     static_cast<form &>(stored_) = random_form(from);
     record.deep = from.up_to(1);
     stored_.dims = {int(1 + from.up_to(200)), int(1 + from.up_to(8)),
@@ -176,10 +194,10 @@ class chain {
     how.masks = flags & 2 && !images_.back()->converts();
     const qvimagedata presented = presented_by(how, f);
     const qvimagedata *data = flags & 4 ? &presented : nullptr;
-    const int32_t code = view.deep ? qvimage3_converter(&view.volume, &source.volume, data, shared, how.masks,
-                                                        uint8_t(how.bits), how.normalised)
-                                   : qvimage_converter(&view.flat, &source.flat, data, shared, how.masks,
-                                                       uint8_t(how.bits), how.normalised);
+    const int32_t code = view.deep ? qvimage3_converter(view.volume(), volume_below(source), data, shared,
+                                                        how.masks, uint8_t(how.bits), how.normalised)
+                                   : qvimage_converter(view.flat(), flat_below(source), data, shared,
+                                                       how.masks, uint8_t(how.bits), how.normalised);
     if (talks())
       std::fprintf(stderr, "converter: bits %d masks %d normalises %d shared %d\n", how.bits, how.masks,
                    how.normalised, shared);
@@ -209,8 +227,9 @@ class chain {
       writes[i] = table(tables.write, tables, f, g);
     }
     const int32_t code =
-        view.deep ? qvimage_lut3(&view.volume, &source.volume, shared, reads, writes, pixies, hint, 0)
-                  : qvimage_lut2(&view.flat, &source.flat, shared, reads, writes, pixies, hint, 0, flags);
+        view.deep
+            ? qvimage_lut3(view.volume(), volume_below(source), shared, reads, writes, pixies, hint, 0)
+            : qvimage_lut2(view.flat(), flat_below(source), shared, reads, writes, pixies, hint, 0, flags);
     return made<table_image>(code, view, shared, shared, tables);
   }
   // A table whose entries are values that the image's bits hold.
@@ -227,23 +246,25 @@ class chain {
     static const int32_t hints[] = {QVIM_HINT_RGB, QVIM_HINT_BGR, QVIM_HINT_RGBPAD, QVIM_HINT_YCRCB,
                                     QVIM_HINT_BSH, QVIM_HINT_CMY, QVIM_HINT_CMYK,   QVIM_HINT_GREY};
     const int32_t hint = hints[from.up_to(7)];
-    const int32_t code = view.deep ? qvimage3_colorconverter(&view.volume, &source.volume, hint, shared)
-                                   : qvimage_colorconverter(&view.flat, &source.flat, hint, shared);
+    const int32_t code = view.deep
+                             ? qvimage3_colorconverter(view.volume(), volume_below(source), hint, shared)
+                             : qvimage_colorconverter(view.flat(), flat_below(source), hint, shared);
     return made<colour_image>(code, view, shared, shared);
   }
 
   bool add_component(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
     const int component = int(from.up_to(3));
-    const int32_t code = view.deep
-                             ? qvimage3_colorslice(&view.volume, &source.volume, shared, 1u << component, 0)
-                             : qvimage_colorslice(&view.flat, &source.flat, shared, 1u << component, 0);
+    const int32_t code =
+        view.deep ? qvimage3_colorslice(view.volume(), volume_below(source), shared, 1u << component, 0)
+                  : qvimage_colorslice(view.flat(), flat_below(source), shared, 1u << component, 0);
     return made<component_image>(code, view, shared, shared, component);
   }
 
   bool add_cells(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
     const uint32_t phase = from.up_to(3);
-    const int32_t code = view.deep ? qvimage3_Beyer4_filter(&view.volume, &source.volume, shared, phase)
-                                   : qvimage_Beyer4_filter(&view.flat, &source.flat, shared, phase);
+    const int32_t code = view.deep
+                             ? qvimage3_Beyer4_filter(view.volume(), volume_below(source), shared, phase)
+                             : qvimage_Beyer4_filter(view.flat(), flat_below(source), shared, phase);
     return made<cell_image>(code, view, shared, shared, int(phase));
   }
 
@@ -252,10 +273,10 @@ class chain {
     if (kind == 0) {
       renumbered how;
       how.offset = int32_t(from.up_to(10)) - 5;
-      return moves(how.build(&view.volume, &source.volume, shared), view, shared, how, true);
+      return moves(how.build(view.volume(), volume_below(source), shared), view, shared, how, true);
     }
     view.deep = false;
-    if (kind == 1) return made<mean_image>(qvimage_stack(&view.flat, &source.volume), view, false);
+    if (kind == 1) return made<mean_image>(qvimage_stack(view.flat(), volume_below(source)), view, false);
     static const uint8_t layouts[] = {0, 0, below, beside};
     frames_presented how;
     how.xaxis = 2 * from.up_to(2);
@@ -263,8 +284,9 @@ class chain {
     how.plane = int32_t(from.up_to(3));
     how.flags = layouts[from.up_to(3)];
     runs_turn_ |= how.flags == 0;
-    return moves(qvimage_def2from3(&view.flat, &source.volume, how.xaxis, how.yaxis, how.plane, how.flags),
-                 view, false, how, false);
+    return moves(
+        qvimage_def2from3(view.flat(), volume_below(source), how.xaxis, how.yaxis, how.plane, how.flags),
+        view, false, how, false);
   }
 
   bool add_of_flat(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
@@ -272,31 +294,33 @@ class chain {
       case 0: {
         rotated how;
         how.flags = from.up_to(7);
-        return moves(how.build(&view.flat, &source.flat, shared), view, shared, how, true);
+        return moves(how.build(view.flat(), flat_below(source), shared), view, shared, how, true);
       }
       case 1: {
         decimated how;
         for (int &period : how.period) period = int(1 + from.up_to(3));
         for (int axis = 0; axis < 2; axis++)
           how.phase[axis] = int(from.up_to(uint32_t(how.period[axis] - 1)));
-        return moves(how.build(&view.flat, &source.flat, false), view, false, how, false);
+        return moves(how.build(view.flat(), flat_below(source), false), view, false, how, false);
       }
       case 2: {
         halved how;
         how.odd = from.up_to(1);
-        return moves(how.build(&view.flat, &source.flat, shared), view, shared, how, true);
+        return moves(how.build(view.flat(), flat_below(source), shared), view, shared, how, true);
       }
       case 3:
-        return moves(monitored().build(&view.flat, &source.flat, shared), view, shared, monitored(), true);
+        return moves(monitored().build(view.flat(), flat_below(source), shared), view, shared, monitored(),
+                     true);
       case 4: {
         const uint32_t logarithm = from.up_to(9), decimates = from.up_to(1);
         const resampled how{int(logarithm) - __builtin_ctz(uint32_t(source.whole().size[0])), decimates != 0};
-        return moves(qvimage_lutconvert(&view.flat, &source.flat, 1u << logarithm, decimates), view, false,
-                     how, false, true);
+        return moves(qvimage_lutconvert(view.flat(), flat_below(source), 1u << logarithm, decimates), view,
+                     false, how, false, true);
       }
       default:
         view.deep = true;
-        return moves(deepened().build(&view.volume, &source.flat, shared), view, shared, deepened(), true);
+        return moves(deepened().build(view.volume(), flat_below(source), shared), view, shared, deepened(),
+                     true);
     }
   }
 };

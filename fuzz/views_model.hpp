@@ -11,23 +11,21 @@
 
 namespace model {
 
-// A record of either dimension.
+// A record of either dimension, one of an array.
 struct chain_link {
+  uint8_t *const &array;
+  size_t index;
   bool deep = false;
-  alignas(4) qvimage flat;
-  alignas(4) qvimage3 volume;
 
-  template <class Work>
-  auto with(Work work) {
-    return deep ? work(&volume, three_d{}) : work(&flat, two_d{});
-  }
+  qvimage *flat() const { return reinterpret_cast<qvimage *>(array + index * sizeof(qvimage)); }
+  qvimage3 *volume() const { return reinterpret_cast<qvimage3 *>(array + index * sizeof(qvimage3)); }
   template <class Work>
   auto with(Work work) const {
-    return deep ? work(&volume, three_d{}) : work(&flat, two_d{});
+    return deep ? work(volume(), three_d{}) : work(flat(), two_d{});
   }
-  const qvimagedata &data() const { return deep ? volume.d : flat.d; }
-  frame window() const { return deep ? frame_of(volume.wind) : frame_of(flat.wind); }
-  frame whole() const { return deep ? frame_of(volume.imdim) : frame_of(flat.imdim); }
+  const qvimagedata &data() const { return deep ? volume()->d : flat()->d; }
+  frame window() const { return deep ? frame_of(volume()->wind) : frame_of(flat()->wind); }
+  frame whole() const { return deep ? frame_of(volume()->imdim) : frame_of(flat()->imdim); }
 
   void tell() const {
     const qvimagedata &d = data();
@@ -36,7 +34,7 @@ struct chain_link {
     std::fprintf(stderr,
                  "%.8s: type %d pixies %d hint %d used %d xsb 0x%x dirty 0x%x/0x%x endian 0x%x, "
                  "(%d, %d, %d) + %d x %d x %d of %d x %d x %d\n",
-                 deep ? volume.devname : flat.devname, d.pixietype, d.pixies, d.pixelhint,
+                 deep ? volume()->devname : flat()->devname, d.pixietype, d.pixies, d.pixelhint,
                  integer ? d.i_bitsused : 0, integer ? d.i_bitsxsb : 0, integer ? d.i_dirtyread : 0,
                  integer ? d.i_dirtyrite : 0, integer ? d.i_endian : 0, w.nw[0], w.nw[1], w.nw[2], w.size[0],
                  w.size[1], w.size[2], all.size[0], all.size[1], all.size[2]);
@@ -91,7 +89,8 @@ class image {
   }
   virtual void list_write(const pos &at, const std::vector<bits> &values, const request &r) {
     std::vector<bits> own;
-    for (const bits &v : values) own.push_back(as_written(described(), v.value, r.datatype));
+    for (const bits &v : values)
+      own.push_back(v.known ? as_written(described(), v.value, r.datatype) : unknown);
     write(at, own, in_own_bits(r));
   }
   virtual uint64_t list_allowed(uint32_t datatype) const {

@@ -79,11 +79,13 @@ class converter_image : public aligned {
     const bits result = read_converted(from(), v.value, how_, r);
     return is_integer(r.datatype) || !std::isnan(as_real(result.value, r.size())) ? result : unknown;
   }
+  // What becomes of values beyond their bits, of which nothing was said, is not settled.
   std::vector<bits> take(const std::vector<bits> &values, const request &r) const {
+    const uint64_t all = ones(8 * r.size()), meant = allowed_here(r);
     std::vector<bits> result;
     for (const bits &v : values) {
-      const uint64_t all = ones(8 * r.size());
-      result.push_back((v.known & all) == all ? write_converted(from(), v.value, how_, r) : unknown);
+      const bool settled = (v.known & all) == all && !(v.value & all & ~meant);
+      result.push_back(settled ? write_converted(from(), v.value, how_, r) : unknown);
     }
     return result;
   }
