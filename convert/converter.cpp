@@ -96,9 +96,12 @@ struct converter : view<Dim, converter<Dim>> {
       const auto place = in_source(im, from);
       uint8_t *in = s.change.masks_image() ? nullptr : memory::plain_run<Dim>(source, false, place, &n);
       if (!in) {
-        in = s.change.image_size == s.change.caller_size ? out : staging;  // the kernel may work in place
         n = std::min(n, uint32_t(s.chunk));
-        n = std::min(n, call_read(source, base::read_mode(mode), in, n, place));
+        const bool in_place = s.change.image_size == s.change.caller_size;
+        in = in_place ? out : staging;
+        n = std::min(n, in_place ? call_read(source, base::read_mode(mode), in, n, place)
+                                 : base::read_staged(im, mode, in, n, place,
+                                                     s.colours * uint32_t(s.change.image_size)));
       }
       s.change.bring(in, out, uint64_t(n) * s.colours);
       return n;

@@ -33,7 +33,8 @@ uint32_t move_mirrored(qvimage *im, uint32_t mode, buffer_of<writing> *buffer, u
     uint32_t n = wanted;
     uint8_t *plain = memory::plain_run<two_d>(source, writing, first_in_source(n), &n);
     const auto through = [&](uint8_t *pixels, uint32_t run) {
-      if constexpr (writing) npfpix1_2transposek_i(values, pixels, run, bytes);
+      // On reads too: the source leaves components alone that it has no values for.
+      if (writing || pixels == staging) npfpix1_2transposek_i(values, pixels, run, bytes);
       const bool all =
           pixels == plain || Kind::template move_all<writing>(im, mode, pixels, run, first_in_source(run),
                                                               Kind::source_axis(im));

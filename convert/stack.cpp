@@ -120,7 +120,7 @@ struct stack : view<two_d, stack, three_d> {
     while (done < n) {
       uint32_t part = n - done;
       const uint8_t *in = memory::plain_run<three_d>(source, false, place, &part);
-      if (!in) in = staging, part = call_read(source, read_mode(mode), staging, part, place);
+      if (!in) in = staging, part = read_staged(im, mode, staging, part, place, st.pixel_bytes);
       if (part == 0) break;
       (st.pixel_bytes == st.colours ? npfpix14_pairadd : npfpix24_pairadd)(in, sums + done * st.colours,
                                                                            part * st.colours);

@@ -120,6 +120,14 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
                      [&](const position &from, uint32_t, uint32_t n) { return Kind::served(im, n, from); });
   }
 
+  // Pixels on the stack: components that the source has no values for, which it leaves as they are, are zeros
+  // and not what the stack held.
+  static uint32_t read_staged(image *im, uint32_t mode, void *staging, uint32_t n,
+                              const point<SourceDim> &place, uint32_t bytes) {
+    std::memset(staging, 0, n * bytes);
+    return call_read(source_of(im), read_mode(mode), staging, n, place);
+  }
+
   // Runs of pixels that a kind converts: convert(the source's pixels, the caller's, count), or the other way
   // round for writes. It works on a memory image's own pixels where they are those that the source was asked
   // for, else on staged ones, of `bytes` bytes each in the source.
@@ -134,7 +142,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
       const uint8_t *in = memory::plain_run<SourceDim>(source, false, place, &n);
       if (!in) {
         in = staging;
-        n = call_read(source, read_mode(mode), staging, std::min(n, staging_bytes / bytes), place);
+        n = read_staged(im, mode, staging, std::min(n, staging_bytes / bytes), place, bytes);
       }
       convert(in, static_cast<uint8_t *>(buffer) + done * pixel, n);
       return n;

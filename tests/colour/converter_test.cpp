@@ -2,6 +2,8 @@
 // are named for it.
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include "tests/colour/converter_model.hpp"
 #include "tests/convert/view_scene.hpp"
 #include "tests/fault.hpp"
@@ -170,6 +172,37 @@ TEST(ColourConverter, LeavesPadsOfBlockTransfersAlone) {
   ASSERT_EQ(view.bxta(&view, QVIM_LIST, out, &where, 1, QVIM_OP_READ), 1u);
   const uint8_t expected[4] = {3, 2, 1, 9};
   EXPECT_EQ(std::memcmp(out, expected, 4), 0);
+}
+
+__attribute__((noinline)) void soil_stack() {
+  uint8_t marks[16384];
+  std::memset(marks, 0xEE, sizeof marks);
+  asm volatile("" : : "r"(marks) : "memory");
+}
+
+// Views above that take pixels apart read no bytes of the stack as pads.
+TEST(ColourConverter, LeavesPadsOfViewsAboveItAlone) {
+  uint8_t pixels[30];
+  std::iota(pixels, pixels + 30, uint8_t{0});
+  const int32_t dims[2] = {10, 1};
+  qvimage source, padded, mirrored, converted;
+  ASSERT_EQ(qvimage_memory(&source, pixels, dims, 0, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 0), 0);
+  ASSERT_EQ(qvimage_colorconverter(&padded, &source, QVIM_HINT_BGRPAD, 0), 0);
+  ASSERT_EQ(qvimage_rotate_filt(&mirrored, &padded, 0, 4), 0);
+  ASSERT_EQ(qvimage_converter(&converted, &padded, nullptr, 0, 0, 0, 0), 0);
+  uint8_t out[40];
+  std::memset(out, 0xA5, sizeof out);
+  ASSERT_EQ(mirrored.ioset(&mirrored, 0, QVIM_UINT8, 15), 1);
+  soil_stack();
+  ASSERT_EQ(mirrored.ioread(&mirrored, 0, out, 10, 0, 0), 10u);
+  for (int i = 0; i < 10; i++)
+    for (int c = 0; c < 4; c++) EXPECT_EQ(out[4 * i + c], c < 3 ? pixels[3 * (9 - i) + 2 - c] : 0xA5);
+  uint16_t wide[40];
+  ASSERT_EQ(converted.ioset(&converted, 0, QVIM_UINT16, 15), 1);
+  soil_stack();
+  ASSERT_EQ(converted.ioread(&converted, 0, wide, 10, 0, 0), 10u);
+  for (int i = 0; i < 10; i++)
+    for (int c = 0; c < 4; c++) EXPECT_EQ(wide[4 * i + c], c < 3 ? pixels[3 * i + 2 - c] : 0);
 }
 
 // Wider grey values in colour: a converter over a colour converter over one component of an image. Records
