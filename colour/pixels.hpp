@@ -54,7 +54,7 @@ QVIM_INLINE void move_pixels(const char *src, char *dst, int64_t srcstride, int6
   } else if constexpr (size == 12) {
     QVIM_KERNEL(npfbix_z12toz12_n)(src, dst, srcstride, dststride, count, 0, 0);
   } else if (srcstride == int64_t(size) && dststride == int64_t(size)) {
-    std::memmove(dst, src, size * count);
+    if (count) std::memmove(dst, src, size * count);
   } else if (!shuffle_strided(src, dst, srcstride, dststride, count, size, same_byte)) {
     struct item {
       char bytes[size];
