@@ -1,5 +1,8 @@
 // An image presented in another colour interpretation.
+#include <cstring>
+
 #include <qvimage/colour.h>
+#include <qvimage/npfbix.h>
 
 #include "colour/interpretations.hpp"
 #include "convert/view.hpp"
@@ -113,7 +116,27 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
   }
   static void take(const image *im, const uint8_t *from, uint8_t *to, uint32_t n) {
     const auto &st = state_of<const state>(im);
-    convert(im, st.steps.write, from, st.pixel, to, st.source_pixel, n);
+    const qvimagedata d = im->d;
+    if (is_integer(d.pixietype) && d.i_dirtyrite && d.i_bitsused < 8 * im->f.pixiesize)
+      take_dirty(im, from, to, n);
+    else
+      convert(im, st.steps.write, from, st.pixel, to, st.source_pixel, n);
+  }
+  // Where unused bits may hold anything, colours are those of the other ones.
+  static void take_dirty(const image *im, const uint8_t *from, uint8_t *to, uint32_t left) {
+    alignas(64) uint8_t clean[staging_bytes];
+    const auto &st = state_of<const state>(im);
+    while (left > 0) {
+      const uint32_t n = std::min(left, staging_bytes / st.pixel), pixies = n * uint32_t(im->d.pixies);
+      std::memcpy(clean, from, n * st.pixel);
+      (st.pixie == 1   ? npfbix1_mask
+       : st.pixie == 2 ? npfbix2_mask
+                       : npfbix4_mask)(clean, st.pixie, pixies, (1u << im->d.i_bitsused) - 1);
+      convert(im, st.steps.write, clean, st.pixel, to, st.source_pixel, n);
+      from += n * st.pixel;
+      to += n * st.source_pixel;
+      left -= n;
+    }
   }
   static void convert(const image *im, const colour_step &step, const uint8_t *from, uint32_t from_pixel,
                       uint8_t *to, uint32_t to_pixel, uint32_t n) {

@@ -33,8 +33,12 @@ class chain {
   image &as_modelled() { return *images_.back(); }
   bool runs_turn() const { return runs_turn_; }
 
-  // Call before pixels move and after: all bytes of the source and around it are as they should be.
+  // Call before pixels move and after: all bytes of the source and around it are as they should be. Values
+  // that were not those that the image may hold have no place in it any longer.
   void begin() {
+    if (!stored_.dirty())
+      for (const auto &[p, pixie] : memory().doubtful)
+        stored_.put(p, pixie, {stored_.get(p, pixie) & stored_.significant()});
     expected_ = stored_;
     memory().forget_writes();
   }

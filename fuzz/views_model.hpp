@@ -89,8 +89,7 @@ class image {
   }
   virtual void list_write(const pos &at, const std::vector<bits> &values, const request &r) {
     std::vector<bits> own;
-    for (const bits &v : values)
-      own.push_back(v.known ? as_written(described(), v.value, r.datatype) : unknown);
+    for (const bits &v : values) own.push_back(in_own_bits(v, r.datatype));
     write(at, own, in_own_bits(r));
   }
   virtual uint64_t list_allowed(uint32_t datatype) const {
@@ -105,6 +104,15 @@ class image {
   virtual bool converts() const { return false; }
 
  private:
+  // Dirt stays in values where the image has room for it.
+  bits in_own_bits(const bits &v, uint32_t datatype) const {
+    const form f = described();
+    const uint64_t all = ones(8 * f.size()), meant = ones(f.used()) << model::place(f, datatype);
+    if ((v.known & meant) != meant) return unknown;
+    bits own = as_written(f, v.value, datatype);
+    if (f.tolerant() && (v.value & all & ~meant || (v.known & all) != all)) own.known &= f.significant();
+    return own;
+  }
   request in_own_bits(const request &r) const {
     const uint32_t form_bits = QVIM_MSB | QVIM_LSB | (described().integer() ? QVIM_SWAPPED : 0);
     return asking(r, r.datatype & ~form_bits, r.mask);
@@ -137,6 +145,7 @@ class memory_image : public image {
       if ((values[i].known & all) != all || values[i].value & ~meant & all) v.known &= stored_.significant();
       if (written_[stored_.offset(p, pixie)]++) v.known = 0;
       stored_.put(p, pixie, v);
+      if ((v.known & all) != all) doubtful.push_back({p, pixie});
     }
   }
   uint64_t allowed(uint32_t datatype) const override { return list_allowed(datatype); }
@@ -144,7 +153,11 @@ class memory_image : public image {
   bits list_read(const pos &at, int pixie, const request &r) const override { return read(at, pixie, r); }
   void list_write(const pos &at, const std::vector<bits> &v, const request &r) override { write(at, v, r); }
   std::optional<pos> in_memory(const pos &at) const override { return sum(record.window().nw, at); }
-  void forget_writes() { written_.assign(stored_.bytes.size(), 0); }
+  void forget_writes() {
+    written_.assign(stored_.bytes.size(), 0);
+    doubtful.clear();
+  }
+  std::vector<std::pair<pos, int>> doubtful;  // pixies of which something that was written is not known
 
  private:
   pixels &stored_;

@@ -107,10 +107,7 @@ class computing : public aligned {
         record.with([&](const auto *im, auto) { return qvim::supported_without_conversion(im, r.datatype); });
     return as_it_is && selects(r) && source_.serves(below(r));
   }
-  uint64_t allowed(uint32_t) const override { return ones(described().used()); }
-  uint64_t list_allowed(uint32_t datatype) const override {
-    return ones(described().used()) << model::place(described(), datatype);
-  }
+  uint64_t allowed(uint32_t datatype) const override { return image::list_allowed(datatype); }
   bool converts() const override { return false; }
 
  protected:
@@ -194,15 +191,17 @@ class colour_image : public computing {
     for (int c = 0; c < (source_hint() & 15); c++) pixel.push_back(source_.read(place(at), c, below(r)));
     return changed(source_hint(), hint(), pixel);
   }
-  // Numbers within the image's bits; pads do not matter and are made 0.
+  // Numbers within the image's bits, or without the dirt that it tolerates; pads do not matter.
   std::vector<bits> changed(int from, int to, const std::vector<bits> &pixel) const {
     const form f = described();
-    const uint64_t most = f.integer() ? ones(f.used()) : ones(8 * f.size()), all = ones(8 * f.size());
+    const uint64_t most = ones(f.used()), all = ones(8 * f.size());
     std::vector<uint64_t> in, out(size_t(to & 15), 0);
     for (size_t c = 0; c < pixel.size(); c++) {
-      const bool pad = padded(from) && c == 3, certain = (pixel[c].known & all) == all;
-      if (!pad && (!certain || (pixel[c].value & all) > most)) return std::vector<bits>(out.size(), unknown);
-      in.push_back(pixel[c].value);
+      const bits &v = pixel[c];
+      const bool pad = padded(from) && c == 3, clean = (v.known & all) == all && !(v.value & all & ~most),
+                 certain = clean || (f.tolerant() && from == hint() && (v.known & most) == most);
+      if (!pad && !certain) return std::vector<bits>(out.size(), unknown);
+      in.push_back(v.value & most);
     }
     convert_pixel(source_.record.data(), from, to, in, out);
     std::vector<bits> result;

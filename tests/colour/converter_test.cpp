@@ -174,6 +174,22 @@ TEST(ColourConverter, LeavesPadsOfBlockTransfersAlone) {
   EXPECT_EQ(std::memcmp(out, expected, 4), 0);
 }
 
+// A view says that it tolerates dirt where its source does.
+TEST(ColourConverter, ComputesWithoutTheDirtThatItTolerates) {
+  uint16_t grey[2] = {};
+  const int32_t dims[2] = {2, 1};
+  qvimage source, view;
+  ASSERT_EQ(qvimage_memory(&source, grey, dims, 0, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 0), 0);
+  source.d.i_dirtyread = source.d.i_dirtyrite = QVIM_DIRTY;
+  ASSERT_EQ(qvimage_colorconverter(&view, &source, QVIM_HINT_RGB, 0), 0);
+  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT16 | QVIM_LSB | QVIM_DIRTY, 7), 1);
+  const uint16_t dirty[6] = {0xF123, 0xE456, 0xD789, 0x5FFF, 0x6000, 0x7ABC};
+  ASSERT_EQ(view.iorite(&view, 0, dirty, 2, 0, 0), 2u);
+  const uint16_t clean[2] = {(76 * 0x123 + 150 * 0x456 + 29 * 0x789) >> 8,
+                             (76 * 0xFFF + 150 * 0x000 + 29 * 0xABC) >> 8};
+  for (int i = 0; i < 2; i++) EXPECT_EQ(grey[i] & 0xFFF, clean[i]);
+}
+
 __attribute__((noinline)) void soil_stack() {
   uint8_t marks[16384];
   std::memset(marks, 0xEE, sizeof marks);
