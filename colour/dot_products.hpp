@@ -39,12 +39,23 @@ struct pixels16 {
   static constexpr int vectors = sizeof(T);
   vector v[vectors];
 
+  static constexpr int ahead = 6;  // so many more make whole vectors
+
+  template <part which>
   QVIM_WIDE QVIM_INLINE static pixels16 load(const char *src, int count) {
-    pixels16 p;
-    wide::load<T>(src, 3 * count, p.v);
-    return p;
+    pixels16 pixels;
+    wide::load<T>(src, which == part::whole ? vectors * lanes<T> : 3 * count, pixels.v);
+    return pixels;
   }
-  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const { wide::store<T>(dst, 3 * count, v); }
+  template <part which>
+  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const {
+    if constexpr (which == part::last) return wide::store<T>(dst, 3 * count, v);
+    if constexpr (vectors == 2) _mm512_storeu_si512(dst, v[0]);
+    char *const rest = dst + 64 * (vectors - 1);
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(rest), _mm512_castsi512_si256(v[vectors - 1]));
+    if constexpr (vectors == 1)
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(rest + 32), _mm512_extracti32x4_epi32(v[0], 2));
+  }
   // Pixels with a component equal to that of `colour` become it.
   QVIM_WIDE QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
     constexpr uint64_t first_components = 0x249249249249;
@@ -90,8 +101,8 @@ struct dot_products {
  private:
   // The same in vectors.
   struct step {
-    static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, size_in = 3 * sizeof(T),
-                         size_out = outputs * sizeof(T);
+    static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, pixels_ahead = pixels16<T>::ahead,
+                         size_in = 3 * sizeof(T), size_out = outputs * sizeof(T);
     vector first_two[outputs], third[outputs], constants[outputs], most;
 
     QVIM_WIDE QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)) {
@@ -119,6 +130,7 @@ struct dot_products {
       }
     }
 
+    template <part which>
     QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
       static constexpr auto place = [](int i) {  // of component i after narrowed()
         const int p = i / 3, c = i % 3;
@@ -126,7 +138,7 @@ struct dot_products {
         return c / 2 * 32 + p / 4 * 8 + c % 2 * 4 + p % 4;
       };
       static constexpr auto low = each_lane<T>(place);
-      const auto in = pixels16<T>::load(src, count);
+      const auto in = pixels16<T>::template load<which>(src, count);
       vector sum[3];
       sums(in, sum);
       const vector a = smaller<T>(narrowed<T>(sum[0], sum[1], sum[2], sum[2]), most);
@@ -140,16 +152,17 @@ struct dot_products {
         out.v[1] = pick<T>(a, b, constant<T>(high));
       }
       if (rule == results::limited_or_white) out.replace_where_equal(in, most);
-      out.store(dst, count);
+      out.template store<which>(dst, count);
     }
 
+    template <part which>
     QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
       static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
         return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
       });
       vector sum[4][1];
       for (int i = 0; i < lanes<T> / 16; ++i)
-        sums(pixels16<T>::load(src + i * 16 * size_in, count - 16 * i), sum[i]);
+        sums(pixels16<T>::template load<which>(src + i * 16 * size_in, count - 16 * i), sum[i]);
       const vector grey = narrowed<T>(sum[0][0], sum[1][0], sum[2][0], sum[3][0]);
       store<T>(dst, first_lanes(count), pick<T>(smaller<T>(grey, most), constant<T>(order)));
     }
@@ -175,7 +188,7 @@ struct gains {
 
  private:
   struct step {
-    static constexpr int pixels = lanes<T>, size_in = sizeof(T), size_out = 3 * sizeof(T);
+    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T), size_out = 3 * sizeof(T);
     vector gain[3];
 
     QVIM_WIDE QVIM_INLINE explicit step(const gains &p) {
@@ -188,6 +201,7 @@ struct gains {
                    odd = _mm512_mullo_epi16(_mm512_srli_epi16(in, 8), gain);
       return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
     }
+    template <part>
     QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
       const vector in = load<T>(src, first_lanes(count));
       vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};

@@ -77,7 +77,8 @@ struct real_products {
  private:
   // The same in vectors.
   struct step {
-    static constexpr int pixels = lanes<T>, size_in = inputs * sizeof(T), size_out = outputs * sizeof(T);
+    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = inputs * sizeof(T),
+                         size_out = outputs * sizeof(T);
     using real = reals<typename stored<T>::real>;
     using type = typename real::type;
     type m[outputs][4], zero, largest;
@@ -103,6 +104,7 @@ struct real_products {
       }
       return stored<T>::whole(part);
     }
+    template <part>
     QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
       vector in[inputs], out[outputs];
       load<T>(src, inputs * count, in);

@@ -123,16 +123,26 @@ QVIM_WIDE QVIM_INLINE void store(char *dst, int count, const vector (&v)[n]) {
   for (int k = 0; k < n; ++k) store<T>(dst + 64 * k, first_lanes(count - k * lanes<T>), v[k]);
 }
 
-// Parts of a run of packed pixels, step.convert() by step.convert(): its whole parts have a known length.
+// Parts of a run of packed pixels. Masks that leave out bytes make loads and stores several times slower
+// where the memory is not in a cache: convert<part::whole> does without them, for which it may read up to
+// pixels_ahead more pixels of the run.
+enum class part { whole, last };
+
 template <class Step>
 QVIM_WIDE QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
-  constexpr int part = Step::pixels;
-  for (; count >= part; count -= part) {
-    step.convert(src, dst, part);
-    src += part * Step::size_in;
-    dst += part * Step::size_out;
+  constexpr int pixels = Step::pixels;
+  for (; count >= pixels + Step::pixels_ahead; count -= pixels) {
+    step.template convert<part::whole>(src, dst, pixels);
+    src += pixels * Step::size_in;
+    dst += pixels * Step::size_out;
   }
-  if (count) step.convert(src, dst, int(count));
+  while (count) {
+    const int rest = count < pixels ? int(count) : pixels;
+    step.template convert<part::last>(src, dst, rest);
+    count -= uint64_t(rest);
+    src += rest * Step::size_in;
+    dst += rest * Step::size_out;
+  }
 }
 
 }  // namespace qvim::wide
