@@ -142,9 +142,9 @@ class chain {
       const auto whole = qvim::box<decltype(dim)>::of(&im->imdim);
       qvim::box<decltype(dim)> part;
       for (int axis = 0; axis < dim.axes; axis++) {
-        const uint32_t extent = whole.extent(axis), first = from.up_to(extent - 1);
+        const uint32_t size = whole.extent(axis), first = from.up_to(size - 1);
         part.nw[axis] = int32_t(first);
-        part.se[axis] = int32_t(first + 1 + from.up_to(extent - first - 1));
+        part.se[axis] = int32_t(first + 1 + from.up_to(size - first - 1));
       }
       auto window = std::bit_cast<decltype(im->wind)>(part);
       require(im->xwind(im, &window, 's') != nullptr);
