@@ -501,6 +501,34 @@ TEST(GeometryChains, ThinPixelsOfTheTypeThatTheSourceConvertsTo) {
   for (int x = 0; x < 3; x++) EXPECT_EQ(twice[x], 3 * x + 2);
 }
 
+// Frames joined pause a run, and a window that became smaller ends one: a promise knows both.
+TEST(GeometryChains, PromiseWhatTheyMove) {
+  deep frames(4, 2, 3);
+  qvimage beside, other;
+  const std::function<int32_t()> views[] = {
+      [&] { return qvimage_converter(&other, &beside, nullptr, 0, 0, 4, 0); },
+      [&] { return qvimage_rotate_filt(&other, &beside, 0, 4); },
+      [&] { return qvimage_decimate(&other, &beside, 0, 2, 1, 1, 0); },
+      [&] { return qvimage_Beyer4_filter(&other, &beside, 0, 1); }};
+  for (size_t i = 0; i < std::size(views); i++)
+    for (const int32_t end : {12, 7}) {
+      ASSERT_EQ(qvimage_def2from3(&beside, &frames.im, 0, 2, 0, 0x40), 0);
+      ASSERT_EQ(views[i](), 0);
+      qvywindow left = {{0, 0}, {end, 2}};
+      ASSERT_EQ(beside.xwind(&beside, &left, 's'), &beside);
+      const uint32_t all = uint32_t(other.wind.se.x), mask = (1u << other.d.pixies) - 1;
+      ASSERT_EQ(other.ioset(&other, 0, QVIM_UINT8 | QVIM_LSB, mask), 1);
+      for (uint32_t x = 0; x < all; x++) {
+        uint8_t out[48];
+        const uint32_t promised = other.iolen(&other, all - x, int32_t(x), 1);
+        EXPECT_EQ(other.ioread(&other, 0, out, all - x, int32_t(x), 1), promised) << i << " at " << x;
+        if (end == 12) {
+          EXPECT_EQ(promised, all - x) << i;
+        }
+      }
+    }
+}
+
 // Mirrored, the run's last pixels come first in the source.
 TEST(GeometryChains, WriteNoPixelThatTheyDoNotReport) {
   flat source(8, 1);
