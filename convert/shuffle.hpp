@@ -38,7 +38,8 @@ struct byte_order {
       : srcstride(from_stride), dststride(to_stride) {
     const bool backwards = srcstride < 0;
     const int64_t distance = backwards ? -srcstride : srcstride;
-    items = 64 / (distance > dststride ? distance : dststride);
+    // The last item of a vector needs no room for what follows it.
+    items = 1 + (64 - size) / (distance > dststride ? distance : dststride);
     for (int64_t item = 0; item < items; ++item)
       for (int64_t i = 0; i < size; ++i) {
         const int64_t at = (backwards ? items - 1 - item : item) * distance + source(i);
