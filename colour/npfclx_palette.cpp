@@ -1,5 +1,8 @@
 // Indices replaced by palette entries.
 #include "colour/pixels.hpp"
+#if QVIM_HAVE_WIDE
+#include <immintrin.h>
+#endif
 
 namespace qvim {
 namespace {
@@ -38,34 +41,39 @@ struct byte_palette {
 // Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
 // half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
 // shuffles for each vector of pixels.
-typedef uint8_t bytes64 __attribute__((vector_size(64)));
-
 // Where byte i of a vector of pixels lies in the first two planes or in the third, and in which.
 struct joining {
-  bytes64 first_two, third, is_third;
+  alignas(64) uint8_t first_two[64], third[64];
+  uint64_t is_third = 0;
+
+  explicit joining(int k) {
+    for (int i = 0; i < 64; ++i) {
+      const int c = (64 * k + i) % 3, p = (64 * k + i) / 3;
+      first_two[i] = uint8_t(c < 2 ? 64 * c + p : 0);
+      third[i] = uint8_t(p);
+      is_third |= uint64_t(c == 2) << i;
+    }
+  }
 };
 
 QVIM_WIDE void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
-  bytes64 table[3][4];
+  __m512i table[3][4];
   std::memcpy(table, palette.component, sizeof table);
-  joining order[3];
-  for (int k = 0; k < 3; ++k)
-    for (int i = 0; i < 64; ++i) {
-      const int c = (64 * k + i) % 3, p = (64 * k + i) / 3;
-      order[k].first_two[i] = uint8_t(c < 2 ? 64 * c + p : 0);
-      order[k].third[i] = uint8_t(p);
-      order[k].is_third[i] = c == 2 ? 255 : 0;
-    }
+  const joining joinings[3] = {joining(0), joining(1), joining(2)};
   for (uint64_t i = 0; i < count; i += 64) {
-    bytes64 index, plane[3];
-    std::memcpy(&index, src + i, sizeof index);
+    const __m512i index = _mm512_loadu_si512(src + i);
+    const __mmask64 upper = _mm512_movepi8_mask(index);
+    __m512i plane[3];
     for (int c = 0; c < 3; ++c)
-      plane[c] = index < 128 ? __builtin_shuffle(table[c][0], table[c][1], index)
-                             : __builtin_shuffle(table[c][2], table[c][3], index);
+      plane[c] = _mm512_mask_blend_epi8(upper, _mm512_permutex2var_epi8(table[c][0], index, table[c][1]),
+                                        _mm512_permutex2var_epi8(table[c][2], index, table[c][3]));
     for (int k = 0; k < 3; ++k) {
-      const bytes64 pixels = order[k].is_third ? __builtin_shuffle(plane[2], order[k].third)
-                                               : __builtin_shuffle(plane[0], plane[1], order[k].first_two);
-      std::memcpy(dst + 3 * i + 64 * k, &pixels, sizeof pixels);
+      const joining &from = joinings[k];
+      const __m512i first_two =
+          _mm512_permutex2var_epi8(plane[0], _mm512_load_si512(from.first_two), plane[1]);
+      const __m512i pixels =
+          _mm512_mask_permutexvar_epi8(first_two, from.is_third, _mm512_load_si512(from.third), plane[2]);
+      _mm512_storeu_si512(dst + 3 * i + 64 * k, pixels);
     }
   }
 }

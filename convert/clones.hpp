@@ -20,8 +20,8 @@
 // Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places,
 // reverses their bits, shifts pairs of words and sums products of words? No processor level includes that, so
 // the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests
-// thus reach, too.
-#if !defined(QVIM_LEVEL) && QVIM_HAVE_CLONES
+// thus reach, too. Builds with a sanitizer, which have no levels, have them all the same.
+#if !defined(QVIM_LEVEL) && defined(__x86_64__)
 #define QVIM_HAVE_WIDE 1
 #define QVIM_WIDE_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,gfni"
 #define QVIM_WIDE [[gnu::target(QVIM_WIDE_TARGET)]]
