@@ -1,10 +1,9 @@
 // The converter: an image presented in another data type or another number of bits.
-#include <bit>
 #include <optional>
 
 #include <qvimage/views.h>
 
-#include "convert/conversion.hpp"
+#include "convert/pixel_conversion.hpp"
 #include "convert/view.hpp"
 #include "core/memory.hpp"
 #include "core/pixel.hpp"
@@ -24,15 +23,9 @@ struct converter : view<Dim, converter<Dim>> {
   static constexpr char device[] = "QVIMCONV";
   static constexpr view_traits traits{1, 1, 0x40000, false};
 
-  // What ioset and bxts choose, each for itself.
-  struct [[gnu::packed]] setup {
-    conversion change;
-    uint8_t colours;  // pixies selected
-    uint32_t chunk;   // pixels that go through the staging buffer at a time
-  };
   struct [[gnu::packed]] state : view_state<Dim> {
     presentation how;
-    setup runs, blocks;
+    pixel_conversion runs, blocks;  // what ioset and bxts choose, each for itself
   };
 
   // The description may be the one in the record that is being filled: it is copied.
@@ -58,13 +51,8 @@ struct converter : view<Dim, converter<Dim>> {
     return presents_itself(source_of(im)->d, state_in(im).how, datatype);
   }
 
-  // False when there is no way.
-  static bool choose(setup &s, image *im, uint32_t datatype, uint32_t colourmask) {
-    if (!s.change.choose(source_of(im)->d, state_in(im).how, datatype)) return false;
-    s.colours = uint8_t(std::popcount(colourmask));
-    const uint32_t pixie = std::max(s.change.image_size, s.change.caller_size);
-    s.chunk = staging_bytes / (pixie * std::max<uint32_t>(s.colours, 1));
-    return true;
+  static bool choose(pixel_conversion &s, image *im, uint32_t datatype, uint32_t colourmask) {
+    return s.choose(source_of(im)->d, state_in(im).how, datatype, colourmask);
   }
 
   // --- runs --------------------------------------------------------------------------------------
@@ -89,7 +77,7 @@ struct converter : view<Dim, converter<Dim>> {
   static uint32_t read(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     alignas(64) uint8_t staging[staging_bytes];
     source_image *source = source_of(im);
-    const setup &s = state_in(im).runs;
+    const pixel_conversion &s = state_in(im).runs;
     const uint32_t pixel = uint32_t(s.colours) * s.change.caller_size;
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
       uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * pixel;
@@ -111,7 +99,7 @@ struct converter : view<Dim, converter<Dim>> {
   static uint32_t write(image *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {
     alignas(64) uint8_t staging[staging_bytes];
     source_image *source = source_of(im);
-    const setup &s = state_in(im).runs;
+    const pixel_conversion &s = state_in(im).runs;
     const uint32_t pixel = uint32_t(s.colours) * s.change.caller_size;
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
       const uint8_t *in = static_cast<const uint8_t *>(buffer) + uint64_t(done) * pixel;
@@ -145,35 +133,9 @@ struct converter : view<Dim, converter<Dim>> {
 
   static uint32_t convert_blocks(image *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count,
                                  uint32_t op) {
-    const setup &s = state_in(im).blocks;
     base::bxtp_through(im, mode, buffer, list, count, op);
-    uint8_t *values = static_cast<uint8_t *>(buffer);
-    uint32_t done = 0;
-    while (count > 0) {
-      // Values of entries outside the window stay as they are.
-      uint32_t n = 0;
-      while (n < count && n < s.chunk && list[n].z != base::outside) n++;
-      done += n ? convert_chunk(im, s, mode, values, list, n, op) : 1;
-      n = std::max(n, 1u);
-      list += n;
-      count -= n;
-      values += uint64_t(n) * s.colours * s.change.caller_size;
-    }
-    return done;
-  }
-
-  static uint32_t convert_chunk(image *im, const setup &s, uint32_t mode, uint8_t *values, qvxyzcoord *list,
-                                uint32_t n, uint32_t op) {
-    alignas(64) uint8_t staging[staging_bytes];
-    source_image *source = source_of(im);
-    const uint64_t pixies = uint64_t(n) * s.colours;
-    if (op == QVIM_OP_READ)
-      std::memset(staging, 0, pixies * s.change.image_size);  // should the source skip an entry
-    else
-      s.change.take(values, staging, pixies);
-    const uint32_t done = source->bxta(source, mode & ~(uint32_t{QVIM_LIST} | 0x800u), staging, list, n, op);
-    if (op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE) s.change.bring(staging, values, pixies);
-    return done;
+    return transfer_converted<converter>(im, state_in(im).blocks, mode, static_cast<uint8_t *>(buffer), list,
+                                         count, op);
   }
 
   // --- mapping -----------------------------------------------------------------------------------
