@@ -1,8 +1,5 @@
 // Indices replaced by palette entries.
-#include "colour/pixels.hpp"
-#if QVIM_HAVE_WIDE
-#include <immintrin.h>
-#endif
+#include "colour/wide.hpp"
 
 namespace qvim {
 namespace {
@@ -38,9 +35,6 @@ struct byte_palette {
 };
 
 #if QVIM_HAVE_WIDE
-// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
-// half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
-// shuffles for each vector of pixels.
 // Where byte i of a vector of pixels lies in the first two planes or in the third, and in which.
 struct joining {
   alignas(64) uint8_t first_two[64], third[64];
@@ -56,6 +50,9 @@ struct joining {
   }
 };
 
+// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
+// half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
+// shuffles for each vector of pixels.
 QVIM_WIDE void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
   __m512i table[3][4];
   std::memcpy(table, palette.component, sizeof table);
