@@ -4,7 +4,7 @@
 
 #include "fuzz/input.hpp"
 #include "fuzz/piece_sizes.hpp"
-#include "tests/files/strip_stream.hpp"
+#include "tests/files/codec/strip_stream.hpp"
 
 using strip_stream::bytes;
 using strip_stream::outcome;

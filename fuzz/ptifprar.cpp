@@ -5,7 +5,7 @@
 
 #include <qvimage/codec.h>
 
-#include "files/codec.hpp"
+#include "files/codec/codec.hpp"
 #include "fuzz/input.hpp"
 
 namespace {

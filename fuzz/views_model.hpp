@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "core/pixel.hpp"
-#include "tests/colour/converter_model.hpp"
-#include "tests/convert/converter_model.hpp"
-#include "tests/convert/geometry_model.hpp"
+#include "tests/views/colours_model.hpp"
+#include "tests/views/converter_model.hpp"
+#include "tests/views/geometry_model.hpp"
 
 namespace model {
 

@@ -10,7 +10,7 @@
 
 #include "core/null.hpp"
 #include "core/result.hpp"
-#include "files/bufio.hpp"
+#include "files/stream/bufio.hpp"
 #include "files/tiff/colour_map.hpp"
 
 namespace qvim::tiff {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "files/codec.hpp"
+#include "files/codec/codec.hpp"
 
 namespace qvim::tiff {
 

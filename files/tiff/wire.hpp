@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "files/bufio.hpp"
+#include "files/stream/bufio.hpp"
 #include "files/tiff/format.hpp"
 
 namespace qvim::tiff {

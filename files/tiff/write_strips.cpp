@@ -2,7 +2,7 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 
-#include "files/codec.hpp"
+#include "files/codec/codec.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {

@@ -9,7 +9,7 @@
 #include <qvimage/tiff.h>
 
 #include "core/result.hpp"
-#include "files/bufio.hpp"
+#include "files/stream/bufio.hpp"
 #include "files/tiff/chain.hpp"
 #include "files/tiff/wire.hpp"
 

@@ -1,0 +1,36 @@
+// LZW encoder of one strip, resumable at any byte of its input and output.
+#pragma once
+
+#include "files/codec/lzw.hpp"
+
+namespace qvim::lzw {
+
+class encoder {
+ public:
+  void reset();
+  [[nodiscard]] int32_t run(codecstream &in, codecstream &out);
+
+ private:
+  enum class stage { start, strings, end, done };
+
+  // A string is a shorter one, by its code, and one byte more.
+  static uint32_t pair(uint32_t code, uint32_t byte) { return code << 8 | byte; }
+  uint32_t find(uint32_t code, uint32_t byte) const;
+  void reset_table();
+  void take(uint32_t byte, bit_buffer &buffer);
+  void emit(uint32_t code, bit_buffer &buffer) const;
+  void emit_last(bit_buffer &buffer);
+  void bulk(codecstream &in, codecstream &out, bit_buffer &buffer);
+
+  // Open hash table with linear probing, eight slots for a string: each probe that hits another string is a
+  // branch that the processor did not foresee, and costs more than the larger table does.
+  static constexpr uint32_t slots = 1u << 15;
+  uint16_t table_[slots];  // codes; 0: free
+  uint32_t pairs_[codes];  // their strings
+  uint32_t next_;          // first free code
+  uint32_t width_;         // bits of a code
+  uint32_t current_;       // code of the string read so far; `clear` when it is empty
+  stage stage_;
+};
+
+}  // namespace qvim::lzw

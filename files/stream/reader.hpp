@@ -1,0 +1,141 @@
+// The checked reader over a bufio: numbers in either byte order out of a range of the stream that nothing
+// leaves.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include <qvimage/bufio.h>
+#include <qvimage/error.h>
+
+#include "core/result.hpp"
+#include "files/stream/bufio.hpp"
+
+namespace qvim {
+
+enum class byte_order : uint8_t { little, big };
+
+template <class T>
+using unsigned_of_size = std::conditional_t<
+    sizeof(T) == 1, uint8_t,
+    std::conditional_t<sizeof(T) == 2, uint16_t, std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
+
+inline uint8_t reversed(uint8_t v) { return v; }
+inline uint16_t reversed(uint16_t v) { return __builtin_bswap16(v); }
+inline uint32_t reversed(uint32_t v) { return __builtin_bswap32(v); }
+inline uint64_t reversed(uint64_t v) { return __builtin_bswap64(v); }
+
+// A number (integer or real of 1, 2, 4 or 8 bytes) as it stands in memory in that order, at any alignment.
+template <class T>
+T load(const uint8_t *bytes, byte_order order) {
+  static_assert(std::is_arithmetic_v<T>);
+  unsigned_of_size<T> v;
+  std::memcpy(&v, bytes, sizeof v);
+  if ((order == byte_order::big) != (std::endian::native == std::endian::big)) v = reversed(v);
+  return std::bit_cast<T>(v);
+}
+
+template <class T>
+void store(uint8_t *bytes, T value, byte_order order) {
+  auto v = std::bit_cast<unsigned_of_size<T>>(value);
+  if ((order == byte_order::big) != (std::endian::native == std::endian::big)) v = reversed(v);
+  std::memcpy(bytes, &v, sizeof v);
+}
+
+// Invariant: begin <= position <= end <= length of the stream; only what keeps it touches these fields. A
+// request that leaves the range gives zeros and latches -10: parse on, and ask code() before using what was
+// read. Several readers may share a stream: each keeps its own position and sets the stream's.
+class reader {
+ public:
+  reader(bufio &b, byte_order order) : stream_(&b), position_(0), end_(b.filelen), order_(order) {}
+
+  byte_order order() const { return order_; }
+  void set_order(byte_order order) { order_ = order; }
+  uint64_t position() const { return position_; }
+  uint64_t left() const { return end_ - position_; }
+
+  // To a position of the stream, inside this reader's range.
+  void seek(uint64_t position) {
+    if (position < begin_ || position > end_) return fail();
+    position_ = position;
+  }
+  void skip(uint64_t count) {
+    if (takes(count)) position_ += count;
+  }
+
+  // The next bytes as a reader of their own, which this one passes over. One that sticks out of its parent
+  // ends with it, and both have failed.
+  reader chunk(uint64_t count) {
+    reader inside = *this;
+    inside.begin_ = position_;
+    inside.end_ = position_ + std::min(count, left());
+    if (count > left()) inside.fail();
+    skip(count);
+    return inside;
+  }
+
+  template <class T>
+  T get() {
+    if (!takes(sizeof(T))) return T{};
+    uint8_t bytes[sizeof(T)];
+    stream_->pos = position_;
+    position_ += sizeof(T);
+    if (is_resident(*stream_, sizeof(T)))
+      return load<T>(stream_->bufp + (stream_->pos - stream_->bufpos), order_);
+    bufio_io(stream_, bytes, sizeof(T), 'r');
+    return load<T>(bytes, order_);
+  }
+
+  // An unsigned number whose size, 1, 2, 4 or 8 bytes, is known at run time only.
+  uint64_t get_unsigned(uint32_t size) {
+    switch (size) {
+      case 1: return get<uint8_t>();
+      case 2: return get<uint16_t>();
+      case 4: return get<uint32_t>();
+      case 8: return get<uint64_t>();
+    }
+    fail();
+    return 0;
+  }
+
+  // Bytes as they stand in the stream; all zeros when it does not hold them all.
+  void get_bytes(void *data, uint64_t count) {
+    if (!takes(count)) {
+      std::memset(data, 0, count);
+      return;
+    }
+    stream_->pos = position_;
+    read_bytes(*stream_, data, count);
+    position_ += count;
+  }
+
+  // Are so many items of that size left? Ask before anything is allocated for them.
+  bool holds(uint64_t items, uint64_t size) const {
+    uint64_t bytes;
+    return !__builtin_mul_overflow(items, size, &bytes) && bytes <= left();
+  }
+
+  // For what the bytes mean rather than where they lie.
+  void fail(int32_t code = QVERR_FORMAT) { code_ = worst(code_, code); }
+
+  // The worst failure of this reader and its stream, or 0.
+  [[nodiscard]] int32_t code() const { return worst(code_, bufio_err(stream_)); }
+
+ private:
+  bool takes(uint64_t count) {
+    if (count <= left()) return true;
+    position_ = end_;
+    fail();
+    return false;
+  }
+
+  bufio *stream_;
+  uint64_t begin_ = 0, position_, end_;
+  int32_t code_ = 0;
+  byte_order order_;
+};
+
+}  // namespace qvim

@@ -1,0 +1,216 @@
+// Integer linear combinations on processors that multiply and add pairs of words in one step and take the
+// bytes of a vector in any order: there pixels need not be taken apart. The results are those of the generic
+// loops.
+#pragma once
+
+#include "kernels/colour/wide.hpp"
+
+namespace qvim {
+
+// What becomes of shifted sums: cut to the width, limited to 0 .. largest, or that but for pixels with a
+// component that is `largest`, which turn white.
+enum class results { cut, limited, limited_or_white };
+
+}  // namespace qvim
+
+#if QVIM_HAVE_WIDE
+QVIM_WIDE_BEGIN
+namespace qvim::wide {
+
+template <class T>
+QVIM_WIDE QVIM_INLINE vector all(T v) {
+  if constexpr (sizeof(T) == 1) return _mm512_set1_epi8(char(v));
+  return _mm512_set1_epi16(short(v));
+}
+template <class T>
+QVIM_WIDE QVIM_INLINE vector smaller(vector a, vector b) {
+  if constexpr (sizeof(T) == 1) return _mm512_min_epu8(a, b);
+  return _mm512_min_epu16(a, b);
+}
+template <class T>
+QVIM_WIDE QVIM_INLINE uint64_t equal(vector a, vector b) {
+  if constexpr (sizeof(T) == 1) return _mm512_cmpeq_epi8_mask(a, b);
+  return _mm512_cmpeq_epi16_mask(a, b);
+}
+
+// 16 pixels of three components, packed: 48 bytes or 96.
+template <class T>
+struct pixels16 {
+  static constexpr int vectors = sizeof(T);
+  vector v[vectors];
+
+  static constexpr int ahead = 6;  // so many more make whole vectors
+
+  template <part which>
+  QVIM_WIDE QVIM_INLINE static pixels16 load(const char *src, int count) {
+    pixels16 pixels;
+    wide::load<T>(src, which == part::whole ? vectors * lanes<T> : 3 * count, pixels.v);
+    return pixels;
+  }
+  template <part which>
+  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const {
+    if constexpr (which == part::last) return wide::store<T>(dst, 3 * count, v);
+    if constexpr (vectors == 2) _mm512_storeu_si512(dst, v[0]);
+    char *const rest = dst + 64 * (vectors - 1);
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(rest), _mm512_castsi512_si256(v[vectors - 1]));
+    if constexpr (vectors == 1)
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(rest + 32), _mm512_extracti32x4_epi32(v[0], 2));
+  }
+  // Pixels with a component equal to that of `colour` become it.
+  QVIM_WIDE QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
+    constexpr uint64_t first_components = 0x249249249249;
+    uint64_t equal_ones = 0;
+    for (int i = 0; i < vectors; ++i) equal_ones |= equal<T>(in.v[i], colour) << i * lanes<T>;
+    equal_ones = ((equal_ones | equal_ones >> 1 | equal_ones >> 2) & first_components) * 7;
+    for (int i = 0; i < vectors; ++i) v[i] = choose<T>(equal_ones >> i * lanes<T>, v[i], colour);
+  }
+};
+
+// 32-bit sums limited to bytes: of each 128 bits four numbers from a, from b, from c, from d, then from the
+// next 128 bits. Limited to words: so from a and b.
+template <class T>
+QVIM_WIDE QVIM_INLINE vector narrowed(vector a, vector b, vector c, vector d) {
+  if constexpr (sizeof(T) == 1)
+    return _mm512_packus_epi16(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d));
+  return _mm512_packus_epi32(a, b);
+}
+
+// The coefficients of a conversion, components in the order in which they are stored.
+template <class T, int outputs, int shift, results rule>
+struct dot_products {
+  // Two words each: the coefficients of the first two components, that of the third and 0.
+  int32_t first_two[outputs], third[outputs], constants[outputs];
+  T largest = T(-1);
+  bool fits = true;  // coefficients are words, and the limit is a component
+
+  // Components of 16 bits become signed ones by subtracting 2^15, which the constants make up for.
+  void set_row(int r, int32_t m0, int32_t m1, int32_t m2, uint32_t added) {
+    fits = fits && m0 == int16_t(m0) && m1 == int16_t(m1) && m2 == int16_t(m2);
+    first_two[r] = int32_t(uint16_t(m0) | uint32_t(m1) << 16);
+    third[r] = uint16_t(m2);
+    constants[r] = int32_t(added + (sizeof(T) == 2 ? (uint32_t(m0) + uint32_t(m1) + uint32_t(m2)) << 15 : 0));
+  }
+  void limit(int32_t smallest, int32_t most) {
+    fits = fits && smallest == 0 && most <= T(-1);
+    largest = T(most);
+  }
+  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
+
+ private:
+  // The same in vectors.
+  struct step {
+    static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, pixels_ahead = pixels16<T>::ahead,
+                         size_in = 3 * sizeof(T), size_out = outputs * sizeof(T);
+    vector first_two[outputs], third[outputs], constants[outputs], most;
+
+    QVIM_WIDE QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)) {
+      for (int r = 0; r < outputs; ++r) {
+        first_two[r] = _mm512_set1_epi32(p.first_two[r]);
+        third[r] = _mm512_set1_epi32(p.third[r]);
+        constants[r] = _mm512_set1_epi32(p.constants[r]);
+      }
+    }
+    // One pixel each 32 bits.
+    QVIM_WIDE QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
+      constexpr int words = sizeof(T) == 1 ? 4 : 2;  // lanes for two words
+      static constexpr auto pairs = each_lane<T>([](int i) { return i / words * 3 + i % words * 2 / words; });
+      static constexpr auto thirds = each_lane<T>([](int i) { return i / words * 3 + 2; });
+      vector pair[2] = {constant<T>(pairs), constant<T>(thirds)};
+      for (vector &v : pair)
+        if constexpr (sizeof(T) == 1)
+          v = _mm512_maskz_permutexvar_epi8(0x5555555555555555, v, p.v[0]);
+        else
+          v = _mm512_xor_si512(pick<T>(p.v[0], p.v[1], v), all<T>(0x8000));
+      for (int r = 0; r < outputs; ++r) {
+        sum[r] = _mm512_dpwssd_epi32(constants[r], pair[0], first_two[r]);
+        sum[r] = _mm512_srai_epi32(_mm512_dpwssd_epi32(sum[r], pair[1], third[r]), shift);
+        if (rule == results::cut) sum[r] = _mm512_and_si512(sum[r], _mm512_set1_epi32(T(-1)));
+      }
+    }
+
+    template <part which>
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
+      static constexpr auto place = [](int i) {  // of component i after narrowed()
+        const int p = i / 3, c = i % 3;
+        if (sizeof(T) == 1) return p / 4 * 16 + c * 4 + p % 4;
+        return c / 2 * 32 + p / 4 * 8 + c % 2 * 4 + p % 4;
+      };
+      static constexpr auto low = each_lane<T>(place);
+      const auto in = pixels16<T>::template load<which>(src, count);
+      vector sum[3];
+      sums(in, sum);
+      const vector a = smaller<T>(narrowed<T>(sum[0], sum[1], sum[2], sum[2]), most);
+      pixels16<T> out;
+      if constexpr (sizeof(T) == 1) {
+        out.v[0] = pick<T>(a, constant<T>(low));
+      } else {
+        static constexpr auto high = each_lane<T>([](int i) { return place((i + lanes<T>) % 48); });
+        const vector b = smaller<T>(narrowed<T>(sum[2], sum[2], sum[2], sum[2]), most);
+        out.v[0] = pick<T>(a, b, constant<T>(low));
+        out.v[1] = pick<T>(a, b, constant<T>(high));
+      }
+      if (rule == results::limited_or_white) out.replace_where_equal(in, most);
+      out.template store<which>(dst, count);
+    }
+
+    template <part which>
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
+      static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
+        return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
+      });
+      vector sum[4][1];
+      for (int i = 0; i < lanes<T> / 16; ++i)
+        sums(pixels16<T>::template load<which>(src + i * 16 * size_in, count - 16 * i), sum[i]);
+      const vector grey = narrowed<T>(sum[0][0], sum[1][0], sum[2][0], sum[3][0]);
+      store<T>(dst, first_lanes(count), pick<T>(smaller<T>(grey, most), constant<T>(order)));
+    }
+  };
+};
+
+// One component to three: the product with each gain, less its lowest eight bits, cut to the width.
+template <class T>
+struct gains {
+  uint16_t gain[3];
+  bool fits = true;
+
+  template <class Any>
+  explicit gains(const Any (&any)[3]) {
+    for (int c = 0; c < 3; ++c) {
+      gain[c] = uint16_t(any[c]);
+      fits = fits && gain[c] == any[c];
+    }
+  }
+  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
+
+ private:
+  struct step {
+    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T), size_out = 3 * sizeof(T);
+    vector gain[3];
+
+    QVIM_WIDE QVIM_INLINE explicit step(const gains &p) {
+      for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
+    }
+    QVIM_WIDE QVIM_INLINE static vector product(vector in, vector gain) {
+      if constexpr (sizeof(T) == 2)
+        return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
+      const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
+                   odd = _mm512_mullo_epi16(_mm512_srli_epi16(in, 8), gain);
+      return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
+    }
+    template <part>
+    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
+      const vector in = load<T>(src, first_lanes(count));
+      vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
+      rearrange<T, join>(out);
+      store<T>(dst, 3 * count, out);
+    }
+  };
+};
+
+}  // namespace qvim::wide
+QVIM_WIDE_END
+#endif

@@ -1,0 +1,41 @@
+// Components copied or exchanged, and indices replaced by palette entries.
+#include "kernels/colour/exchange.hpp"
+
+namespace qvim {
+namespace {
+
+template <class T>
+QVIM_INLINE void exchange_0_2(const void *src, void *dst, uint64_t srcstride, uint64_t dststride,
+                              uint64_t count) {
+  exchange<T, 0, 2>(src, dst, srcstride, dststride, count);
+}
+
+// By definition it does nothing when called in place.
+template <class T>
+QVIM_INLINE void exchange_1_2(const void *src, void *dst, uint64_t srcstride, uint64_t dststride,
+                              uint64_t count) {
+  if (src != dst || srcstride != dststride) exchange<T, 1, 2>(src, dst, srcstride, dststride, count);
+}
+
+template <class T>
+QVIM_INLINE void copy_3(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count) {
+  move_pixels<3 * sizeof(T)>(static_cast<const char *>(src), static_cast<char *>(dst), int64_t(srcstride),
+                             int64_t(dststride), count);
+}
+
+}  // namespace
+}  // namespace qvim
+
+#define QVIM_CLX_MOVE(name, T, operation)                                                       \
+  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
+                                                uint64_t dststride, uint64_t count, uint32_t,   \
+                                                const void *) {                                 \
+    qvim::operation<T>(src, dst, srcstride, dststride, count);                                  \
+  }
+#define QVIM_CLX_PACKED(name, T, components)                                                             \
+  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t, uint64_t,          \
+                                                uint64_t count, uint32_t, const void *) {                \
+    qvim::exchange_packed<T, components, 0, 2>(static_cast<const char *>(src), static_cast<char *>(dst), \
+                                               count);                                                   \
+  }
+#include <qvimage/members/npfclx.inc>

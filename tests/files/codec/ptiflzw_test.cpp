@@ -1,0 +1,384 @@
+// TIFF LZW: code streams against a slow encoder made from the description, and decoding of good and bad ones.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+
+#include "bench/frames.hpp"
+#include "tests/fault.hpp"
+#include "tests/files/codec/strip_stream.hpp"
+
+namespace {
+
+using strip_stream::bytes;
+using strip_stream::constant;
+using strip_stream::outcome;
+
+// Codes as they come, most significant bit first, the last byte filled with zero bits.
+class code_stream {
+ public:
+  void put(int code, int width) {
+    for (int bit = width - 1; bit >= 0; bit--) bits_.push_back(code >> bit & 1);
+  }
+  bytes packed() const {
+    bytes result((bits_.size() + 7) / 8);
+    for (size_t i = 0; i < bits_.size(); i++) result[i / 8] |= uint8_t(bits_[i] << (7 - i % 8));
+    return result;
+  }
+
+ private:
+  std::vector<bool> bits_;
+};
+
+// Codes of 9 bits: what a table below 511 strings needs.
+bytes nine_bit(const std::vector<int> &codes) {
+  code_stream stream;
+  for (int code : codes) stream.put(code, 9);
+  return stream.packed();
+}
+
+class slow_encoder {
+ public:
+  bytes encode(const bytes &input) {
+    start();
+    for (uint8_t byte : input) {
+      if (table_.count(string_ + char(byte))) {
+        string_ += char(byte);
+        continue;
+      }
+      stream_.put(table_[string_], width());
+      table_[string_ + char(byte)] = next_++;
+      string_ = char(byte);
+      if (next_ == 4094) {
+        stream_.put(byte, width());
+        start();
+        resets++;
+      }
+    }
+    if (!string_.empty()) {
+      stream_.put(table_[string_], width());
+      next_++;  // a decoder adds a string for this code too, and reads the last one accordingly
+    }
+    stream_.put(257, width());
+    return stream_.packed();
+  }
+
+  int resets = 0;
+
+ private:
+  int width() const { return next_ < 512 ? 9 : next_ < 1024 ? 10 : next_ < 2048 ? 11 : 12; }
+  void start() {
+    stream_.put(256, width());
+    next_ = 258;
+    string_.clear();
+    table_.clear();
+    for (int i = 0; i < 256; i++) table_[std::string(1, char(i))] = i;
+  }
+
+  code_stream stream_;
+  std::map<std::string, int> table_;
+  std::string string_;
+  int next_ = 258;
+};
+
+class Ptiflzw : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(ptiflzw_stateinit(&state_, nullptr), 0); }
+  void TearDown() override { ptiflzw_statedone(&state_); }
+
+  outcome encode(const bytes &input) { return whole(ptiflzw_encode, input); }
+  outcome decode(const bytes &input) { return whole(ptiflzw_decode, input); }
+  outcome whole(strip_stream::coder code, const bytes &input) {
+    EXPECT_EQ(ptiflzw_statereset(state_), 0);
+    return strip_stream::run_whole(code, state_, input);
+  }
+  outcome in_pieces(strip_stream::coder code, const bytes &input, const strip_stream::piece_size &in_piece,
+                    const strip_stream::piece_size &room, bool late_end) {
+    EXPECT_EQ(ptiflzw_statereset(state_), 0);
+    return strip_stream::run(code, state_, input, in_piece, room, late_end);
+  }
+
+  void expect_coded_and_back(const bytes &input, const std::string &what) {
+    const outcome coded = encode(input);
+    ASSERT_EQ(coded.result, 1) << what;
+    ASSERT_EQ(coded.output, slow_encoder().encode(input)) << what;
+    const outcome back = decode(coded.output);
+    ASSERT_EQ(back.result, 1) << what;
+    ASSERT_EQ(back.consumed, coded.output.size()) << what;
+    ASSERT_TRUE(back.output == input) << what;
+  }
+
+  void *state_ = nullptr;
+};
+
+bytes noise(size_t size, uint32_t seed, int values = 256) {
+  std::mt19937 random(seed);
+  bytes result(size);
+  for (uint8_t &b : result) b = uint8_t(random() % uint32_t(values));
+  return result;
+}
+
+// Every pair of bytes comes once, so every byte but the first adds a string.
+bytes new_pairs(size_t size) {
+  bytes result;
+  for (int step = 1; result.size() < size; step += 2)
+    for (int i = 0; i < 256 && result.size() < size; i++) result.push_back(uint8_t(i * step));
+  return result;
+}
+
+std::map<std::string, bytes> samples() {
+  std::map<std::string, bytes> all;
+  all["noise"] = noise(40000, 1);
+  all["two values"] = noise(40000, 2, 2);
+  all["five values"] = noise(100000, 3, 5);
+  all["constant"] = bytes(300000, 77);
+  for (int i = 0; i < 60000; i++) all["ramp"].push_back(uint8_t(i / 7));
+  for (int i = 0; i < 60000; i++) all["period"].push_back(uint8_t(i % 251 * (i % 3)));
+  all["12-bit photograph"] = frames::grey12(200, 100).bytes;
+  all["16-bit photograph"] = frames::grey16(200, 100).bytes;
+  all["RGB photograph"] = frames::rgb8(200, 100).bytes;
+  all["differences"] = frames::differenced(frames::rgb8(200, 100)).bytes;
+  return all;
+}
+
+TEST_F(Ptiflzw, WritesTheExampleOfTheTiffSpecification) {
+  const bytes pixels = {7, 7, 7, 8, 8, 7, 7, 6, 6}, code = nine_bit({256, 7, 258, 8, 8, 258, 6, 6, 257});
+  EXPECT_EQ(encode(pixels).output, code);
+  EXPECT_EQ(decode(code).output, pixels);
+}
+
+TEST_F(Ptiflzw, CodesVariedDataAsTheSlowEncoder) {
+  for (const auto &[name, data] : samples()) expect_coded_and_back(data, name);
+}
+
+TEST_F(Ptiflzw, CodesEveryLength) {
+  for (size_t size = 0; size <= 600; size++) {
+    expect_coded_and_back(noise(size, uint32_t(size)), "noise " + std::to_string(size));
+    expect_coded_and_back(noise(size, uint32_t(size), 3), "three values " + std::to_string(size));
+    expect_coded_and_back(bytes(size, 0), "constant " + std::to_string(size));
+    expect_coded_and_back(new_pairs(size), "new pairs " + std::to_string(size));
+  }
+}
+
+TEST_F(Ptiflzw, CodesEveryLengthAroundWidthChangesAndResets) {
+  for (size_t around : {254, 766, 1790, 3836, 3837, 2 * 3837, 3837 + 254})
+    for (size_t size = around - 3; size <= around + 3; size++)
+      expect_coded_and_back(new_pairs(size), "new pairs " + std::to_string(size));
+}
+
+TEST_F(Ptiflzw, ResetsTheTableWheneverItIsFull) {
+  const bytes input = noise(200000, 5);
+  slow_encoder model;
+  const bytes code = model.encode(input);
+  EXPECT_GT(model.resets, 40);
+  EXPECT_EQ(decode(code).output, input);
+}
+
+TEST_F(Ptiflzw, SplitsAnywhere) {
+  const bytes input = noise(900, 7, 4), code = slow_encoder().encode(input);
+  for (size_t size = 1; size <= 40; size++)
+    for (bool late_end : {false, true}) {
+      for (const auto &[in_piece, room] :
+           {std::pair(size, size_t{10000}), std::pair(size_t{10000}, size), std::pair(size, size)}) {
+        const outcome coded = in_pieces(ptiflzw_encode, input, constant(in_piece), constant(room), late_end);
+        ASSERT_EQ(coded.result, 1);
+        ASSERT_EQ(coded.output, code) << "pieces of " << in_piece << ", room " << room;
+        const outcome back = in_pieces(ptiflzw_decode, code, constant(in_piece), constant(room), late_end);
+        ASSERT_EQ(back.result, 1);
+        ASSERT_EQ(back.output, input) << "pieces of " << in_piece << ", room " << room;
+      }
+    }
+  for (size_t first = 0; first <= code.size(); first++) {  // two pieces, at every place
+    const auto split = [&, n = 0]() mutable { return n++ ? code.size() : first; };
+    ASSERT_EQ(in_pieces(ptiflzw_decode, code, split, constant(10000), false).output, input) << first;
+    ASSERT_EQ(in_pieces(ptiflzw_decode, code, constant(10000), split, false).output, input) << first;
+  }
+}
+
+TEST_F(Ptiflzw, SplitsBetweenTheLastCodes) {
+  for (size_t around : {254, 766, 1790, 3000, 3836, 3837})
+    for (size_t size = around - 9; size <= around + 9; size++) {
+      const bytes input = new_pairs(size);
+      ASSERT_EQ(in_pieces(ptiflzw_encode, input, constant(size), constant(1), false).output,
+                slow_encoder().encode(input))
+          << size;
+    }
+}
+
+TEST_F(Ptiflzw, SplitsLongDataAtRandom) {
+  std::mt19937 random(11);
+  for (const auto &[name, data] : samples()) {
+    const bytes input(data.begin(), data.begin() + std::ptrdiff_t(std::min<size_t>(data.size(), 100000)));
+    const bytes code = slow_encoder().encode(input);
+    const auto piece = [&] { return size_t(random() % (random() % 8 ? 300 : 5)); };
+    ASSERT_EQ(in_pieces(ptiflzw_encode, input, piece, piece, true).output, code) << name;
+    ASSERT_TRUE(in_pieces(ptiflzw_decode, code, piece, piece, true).output == input) << name;
+  }
+}
+
+TEST_F(Ptiflzw, ReadsACodeThatItsOwnStringDefines) {
+  EXPECT_EQ(decode(nine_bit({256, 'a', 258, 259, 257})).output, bytes(6, 'a'));
+  EXPECT_EQ(decode(nine_bit({256, 'a', 'b', 258, 260, 257})).output,
+            (bytes{'a', 'b', 'a', 'b', 'a', 'b', 'a'}));
+  const bytes constants(500, 'x');  // strings of every length up to 30 and more, each defined by itself
+  EXPECT_EQ(decode(slow_encoder().encode(constants)).output, constants);
+}
+
+TEST_F(Ptiflzw, ReadsTheLongestStrings) {
+  code_stream stream;
+  stream.put(256, 9);
+  stream.put('a', 9);
+  size_t total = 1;
+  for (int code = 258; code < 4096; code++) {  // each defined by itself, a byte longer than the one before
+    stream.put(code, code < 511 ? 9 : code < 1023 ? 10 : code < 2047 ? 11 : 12);
+    total += size_t(code - 256);
+  }
+  stream.put(257, 12);
+  const outcome o = decode(stream.packed());
+  EXPECT_EQ(o.result, 1);
+  EXPECT_TRUE(o.output == bytes(total, 'a'));
+}
+
+TEST_F(Ptiflzw, RefusesBadCodes) {
+  const struct {
+    const char *what;
+    std::vector<int> codes;
+    bytes delivered;
+  } cases[] = {
+      {"one above the next free code", {256, 'a', 259, 257}, {'a'}},
+      {"one above, later", {256, 'a', 'b', 258, 261, 257}, {'a', 'b', 'a', 'b'}},
+      {"a string before there is one", {256, 258, 257}, {}},
+      {"the highest code of the width", {256, 'a', 511}, {'a'}},
+      {"a string that a reset took away", {256, 'a', 'b', 258, 256, 258}, {'a', 'b', 'a', 'b'}},
+      {"own definition after a reset", {256, 'a', 'b', 256, 'a', 259}, {'a', 'b', 'a'}},
+  };
+  for (const auto &c : cases) {
+    const outcome o = decode(nine_bit(c.codes));
+    EXPECT_EQ(o.result, -10) << c.what;
+    EXPECT_EQ(o.output, c.delivered) << c.what;
+  }
+}
+
+TEST_F(Ptiflzw, RefusesMoreStringsThanTheTableHolds) {
+  for (const bool full : {false, true}) {
+    code_stream stream;
+    stream.put(256, 9);
+    int next = 257;  // the first code adds no string
+    for (int i = 0; i < 4096 - 258 + (full ? 2 : 1); i++) {
+      stream.put('a', next < 511 ? 9 : next < 1023 ? 10 : next < 2047 ? 11 : 12);
+      next++;
+    }
+    stream.put(257, 12);
+    EXPECT_EQ(decode(stream.packed()).result, full ? -10 : 1);
+  }
+}
+
+TEST_F(Ptiflzw, KeepsFailingUntilReset) {
+  codecstream in{}, out{};
+  bytes bad = nine_bit({256, 'a', 300, 257}), good = nine_bit({256, 'a', 257}), room(100);
+  const auto offer = [&](bytes &code) {
+    in = strip_stream::over(code.data(), code.size());
+    out = strip_stream::over(room.data(), room.size());
+    return ptiflzw_decode(state_, &in, &out);
+  };
+  EXPECT_EQ(offer(bad), -10);
+  EXPECT_EQ(offer(good), -10);
+  EXPECT_EQ(ptiflzw_statereset(state_), 0);
+  EXPECT_EQ(offer(good), 1);
+  EXPECT_EQ(offer(good), 1);  // the strip has ended: nothing more comes
+  EXPECT_EQ(out.count, 0u);
+}
+
+TEST_F(Ptiflzw, MissesTheEndOfInformation) {
+  const bytes input = noise(5000, 13, 10);
+  bytes code = slow_encoder().encode(input);
+  code.resize(code.size() - 3);
+  const outcome o = decode(code);
+  EXPECT_EQ(o.result, -1);
+  EXPECT_GE(o.output.size() + 20, input.size());
+  EXPECT_TRUE(std::equal(o.output.begin(), o.output.end(), input.begin()));
+  EXPECT_EQ(decode({}).result, -1);
+  EXPECT_EQ(decode({0x80}).result, -1);
+  EXPECT_EQ(decode(nine_bit({256, 'a', 'b'})).output, (bytes{'a', 'b'}));
+}
+
+TEST_F(Ptiflzw, StopsAtTheEndOfInformation) {
+  bytes code = nine_bit({256, 'a', 257});  // 27 bits
+  code.insert(code.end(), 50, 0xFF);
+  const outcome o = decode(code);
+  EXPECT_EQ(o.result, 1);
+  EXPECT_EQ(o.output, bytes{'a'});
+  EXPECT_EQ(o.consumed, 4u);
+}
+
+TEST_F(Ptiflzw, ReadsStripsWithoutAFirstClear) {
+  EXPECT_EQ(decode(nine_bit({'a', 'b', 258, 257})).output, (bytes{'a', 'b', 'a', 'b'}));
+  EXPECT_EQ(decode(nine_bit({0, 1, 257})).output, (bytes{0, 1}));
+}
+
+TEST_F(Ptiflzw, RefusesCodesPackedFromTheLowestBit) {
+  for (int first = 0; first < 256; first++) {
+    bytes code;
+    uint32_t bits = 256u | uint32_t(first) << 9 | 257u << 18;
+    for (; bits; bits >>= 8) code.push_back(uint8_t(bits));
+    const outcome o = decode(code);
+    EXPECT_EQ(o.result, -10) << first;
+    EXPECT_TRUE(o.output.empty());
+  }
+}
+
+TEST_F(Ptiflzw, ChecksItsArguments) {
+  codecstream s{};
+  EXPECT_EQ(ptiflzw_stateinit(nullptr, nullptr), -1);
+  EXPECT_EQ(ptiflzw_stateinit(&state_, nullptr), -1);  // there is one
+  EXPECT_EQ(ptiflzw_statereset(nullptr), -1);
+  EXPECT_EQ(ptiflzw_encode(nullptr, &s, &s), -1);
+  EXPECT_EQ(ptiflzw_decode(nullptr, &s, &s), -1);
+  EXPECT_EQ(ptiflzw_decode(state_, nullptr, &s), -1);
+  EXPECT_EQ(ptiflzw_decode(state_, &s, nullptr), -1);
+  ptiflzw_statedone(nullptr);
+}
+
+TEST_F(Ptiflzw, GoesOneWayInAStrip) {
+  ASSERT_EQ(encode({1, 2, 3}).result, 1);
+  codecstream in{}, out{};
+  EXPECT_EQ(ptiflzw_decode(state_, &in, &out), -1);
+  EXPECT_EQ(decode(nine_bit({256, 257})).result, 1);
+  EXPECT_EQ(ptiflzw_encode(state_, &in, &out), -1);
+}
+
+TEST_F(Ptiflzw, TakesAnyStreamRecord) {
+  std::mt19937 random(17);
+  for (int i = 0; i < 2000; i++) {
+    bytes data = noise(64, uint32_t(i)), room(64);
+    codecstream in{}, out{};
+    in.bitcnt = int32_t(random());
+    in.bitacc = random();
+    out.bitcnt = int32_t(random());
+    out.bitacc = random();
+    in.next = data.data() + random() % 65;
+    in.end = data.data() + random() % 65;  // may lie before next: nothing there
+    out.next = room.data() + random() % 65;
+    out.end = room.data() + random() % 65;
+    ptiflzw_statereset(state_);
+    (void)(i % 2 ? ptiflzw_decode : ptiflzw_encode)(state_, &in, &out);
+  }
+}
+
+TEST(PtiflzwState, FailsCleanlyWithoutMemory) {
+  const int64_t before = live_allocations();
+  for (int n = 0;; n++) {
+    void *state = nullptr;
+    fail_allocation fault(n);
+    int32_t result = ptiflzw_stateinit(&state, nullptr);
+    if (result == 0) result = strip_stream::run_whole(ptiflzw_encode, state, bytes(100, 1)).result;
+    ptiflzw_statedone(&state);
+    EXPECT_EQ(live_allocations(), before);
+    if (!fault.fired()) break;
+    EXPECT_EQ(result, -2);
+    EXPECT_EQ(state, nullptr);
+  }
+}
+
+}  // namespace

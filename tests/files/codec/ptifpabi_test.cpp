@@ -1,0 +1,251 @@
+// PackBits: code streams against a slow encoder made from the description, and decoding of good and bad ones.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "bench/frames.hpp"
+#include "tests/fault.hpp"
+#include "tests/files/codec/strip_stream.hpp"
+
+namespace {
+
+using strip_stream::bytes;
+using strip_stream::constant;
+using strip_stream::outcome;
+
+void slow_encode_row(const uint8_t *row, size_t size, bytes &code) {
+  for (size_t at = 0; at < size;) {
+    const uint8_t *p = row + at;
+    const size_t left = size - at, most = std::min<size_t>(left, 128);
+    size_t n = 1;
+    if (left > 1 && p[0] == p[1]) {
+      while (n < most && p[n] == p[0]) n++;
+      code.push_back(uint8_t(256 - (n - 1)));
+      code.push_back(p[0]);
+    } else {
+      while (n < most && !(n + 2 < left && p[n] == p[n + 1] && p[n] == p[n + 2])) n++;
+      code.push_back(uint8_t(n - 1));
+      code.insert(code.end(), p, p + n);
+    }
+    at += n;
+  }
+}
+
+bytes slow_encode(const bytes &rows, size_t row) {
+  bytes code;
+  for (size_t at = 0; at < rows.size(); at += row) slow_encode_row(rows.data() + at, row, code);
+  return code;
+}
+
+class pabi {
+ public:
+  explicit pabi(int32_t row) { EXPECT_EQ(ptifpabi_stateinit(&state_, &row), 0); }
+  ~pabi() { ptifpabi_statedone(&state_); }
+  pabi(const pabi &) = delete;
+  pabi &operator=(const pabi &) = delete;
+
+  outcome run(strip_stream::coder code, const bytes &input, const strip_stream::piece_size &in_piece,
+              const strip_stream::piece_size &room, bool late_end = false) {
+    EXPECT_EQ(ptifpabi_statereset(state_), 0);
+    return strip_stream::run(code, state_, input, in_piece, room, late_end);
+  }
+  outcome encode(const bytes &input) {
+    return run(ptifpabi_encode, input, constant(input.size()), constant(1 << 14));
+  }
+  outcome decode(const bytes &input) {
+    return run(ptifpabi_decode, input, constant(input.size()), constant(1 << 14));
+  }
+  void *state() { return state_; }
+
+ private:
+  void *state_ = nullptr;
+};
+
+bytes operator*(const bytes &one, int times) {
+  bytes all;
+  for (int i = 0; i < times; i++) all.insert(all.end(), one.begin(), one.end());
+  return all;
+}
+bytes operator+(bytes a, const bytes &b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+bytes noise(size_t size, uint32_t seed, uint32_t values) {
+  std::mt19937 random(seed);
+  bytes result(size);
+  for (uint8_t &b : result) b = uint8_t(random() % values);
+  return result;
+}
+
+TEST(Ptifpabi, CodesRunsAndLiterals) {
+  bytes counting(300);
+  for (size_t i = 0; i < counting.size(); i++) counting[i] = uint8_t(i);
+  const auto part = [&](int from, int to) { return bytes(counting.begin() + from, counting.begin() + to); };
+  const struct {
+    bytes row, code;
+  } cases[] = {
+      {{'A', 'A', 'B', 'C', 'D', 'D', 'D'}, {0xFF, 'A', 1, 'B', 'C', 0xFE, 'D'}},
+      {bytes{9} * 300, {0x81, 9, 0x81, 9, 0xD5, 9}},  // 128, 128 and 44
+      {{5}, {0, 5}},
+      {{5, 5}, {0xFF, 5}},
+      {{1, 2, 2, 3}, {3, 1, 2, 2, 3}},  // a pair inside a literal stays there
+      {{1, 2, 2, 2}, {0, 1, 0xFE, 2}},  // a run of three does not
+      {{1, 1, 2}, {0xFF, 1, 0, 2}},
+      {bytes{9} * 129, {0x81, 9, 0, 9}},  // a run of 128, and one byte alone
+      {counting, bytes{127} + part(0, 128) + bytes{127} + part(128, 256) + bytes{43} + part(256, 300)},
+      // the example that was published with the format
+      {{0xAA, 0xAA, 0xAA, 0x80, 0x00, 0x2A, 0xAA, 0xAA, 0xAA, 0xAA, 0x80, 0x00,
+        0x2A, 0x22, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA},
+       {0xFE, 0xAA, 0x02, 0x80, 0x00, 0x2A, 0xFD, 0xAA, 0x03, 0x80, 0x00, 0x2A, 0x22, 0xF7, 0xAA}},
+  };
+  for (const auto &c : cases) {
+    pabi codec(int32_t(c.row.size()));
+    const outcome coded = codec.encode(c.row);
+    EXPECT_EQ(coded.result, 1);
+    EXPECT_EQ(coded.output, c.code) << ::testing::PrintToString(c.row);
+    EXPECT_EQ(codec.decode(c.code).output, c.row);
+  }
+}
+
+TEST(Ptifpabi, CodesEveryRowLengthAsTheSlowEncoder) {
+  for (size_t row = 1; row <= 600; row++)
+    for (uint32_t values : {1, 2, 3, 20, 256}) {
+      pabi codec{int32_t(row)};
+      const bytes rows = noise(row * 3, uint32_t(row), values);
+      const outcome coded = codec.encode(rows);
+      ASSERT_EQ(coded.output, slow_encode(rows, row)) << row << " bytes of " << values << " values";
+      ASSERT_EQ(coded.consumed, rows.size());
+      const outcome back = codec.decode(coded.output);
+      ASSERT_EQ(back.result, 1);
+      ASSERT_EQ(back.output, rows);
+    }
+}
+
+TEST(Ptifpabi, CodesPhotographs) {
+  for (const frames::frame &f : {frames::grey12(301, 40), frames::rgb8(301, 40), frames::grey16(5000, 3),
+                                 frames::differenced(frames::grey12(301, 40))}) {
+    pabi codec{int32_t(f.row_bytes())};
+    const outcome coded = codec.encode(f.bytes);
+    ASSERT_EQ(coded.output, slow_encode(f.bytes, f.row_bytes()));
+    ASSERT_EQ(codec.decode(coded.output).output, f.bytes);
+  }
+}
+
+TEST(Ptifpabi, SplitsAnywhere) {
+  const size_t row = 150;
+  const bytes rows = noise(row * 2, 3, 2) + bytes{7} * 150 + noise(row * 2, 4, 256),
+              code = slow_encode(rows, row);
+  pabi codec{int32_t(row)};
+  for (size_t size = 1; size <= 300; size++)
+    for (bool late_end : {false, true}) {
+      const auto room = constant(size);
+      ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row), room, late_end).output, code) << size;
+      ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row * 3), room, late_end).output, code) << size;
+      ASSERT_EQ(codec.run(ptifpabi_decode, code, constant(10000), room, late_end).output, rows) << size;
+      ASSERT_EQ(codec.run(ptifpabi_decode, code, room, constant(10000), late_end).output, rows) << size;
+      ASSERT_EQ(codec.run(ptifpabi_decode, code, room, room, late_end).output, rows) << size;
+    }
+  std::mt19937 random(5);
+  const auto piece = [&] { return size_t(random() % 200); };
+  for (int i = 0; i < 300; i++) {
+    ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row), piece, i % 2).output, code) << i;
+    ASSERT_EQ(codec.run(ptifpabi_decode, code, piece, piece, i % 2).output, rows) << i;
+  }
+}
+
+TEST(Ptifpabi, ConsumesARowWhenItsCodeIsWritten) {
+  pabi codec(4);
+  bytes rows = {1, 2, 3, 4, 5, 5, 5, 5}, room(20);
+  codecstream in = strip_stream::over(rows.data(), 8), out = strip_stream::over(room.data(), 4);
+  in.more = 1;
+  EXPECT_EQ(ptifpabi_encode(codec.state(), &in, &out), 0);
+  EXPECT_EQ(in.next, rows.data());
+  out.end = room.data() + 6;
+  EXPECT_EQ(ptifpabi_encode(codec.state(), &in, &out), 0);
+  EXPECT_EQ(in.next, rows.data() + 4);
+  EXPECT_EQ(in.count, 4u);
+  out.end = room.data() + 20;
+  EXPECT_EQ(ptifpabi_encode(codec.state(), &in, &out), 0);  // more rows may come
+  in.more = 0;
+  EXPECT_EQ(ptifpabi_encode(codec.state(), &in, &out), 1);
+  EXPECT_EQ(bytes(room.data(), out.next), (bytes{3, 1, 2, 3, 4, 0xFD, 5}));
+}
+
+TEST(Ptifpabi, RefusesInputThatIsNotWholeRows) {
+  pabi codec(4);
+  for (size_t size : {1, 3, 5, 7}) {
+    EXPECT_EQ(codec.encode(bytes(size, 1)).result, -1) << size;
+    codecstream none{};
+    EXPECT_EQ(ptifpabi_encode(codec.state(), &none, &none), -1) << "until reset";
+  }
+  EXPECT_EQ(codec.encode(bytes(8, 1)).result, 1);
+  EXPECT_EQ(codec.encode({}).result, 1);
+}
+
+TEST(Ptifpabi, SkipsHeadersWithoutBytes) {
+  pabi codec(1);
+  EXPECT_EQ(codec.decode({0x80, 0xFE, 'x'}).output, bytes(3, 'x'));
+  EXPECT_EQ(codec.decode({1, 'a', 'b', 0x80, 0x80, 0, 'c', 0x80}).output, (bytes{'a', 'b', 'c'}));
+  EXPECT_EQ(codec.decode(bytes{0x80} * 1000).result, 1);
+  EXPECT_EQ(codec.run(ptifpabi_decode, {0, 'a', 0x80}, constant(3), constant(1)).result, 1);
+}
+
+TEST(Ptifpabi, RefusesARunThatIsCutOff) {
+  const struct {
+    bytes code, delivered;
+  } cases[] = {
+      {{0xFE}, {}},
+      {{0}, {}},
+      {{3, 'a', 'b'}, {'a', 'b'}},
+      {{0xFF, 'a', 127}, {'a', 'a'}},
+      {bytes{127} + bytes{8} * 100, bytes{8} * 100},
+  };
+  pabi codec(1);
+  for (const auto &c : cases)
+    for (bool late_end : {false, true}) {
+      const outcome o = codec.run(ptifpabi_decode, c.code, constant(1000), constant(1000), late_end);
+      EXPECT_EQ(o.result, -10);
+      EXPECT_EQ(o.output, c.delivered);
+      codecstream none{};
+      EXPECT_EQ(ptifpabi_decode(codec.state(), &none, &none), -10) << "until reset";
+    }
+  EXPECT_EQ(codec.decode({}).result, 1);
+}
+
+TEST(Ptifpabi, ChecksItsArguments) {
+  codecstream s{};
+  void *state = nullptr;
+  for (int32_t row : {0, -1, INT32_MIN}) EXPECT_EQ(ptifpabi_stateinit(&state, &row), -1);
+  const int32_t row = 1;
+  EXPECT_EQ(ptifpabi_stateinit(&state, nullptr), -1);
+  EXPECT_EQ(ptifpabi_stateinit(nullptr, &row), -1);
+  EXPECT_EQ(ptifpabi_statereset(nullptr), -1);
+  EXPECT_EQ(ptifpabi_encode(nullptr, &s, &s), -1);
+  EXPECT_EQ(ptifpabi_decode(nullptr, &s, &s), -1);
+  pabi codec(1);
+  EXPECT_EQ(ptifpabi_decode(codec.state(), nullptr, &s), -1);
+  EXPECT_EQ(ptifpabi_decode(codec.state(), &s, nullptr), -1);
+  state = codec.state();
+  EXPECT_EQ(ptifpabi_stateinit(&state, &row), -1);  // there is one
+  ptifpabi_statedone(nullptr);
+}
+
+TEST(Ptifpabi, FailsCleanlyWithoutMemory) {
+  const int64_t before = live_allocations();
+  for (int n = 0;; n++) {
+    void *state = nullptr;
+    const int32_t row = 5;
+    fail_allocation fault(n);
+    int32_t result = ptifpabi_stateinit(&state, &row);
+    if (result == 0) result = strip_stream::run_whole(ptifpabi_encode, state, bytes(100, 1)).result;
+    ptifpabi_statedone(&state);
+    EXPECT_EQ(live_allocations(), before);
+    if (!fault.fired()) break;
+    EXPECT_EQ(result, -2);
+    EXPECT_EQ(state, nullptr);
+  }
+}
+
+}  // namespace

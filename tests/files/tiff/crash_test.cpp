@@ -1,0 +1,86 @@
+// A process that appends to a TIFF file may die at any moment: what was in the file stays readable, and the
+// next append works. The process is killed before each of its system calls in turn.
+#include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include <qvimage/tiff.h>
+
+#include "tests/files.hpp"
+#include "tests/files/tiff/frame.hpp"
+#include "tests/files/tiff/parse.hpp"
+
+namespace {
+
+enum class ended { killed, by_itself, not_traceable };
+
+// Runs an operation in a process of its own that dies instead of making its n-th system call.
+template <class Operation>
+ended run_and_kill(Operation operation, int n) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(77);
+    raise(SIGSTOP);
+    operation();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!WIFSTOPPED(status)) return ended::not_traceable;
+  for (int stops = 0;; stops++) {  // a stop at the entry and one at the exit of each call
+    if (stops == 2 * n + 1) {
+      kill(child, SIGKILL);
+      waitpid(child, &status, 0);
+      return ended::killed;
+    }
+    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status)) return ended::by_itself;
+    if (WIFSIGNALED(status)) return ended::killed;
+  }
+}
+
+TEST(TiffCrash, OlderPagesSurviveAKillBeforeAnySystemCall) {
+  temporary_folder folder;
+  const std::string path = folder / "a.tif";
+  frame old(40, 30, 2, 12, 1, QVIM_HINT_GREY), added(150, 60, 1, 8, 3, QVIM_HINT_RGB);
+  for (uint32_t version : {42u, 43u}) {
+    qvimagefileinfo options{};
+    options.version = version;
+    options.compression = 32773;
+    auto append = [&](frame &f, int64_t page) {
+      return qvimage_tiffwrite(nullptr, &f.image, nullptr, path.c_str(), nullptr, 4096, page, &options, 0, 0,
+                               0);
+    };
+    std::remove(path.c_str());
+    ASSERT_EQ(append(old, 0), 0);
+    ASSERT_EQ(append(old, 1), 0);
+    const std::vector<uint8_t> before = file_bytes(path);
+    const parsed_tiff original(before);
+    ended how = ended::killed;
+    for (int n = 0; how == ended::killed; n++) {
+      SCOPED_TRACE(testing::Message() << "version " << version << ", call " << n);
+      std::ofstream(path, std::ios::binary)
+          .write(reinterpret_cast<const char *>(before.data()), long(before.size()));
+      how = run_and_kill([&] { append(added, 2); }, n);
+      if (how == ended::not_traceable) GTEST_SKIP() << "this system does not let processes be traced";
+      const parsed_tiff now(file_bytes(path));
+      ASSERT_GE(now.pages.size(), 2u);
+      EXPECT_EQ(now.pages.size(), how == ended::by_itself ? 3u : now.pages.size());
+      for (size_t page = 0; page < 2; page++) {
+        EXPECT_EQ(now.pages[page].value(256), 40u);
+        EXPECT_EQ(now.strips(now.pages[page]), original.strips(original.pages[page]));
+      }
+      for (size_t page = 2; page < now.pages.size(); page++)
+        now.strips(now.pages[page]);  // whole, or it throws
+      EXPECT_EQ(append(old, int64_t(now.pages.size())), 0);
+      EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), now.pages.size() + 1);
+      ASSERT_LT(n, 1000);
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,266 @@
+// Pages of TIFF files as images, stacks and information records.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+#include "tests/files/tiff/frame.hpp"
+#include "tests/files/tiff/opened.hpp"
+
+namespace {
+
+using namespace tiff_test;
+
+TEST(TiffPages, AreFoundByNumberAndStackedAsPlanes) {
+  for (const bool bigtiff : {false, true}) {
+    builder b(false, bigtiff);
+    std::vector<page_spec> pages(5);
+    for (size_t i = 0; i < pages.size(); i++) {
+      pages[i].seed = 10 + i;
+      pages[i].compression = i % 2 ? 5 : 1;
+      pages[i].rows_per_strip = uint32_t(1 + i);
+      b.page(pages[i], i % 2 ? lzw : compressor());
+    }
+    for (size_t i = 0; i < pages.size(); i++) {
+      opened_page o(b.file(), i);
+      EXPECT_EQ(read_all(o.image), samples_of(pages[i]));
+    }
+    EXPECT_EQ(opened_page(b.file(), 5).code, -10);
+    EXPECT_EQ(opened_page(b.file(), ~uint64_t{0}).code, -10);
+
+    opened_stack o(b.file());
+    ASSERT_EQ(o.code, 0);
+    EXPECT_EQ(o.image.imdim.se.z, 5);
+    std::mt19937 random(5);
+    for (int i = 0; i < 200; i++) {
+      const uint32_t x = random() % 7, y = random() % 5, z = random() % 5;
+      EXPECT_EQ(read_run(o.image, 0, 0, 0, 1, int32_t(x), int32_t(y), int32_t(z)),
+                std::vector<uint64_t>{pages[z].sample(x, y, 0)});
+    }
+    // Along z and on over x, then y; and whole planes along x.
+    std::vector<uint64_t> deep, flat;
+    for (uint32_t y = 0; y < 5; y++)
+      for (uint32_t x = 0; x < 7; x++)
+        for (uint32_t z = 0; z < 5; z++) deep.push_back(pages[z].sample(x, y, 0));
+    for (const page_spec &p : pages)
+      for (const uint64_t v : samples_of(p)) flat.push_back(v);
+    EXPECT_EQ(read_run(o.image, QVIM_ZSCAN | QVIM_WRAP, 0, 0, 1000, 0, 0, 0), deep);
+    EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 1000, 0, 0, 0), flat);
+    EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 1000, 2, 1, 1).size(), 4u);
+    EXPECT_EQ(read_run(o.image, QVIM_YSCAN | QVIM_ZSCAN, 0, 0, 1, 0, 0, 0).size(), 0u);
+  }
+}
+
+TEST(TiffPages, PagesOfAStackMayDifferInSizeOnly) {
+  page_spec last, larger, smaller, deeper, coloured;
+  larger.width = 9;
+  larger.height = 8;
+  smaller.width = 4;
+  smaller.height = 3;
+  deeper.bits = 16;
+  coloured.samples = 3;
+  builder b;
+  b.page(larger).page(smaller).page(deeper).page(coloured).page(last);
+  opened_stack o(b.file());
+  ASSERT_EQ(o.code, 0);
+  const auto plane = [&](int32_t z) {
+    qvyzwindow w{{0, 0, z}, {7, 5, z + 1}};
+    o.image.xwind(&o.image, &w, 's');
+    return read_run(o.image, QVIM_WRAP, 0, 0, 35, 0, 0, 0);
+  };
+  std::vector<uint64_t> cropped, clipped;
+  for (uint32_t y = 0; y < 5; y++)
+    for (uint32_t x = 0; x < 7; x++) {
+      cropped.push_back(larger.sample(x, y, 0));
+      clipped.push_back(x < 4 && y < 3 ? smaller.sample(x, y, 0) : 0);
+    }
+  EXPECT_EQ(plane(0), cropped);
+  EXPECT_EQ(plane(1), clipped);
+  EXPECT_EQ(plane(4), samples_of(last));
+  EXPECT_EQ(o.error(), 0);
+  for (const int32_t z : {2, 3}) {
+    EXPECT_TRUE(plane(z).empty());
+    EXPECT_EQ(o.error(), -10);
+    EXPECT_EQ(o.error(true), -10);
+    EXPECT_EQ(o.error(), 0);
+  }
+  EXPECT_EQ(plane(4), samples_of(last));
+}
+
+TEST(TiffPages, ChainsThatLoopEndAndMayRunBackwards) {
+  page_spec p;
+  builder loop;
+  loop.page(p).page(p).page(p);
+  loop.link_to(loop.directories[1]);
+  opened_stack o(loop.file());
+  EXPECT_EQ(o.code, 0);
+  EXPECT_EQ(o.image.imdim.se.z, 3);
+  qvimagefileinfo info;
+  EXPECT_EQ(qvimage_tiffreadinfo(o.handle, &info, 1), 0);
+  EXPECT_EQ(info.pagecount, 3u);
+  EXPECT_EQ(info.page, 1u);
+  qvimage_tiffinfodone(&info);
+  EXPECT_EQ(qvimage_tiffreadinfo(o.handle, &info, 3), -10);
+  EXPECT_STREQ(info.type, "") << "cleared";
+  EXPECT_EQ(opened_page(loop.file(), 3).code, -10);
+
+  // The first page's directory stands behind that of the second one.
+  page_spec second;
+  second.seed = 2;
+  builder backwards;
+  backwards.page(second).page(p);
+  const uint64_t first_directory = backwards.directories[1];
+  backwards.link_to(backwards.directories[0]).first_link_to(first_directory).link_from(0, 0);
+  opened_stack both(backwards.file());
+  ASSERT_EQ(both.code, 0);
+  ASSERT_EQ(both.image.imdim.se.z, 2);
+  EXPECT_EQ(read_run(both.image, 0, 0, 0, 1, 3, 3, 0), std::vector<uint64_t>{p.sample(3, 3, 0)});
+  EXPECT_EQ(read_run(both.image, 0, 0, 0, 1, 3, 3, 1), std::vector<uint64_t>{second.sample(3, 3, 0)});
+}
+
+TEST(TiffPages, AStackNeedsItsWholeChain) {
+  const page_spec p;
+  builder b;
+  b.page(p).page(p);
+  for (const uint64_t link : {uint64_t{100000}, uint64_t{0xFFFFFFFF}, uint64_t(b.file().size()) - 1}) {
+    b.link_to(link);
+    EXPECT_EQ(opened_stack(b.file()).code, -10);
+    EXPECT_EQ(opened_page(b.file(), 2).code, -10);
+    opened_page last(b.file(), 1);
+    EXPECT_EQ(last.code, 0);
+    qvimagefileinfo info;
+    EXPECT_EQ(qvimage_tiffreadinfo(last.handle, &info, 1), 0);
+    EXPECT_EQ(info.pagecount, 2u);
+    EXPECT_EQ(read_all(last.image), samples_of(p));
+  }
+}
+
+TEST(TiffInfo, SaysWhatTheDirectorySays) {
+  for (const bool bigtiff : {false, true}) {
+    const page_spec p = described_page();
+    opened_page o(builder(true, bigtiff).page(p, lzw).page(p, lzw).file(), 1);
+    ASSERT_EQ(o.code, 0);
+    EXPECT_FLOAT_EQ(o.image.h.pixelwidth, 2.0f / 300);
+    EXPECT_FLOAT_EQ(o.image.h.pixelheight, 0.01f);
+    EXPECT_EQ(o.image.h.widthunits, QVIM_UNIT_CENTIMETER);
+    qvimagefileinfo i;
+    ASSERT_EQ(qvimage_tiffreadinfo(o.handle, &i, 1), 0);
+    EXPECT_EQ(i.width, 7u);
+    EXPECT_EQ(i.wind.se.y, 5);
+    EXPECT_EQ(i.pagecount, 2u);
+    EXPECT_EQ(i.pagecount2, 2u);
+    EXPECT_EQ(i.page, 1u);
+    EXPECT_EQ(std::memcmp(&i.data, &o.image.d, sizeof i.data), 0);
+    EXPECT_EQ(std::memcmp(&i.hints, &o.image.h, sizeof i.hints), 0);
+    EXPECT_STREQ(i.type, bigtiff ? "btf" : "tif");
+    EXPECT_EQ(i.version, bigtiff ? 43u : 42u);
+    EXPECT_EQ(i.xres[0], 300u);
+    EXPECT_EQ(i.xres[1], 2u);
+    EXPECT_EQ(i.yres[0], 100u);
+    EXPECT_EQ(i.resunit, 3u);
+    EXPECT_EQ(i.compression, 517u);
+    EXPECT_EQ(i.bits[2], 16u);
+    EXPECT_EQ(i.bits[3], 0u);
+    EXPECT_EQ(i.sampleformat[0], 1u);
+    EXPECT_EQ(i.palette, 0u);
+    EXPECT_GT(i.stripsize, 60u);
+    EXPECT_LT(i.stripsize, 200u);
+    EXPECT_STREQ(i.description, "a leaf");
+    EXPECT_STREQ(i.software, "builder");
+    EXPECT_STREQ(i.datetime, "2020:01:02 03:04:05");
+    EXPECT_STREQ(i.copyright, "nobody");
+    qvimage_tiffinfodone(&i);
+    EXPECT_EQ(i.description, nullptr);
+  }
+  page_spec one;
+  one.rows_per_strip = 9;
+  temporary_folder folder;
+  put_file(folder / "t", builder().page(one).file());
+  qvimagefileinfo i;
+  ASSERT_EQ(qvimage_tiffinfo(&i, (folder / "t").c_str(), nullptr, 0, 0), 0);
+  EXPECT_EQ(i.stripsize, ~uint64_t{0});
+  EXPECT_EQ(i.resunit, 0u);
+  EXPECT_EQ(i.description, nullptr);
+  std::memcpy(i.type, "bmp", 4);
+  char kept[] = "not ours";
+  i.description = kept;
+  qvimage_tiffinfodone(&i);  // the record of another format
+  EXPECT_EQ(i.description, kept);
+}
+
+TEST(TiffInfo, ManyPagesAtOnce) {
+  builder b;
+  for (uint32_t i = 0; i < 40; i++) {
+    page_spec p = described_page();
+    p.width = i + 1;
+    b.page(p, lzw);
+  }
+  temporary_folder folder;
+  const std::string path = folder / "t";
+  put_file(path, b.file());
+  const int64_t before = live_allocations();
+  qvimagefileinfo infos[50];
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 50, path.c_str(), nullptr, 0, 0), 40);
+  EXPECT_EQ(infos[39].width, 40u);
+  for (int i = 0; i < 40; i++) qvimage_tiffinfodone(&infos[i]);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, 4096, 10), 5);
+  for (int i = 0; i < 5; i++) {
+    EXPECT_EQ(infos[i].page, uint32_t(10 + i));
+    EXPECT_EQ(infos[i].width, uint32_t(11 + i));
+    EXPECT_EQ(infos[i].pagecount, 40u);
+    EXPECT_STREQ(infos[i].description, "a leaf");
+    qvimage_tiffinfodone(&infos[i]);
+  }
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, 0, 40), 0);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 0, path.c_str(), nullptr, 0, 0), 0);
+  EXPECT_EQ(qvimage_tiffinfoN(nullptr, 5, path.c_str(), nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, -1, path.c_str(), nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, -1, 0), -1);
+  page_spec unserved;
+  unserved.compression = 7;
+  put_file(path, b.page(unserved).page(described_page(), lzw).file());
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 50, path.c_str(), nullptr, 0, 0), -11);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 1, path.c_str(), nullptr, 0, 41), 1) << "pages passed over may be bad";
+  qvimage_tiffinfodone(&infos[0]);
+  EXPECT_EQ(live_allocations(), before);
+}
+
+TEST(TiffInfo, ARecordAsOptionsWritesTheSameKindOfFile) {
+  temporary_folder folder;
+  const std::string first = folder / "first", second = folder / "second";
+  for (const uint32_t version : {42u, 43u})
+    for (const uint32_t compression : {1u, 5u, 517u, 32773u, 32885u, 33397u}) {
+      SCOPED_TRACE(testing::Message() << "version " << version << ", compression " << compression);
+      frame f(40, 30, 1, 8, 3, QVIM_HINT_RGB);
+      char description[] = "text", datetime[] = "2001:02:03 04:05:06";
+      qvimagefileinfo options{};
+      options.version = version;
+      options.compression = compression;
+      options.stripsize = 1200;
+      options.description = description;
+      options.datetime = datetime;
+      options.xres[0] = 300, options.xres[1] = 7;
+      options.yres[0] = 200, options.yres[1] = 7;
+      options.resunit = 3;
+      qvimagefileinfo read, again;
+      const auto write = [&](const std::string &path, qvimagefileinfo *o) {
+        return qvimage_tiffwrite(nullptr, &f.image, nullptr, path.c_str(), nullptr, 0, 0, o, 0, 0, 0);
+      };
+      ASSERT_EQ(write(first, &options), 0);
+      ASSERT_EQ(qvimage_tiffinfo(&read, first.c_str(), nullptr, 0, 0), 0);
+      EXPECT_EQ(read.compression, compression);
+      EXPECT_EQ(read.version, version);
+      const uint64_t largest = read.stripsize;
+      read.stripsize = options.stripsize;  // says how large strips became, not how large they were
+      ASSERT_EQ(write(second, &read), 0);
+      ASSERT_EQ(qvimage_tiffinfo(&again, second.c_str(), nullptr, 0, 0), 0);
+      EXPECT_EQ(again.stripsize, largest);
+      EXPECT_EQ(file_bytes(first), file_bytes(second));
+      qvimage_tiffinfodone(&read);
+      qvimage_tiffinfodone(&again);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,372 @@
+// Reading TIFF files that were built tag by tag: what pixels arrive, whichever way they are asked for.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <thread>
+
+#include <qvimage/memory.h>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+#include "tests/files/tiff/opened.hpp"
+
+namespace {
+
+using namespace tiff_test;
+
+TEST(TiffPixels, EveryDepthOrderAndCompressionArrivesAsItWasWritten) {
+  for (const bool big_endian : {false, true})
+    for (const bool bigtiff : {false, true})
+      for (const coding &c : {uncompressed, packed, by_lzw, by_differences})
+        for (const uint32_t bits : {1u, 2u, 3u, 4u, 7u, 8u, 9u, 12u, 16u, 17u, 24u, 31u, 32u, 64u})
+          for (const uint32_t samples : {1u, 2u, 3u, 4u}) {
+            if (c.differenced && bits != 8 && bits != 16) continue;
+            SCOPED_TRACE(testing::Message()
+                         << "MM " << big_endian << " big " << bigtiff << " compression " << c.compression
+                         << c.differenced << " bits " << bits << " x " << samples);
+            page_spec p;
+            p.bits = bits;
+            p.samples = samples;
+            p.compression = c.compression;
+            p.differenced = c.differenced;
+            opened_page o(builder(big_endian, bigtiff).page(p, c.compress).file());
+            ASSERT_EQ(o.code, 0);
+            EXPECT_EQ(o.image.d.pixietype, qvimdatabittype(int32_t(bits)));
+            EXPECT_EQ(o.image.d.i_bitsused, int32_t(bits));
+            EXPECT_EQ(o.image.d.pixies, int32_t(samples));
+            ASSERT_EQ(read_all(o.image), samples_of(p));
+            EXPECT_EQ(o.error(), 0);
+          }
+}
+
+TEST(TiffPixels, FloatsArriveBitForBit) {
+  for (const bool big_endian : {false, true})
+    for (const coding &c : {uncompressed, packed, by_lzw})
+      for (const uint32_t bits : {32u, 64u}) {
+        page_spec p;
+        p.bits = bits;
+        p.samples = 2;
+        p.is_float = true;
+        p.compression = c.compression;
+        opened_page o(builder(big_endian).page(p, c.compress).file());
+        ASSERT_EQ(o.code, 0);
+        EXPECT_EQ(o.image.d.pixietype, bits == 32 ? QVIM_FLOAT32 : QVIM_FLOAT64);
+        EXPECT_EQ(read_all(o.image), samples_of(p));
+      }
+}
+
+TEST(TiffPixels, PredictiveCodingOfAnyDepthUpToTwelveBits) {
+  for (const bool differenced : {false, true})
+    for (const bool big_endian : {false, true})
+      for (const uint32_t bits : {1u, 5u, 8u, 9u, 12u}) {
+        page_spec p;
+        p.bits = bits;
+        p.samples = 3;
+        p.compression = 32885;
+        p.differenced = differenced;
+        opened_page o(builder(big_endian).page(p, predictive).file());
+        ASSERT_EQ(o.code, 0) << bits;
+        EXPECT_EQ(read_all(o.image), samples_of(p)) << bits;
+      }
+  page_spec p;
+  p.bits = 16;
+  p.compression = 32885;
+  EXPECT_EQ(opened_page(builder().page(p).file()).code, -11);
+  EXPECT_EQ(opened_page(builder().page(p).file(), 0, false, true).code, 0);  // the codec is not asked
+}
+
+TEST(TiffPixels, StripsMayHaveAnyNumberOfRows) {
+  for (const coding &c : {uncompressed, by_lzw, packed})
+    for (const uint32_t rows : {1u, 2u, 3u, 4u, 5u, 6u, 1000u, 0xFFFFFFFFu}) {
+      page_spec p;
+      p.compression = c.compression;
+      p.rows_per_strip = rows;
+      opened_page o(builder().page(p, c.compress).file());
+      ASSERT_EQ(o.code, 0) << rows;
+      EXPECT_EQ(read_all(o.image), samples_of(p)) << rows;
+    }
+  page_spec p;
+  p.rows_per_strip = 5;
+  p.without = {278, 279};  // one strip; its byte count says nothing that is needed
+  opened_page o(builder().page(p).file());
+  ASSERT_EQ(o.code, 0);
+  EXPECT_EQ(read_all(o.image), samples_of(p));
+}
+
+TEST(TiffPixels, TagsMayHaveAnyUnsignedIntegerType) {
+  for (const bool bigtiff : {false, true})
+    for (const uint16_t type : {1, 3, 4, 13, 16, 18}) {
+      page_spec p;
+      p.rows_per_strip = 5;
+      for (const auto &[id, value] : std::map<uint16_t, uint64_t>{
+               {256, 7}, {257, 5}, {258, 8}, {259, 1}, {262, 1}, {277, 1}, {278, 5}, {284, 1}, {339, 1}})
+        p.tags[id] = {type, {value}};
+      const size_t strip = bigtiff ? 16 : 8;  // behind the header
+      p.tags[273] = {type, {strip}};
+      p.tags[279] = {type, {35}};
+      builder b(true, bigtiff);
+      for (uint32_t y = 0; y < 5; y++) b.append_bytes(b.encode_row(p, y));
+      opened_page o(b.page(p).file());
+      ASSERT_EQ(o.code, 0) << type;
+      EXPECT_EQ(read_all(o.image), samples_of(p)) << type;
+    }
+}
+
+TEST(TiffPixels, WhiteIsZeroIsInvertedForIntegersOfOneSample) {
+  for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u, 24u, 32u, 64u}) {
+    page_spec p;
+    p.bits = bits;
+    p.photometric = 0;
+    opened_page o(builder().page(p).file());
+    ASSERT_EQ(o.code, 0);
+    EXPECT_EQ(o.image.d.pixelhint, QVIM_HINT_GREY);
+    auto expected = samples_of(p);
+    for (uint64_t &v : expected) v = (~uint64_t{0} >> (64 - bits)) - v;
+    EXPECT_EQ(read_all(o.image), expected) << bits;
+  }
+  page_spec real, pairs;
+  real.bits = 32;
+  real.is_float = true;
+  pairs.samples = 2;
+  for (page_spec *p : {&real, &pairs}) {
+    p->photometric = 0;
+    opened_page o(builder().page(*p).file());
+    EXPECT_EQ(read_all(o.image), samples_of(*p));
+  }
+}
+
+TEST(TiffPixels, ColoursAreNamedAndChromaComesInCrCbOrder) {
+  const struct {
+    uint32_t samples, photometric;
+    int32_t hint;
+  } cases[] = {{1, 0, QVIM_HINT_GREY}, {1, 1, QVIM_HINT_GREY},  {2, 1, 0}, {3, 1, 0},
+               {3, 2, QVIM_HINT_RGB},  {3, 6, QVIM_HINT_YCRCB}, {4, 2, 0}, {4, 5, QVIM_HINT_CMYK}};
+  for (const auto &c : cases)
+    for (const uint32_t bits : {6u, 8u, 16u, 32u, 64u}) {
+      page_spec p;
+      p.bits = bits;
+      p.samples = c.samples;
+      p.photometric = c.photometric;
+      p.tags[530] = {3, {1, 1}};
+      opened_page o(builder(true).page(p).file());
+      ASSERT_EQ(o.code, 0);
+      EXPECT_EQ(o.image.d.pixelhint, c.hint);
+      auto expected = samples_of(p);
+      if (c.photometric == 0)
+        for (uint64_t &v : expected) v = (~uint64_t{0} >> (64 - bits)) - v;
+      if (c.photometric == 6)
+        for (size_t i = 0; i < expected.size(); i += 3) std::swap(expected[i + 1], expected[i + 2]);
+      EXPECT_EQ(read_all(o.image), expected);
+    }
+}
+
+TEST(TiffPalette, IndicesBesideThePaletteOrExpandedToColours) {
+  const auto value = [](uint32_t c, uint32_t i) { return (i * 40503 + c * 12289 + 34567) & 0xFFFF; };
+  for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u}) {
+    page_spec p;
+    p.bits = bits;
+    p.photometric = 3;
+    p.tags[320] = colour_map(3, bits, value);
+    const bytes file = builder(true).page(p).file();
+    opened_page both(file, 0, true), expanded(file);
+    ASSERT_EQ(both.code, 0);
+    EXPECT_EQ(both.image.d.pixelhint, QVIM_HINT_INDEX);
+    EXPECT_EQ(read_all(both.image), samples_of(p));
+    EXPECT_EQ(both.palette.imdim.se.x, 1 << bits);
+    EXPECT_EQ(both.palette.imdim.se.y, 1);
+    EXPECT_EQ(both.palette.d.i_bitsused, int32_t(bits));
+    EXPECT_EQ(both.palette.d.pixelhint, QVIM_HINT_RGB);
+    std::vector<uint64_t> entries;
+    for (uint32_t i = 0; i < 1u << bits; i++)
+      for (uint32_t c = 0; c < 3; c++) entries.push_back(value(c, i) >> (16 - bits));
+    EXPECT_EQ(read_all(both.palette), entries);
+
+    ASSERT_EQ(expanded.code, 0);
+    EXPECT_EQ(expanded.image.d.pixelhint, QVIM_HINT_RGB);
+    EXPECT_EQ(expanded.image.d.pixies, 3);
+    std::vector<uint64_t> pixels;
+    for (const uint64_t i : samples_of(p)) pixels.insert(pixels.end(), &entries[3 * i], &entries[3 * i] + 3);
+    EXPECT_EQ(read_all(expanded.image), pixels);
+  }
+}
+
+TEST(TiffPalette, MapValuesOfOtherSizesAndOldMapsOfSmallValues) {
+  const struct {
+    uint16_t type;
+    uint64_t stored, expected;
+  } cases[] = {{1, 0xA7, 0xA7}, {3, 0xA7C3, 0xA7}, {4, 0xA7C31234, 0xA7}, {3, 0xA7, 0xA7}, {4, 0xA7, 0xA7}};
+  for (const auto &c : cases) {
+    page_spec p;
+    p.tags[320] = colour_map(c.type, 8, [&](uint32_t, uint32_t i) { return i == 3 ? c.stored : 0; });
+    p.stored = [](uint32_t, uint32_t, uint32_t) { return 3; };
+    opened_page o(builder().page(p).file());
+    ASSERT_EQ(o.code, 0);
+    EXPECT_EQ(read_all(o.image), std::vector<uint64_t>(7 * 5 * 3, c.expected)) << c.type << " " << c.stored;
+  }
+}
+
+TEST(TiffPalette, OfAStackStaysWhilePlanesAreRead) {
+  page_spec p;
+  p.bits = 4;
+  p.photometric = 3;
+  builder b;
+  for (uint32_t page = 0; page < 3; page++) {
+    p.seed = page;
+    p.tags[320] = colour_map(3, 4, [&](uint32_t c, uint32_t i) { return (i + c + page) % 16 << 12; });
+    b.page(p);
+  }
+  opened_stack o(b.file(), 0, true);
+  ASSERT_EQ(o.code, 0);
+  const auto entries = read_all(o.palette);
+  EXPECT_EQ(entries[0], 2u);  // the last page's
+  for (const int32_t z : {0, 2, 1}) EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 0, z).size(), 7u);
+  EXPECT_EQ(read_all(o.palette), entries);
+}
+
+// Every way of asking gives the pixels of the whole page.
+void check_access(qvimage &im, const std::vector<uint64_t> &all, unsigned seed) {
+  std::mt19937 random(seed);
+  const int32_t width = im.imdim.se.x, height = im.imdim.se.y;
+  const auto any = [&](int32_t below) { return int32_t(random() % uint32_t(below)); };
+  for (int i = 0; i < 300; i++) {
+    qvywindow w{{any(width), any(height)}, {}};
+    w.se = {w.nw.x + 1 + any(width - w.nw.x), w.nw.y + 1 + any(height - w.nw.y)};
+    if (i % 4 == 0) w = {{0, 0}, {width, height}};
+    ASSERT_TRUE(im.xwind(&im, &w, 's'));
+    const int32_t wide = w.se.x - w.nw.x, high = w.se.y - w.nw.y;
+    const uint32_t mode = (random() & 1 ? QVIM_YSCAN : 0) | (random() & 1 ? QVIM_WRAP : 0);
+    const int first = any(im.d.pixies), count = 1 + any(im.d.pixies - first);
+    const uint32_t mask = random() & 1 ? 0 : ((1u << count) - 1) << first;
+    const int32_t x = any(wide), y = any(high);
+    const uint32_t n = 1 + random() % uint32_t(wide * high + 3);
+    std::vector<uint64_t> expected;
+    int32_t at_x = x, at_y = y;
+    for (uint32_t k = 0; k < n && at_x < wide && at_y < high; k++) {
+      for (int s = 0; s < im.d.pixies; s++)
+        if (!mask || mask >> s & 1)
+          expected.push_back(all[size_t(((w.nw.y + at_y) * width + w.nw.x + at_x) * im.d.pixies + s)]);
+      int32_t &along = mode & QVIM_YSCAN ? at_y : at_x, &across = mode & QVIM_YSCAN ? at_x : at_y;
+      if (++along == (mode & QVIM_YSCAN ? high : wide)) {
+        if (!(mode & QVIM_WRAP)) break;
+        along = 0;
+        across++;
+      }
+    }
+    ASSERT_EQ(read_run(im, mode, 0, mask, n, x, y), expected) << "round " << i;
+    EXPECT_EQ(im.iolen(&im, n, x, y),
+              expected.size() / size_t(mask ? __builtin_popcount(mask) : im.d.pixies));
+  }
+}
+
+TEST(TiffAccess, WindowsScansWrapsAndMasksGiveThePixelsOfThePage) {
+  unsigned seed = std::random_device()();
+  SCOPED_TRACE(seed);
+  for (const coding &c : {uncompressed, packed, by_lzw, by_differences})
+    for (const uint32_t bits : {4u, 8u, 16u})
+      for (const uint32_t samples : {1u, 3u}) {
+        if (c.differenced && bits == 4) continue;
+        page_spec p;
+        p.bits = bits;
+        p.samples = samples;
+        p.photometric = samples == 3 ? 6 : 1;
+        p.compression = c.compression;
+        p.differenced = c.differenced;
+        p.width = 11;
+        p.height = 9;
+        opened_page o(builder(true).page(p, c.compress).file());
+        ASSERT_EQ(o.code, 0);
+        check_access(o.image, read_all(o.image), seed++);
+      }
+}
+
+TEST(TiffAccess, RowsFromTheBottomUpAreTheSame) {
+  page_spec p;
+  p.compression = 5;
+  p.rows_per_strip = 3;
+  opened_page o(builder().page(p, lzw).file());
+  const auto all = samples_of(p);
+  for (int32_t y = 4; y >= 0; y--)
+    EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, y),
+              std::vector<uint64_t>(all.begin() + 7 * y, all.begin() + 7 * (y + 1)));
+}
+
+TEST(TiffAccess, PixiesComeInTheJustificationAndByteOrderAskedFor) {
+  page_spec p;
+  p.bits = 12;
+  opened_page o(builder().page(p).file());
+  const auto all = samples_of(p);
+  const auto with = [&](uint32_t flags) { return read_run(o.image, QVIM_WRAP, flags, 0, 35, 0, 0); };
+  const auto changed = [&](auto change) {
+    auto result = all;
+    for (uint64_t &v : result) v = change(v);
+    return result;
+  };
+  EXPECT_EQ(with(QVIM_LSB), all);
+  EXPECT_EQ(with(QVIM_DIRTY), all);
+  EXPECT_EQ(with(QVIM_MSB), changed([](uint64_t v) { return v << 4; }));
+  EXPECT_EQ(with(QVIM_SWAPPED), changed([](uint64_t v) { return __builtin_bswap16(uint16_t(v)); }));
+  EXPECT_EQ(with(QVIM_MSB | QVIM_SWAPPED),
+            changed([](uint64_t v) { return __builtin_bswap16(uint16_t(v << 4)); }));
+}
+
+TEST(TiffAccess, SetUpsAreRefusedWithTheirCodes) {
+  page_spec p;
+  p.samples = 3;
+  opened_page o(builder().page(p).file());
+  qvimage &im = o.image;
+  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
+  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT16, 7), -19);
+  uint8_t pixel[3];
+  EXPECT_EQ(im.ioread(&im, 0, pixel, 1, 0, 0), 0u);
+  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 5), -21);
+  EXPECT_EQ(im.ioset(&im, QVIM_ZSCAN, QVIM_UINT8, 7), -11);
+  EXPECT_EQ(im.ioset(&im, QVIM_YSCAN | QVIM_ZSCAN, QVIM_UINT8, 7), -11);
+  EXPECT_EQ(im.imapset(&im, 0, QVIM_UINT8, 7), -11);
+  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
+  EXPECT_EQ(im.iorite(&im, 0, pixel, 1, 0, 0), 0u);
+  EXPECT_EQ(im.aeiou(&im, 'I', 0, 0, nullptr), 1431655765u);
+  EXPECT_EQ(im.aeiou(&im, 'B', 0, 0, nullptr), 357913941u);
+  EXPECT_EQ(im.aeiou(&im, 'i', 0, 0, nullptr) & 0xFF, 1u);
+  qvywindow outside{{0, 0}, {8, 5}};
+  EXPECT_EQ(im.xwind(&im, &outside, 's'), nullptr);
+  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 0);
+}
+
+TEST(TiffAccess, BlockTransfersReadScatteredPixels) {
+  page_spec p;
+  p.compression = 5;
+  p.bits = 16;
+  opened_page o(builder().page(p, lzw).file());
+  qvimage &im = o.image;
+  qvxyzcoord list[] = {{6, 4, 0}, {0, 0, 0}, {3, 2, 0}, {3, 2, 0}};
+  uint16_t values[4] = {};
+  ASSERT_GE(im.bxts(&im, 0, QVIM_UINT16, 1), 0);
+  EXPECT_EQ(im.bxta(&im, QVIM_LIST, values, list, 4, QVIM_OP_READ), 4u);
+  for (int i = 0; i < 4; i++) EXPECT_EQ(values[i], p.sample(uint32_t(list[i].x), uint32_t(list[i].y), 0));
+}
+
+TEST(TiffAccess, ThreadsShareAnImage) {
+  page_spec p;
+  p.width = 101;
+  p.height = 64;
+  p.compression = 5;
+  p.rows_per_strip = 10;
+  opened_page o(builder().page(p, lzw).file());
+  const auto all = samples_of(p);
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 4; t++)
+    threads.emplace_back([&, t] {
+      qvimage mine = o.image;
+      std::mt19937 random(t);
+      for (int i = 0; i < 200; i++) {
+        const size_t y = random() % p.height;
+        EXPECT_EQ(
+            read_run(mine, 0, 0, 0, p.width, 0, int32_t(y)),
+            std::vector<uint64_t>(all.begin() + long(y * p.width), all.begin() + long((y + 1) * p.width)));
+      }
+    });
+  for (auto &t : threads) t.join();
+}
+
+}  // namespace

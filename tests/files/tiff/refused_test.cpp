@@ -1,0 +1,354 @@
+// TIFF files that are broken, hostile or not served, and files that fail while they are read.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <random>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+#include "tests/files/tiff/opened.hpp"
+
+namespace {
+
+using namespace tiff_test;
+
+TEST(TiffRefused, BrokenAndUnservedDirectories) {
+  const std::vector<uint64_t> map(768);
+  const struct {
+    const char *what;
+    int32_t code;
+    page_spec page;
+  } cases[] = {
+      {"no width", -10, {.without = {256}}},
+      {"no height", -10, {.without = {257}}},
+      {"no offsets, as in tiled files", -10, {.without = {273, 279}}},
+      {"no samples", -10, {.tags = {{277, {3, {0}}}}}},
+      {"no bits", -10, {.tags = {{258, {3, {0}}}}}},
+      {"type 19", -10, {.tags = {{65000, {19, {0}}}}}},
+      {"type 0", -10, {.tags = {{65000, {0, {0}}}}}},
+      {"type 15", -10, {.tags = {{65000, {15, {0}}}}}},
+      {"unknown tag beyond the file", -10, {.tags = {{65000, {4, {0}, 100000}}}}},
+      {"scalar of two values", -10, {.tags = {{259, {3, {1, 1}}}}}},
+      {"scalar of a signed type", -10, {.tags = {{259, {8, {1}}}}}},
+      {"width of a float", -10, {.tags = {{256, {11, {7}}}}}},
+      {"width beyond 31 bits", -11, {.tags = {{256, {4, {0x80000000}}}}}},
+      {"height beyond 32 bits", -11, {.tags = {{257, {16, {uint64_t{1} << 32}}}}}},
+      {"rows per strip beyond 32 bits", -10, {.tags = {{278, {16, {uint64_t{1} << 32}}}}}},
+      {"compression beyond 16 bits", -10, {.tags = {{259, {4, {0x10001}}}}}},
+      {"photometric beyond 16 bits", -10, {.tags = {{262, {4, {0x10001}}}}}},
+      {"samples beyond 16 bits", -10, {.tags = {{277, {4, {0x10001}}}}}},
+      {"planes beyond 16 bits", -10, {.tags = {{284, {4, {0x10001}}}}}},
+      {"unit beyond 16 bits", -10, {.tags = {{296, {4, {0x10002}}}}}},
+      {"predictor beyond 16 bits", -10, {.tags = {{317, {16, {0x10001}}}}}},
+      {"no rows per strip", -10, {.tags = {{278, {3, {0}}}}}},
+      {"resolution of another type", -10, {.tags = {{282, {4, {72}}}}}},
+      {"two resolutions", -10, {.tags = {{283, {5, {72, 72}}}}}},
+      {"text of another type", -10, {.tags = {{270, {1, {'a', 0}}}}}},
+      {"bits for two samples of one", -10, {.tags = {{258, {3, {8, 8}}}}}},
+      {"bits beyond 16 bits", -10, {.tags = {{258, {4, {65536}}}}}},
+      {"formats for two samples of one", -10, {.tags = {{339, {3, {1, 1}}}}}},
+      {"more counts than offsets", -10, {.tags = {{279, {4, {1, 1, 1, 1}}}}}},
+      {"more strips than rows ask for", -10, {.tags = {{278, {3, {3}}}}}},
+      {"offsets of a signed type", -10, {.tags = {{273, {9, {8, 8, 8}}}}}},
+      {"separate planes", -10, {.samples = 3, .tags = {{284, {3, {2}}}}}},
+      {"planes of kind 3", -10, {.tags = {{284, {3, {3}}}}}},
+      {"map of another size", -10, {.tags = {{320, {3, {1, 2, 3}}}}}},
+      {"map of three samples", -10, {.samples = 3, .tags = {{320, {3, map}}}}},
+      {"map of LONG8", -10, {.tags = {{320, {16, map}}}}},
+      {"JPEG", -11, {.compression = 7}},
+      {"Deflate", -11, {.compression = 8}},
+      {"fax", -11, {.compression = 4}},
+      {"floating predictor", -11, {.compression = 5, .tags = {{317, {3, {3}}}}}},
+      {"differences of 4 bits", -11, {.bits = 4, .compression = 5, .tags = {{317, {3, {2}}}}}},
+      {"five samples", -11, {.samples = 5}},
+      {"unequal bits", -11, {.samples = 2, .tags = {{258, {3, {8, 4}}}}}},
+      {"signed samples", -11, {.tags = {{339, {3, {2}}}}}},
+      {"half floats", -11, {.bits = 16, .is_float = true}},
+      {"mixed formats", -11, {.bits = 32, .samples = 2, .tags = {{339, {3, {1, 3}}}}}},
+      {"mapped floats", -11, {.is_float = true, .tags = {{320, {3, map}}}}},
+      {"128 bits", -11, {.tags = {{258, {3, {128}}}}}},
+      {"subsampled chroma", -11, {.samples = 3, .photometric = 6, .tags = {{530, {3, {2, 2}}}}}},
+  };
+  for (const auto &c : cases)
+    for (const bool big_endian : {false, true}) {
+      opened_page o(builder(big_endian).page(c.page).file());
+      EXPECT_EQ(o.code, c.code) << c.what;
+      EXPECT_EQ(std::memcmp(o.image.devname, "NULL2", 6), 0) << c.what;
+      EXPECT_EQ(o.handle, nullptr);
+    }
+}
+
+TEST(TiffRefused, BrokenHeadersAndFiles) {
+  page_spec p;
+  const bytes good = builder().page(p).file(), big = builder(false, true).page(p).file();
+  const auto with = [](bytes file, size_t at, uint8_t value) {
+    file[at] = value;
+    return file;
+  };
+  for (const bytes &file :
+       {with(good, 0, 'M'), with(good, 1, 'J'), with(good, 2, 44), with(good, 3, 1), with(good, 7, 1),
+        with(big, 4, 4), with(big, 5, 1), with(big, 15, 1), bytes{}, bytes{'I'},
+        bytes(good.begin(), good.begin() + 8), bytes(big.begin(), big.begin() + 12), builder().file()})
+    EXPECT_EQ(opened_page(file).code, -10);
+  // Cut anywhere, the directory (at the end) is never complete.
+  for (size_t n = 0; n < good.size(); n++)
+    EXPECT_EQ(opened_page(bytes(good.begin(), good.begin() + long(n))).code, -10) << n;
+}
+
+TEST(TiffRefused, BadArguments) {
+  page_spec p;
+  temporary_folder folder;
+  const std::string path = folder / "t.tif";
+  put_file(path, builder().page(p).file());
+  qvimage im;
+  qvimage3 im3;
+  tiffhandle *h = nullptr, *none = nullptr;
+  EXPECT_EQ(qvimage_tiffread(nullptr, nullptr, &h, path.c_str(), nullptr, 0, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffread(&im, nullptr, nullptr, path.c_str(), nullptr, 0, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffread(&im, nullptr, &h, nullptr, nullptr, 0, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffread(&im, nullptr, &h, path.c_str(), nullptr, -5, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffread(&im, nullptr, &h, (folder / "none").c_str(), nullptr, 0, 0, 0), -13);
+  EXPECT_EQ(qvimage3_tiffread(&im3, nullptr, &h, (folder / "none").c_str(), nullptr, 0, 0), -13);
+  EXPECT_EQ(std::memcmp(im3.devname, "NULL3", 6), 0);
+  ASSERT_EQ(qvimage_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 0, 0, 0), 0);
+  qvimage second;
+  EXPECT_EQ(qvimage_tiffread(&second, nullptr, &h, path.c_str(), nullptr, 0, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffreadinfo(h, nullptr, 0), -1);
+  EXPECT_EQ(qvimage_tiffreadinfo(nullptr, nullptr, 0), -1);
+  EXPECT_EQ(qvimage_tiffreaddone(&im, nullptr, &none), -1);
+  uint64_t other[64] = {};
+  auto *wrong = reinterpret_cast<tiffhandle *>(other);
+  EXPECT_EQ(qvimage_tiffreaddone(nullptr, nullptr, &wrong), -64);
+  EXPECT_EQ(qvimage3_tiffreaddone(nullptr, nullptr, &wrong), -64);
+  qvimagefileinfo info;
+  EXPECT_EQ(qvimage_tiffreadinfo(wrong, &info, 0), -64);
+  tiffhandle *writing = nullptr;
+  ASSERT_EQ(
+      qvimage_tiffwriteopen(&writing, 1, nullptr, nullptr, (folder / "w").c_str(), nullptr, 0, 0, nullptr),
+      0);
+  EXPECT_EQ(qvimage_tiffreaddone(nullptr, nullptr, &writing), -64);
+  EXPECT_EQ(qvimage_tiffreadinfo(writing, &info, 0), -64);
+  EXPECT_EQ(qvimage_tifffini(&writing, 1), 0);
+  EXPECT_EQ(qvimage_tifferror(&h), -64);  // the reader's
+  EXPECT_EQ(qvimage_tifffini(&h, 1), -64);
+  EXPECT_EQ(qvimage_tiffinfo(nullptr, path.c_str(), nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfo(&info, nullptr, nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfo(&info, (folder / "none").c_str(), nullptr, 0, 0), -13);
+  EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 1), -10);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, nullptr, nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, path.c_str(), nullptr, 0, -1), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, (folder / "none").c_str(), nullptr, 0, 0), -13);
+  qvimage_tiffinfodone(nullptr);
+  EXPECT_EQ(qvimage_tiffreaddone(&im, nullptr, &h), 0);
+  EXPECT_EQ(h, nullptr);
+  EXPECT_EQ(std::memcmp(im.devname, "NULL2", 6), 0);
+}
+
+TEST(TiffHostile, RowsThatTheFileCannotHoldAreNotAllocated) {
+  const auto page = [](uint32_t width, uint32_t compression, uint32_t bits) {
+    page_spec p;
+    p.bits = bits;
+    p.rows_per_strip = 5;
+    p.compression = compression;
+    p.tags = {{256, {4, {width}}}, {273, {4, {8}}}, {279, {4, {8}}}};
+    bytes file = builder().page(p).file();
+    file.resize(300);
+    return file;
+  };
+  EXPECT_EQ(opened_page(page(0x7FFFFFFF, 1, 8)).code, -10);
+  EXPECT_EQ(opened_page(page(0x7FFFFFFF, 5, 64)).code, -10);
+  EXPECT_EQ(opened_page(page(1000000, 32773, 8)).code, -10);
+  EXPECT_EQ(opened_page(page(0x7FFFFFFF, 32773, 32)).code, -10);
+  EXPECT_EQ(opened_page(page(17 << 20, 32885, 8)).code, -2);
+}
+
+TEST(TiffHostile, WhatIsThereOfATruncatedFileArrives) {
+  const page_spec p{.rows_per_strip = 1,
+                    .tags = {{273, {4, {8, 9, 10, 100000, 100000}}}, {279, {4, {7, 7, 7, 7, 7}}}}};
+  opened_page o(builder().page(p).file());
+  ASSERT_EQ(o.code, 0);
+  EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 35, 0, 0).size(), 21u);
+  EXPECT_EQ(o.error(true), -10);
+  EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 3).size(), 0u);
+  EXPECT_EQ(o.error(true), -10);
+  EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 1).size(), 7u);
+  EXPECT_EQ(o.error(), 0);
+}
+
+TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
+  const auto broken = [](const compressor &compress, const bytes &instead) -> compressor {
+    return [=](const page_spec &p, const bytes &rows, size_t row_bytes) {
+      return rows[0] == p.sample(0, 2, 0) ? instead : compress(p, rows, row_bytes);
+    };
+  };
+  const struct {
+    uint32_t compression;
+    compressor compress;
+  } cases[] = {{5, broken(lzw, {})},
+               {5, broken(lzw, {0x80, 0x7F, 0xFF, 0xFF})},  // a code beyond the table
+               {5, broken(lzw, {0x80, 0x40, 0x40})},        // an end without rows
+               {5, broken(lzw, {0x00, 0x01, 0x02, 0x04})},  // bits in the order of old
+               {32773, broken(pack_bits, {})},
+               {32773, broken(pack_bits, {0x7F, 1, 2})}};
+  for (const auto &c : cases) {
+    page_spec p;
+    p.compression = c.compression;
+    opened_page o(builder().page(p, c.compress).file());
+    ASSERT_EQ(o.code, 0);
+    const auto all = samples_of(p);
+    EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 35, 0, 0),
+              std::vector<uint64_t>(all.begin(), all.begin() + 14));
+    EXPECT_EQ(o.error(true), -10);
+    EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 4), std::vector<uint64_t>(all.begin() + 28, all.end()));
+    EXPECT_EQ(o.error(), 0);
+  }
+}
+
+TEST(TiffHostile, TextsThatAllPagesShareAreNotCopiedWithoutEnd) {
+  builder b;
+  for (int i = 0; i < 400; i++)
+    b.directory({{256, {3, {1}}},
+                 {257, {3, {1}}},
+                 {258, {3, {8}}},
+                 {270, {2, {8, 0, 0, 0, 0}, 0}},
+                 {273, {4, {8}}},
+                 {279, {4, {1}}}});
+  bytes file = b.file();
+  file.resize(200000, 'x');
+  for (const uint64_t at : b.directories) {  // every description: the whole file
+    uint8_t *entry = &file[at + 2 + 3 * 12];
+    const uint32_t count = uint32_t(file.size()) - 8, offset = 8;
+    std::memcpy(entry + 4, &count, 4);
+    std::memcpy(entry + 8, &offset, 4);
+  }
+  temporary_folder folder;
+  put_file(folder / "t", file);
+  std::vector<qvimagefileinfo> infos(400);
+  const int64_t before = live_allocations();
+  EXPECT_EQ(qvimage_tiffinfoN(infos.data(), 400, (folder / "t").c_str(), nullptr, 0, 0), -2);
+  EXPECT_EQ(live_allocations(), before);
+  EXPECT_EQ(qvimage_tiffinfoN(infos.data(), 10, (folder / "t").c_str(), nullptr, 0, 0), 10);
+  for (int i = 0; i < 10; i++) qvimage_tiffinfodone(&infos[size_t(i)]);
+}
+
+TEST(TiffHostile, AFourGigabyteFileOpensAtOnce) {
+  temporary_folder folder;
+  const std::string path = folder / "t";
+  page_spec p;
+  p.width = p.height = 65536;
+  p.rows_per_strip = 1;
+  tag_values offsets{16, {}};
+  for (uint64_t y = 0; y < p.height; y++) offsets.values.push_back((uint64_t{1} << 22) + y * 65536);
+  p.tags[273] = offsets;
+  put_file(path, builder(false, true).page(p).file());
+  const int fd = open(path.c_str(), O_WRONLY);
+  ASSERT_GE(fd, 0);
+  const uint8_t mark = 77;
+  ASSERT_EQ(pwrite(fd, &mark, 1, off_t((uint64_t{1} << 22) + 60000ull * 65536 + 12345)), 1);
+  ASSERT_EQ(ftruncate(fd, off_t((uint64_t{1} << 22) + (uint64_t{1} << 32))), 0);
+  close(fd);
+  qvimage im;
+  tiffhandle *h = nullptr;
+  const uint64_t before = allocation_count();
+  ASSERT_EQ(qvimage_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 0, 0, 0), 0);
+  EXPECT_LE(allocation_count() - before, 4u);  // handle, block, the walk's first set
+  EXPECT_EQ(read_run(im, 0, 0, 0, 2, 12345, 60000), (std::vector<uint64_t>{77, 0}));
+  EXPECT_EQ(qvimage_tiffreaddone(&im, nullptr, &h), 0);
+}
+
+TEST(TiffFaults, EveryFailedAllocationIsReportedAndNothingIsLost) {
+  page_spec p = described_page();
+  p.differenced = false;
+  p.bits = 4;
+  p.samples = 1;
+  p.tags[320] = colour_map(3, 4, [](uint32_t, uint32_t i) { return i << 12; });
+  temporary_folder folder;
+  const std::string path = folder / "t";
+  put_file(path, builder().page(p, lzw).page(p, lzw).file());
+  const std::function<int32_t()> operations[] = {
+      [&] {
+        qvimage im, palette;
+        tiffhandle *h = nullptr;
+        const int32_t code = qvimage_tiffread(&im, &palette, &h, path.c_str(), nullptr, 0, 1, 0);
+        if (code == 0) qvimage_tiffreaddone(&im, &palette, &h);
+        return code;
+      },
+      [&] {
+        qvimage3 im;
+        tiffhandle *h = nullptr;
+        const int32_t code = qvimage3_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 0, 0);
+        if (code == 0) qvimage3_tiffreaddone(&im, nullptr, &h);
+        return code;
+      },
+      [&] {
+        qvimagefileinfo infos[2];
+        const int64_t n = qvimage_tiffinfoN(infos, 2, path.c_str(), nullptr, 0, 0);
+        for (int64_t i = 0; i < n; i++) qvimage_tiffinfodone(&infos[i]);
+        return int32_t(n < 0 ? n : 0);
+      }};
+  const int64_t before = live_allocations(), files = open_files();
+  for (const auto &operation : operations)
+    for (const bool for_ever : {false, true})
+      for (int n = 0;; n++) {
+        int32_t code;
+        bool fired;
+        {
+          fail_allocation fault(n, for_ever);
+          code = operation();
+          fired = fault.fired();
+        }
+        EXPECT_EQ(live_allocations(), before);
+        EXPECT_EQ(open_files(), files);
+        if (!fired) {
+          EXPECT_EQ(code, 0);
+          break;
+        }
+        EXPECT_EQ(code, -2) << n;
+      }
+}
+
+TEST(TiffFaults, EveryFailedReadIsReported) {
+  page_spec p;
+  p.width = 3000;
+  p.height = 40;
+  p.compression = 5;
+  p.rows_per_strip = 3;
+  temporary_folder folder;
+  const std::string path = folder / "t";
+  put_file(path, builder().page(p, lzw).page(p, lzw).file());
+  const auto all = samples_of(p);
+  int fired_times = 0;
+  for (const uint32_t calls : {uint32_t(call_open), uint32_t(call_read), uint32_t(call_stat)})
+    for (int n = 0;; n++) {
+      qvimage3 im;
+      tiffhandle *h = nullptr;
+      int32_t code, latched = 0;
+      std::vector<uint64_t> pixels;
+      bool fired;
+      {
+        fail_call fault(calls, n);
+        code = qvimage3_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 4096, 0);
+        if (code == 0) {
+          pixels = read_run(im, QVIM_WRAP, 0, 0, 3000 * 40, 0, 0, 1);
+          latched = int32_t(im.aeiou(&im, 'e', 1, 0, nullptr));
+        }
+        fired = fault.fired();
+      }
+      if (code == 0) {
+        EXPECT_EQ(latched, fired ? -7 : 0);
+        EXPECT_EQ(pixels, std::vector<uint64_t>(all.begin(), all.begin() + long(pixels.size())));
+        EXPECT_EQ(read_run(im, QVIM_WRAP, 0, 0, 3000 * 40, 0, 0, 1), all);  // it was a passing fault
+        EXPECT_EQ(qvimage3_tiffreaddone(&im, nullptr, &h), 0);
+      }
+      if (!fired) break;
+      fired_times++;
+      if (code != 0) {
+        EXPECT_EQ(code, calls == call_read ? -7 : -13);
+      }
+    }
+  EXPECT_GT(fired_times, 20);
+}
+
+}  // namespace

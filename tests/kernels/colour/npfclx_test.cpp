@@ -1,0 +1,314 @@
+// Colour kernels: every member of the list, in every version, against a slow model that reads the member's
+// name.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include <qvimage/npfclx.h>
+
+#include "tests/kernels/colour/npfclx_model.hpp"
+#include "tests/kernels/kernel_levels.hpp"
+
+#define QVIM_MEMBER(name, form) QVIM_DECLARE_LEVELS(name, form)
+#include <qvimage/members/npfclx.inc>
+
+namespace {
+
+using namespace qvim::test;
+
+std::vector<member<npfclx_fn>> members() {
+  std::vector<member<npfclx_fn>> members;
+#define QVIM_MEMBER(name, form) add_member(members, #name, {QVIM_LEVELS_OF(name)});
+#include <qvimage/members/npfclx.inc>
+  return members;
+}
+
+// The arguments of one call, and what param points to.
+class arguments {
+ public:
+  arguments(const conversion &c, std::mt19937 &random, unsigned turn)
+      : conversion_(c), palette_(palette_size(c, turn)), coefficients_(coefficient_bytes(c)) {
+    const uint32_t width = uint32_t(8 * c.width);
+    values.maxvalue = turn % 5 == 0 ? 0xFFFFFFFF : 0xFFFFFFFF >> (32 - (1 + random() % std::min(32u, width)));
+    if (turn % 3 == 0) values.maxvalue = 0xFFFFFFFF >> (32 - std::min(32u, width));
+    if (!c.real && c.takes_bits()) {
+      const uint32_t beyond[] = {0, 33, 0xFFFFFFFF, 32};
+      values.bits = turn % 7 ? turn % (width + 1) : beyond[turn / 7 % 4];
+    }
+    fill_matrices(random, turn);
+    for (size_t i = 0; i < palette_.size(); ++i) palette_.data()[i] = uint8_t(random());
+    values.palette = palette_.data();
+  }
+  // A count of 0 is sometimes a null pointer; real members must not look at theirs.
+  const void *param(unsigned turn) const {
+    if (conversion_.has("Lut")) return palette_.data();
+    if (conversion_.takes_bits() && conversion_.real) return reinterpret_cast<const void *>(16);
+    if (conversion_.takes_bits()) return values.bits || turn % 2 ? &values.bits : nullptr;
+    return coefficients_.data();
+  }
+  uint32_t entries() const {
+    return uint32_t(palette_.size() / conversion_.width / (conversion_.has("Lut4") ? 4 : 3));
+  }
+
+  colour_arguments values;
+
+ private:
+  static size_t palette_size(const conversion &c, unsigned turn) {
+    const size_t entries = !c.has("Lut")  ? 0
+                           : c.width == 1 ? (turn % 2 ? 256 : 7)
+                           : c.width == 2 ? 3000
+                                          : 500;
+    return entries * c.width * (c.has("Lut4") ? 4 : 3);
+  }
+  void fill_matrices(std::mt19937 &random, unsigned turn) {
+    const int32_t *standard[] = {clx_rgb_to_ycrcb8[0], clx_ycrcb_to_rgb8[0], clx_rgb_to_ycrcb16[0],
+                                 clx_ycrcb_to_rgb16[0]};
+    const double special[] = {0,   1e300, -1e300, 1e-320, std::numeric_limits<double>::infinity(),
+                              NAN, 0.1,   -7};
+    for (int i = 0; i < 12; ++i) {
+      const int32_t any = int32_t(random());
+      values.integer_matrix[i] = turn % 6 < 4    ? standard[turn % 6][i]
+                                 : turn % 6 == 4 ? any
+                                                 : any >> (18 + turn % 4);
+      values.real_matrix[i] =
+          turn % 4 == 3 ? special[random() % 8] : any / double(1u << (turn % 4 == 2 ? 20 : 31));
+    }
+    const void *from = values.integer_matrix;
+    if (takes_reals(conversion_)) from = values.real_matrix;
+    memcpy(coefficients_.data(), from, coefficients_.size());
+  }
+  static bool takes_reals(const conversion &c) { return c.width > 2 || c.real; }
+  // No more than are to be read.
+  static size_t coefficient_bytes(const conversion &c) {
+    if (!c.takes_matrix()) return 0;
+    return (c.inputs == 1 || c.outputs == 1 ? 3 : 12) * (takes_reals(c) ? sizeof(double) : sizeof(int32_t));
+  }
+  const conversion &conversion_;
+  buffer palette_, coefficients_;
+};
+
+template <class T>
+T special_real(std::mt19937 &random) {
+  using limits = std::numeric_limits<T>;
+  const T list[] = {0,
+                    T(-0.0),
+                    1,
+                    limits::infinity(),
+                    -limits::infinity(),
+                    limits::quiet_NaN(),
+                    limits::max(),
+                    limits::denorm_min(),
+                    -1,
+                    360,
+                    limits::min(),
+                    std::nextafter(T(360), T(0)),
+                    T(360.5),
+                    60,
+                    300};
+  return list[random() % std::size(list)];
+}
+
+template <class T>
+void put(uint8_t *p, T v) {
+  memcpy(p, &v, sizeof v);
+}
+
+// A component: any value, or one at an end of what is in use, or equal to a neighbour's, which is where the
+// rules have their edges.
+void put_component(const conversion &c, const arguments &a, uint8_t *p, std::mt19937 &random) {
+  const uint32_t kind = random() % 8;
+  if (c.real) {
+    const double scale = c.has("BSHto") && random() % 2 ? 370 : 1.5;
+    const double v = scale * (double(random()) / 4294967296.0) - (kind == 0 ? 0.5 : 0);
+    if (c.width == 4)
+      put(p, kind == 1 ? special_real<float>(random) : kind == 2 ? 0.25f : float(v));
+    else
+      put(p, kind == 1 ? special_real<double>(random) : kind == 2 ? 0.25 : v);
+    return;
+  }
+  const auto full = uint32_t(c.takes_bits() ? full_scale_of(c.width, a.values.bits) : a.values.maxvalue);
+  uint32_t v = random();
+  if (kind < 4) v &= full;
+  if (kind == 4) v = full;
+  if (kind == 5) v = full - random() % 3;
+  if (kind == 6) v = random() % 3;
+  if (c.has("Lut")) v = v % a.entries() + (c.has("Lut4") && c.width == 4 ? random() % 4 << 30 : 0);
+  memcpy(p, &v, c.width);
+}
+
+// Where both are NaN, which one is left open.
+template <class T>
+void accept_nan(uint8_t *expected, const uint8_t *result) {
+  T e, r;
+  memcpy(&e, expected, sizeof e);
+  memcpy(&r, result, sizeof r);
+  if (std::isnan(e) && std::isnan(r)) memcpy(expected, result, sizeof e);
+}
+void accept_nans(const conversion &c, buffer &expected, const buffer &result, const layout &to) {
+  if (!c.real || c.moves()) return;
+  for (uint64_t i = 0; i < to.count; ++i)
+    for (size_t k = 0; k < c.outputs; ++k) {
+      const auto at = size_t(to.at(i)) + k * c.width;
+      if (c.width == 4)
+        accept_nan<float>(expected.data() + at, result.data() + at);
+      else
+        accept_nan<double>(expected.data() + at, result.data() + at);
+    }
+}
+
+struct run_case {
+  int64_t srcstride, dststride;
+  uint64_t count;
+  bool in_place;
+};
+
+bool check(const member<npfclx_fn> &member, const conversion &c, const run_case &run, unsigned turn,
+           std::mt19937 &random) {
+  const arguments a(c, random, turn);
+  const size_t in = c.inputs * c.width, out = c.outputs * c.width, both = std::max(in, out);
+  const layout from{run.srcstride, run.count, run.in_place ? both : in, turn % 4},
+      to{run.dststride, run.count, run.in_place ? both : out, run.in_place ? turn % 4 : turn / 4 % 4};
+  buffer source(from.bytes());
+  for (uint64_t i = 0; i < run.count; ++i)
+    for (size_t k = 0; k < c.inputs; ++k)
+      put_component(c, a, source.data() + from.at(i) + k * c.width, random);
+  buffer expected = run.in_place ? source : buffer(to.bytes());
+  const bool stays = run.in_place && c.has("YCrCbtoYCbCr");
+  for (uint64_t i = 0; i < run.count && !stays; ++i)
+    model_pixel(c, source.data() + from.at(i), expected.data() + to.at(i), a.values);
+  for (const auto &v : member.versions) {
+    buffer result = run.in_place ? source : buffer(to.bytes());
+    const buffer untouched = source;
+    // Strides that the member must ignore are nonsense.
+    const bool ignores = c.in_place_only();
+    v.function((run.in_place ? result : source).data() + from.at(0), result.data() + to.at(0),
+               ignores ? 777 : uint64_t(run.srcstride), ignores ? 555 : uint64_t(run.dststride), run.count,
+               a.values.maxvalue, a.param(turn));
+    accept_nans(c, expected, result, to);
+    if (result == expected && source == untouched) continue;
+    ADD_FAILURE() << member.name << " " << v.level << ": count " << run.count << " strides " << run.srcstride
+                  << ", " << run.dststride << (run.in_place ? " in place" : "") << " maxvalue "
+                  << a.values.maxvalue << " bits " << a.values.bits << " turn " << turn;
+    return false;
+  }
+  return true;
+}
+
+std::vector<run_case> cases(const conversion &c) {
+  const auto w = int64_t(c.width), in = int64_t(c.inputs) * w, out = int64_t(c.outputs) * w,
+             both = std::max(in, out);
+  const std::pair<int64_t, int64_t> strides[] = {
+      {in, out},  {in + w, out}, {in, out + w},   {in + w, out + w}, {in + 1, out}, {in, out + 5},
+      {-in, out}, {in, -out},    {-4 * w, 4 * w}, {2 * in, 3 * out}, {0, out}};
+  std::vector<run_case> list;
+  for (uint64_t count :
+       {0, 1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 63, 64, 65, 67, 127, 129, 200, 255, 256, 257, 600}) {
+    if (!c.in_place_only())
+      for (auto [s, d] : strides) list.push_back({s, d, count, false});
+    for (int64_t stride : {both, both + w, both + 1, -both})
+      if (!c.in_place_only() || stride == both) list.push_back({stride, stride, count, true});
+  }
+  for (uint64_t count : {1025, 2050, 4300}) {  // longer than any block
+    if (!c.in_place_only())
+      list.push_back({in, out, count, false}), list.push_back({in + w, out + w, count, false});
+    list.push_back({both, both, count, true});
+  }
+  return list;
+}
+
+TEST(Npfclx, EveryMemberDoesWhatItsNameSays) {
+  std::mt19937 random(1);
+  const auto all = members();
+  ASSERT_EQ(all.size(), 130u);
+  for (const auto &member : all) {
+    const conversion c(member.name);
+    unsigned turn = 0;
+    for (const run_case &run : cases(c))
+      if (!check(member, c, run, turn++, random)) break;
+  }
+}
+
+TEST(Npfclx, EveryFullScaleAndManyMatricesGiveTheModelsPixels) {
+  std::mt19937 random(2);
+  for (const auto &member : members()) {
+    const conversion c(member.name);
+    if (!c.takes_bits() && !c.takes_matrix()) continue;
+    const auto in = int64_t(c.inputs * c.width), out = int64_t(c.outputs * c.width);
+    for (unsigned turn = 0; turn < 120; ++turn)
+      if (!check(member, c, {in, out, 300, false}, turn, random)) break;
+  }
+}
+
+TEST(Npfclx, ByteConversionsAgreeWithTheModelAllOverTheColourCube) {
+  constexpr uint32_t step = 401, count = (1 << 24) / step;
+  std::vector<uint8_t> source(3 * count);
+  for (uint32_t i = 0; i < count; ++i)
+    for (uint32_t k = 0; k < 3; ++k) source[3 * i + k] = uint8_t(i * step >> 8 * k);
+  for (const auto &member : members()) {
+    const conversion c(member.name);
+    if (c.width != 1 || c.inputs != 3 || (!c.takes_bits() && !c.takes_matrix())) continue;
+    colour_arguments values;
+    const int32_t *matrix = c.has("toYCrCb") ? clx_rgb_to_ycrcb8[0]
+                            : c.has("12")    ? clx_ycrcb_to_rgb16[0]
+                                             : clx_ycrcb_to_rgb8[0];
+    std::copy_n(matrix, 12, values.integer_matrix);
+    for (values.bits = c.takes_bits() ? 1 : 8; values.bits <= 8; ++values.bits) {
+      std::vector<uint8_t> expected(c.outputs * count);
+      for (uint32_t i = 0; i < count; ++i) model_pixel(c, &source[3 * i], &expected[c.outputs * i], values);
+      for (const auto &v : member.versions) {
+        std::vector<uint8_t> result(expected.size());
+        v.function(source.data(), result.data(), 3, c.outputs, count, 255,
+                   c.takes_bits() ? &values.bits : static_cast<const void *>(matrix));
+        EXPECT_TRUE(result == expected) << member.name << " " << v.level << " bits " << values.bits;
+      }
+    }
+  }
+}
+
+TEST(Npfclx, RunsOfNothingNeedNoMemory) {
+  for (const auto &member : members())
+    for (const auto &v : member.versions)
+      for (uint64_t stride : {0, 1, 3, 4, 6, 8, 12, 16, 24, 32})
+        v.function(nullptr, nullptr, stride, stride, 0, 255, nullptr);
+}
+
+template <class T>
+std::vector<T> one(npfclx_fn *f, std::vector<T> in, size_t outputs, uint32_t maxvalue, const void *param) {
+  std::vector<T> out(outputs);
+  f(in.data(), out.data(), in.size() * sizeof(T), outputs * sizeof(T), 1, maxvalue, param);
+  return out;
+}
+
+TEST(Npfclx, KnownPixels) {
+  using bytes = std::vector<uint8_t>;
+  auto bsh = [](bytes rgb) { return one<uint8_t>(npfclx1_RGBtoBSH, rgb, 3, 0, nullptr); };
+  EXPECT_EQ(bsh({255, 0, 0}), (bytes{255, 255, 0}));
+  EXPECT_EQ(bsh({0, 255, 0}), (bytes{255, 255, 85}));
+  EXPECT_EQ(bsh({0, 0, 255}), (bytes{255, 255, 171}));
+  EXPECT_EQ(bsh({0, 0, 0}), (bytes{0, 0, 0}));
+  EXPECT_EQ(bsh({77, 77, 77}), (bytes{77, 0, 0}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_BSHtoRGB, {99, 0, 201}, 3, 0, nullptr), (bytes{99, 99, 99}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_RGBtoYCrCb8, {255, 255, 255}, 3, 0, clx_rgb_to_ycrcb8),
+            (bytes{253, 129, 129}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_YCrCb8toRGB, {255, 255, 255}, 3, 0, clx_ycrcb_to_rgb8),
+            (bytes{255, 121, 255}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_matrix34sl12r1, {3, 127, 9}, 3, 127, clx_rgb_to_ycrcb16),
+            (bytes{127, 127, 127}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_CMYKtoRGB, {200, 0, 10, 100}, 3, 0, nullptr), (bytes{0, 155, 145}));
+  const uint32_t bits = 4;
+  EXPECT_EQ(one<uint8_t>(npfclx1_RGBtoCMY, {15, 16, 0}, 3, 0, &bits), (bytes{0, 255, 15}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_matrix3sl8r0, {255, 255, 255}, 1, 0, clx_rgb_to_grey), (bytes{254}));
+  EXPECT_EQ(one<uint8_t>(npfclx1_matrix31sl8r0, {200}, 3, 0, clx_grey_to_rgb), (bytes{200, 200, 200}));
+  using words = std::vector<uint32_t>;
+  EXPECT_EQ(one<uint32_t>(npfclx4_RGBtoBSH, {0xFFFFFFFF, 0, 0}, 3, 0, nullptr),
+            (words{0xFFFFFFFF, 0xFFFFFFFF, 0}));
+  EXPECT_EQ(one<uint32_t>(npfclx4_CMYKtoRGB, {0xFFFFFFFF, 5, 0, 2}, 3, 0, nullptr),
+            (words{0, 0xFFFFFFF8, 0xFFFFFFFD}));
+  using doubles = std::vector<double>;
+  EXPECT_EQ(one<double>(npfclxd_RGBtoBSH, {0.5, 0.5, 1}, 3, 0, nullptr), (doubles{1, 0.5, 240}));
+  EXPECT_EQ(one<double>(npfclxd_BSHtoRGB, {1, 0.5, 360}, 3, 0, nullptr), (doubles{1, 0.5, 0.5}));
+  for (double hue : {-1.0, 361.0, double(NAN)})
+    EXPECT_EQ(one<double>(npfclxd_BSHtoRGB, {1, 0.5, hue}, 3, 0, nullptr), (doubles{0, 0, 0})) << hue;
+}
+
+}  // namespace

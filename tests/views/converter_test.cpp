@@ -1,0 +1,606 @@
+// Images presented in other data types and bits, judged pixie by pixie.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/dimension.hpp"
+#include "tests/fault.hpp"
+#include "tests/views/converter_model.hpp"
+#include "tests/views/model.hpp"
+
+namespace {
+
+using namespace model;
+using qvim::three_d;
+using qvim::two_d;
+
+// What a caller may write: clean values unless it says otherwise, and such as the source can hold.
+uint64_t given_value(generator &g, const pixels &im, const converted &c, const request &r) {
+  if (!is_integer(r.datatype)) {
+    const double v = std::uniform_real_distribution<double>(-0.2, 1.2)(g);
+    return as_raw(chance(g, 50) || c.normalised ? v : v * double(ones(std::min(im.used(), 20))), r.size());
+  }
+  const int shown = presented(im, c, r), top = caller_top(r, shown), width = 8 * r.size();
+  const uint64_t any = g() & ones(width);
+  if (!top) return r.datatype & QVIM_DIRTY ? any : any & (im.integer() ? im.significant() : ~uint64_t{0});
+  if (r.datatype & QVIM_DIRTY) return any;
+  const int n = std::min(shown, width);
+  return any & ones(n) << (top - n);
+}
+
+// --- random converters ---------------------------------------------------------------------------
+
+template <class Dim>
+struct scene {
+  generator g;
+  pixels stored;
+  qvim::record<Dim> source, view;
+  converted how;
+  frame within;  // the source's window, as the view was built
+  bool shared = false;
+  request r;
+
+  static int32_t construct(qvimage *v, qvimage *s, bool shared, const converted &c) {
+    return qvimage_converter(v, s, nullptr, shared, c.masks, uint8_t(c.bits), c.normalised);
+  }
+  static int32_t construct(qvimage3 *v, qvimage3 *s, bool shared, const converted &c) {
+    return qvimage3_converter(v, s, nullptr, shared, c.masks, uint8_t(c.bits), c.normalised);
+  }
+
+  void set_up(int seed) {
+    g.seed(uint64_t(seed));
+    how.masks = chance(g, 30);
+    how.normalised = chance(g, 30);
+    pixel_choice choice;
+    choice.undeclared_dirt = how.masks;
+    stored = random_pixels(g, Dim::axes, choice);
+    if (chance(g, 60)) how.bits = between(g, 1, 8 * std::min(stored.size(), 4));
+    ASSERT_NO_FATAL_FAILURE(build(&source, stored));
+    if (chance(g, 60)) {
+      ASSERT_NO_FATAL_FAILURE(set_window(&source, random_part(g, stored.dims)));
+    }
+    within = frame_of(source.wind);
+    shared = chance(g, 40);
+    ASSERT_EQ(construct(&view, &source, shared, how), 0);
+    ASSERT_EQ(frame_of(view.wind), shared ? within : (frame{{0, 0, 0}, within.size}));
+    if (chance(g, 60)) {
+      ASSERT_NO_FATAL_FAILURE(set_window(&view, random_part(g, frame_of(view.imdim).size)));
+    }
+    const uint32_t types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
+    r = {random_mode(g, 2), one_of(g, types) | random_flags(g), random_mask(g, stored.d.pixies)};
+  }
+  std::string text() const {
+    char line[200];
+    std::snprintf(
+        line, sizeof line,
+        "%s; source type %d used %d xsb 0x%x dirty 0x%x/0x%x endian 0x%x; view bits %d masks %d mode %d",
+        r.text().c_str(), stored.d.pixietype, stored.used(), stored.integer() ? stored.d.i_bitsxsb : 0,
+        stored.dirty(), stored.tolerant(), stored.reversed(), how.bits, how.masks, how.normalised);
+    return line;
+  }
+  pos in_source(const pos &at) const {
+    const frame own = frame_of(view.wind);
+    return shared ? sum(own.nw, at) : sum(within.nw, sum(own.nw, at));
+  }
+  // What a pixie of the view reads as, when the source's pixels are those.
+  bits expected_in(const pixels &in, const pos &at, int pixie, const request &asked) const {
+    return read_converted(in, in.get(in_source(at), pixie), how, asked);
+  }
+  bits expected_in(const pixels &in, const pos &at, int pixie) const { return expected_in(in, at, pixie, r); }
+};
+
+template <class Dim>
+void reads_what_the_model_says(int seed) {
+  scene<Dim> s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  SCOPED_TRACE(s.text());
+  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1) << s.r.text();
+  for (int i = 0; i < 4; i++)
+    ASSERT_NO_FATAL_FAILURE(
+        check_read<Dim>(&s.view, s.r, random_pos(s.g, frame_of(s.view.wind).size),
+                        uint32_t(between(s.g, 1, i == 3 ? 9000 : 200)),
+                        [&](const pos &at, int pixie) { return s.expected_in(s.stored, at, pixie); }));
+}
+
+template <class Dim>
+void writes_what_the_model_says(int seed) {
+  scene<Dim> s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  SCOPED_TRACE(s.text());
+  pixels expected = s.stored;
+  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1) << s.r.text();
+  for (int i = 0; i < 4; i++)
+    ASSERT_NO_FATAL_FAILURE(check_write<Dim>(
+        &s.view, s.r, random_pos(s.g, frame_of(s.view.wind).size),
+        uint32_t(between(s.g, 1, i == 3 ? 9000 : 200)),
+        [&] { return given_value(s.g, s.stored, s.how, s.r); },
+        [&](const pos &at, int pixie, uint64_t v) {
+          expected.put(s.in_source(at), pixie, write_converted(s.stored, v, s.how, s.r));
+        }));
+  expect_equal(s.stored, expected);
+}
+
+TEST(Converter, ReadsWhatTheModelSays) {
+  for_seeds(1500, reads_what_the_model_says<two_d>);
+  for_seeds(1500, reads_what_the_model_says<three_d>);
+}
+TEST(Converter, WritesWhatTheModelSaysAndNothingElse) {
+  for_seeds(1500, writes_what_the_model_says<two_d>);
+  for_seeds(1500, writes_what_the_model_says<three_d>);
+}
+
+// --- block transfers -----------------------------------------------------------------------------
+
+// The stored value after an operation that combines, in the source's type.
+uint64_t combined(const pixels &im, uint32_t op, uint64_t old, uint64_t v) {
+  if (im.integer())
+    return (op == QVIM_OP_ADD ? old + v : op == QVIM_OP_SUBTRACT ? old - v : old ^ v) & ones(8 * im.size());
+  const double a = as_real(old, im.size()), b = as_real(v, im.size());
+  if (im.size() == 4) {
+    const float x = float(a), y = float(b);
+    return as_raw(double(op == QVIM_OP_ADD ? x + y : op == QVIM_OP_SUBTRACT ? x - y : x * y), 4);
+  }
+  return as_raw(op == QVIM_OP_ADD ? a + b : op == QVIM_OP_SUBTRACT ? a - b : a * b, 8);
+}
+
+template <class Dim>
+void transfers_scattered_pixels(int seed) {
+  scene<Dim> s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  SCOPED_TRACE(s.text());
+  generator &g = s.g;
+  const request &r = s.r;
+  const extent size = frame_of(s.view.wind).size;
+  const bool dirt = s.stored.dirty() || s.how.masks || r.datatype & QVIM_DIRTY;
+  ASSERT_EQ(s.view.bxts(&s.view, 0, r.datatype, r.mask), 1);
+
+  // Each pixel once, in any order, some positions outside.
+  std::vector<qvxyzcoord> list;
+  for (int n = between(g, 1, 400); n > 0; n--) {
+    pos p = random_pos(g, size);
+    if (chance(g, 10))
+      p[between(g, 0, Dim::axes - 1)] = chance(g, 50) ? -between(g, 1, 9) : 1000 + between(g, 0, 9);
+    const bool known = std::any_of(list.begin(), list.end(), [&](const qvxyzcoord &e) {
+      return e.x == p[0] && e.y == p[1] && (Dim::axes == 2 || e.z == p[2]);
+    });
+    if (!known) list.push_back({p[0], p[1], Dim::axes == 2 ? between(g, -3, 3) : p[2]});
+  }
+  uint32_t op = uint32_t(between(g, 0, 5));
+  if (dirt && (op == QVIM_OP_ADD || op == QVIM_OP_SUBTRACT)) op = QVIM_OP_COMBINE;  // dirt may carry
+
+  pixels expected = s.stored;
+  const size_t pixel = size_t(r.size() * r.colours());
+  std::vector<uint8_t> buffer(list.size() * pixel);
+  std::vector<uint64_t> values;
+  for (size_t i = 0; i < list.size() * size_t(r.colours()); i++) {
+    values.push_back(given_value(g, s.stored, s.how, r));
+    store(&buffer[i * size_t(r.size())], r.size(), r.reversed(), values.back());
+  }
+
+  std::vector<qvxyzcoord> pointers = list;
+  uint32_t mode = QVIM_LIST;
+  if (chance(g, 50) &&
+      s.view.bxtp(&s.view, QVIM_LIST, buffer.data(), pointers.data(), uint32_t(list.size()), op))
+    mode = 0;
+  ASSERT_EQ(s.view.bxta(&s.view, mode, buffer.data(), pointers.data(), uint32_t(list.size()), op),
+            list.size());
+  EXPECT_EQ(s.view.bxtw(&s.view, 0, buffer.data(), pointers.data(), uint32_t(list.size()), op), 1);
+
+  for (size_t i = 0; i < list.size(); i++)
+    for (int c = 0; c < r.colours(); c++) {
+      const pos at{list[i].x, list[i].y, Dim::axes == 2 ? 0 : list[i].z};
+      const int pixie = r.first() + c;
+      const uint64_t v = values[i * size_t(r.colours()) + size_t(c)];
+      const uint8_t *in_buffer = &buffer[i * pixel + size_t(c * r.size())];
+      if (!holds(size, at)) {
+        if (op == QVIM_OP_READ) {
+          ASSERT_EQ(load(in_buffer, r.size(), r.reversed()), v) << "an entry outside the window";
+        }
+        continue;
+      }
+      const pos there = s.in_source(at);
+      if (op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE) {
+        ASSERT_NO_FATAL_FAILURE(expect_pixie(in_buffer, r, s.expected_in(expected, at, pixie), at, pixie));
+      }
+      if (op == QVIM_OP_READ) continue;
+      const uint64_t old = expected.get(there, pixie);
+      bits after = write_converted(s.stored, v, s.how, r);
+      if (op != QVIM_OP_EXCHANGE && op != QVIM_OP_WRITE)
+        after = {combined(s.stored, op, old, after.value), after.known & s.stored.significant()};
+      expected.put(there, pixie, after);
+    }
+  expect_equal(s.stored, expected);
+}
+
+TEST(Converter, TransfersScatteredPixels) {
+  for_seeds(1500, transfers_scattered_pixels<two_d>);
+  for_seeds(1500, transfers_scattered_pixels<three_d>);
+}
+
+// --- mapping -------------------------------------------------------------------------------------
+
+template <class Dim>
+void maps_its_own_pixels_only(int seed) {
+  scene<Dim> s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  SCOPED_TRACE(s.text());
+  s.how = {};
+  ASSERT_EQ(scene<Dim>::construct(&s.view, &s.source, s.shared, s.how), 0);
+  ASSERT_NO_FATAL_FAILURE(set_window(&s.view, random_part(s.g, frame_of(s.view.imdim).size)));
+  const qvimagedata &d = s.stored.d;
+  const uint32_t endian = s.stored.reversed() ? QVIM_SWAPPED : 0;
+  const uint32_t word = uint32_t(d.pixietype) | endian | (s.stored.dirty() ? QVIM_DIRTY : 0);
+  const uint32_t mode = random_mode(s.g, Dim::axes) | QVIM_STEP, all = uint32_t(ones(d.pixies));
+  if (s.stored.integer()) {
+    EXPECT_EQ(s.view.imapset(&s.view, mode, word ^ QVIM_SWAPPED, all), -19);
+  }
+  const int32_t answer = s.view.imapset(&s.view, mode, word, all);
+  if (s.stored.dirty() && !s.stored.tolerant()) {
+    ASSERT_EQ(answer, -19);  // as the source has it
+    return;
+  }
+  ASSERT_EQ(answer & ~8, 0x4005);
+  for (int i = 0; i < 5; i++) {
+    const extent size = frame_of(s.view.wind).size;
+    const pos at = random_pos(s.g, size);
+    const auto run = run_of(size, Dim::axes, mode, at, UINT32_MAX);
+    qvimagemap map;
+    ASSERT_EQ(qvim::call_map(&s.view, &map, as_point<Dim>(at)), 1);
+    ASSERT_EQ(map.count, 1u);
+    const uint64_t step = map.step, length = map.length, address = map.address;
+    ASSERT_GE(length, run_of(size, Dim::axes, mode & ~uint32_t{QVIM_WRAP}, at, UINT32_MAX).size());
+    ASSERT_LE(length, run.size());
+    for (uint64_t k = 0; k < length; k++)
+      ASSERT_EQ(address + k * step, uintptr_t(&s.stored.bytes[s.stored.offset(s.in_source(run[k]), 0)])) << k;
+    s.view.imapr(&s.view, &map);
+    ASSERT_EQ(map.count, 0u);
+  }
+}
+
+TEST(Converter, MapsItsOwnPixelsOnly) {
+  for_seeds(400, maps_its_own_pixels_only<two_d>);
+  for_seeds(400, maps_its_own_pixels_only<three_d>);
+}
+
+// --- chains --------------------------------------------------------------------------------------
+
+// A converter over a converter: to the upper one the lower one is an image of the description it was given,
+// whatever else it could deliver by itself.
+struct stacked {
+  scene<two_d> lower;
+  converted upper;
+  qvimage top;
+  pixels middle;  // what the lower one presents
+  request asked;
+
+  void set_up(int seed, uint32_t between_type, uint32_t asked_type, bool modes[2]) {
+    ASSERT_NO_FATAL_FAILURE(lower.set_up(seed));
+    generator &g = lower.g;
+    lower.how.normalised = modes[0];
+    upper.normalised = modes[1];
+    const bool integer = is_integer(between_type);
+    const int most = integer ? 8 * qvimdatasize(between_type) : 32;
+    // Reals are cut off at what the pixie holds, not at fewer bits: such images would not be as described.
+    lower.how.bits = integer && !lower.stored.integer() ? most : between(g, 1, most);
+    if (chance(g, 60)) upper.bits = chance(g, 50) ? lower.how.bits : between(g, 1, most);
+    const int32_t pixies = lower.stored.d.pixies;
+    ASSERT_EQ(qviminitdata(&middle.d, int32_t(between_type), integer ? lower.how.bits : 0, pixies, 0), 1);
+    ASSERT_EQ(qvimage_converter(&lower.view, &lower.source, &middle.d, lower.shared, lower.how.masks,
+                                uint8_t(lower.how.bits), lower.how.normalised),
+              0);
+    ASSERT_EQ(scene<two_d>::construct(&top, &lower.view, false, upper), 0);
+    asked = {random_mode(g, 2), asked_type | QVIM_LSB, random_mask(g, pixies)};
+  }
+  // The pixels of the lower one, as the upper one asks for them.
+  request between_them() const {
+    return {0, uint32_t(middle.d.pixietype) | (middle.integer() ? uint32_t(middle.d.i_bitsxsb) : 0), 1};
+  }
+  uint64_t presented_below(const pos &at, int pixie) const {
+    return lower.expected_in(lower.stored, at, pixie, between_them()).value;
+  }
+  void expect_reads() {
+    const auto expected = [&](const pos &at, int pixie) {
+      return read_converted(middle, presented_below(at, pixie), upper, asked);
+    };
+    for (int i = 0; i < 3; i++)
+      ASSERT_NO_FATAL_FAILURE(check_read<two_d>(&top, asked, random_pos(lower.g, frame_of(top.wind).size),
+                                                uint32_t(between(lower.g, 1, 700)), expected));
+  }
+  void expect_writes() {
+    pixels expected = lower.stored;
+    const auto given = [&] { return given_value(lower.g, middle, upper, asked); };
+    const auto apply = [&](const pos &at, int pixie, uint64_t v) {
+      const uint64_t arrives = write_converted(middle, v, upper, asked).value;
+      expected.put(lower.in_source(at), pixie,
+                   write_converted(lower.stored, arrives, lower.how, between_them()));
+    };
+    for (int i = 0; i < 3; i++)
+      ASSERT_NO_FATAL_FAILURE(check_write<two_d>(&top, asked, random_pos(lower.g, frame_of(top.wind).size),
+                                                 uint32_t(between(lower.g, 1, 700)), given, apply));
+    expect_equal(lower.stored, expected);
+  }
+};
+
+constexpr uint32_t all_types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
+
+void stacks(int seed) {
+  for (const uint32_t between_type : all_types)
+    for (const uint32_t asked_type : all_types)
+      for (int modes = 0; modes < 4; modes++) {
+        bool normalised[] = {bool(modes & 1), bool(modes & 2)};
+        stacked s;
+        ASSERT_NO_FATAL_FAILURE(s.set_up(seed, between_type, asked_type, normalised));
+        SCOPED_TRACE(s.lower.text() + " below " + s.asked.text() + " by type " +
+                     std::to_string(between_type) + " bits " + std::to_string(s.upper.bits) + " mode " +
+                     std::to_string(s.upper.normalised));
+        ASSERT_EQ(s.top.ioset(&s.top, s.asked.mode, s.asked.datatype, s.asked.mask), 1);
+        ASSERT_NO_FATAL_FAILURE(s.expect_reads());
+        ASSERT_NO_FATAL_FAILURE(s.expect_writes());
+      }
+}
+
+TEST(Converter, StacksOnConverters) { for_seeds(30, stacks); }
+
+struct ConverterFixed : testing::Test {
+  void SetUp() override {
+    for (int i = 0; i < 48; i++) words[i] = uint16_t(i * 1365);
+    ASSERT_EQ(qvimage_memory2(&source, words, dims, 0, QVIM_UINT16, 0, 1, QVIM_HINT_GREY, 0, QVIM_UNIT_INCH,
+                              2.5f, 1.5f),
+              0);
+    ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 12, 0), 0);
+  }
+  int32_t dims[2] = {8, 6};
+  uint16_t words[48];
+  qvimage source, view;
+};
+
+TEST_F(ConverterFixed, WorksAfterItsArrayOfRecordsWasCopied) {
+  const auto relative = [](int64_t r) { return reinterpret_cast<qvimage *>(intptr_t(r)); };
+  std::vector<qvimage> first(4), second(5);
+  ASSERT_EQ(qvimage_memory(&first[3], words, dims, 0, QVIM_UINT16, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage_converter(&first[0], relative(-62), nullptr, 0, 0, 12, 0), 0);  // three records on
+  ASSERT_EQ(qvimage_converter(&first[1], relative(-66), nullptr, 1, 0, 0, 0), 0);   // the one before
+  ASSERT_EQ(qvimage_converter(&first[2], relative(-66), nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(first[2].ioset(&first[2], 0, QVIM_UINT16 | QVIM_LSB, 1), 1);
+  // Records lie at any 4-byte boundary.
+  auto *moved = reinterpret_cast<qvimage *>(reinterpret_cast<uint8_t *>(second.data()) + 4);
+  std::memcpy(static_cast<void *>(moved), first.data(), 4 * sizeof(qvimage));
+  std::memset(static_cast<void *>(first.data()), 0xEE, 4 * sizeof(qvimage));
+  for (const bool again : {false, true}) {
+    if (again) {
+      ASSERT_EQ(moved[2].ioset(&moved[2], 0, QVIM_UINT16 | QVIM_LSB, 1), 1);
+    }
+    uint16_t out[8];
+    ASSERT_EQ(moved[2].ioread(&moved[2], 0, out, 8, 0, 3), 8u);
+    for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[24 + x] >> 4);
+  }
+}
+
+TEST_F(ConverterFixed, StacksDeepAndEndsRings) {
+  std::vector<qvimage> chain(600);
+  for (size_t i = 0; i < chain.size(); i++)
+    ASSERT_EQ(qvimage_converter(&chain[i], i ? &chain[i - 1] : &source, nullptr, 0, 0, 0, 0), 0);
+  qvimage &last = chain.back();
+  ASSERT_EQ(last.ioset(&last, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
+  uint8_t out[8];
+  ASSERT_EQ(last.ioread(&last, 0, out, 8, 0, 1), 8u);
+  for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
+  ASSERT_EQ(last.bxts(&last, 0, QVIM_UINT16, 1), 1);
+  qvxyzcoord where{7, 5, 0};
+  uint16_t value = 0;
+  EXPECT_EQ(last.bxta(&last, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
+  EXPECT_EQ(value, words[47]);
+  EXPECT_EQ(last.aeiou(&last, 'i', 0, 0, nullptr) & 0xFF, 255u);
+
+  for (const size_t ring : {size_t{0}, size_t{3}}) {  // over itself, and a ring of four
+    chain[0].source[0] = int64_t(reinterpret_cast<intptr_t>(&chain[ring]));
+    EXPECT_EQ(chain[ring].ioset(&chain[ring], 0, QVIM_UINT8, 1), -5);
+    EXPECT_EQ(chain[ring].ioset(&chain[ring], 0, QVIM_UINT16, 1), -5);
+    EXPECT_EQ(chain[ring].bxts(&chain[ring], 0, QVIM_UINT16, 1), -5);
+    EXPECT_EQ(chain[ring].imapset(&chain[ring], 0, QVIM_UINT16, 1), -5);
+    EXPECT_EQ(chain[ring].ioread(&chain[ring], 0, out, 1, 0, 0), 0u);
+    chain[ring].aeiou(&chain[ring], 'i', 0, 0, nullptr);
+  }
+}
+
+// --- description, queries, windows, failures -----------------------------------------------------
+
+TEST_F(ConverterFixed, DescribesTheSourceOrWhatItIsTold) {
+  EXPECT_EQ(std::memcmp(view.devname, "QVIMCONV", 8), 0);
+  EXPECT_EQ(std::memcmp(&view.d, &source.d, sizeof view.d), 0);
+  EXPECT_EQ(std::memcmp(&view.h, &source.h, sizeof view.h), 0);
+  EXPECT_EQ(view.f.pixelsize, 2);
+  qvimagedata d;
+  qviminitdata(&d, QVIM_FLOAT64, 0, 3, QVIM_HINT_RGB);
+  ASSERT_EQ(qvimage_converter(&view, &source, &d, 0, 0, 12, 1), 0);
+  EXPECT_EQ(std::memcmp(&view.d, &d, sizeof d), 0);
+  EXPECT_EQ(view.f.pixelsize, 24);
+  EXPECT_EQ(view.aeiou(&view, 'I', 0, 0, nullptr), 0xFFFFFFFFu / 24);
+}
+
+TEST_F(ConverterFixed, AnswersQueries) {
+  for (const uint32_t code : {uint32_t('b'), uint32_t('i'), uint32_t('m')})
+    EXPECT_EQ(view.aeiou(&view, code, 0, 0, nullptr),
+              (source.aeiou(&source, code, 0, 0, nullptr) + 1) | 0x40000);
+  EXPECT_EQ(view.aeiou(&view, 'B', 0, 0, nullptr), 357913941u);
+  EXPECT_EQ(view.aeiou(&view, 'I', 0, 0, nullptr), 0x7FFFFFFFu);
+  EXPECT_EQ(view.aeiou(&view, 'q', 0, 0, nullptr), 0u);
+  // 'e' asks the source when its last number says so.
+  source.aeiou = [](qvimage *, uint32_t, int32_t clear, int32_t, void *) { return uint32_t(70 + clear); };
+  EXPECT_EQ(view.aeiou(&view, 'e', 1, 0, nullptr), 0u);
+  EXPECT_EQ(view.aeiou(&view, 'e', 1, 1, nullptr), 71u);
+}
+
+TEST_F(ConverterFixed, ForgetsItsSetUpsWithItsWindow) {
+  uint16_t out;
+  qvxyzcoord where{0, 0, 0};
+  qvimagemap map;
+  const auto expect_nothing_moves = [&] {
+    EXPECT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 0u);
+    EXPECT_EQ(view.iolen(&view, 1, 0, 0), 0u);
+    EXPECT_EQ(view.bxta(&view, QVIM_LIST, &out, &where, 1, QVIM_OP_READ), 0u);
+    EXPECT_EQ(view.imap(&view, &map, 0, 0), 0);
+  };
+  expect_nothing_moves();
+  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), 1);
+  ASSERT_EQ(view.bxts(&view, 0, QVIM_UINT16, 1), 1);
+  ASSERT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005);
+  qvywindow part = {{2, 1}, {5, 4}}, got;
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  expect_nothing_moves();
+  EXPECT_EQ(view.xwind(&view, &got, 'w'), &view.wind);
+  EXPECT_EQ(std::memcmp(&got, &part, sizeof got), 0);
+  EXPECT_EQ(view.xwind(&view, &got, 'i'), &view.imdim);
+  EXPECT_EQ(view.xwind(&view, &got, 'x'), nullptr);
+
+  part.se.x = 9;
+  EXPECT_EQ(view.xwind(&view, &part, 's'), nullptr);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), 0);
+  expect_nothing_moves();
+  ASSERT_EQ(view.xwind(&view, nullptr, 's'), &view);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), 1);
+}
+
+TEST_F(ConverterFixed, SharesItsWindowOnlyWhenAsked) {
+  const frame whole{{0, 0, 0}, {8, 6, 1}};
+  qvywindow part = {{2, 1}, {5, 4}}, outside = {{2, 1}, {9, 4}};
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  EXPECT_EQ(frame_of(source.wind), whole);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 1, 0, 12, 0), 0);
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  EXPECT_EQ(frame_of(source.wind), frame_of(part));
+  EXPECT_EQ(view.xwind(&view, &outside, 's'), nullptr);
+  EXPECT_EQ(frame_of(source.wind), frame_of(part))
+      << "a window that does not fit the view stays away from the source";
+  // A view that is built shares the window that there is.
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 1, 0, 12, 0), 0);
+  EXPECT_EQ(frame_of(view.wind), frame_of(part));
+  EXPECT_EQ(frame_of(view.imdim), whole);
+  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), 1);
+  uint16_t out;
+  ASSERT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 1u);
+  EXPECT_EQ(out, words[8 + 2]);
+  // The source's window changed behind the view's back: what was set up is gone, and nothing moves.
+  ASSERT_EQ(source.xwind(&source, nullptr, 's'), &source);
+  EXPECT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 0u);
+}
+
+TEST_F(ConverterFixed, KeepsToWhatItsSourceStillHas) {
+  qvywindow part = {{2, 0}, {6, 6}}, narrower = {{0, 0}, {4, 6}};
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  ASSERT_EQ(source.xwind(&source, &narrower, 's'), &source);
+  uint8_t bytes[24];
+  ASSERT_EQ(view.ioset(&view, QVIM_WRAP | QVIM_TRUST, QVIM_UINT8 | QVIM_MSB, 1), 1);
+  EXPECT_EQ(view.iolen(&view, 24, 0, 0), 2u);
+  ASSERT_EQ(view.ioread(&view, 0, bytes, 24, 0, 0), 2u);
+  for (int x = 0; x < 2; x++) EXPECT_EQ(bytes[x], words[2 + x] >> 8);
+  uint16_t out[24];
+  ASSERT_EQ(view.ioset(&view, QVIM_WRAP | QVIM_TRUST, QVIM_UINT16, 1), 1);
+  EXPECT_EQ(view.iolen(&view, 24, 1, 2), 1u);
+  ASSERT_EQ(view.ioread(&view, 0, out, 24, 1, 2), 1u);
+  EXPECT_EQ(out[0], words[16 + 3]);
+}
+
+TEST_F(ConverterFixed, RefusesWithTheCodeOfItsReason) {
+  EXPECT_EQ(qvimage_converter(nullptr, &source, nullptr, 0, 0, 0, 0), -1);
+  EXPECT_EQ(qvimage3_converter(nullptr, nullptr, nullptr, 0, 0, 0, 0), -1);
+  const struct {
+    uint32_t mode, type, mask;
+    int32_t code;
+  } refused[] = {{0, QVIM_UINT16, 0, -21}, {0, QVIM_UINT8, 2, -21}, {0, QVIM_UINT8, 3, -21},
+                 {4, QVIM_UINT16, 1, -1},  {6, QVIM_UINT8, 1, -1},  {0, QVIM_UINT64, 1, -19},
+                 {0, 3, 1, -19},           {0, 48, 1, -19},         {0, QVIM_UINT16 | QVIM_LSB, 2, -21}};
+  uint8_t out[8];
+  for (const auto &c : refused) {
+    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
+    EXPECT_EQ(view.ioset(&view, c.mode, c.type, c.mask), c.code) << std::hex << c.type;
+    EXPECT_EQ(view.iolen(&view, 1, 0, 0), 0u) << "what was set up before is gone";
+    EXPECT_EQ(view.ioread(&view, 0, out, 1, 0, 0), 0u);
+    if (c.mode) continue;
+    ASSERT_EQ(view.bxts(&view, 0, QVIM_UINT8, 1), 1);
+    EXPECT_EQ(view.bxts(&view, 0, c.type, c.mask), c.code);
+    qvxyzcoord where{0, 0, 0};
+    EXPECT_EQ(view.bxta(&view, QVIM_LIST, out, &where, 1, QVIM_OP_READ), 0u);
+  }
+  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16 | QVIM_LSB, 1), -19) << "12 of 16 bits need a shift";
+  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT8, 1), -19);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 1, 0, 0), 0);
+  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005) << "no undefined bits to mask where all are used";
+  ASSERT_EQ(qvimage_converter(&view, nullptr, nullptr, 0, 0, 0, 0), -1);
+  EXPECT_STREQ(view.devname, "NULL2");
+}
+
+TEST_F(ConverterFixed, DoesNotMapWhatItMasks) {
+  ASSERT_EQ(qvimage_memory(&source, words, dims, 0, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 1, 0, 0), 0);
+  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), -19);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 0, 0), 0);
+  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005);
+}
+
+TEST_F(ConverterFixed, AnswersForMappingsWhatItsSourceAnswers) {
+  const struct {
+    uint32_t mode, mask;
+    int32_t code;
+  } cases[] = {{0, 2, -21},         {QVIM_ZSCAN, 3, -21}, {6, 3, -21},
+               {QVIM_ZSCAN, 1, -1}, {6, 1, -1},           {QVIM_YSCAN, 1, -11}};
+  qvimagemap map;
+  for (const auto &c : cases) {
+    ASSERT_EQ(view.imapset(&view, 0, QVIM_UINT16, 1), 0x4005);
+    ASSERT_EQ(source.imapset(&source, c.mode, QVIM_UINT16, c.mask), c.code);
+    EXPECT_EQ(view.imapset(&view, c.mode, QVIM_UINT16, c.mask), c.code) << c.mode;
+    EXPECT_EQ(view.imap(&view, &map, 0, 0), 0) << "what was set up before is gone";
+  }
+}
+
+TEST_F(ConverterFixed, PassesWideIntegersOnlyAsTheyAre) {
+  uint64_t wide[48] = {0x0123456789ABCDEF};
+  ASSERT_EQ(qvimage_memory(&source, wide, dims, 0, QVIM_UINT64, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT64 | QVIM_SWAPPED, 1), 1);
+  uint64_t out;
+  ASSERT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 1u);
+  EXPECT_EQ(out, 0xEFCDAB8967452301u);
+  for (const uint32_t type : {uint32_t(QVIM_UINT32), uint32_t(QVIM_FLOAT64), uint32_t(QVIM_UINT8)})
+    EXPECT_EQ(view.ioset(&view, 0, type, 1), -19);
+  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 60, 0), 0);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT64 | QVIM_LSB, 1), -19);
+}
+
+TEST_F(ConverterFixed, ReadsDepthOnlyWithoutConversion) {
+  qvimage3 deep, over;
+  const int32_t cube[3] = {4, 3, 4};
+  ASSERT_EQ(qvimage3_memory(&deep, words, cube, 0, QVIM_UINT16, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage3_converter(&over, &deep, nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(over.ioset(&over, QVIM_ZSCAN, QVIM_UINT16, 1), 1);
+  uint16_t out[4];
+  ASSERT_EQ(over.ioread(&over, 0, out, 9, 1, 1, 0), 4u);
+  for (int z = 0; z < 4; z++) EXPECT_EQ(out[z], words[12 * z + 5]);
+  EXPECT_EQ(over.ioset(&over, QVIM_ZSCAN, QVIM_UINT8, 1), -1);
+  EXPECT_EQ(over.ioset(&over, 6, QVIM_UINT16, 1), -1);
+}
+
+TEST_F(ConverterFixed, KeepsRunsAndBlockTransfersApartAndNeverAllocates) {
+  for (const bool blocks_first : {false, true}) {
+    if (blocks_first) {
+      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
+    }
+    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
+    if (!blocks_first) {
+      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
+    }
+    const uint64_t before = allocation_count();
+    uint8_t out[8];
+    double value;
+    qvxyzcoord where{7, 5, 0};
+    EXPECT_EQ(view.bxta(&view, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
+    EXPECT_EQ(value, words[47] >> 4) << "12 bits";
+    EXPECT_EQ(view.ioread(&view, 0, out, 8, 0, 1), 8u);
+    for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
+    EXPECT_EQ(view.iorite(&view, 0, out, 8, 0, 1), 8u);
+    EXPECT_EQ(allocation_count(), before);
+  }
+}
+
+}  // namespace

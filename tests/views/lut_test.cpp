@@ -1,0 +1,243 @@
+// Images whose values pass through tables, and tables with another number of entries.
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "tests/fault.hpp"
+#include "tests/views/view_scene.hpp"
+
+namespace {
+
+using namespace model;
+using qvim::three_d;
+using qvim::two_d;
+
+struct tables {
+  std::vector<std::vector<uint8_t>> bytes;
+  const void *list[4]{};
+
+  // Entries are what the image holds: no bits beyond those used.
+  tables(generator &g, const pixels &of, int count, int index_bits) : bytes(size_t(count)) {
+    for (int i = 0; i < count; i++) {
+      bytes[size_t(i)].resize(size_t(of.size()) << index_bits);
+      for (size_t k = 0; k < size_t{1} << index_bits; k++)
+        store(&bytes[size_t(i)][k * size_t(of.size())], of.size(), false, g() & ones(of.used()));
+      list[i] = bytes[size_t(i)].data();
+    }
+  }
+  uint64_t entry(int table, uint64_t index, int size) const {
+    return load(&bytes[size_t(table)][size_t(index) * size_t(size)], size, false);
+  }
+};
+
+int32_t make_lut(qvimage *v, qvimage *s, uint8_t share, const tables &r, const tables &w, int pixies,
+                 uint32_t flags) {
+  return qvimage_lut2(v, s, share, r.list, w.list, pixies, pixies ? 16 + pixies : 0, 0, flags);
+}
+int32_t make_lut(qvimage3 *v, qvimage3 *s, uint8_t share, const tables &r, const tables &w, int pixies,
+                 uint32_t) {
+  return qvimage_lut3(v, s, share, r.list, w.list, pixies, pixies ? 16 + pixies : 0, 0);
+}
+
+template <class Dim>
+struct translated : view_scene<Dim> {
+  using scene = view_scene<Dim>;
+  using scene::g, scene::r, scene::stored, scene::view;
+  int pseudo = 0, count = 0;
+  uint32_t flags = 0;
+  std::optional<tables> read, write;
+
+  void set_up(int seed) {
+    g.seed(uint64_t(seed));
+    pseudo = chance(g, 30) ? between(g, 1, 4) : 0;
+    pixel_choice choice;
+    choice.types = {QVIM_UINT8, QVIM_UINT16};
+    choice.most_pixies = pseudo ? 1 : 4;
+    choice.most = {chance(g, 10) ? 2500 : 60, 9, 4};
+    stored = random_pixels(g, Dim::axes, choice);
+    flags = Dim::axes == 2 ? uint32_t(between(g, 0, 3)) : 0;
+    count = std::min(pseudo ? pseudo : stored.d.pixies, flags & 1 ? 3 : 4);
+    const int index_bits = flags & 2 ? 8 * stored.size() : stored.used();
+    read.emplace(g, stored, count, index_bits);
+    write.emplace(g, stored, count, index_bits);
+    ASSERT_NO_FATAL_FAILURE(scene::set_up([&](auto *v, auto *s, uint8_t share) {
+      return make_lut(v, s, share, *read, *write, pseudo, flags);
+    }));
+    ASSERT_EQ(view.d.pixies, pseudo ? pseudo : stored.d.pixies);
+    r = {random_mode(g, 2), uint32_t(stored.d.pixietype) | (chance(g, 50) ? uint32_t(view.d.i_bitsxsb) : 0),
+         this->one_or_all()};
+    if (stored.tolerant() && chance(g, 50)) r.datatype |= QVIM_DIRTY;
+  }
+  // Numbers in the low bits, whatever the source's justification.
+  bits expected(const pos &at, int pixie) const {
+    const uint64_t number =
+        as_read(stored, stored.get(this->in_source(at), pseudo ? 0 : pixie), QVIM_LSB).value;
+    return {pixie < count ? read->entry(pixie, number, stored.size()) : number};
+  }
+  uint64_t given() { return g() & ones(stored.used()); }
+  void apply(pixels &to, const pos &at, const std::vector<uint64_t> &v) const {
+    for (int c = 0; c < r.colours(); c++) {
+      const int pixie = r.first() + c;
+      const uint64_t number = pixie < count ? write->entry(pixie, v[size_t(c)], stored.size()) : v[size_t(c)];
+      to.put(this->in_source(at), pixie, as_written(stored, number, QVIM_LSB));
+    }
+  }
+};
+
+template <class Dim>
+void translates(int seed) {
+  translated<Dim> s;
+  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
+  SCOPED_TRACE(s.text() + " pseudo " + std::to_string(s.pseudo) + " flags " + std::to_string(s.flags));
+  s.check_reads([&](const pos &at, int pixie) { return s.expected(at, pixie); });
+  pixels after = s.stored;
+  const auto apply = [&](const pos &at, const std::vector<uint64_t> &v) { s.apply(after, at, v); };
+  if (s.pseudo > 1) {
+    uint8_t nothing[32] = {};
+    EXPECT_EQ(qvim::call_write(&s.view, 0, nothing, 1, {}), 0u);
+  } else {
+    s.check_writes([&] { return s.given(); }, apply);
+    expect_equal(s.stored, after);
+    s.check_blocks([&](const pos &at, int pixie) { return s.expected(at, pixie); }, [&] { return s.given(); },
+                   apply);
+  }
+  expect_equal(s.stored, after);
+}
+
+TEST(LookupTable, TranslatesWhatPasses) {
+  for_seeds(700, translates<two_d>);
+  for_seeds(700, translates<three_d>);
+}
+
+struct LookupTableFixed : testing::Test {
+  void SetUp() override {
+    for (int i = 0; i < 256; i++) table[i] = uint8_t(255 - i);
+    ASSERT_EQ(qvimage_memory(&source, bytes, dims, 0, QVIM_UINT8, 6, 1, QVIM_HINT_GREY, 0), 0);
+  }
+  qvimage source, view;
+  int32_t dims[2] = {4, 1};
+  uint8_t bytes[16] = {0xC5, 5, 0xFF, 0}, table[256];
+};
+
+TEST_F(LookupTableFixed, IndexesByTheBitsUsedOrByTheWholePixie) {
+  for (const uint32_t flags : {0u, 2u}) {
+    ASSERT_EQ(qvimage_lut2a(&view, &source, 0, table, nullptr, nullptr, nullptr, table, nullptr, nullptr,
+                            nullptr, 0, 0, 0, flags),
+              0);
+    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
+    uint8_t out[4];
+    ASSERT_EQ(view.ioread(&view, 0, out, 4, 0, 0), 4u);
+    for (int i = 0; i < 4; i++) EXPECT_EQ(out[i], table[flags ? bytes[i] : bytes[i] & 63]);
+  }
+}
+
+TEST_F(LookupTableFixed, DescribesAndAnswers) {
+  const void *const all[4] = {table, table, table, table};
+  ASSERT_EQ(qvimage_lut2(&view, &source, 0, all, all, 3, QVIM_HINT_RGB, 0, 0), 0);
+  EXPECT_EQ(std::memcmp(view.devname, "QVIMLUT2", 8), 0);
+  EXPECT_EQ(view.d.pixelhint, QVIM_HINT_RGB);
+  EXPECT_EQ(view.f.pixelsize, 3);
+  EXPECT_EQ(view.aeiou(&view, 'b', 0, 0, nullptr), (source.aeiou(&source, 'b', 0, 0, nullptr) + 2) | 0x40000);
+  EXPECT_EQ(view.aeiou(&view, 'i', 0, 0, nullptr), (source.aeiou(&source, 'i', 0, 0, nullptr) + 1) | 0x40000);
+}
+
+TEST_F(LookupTableFixed, RefusesWithTheCodeOfItsReason) {
+  const void *const all[4] = {table, table, table, table}, *const two[4] = {table, table};
+  EXPECT_EQ(qvimage_lut2(nullptr, &source, 0, all, all, 0, 0, 0, 0), -1);
+  const struct {
+    const void *const *read, *const *write;
+    int32_t pixies, hint, source_type, source_pixies, code;
+  } refused[] = {{nullptr, all, 0, 0, QVIM_UINT8, 1, -1}, {all, nullptr, 0, 0, QVIM_UINT8, 1, -1},
+                 {all, all, 0, 0, QVIM_UINT8, 5, -1},     {two, all, 0, 0, QVIM_UINT8, 3, -1},
+                 {all, two, 0, 0, QVIM_UINT8, 4, -1},     {all, two, 3, QVIM_HINT_RGB, QVIM_UINT8, 1, -1},
+                 {all, all, 5, 0, QVIM_UINT8, 1, -1},     {all, all, -1, 0, QVIM_UINT8, 1, -1},
+                 {all, all, 3, 5, QVIM_UINT8, 1, -1},     {all, all, 3, QVIM_HINT_RGB, QVIM_UINT8, 2, -1},
+                 {all, all, 0, 0, QVIM_FLOAT32, 1, -19},  {all, all, 0, 0, QVIM_UINT64, 1, -19}};
+  alignas(8) uint8_t some[64] = {};
+  const int32_t one[2] = {1, 1};
+  for (const auto &c : refused) {
+    ASSERT_EQ(qvimage_memory(&source, some, one, 0, c.source_type, 0, c.source_pixies, 0, 0), 0);
+    EXPECT_EQ(qvimage_lut2(&view, &source, 0, c.read, c.write, c.pixies, c.hint, 0, 0), c.code);
+    EXPECT_STREQ(view.devname, "NULL2");
+  }
+  ASSERT_EQ(qvimage_memory(&source, some, one, 0, QVIM_UINT8, 0, 4, 0, 0), 0);
+  ASSERT_EQ(qvimage_lut2(&view, &source, 0, all, all, 0, 0, 0, 0), 0);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 15), -19);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 3), -21);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 16), -21);
+  EXPECT_EQ(view.ioset(&view, QVIM_ZSCAN, QVIM_UINT8, 15), -1);
+  view.source[0] = -65;
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 15), -5);
+}
+
+TEST(TableResampling, RepeatsDecimatesOrCutsOff) {
+  uint16_t table[256];
+  for (int i = 0; i < 256; i++) table[i] = uint16_t(1000 + i);
+  const int32_t dims[2] = {256, 1};
+  qvimage source, view;
+  ASSERT_EQ(qvimage_memory(&source, table, dims, 0, QVIM_UINT16, 0, 1, QVIM_HINT_GREY, 0), 0);
+  const uint64_t before = allocation_count();
+  const struct {
+    uint32_t entries, decimate;
+    int (*in_source)(int);
+  } cases[] = {{1024, 0, [](int x) { return x / 4; }}, {1024, 1, [](int x) { return x / 4; }},
+               {64, 1, [](int x) { return 4 * x; }},   {64, 0, [](int x) { return x; }},
+               {256, 1, [](int x) { return x; }},      {1, 1, [](int) { return 0; }}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.entries);
+    const int n = int(c.entries);
+    ASSERT_EQ(qvimage_lutconvert(&view, &source, c.entries, c.decimate), 0);
+    EXPECT_EQ(view.imdim.se.x, n);
+    EXPECT_EQ(view.imdim.se.y, 1);
+    for (const uint32_t mode : {0u, uint32_t(QVIM_WRAP), uint32_t(QVIM_YSCAN | QVIM_WRAP)}) {
+      ASSERT_EQ(view.ioset(&view, mode, QVIM_UINT16, 1), 1);
+      EXPECT_EQ(view.iolen(&view, 5000, 0, 0), c.entries);
+      std::vector<uint16_t> out(c.entries);
+      ASSERT_EQ(view.ioread(&view, 0, out.data(), 5000, 0, 0), c.entries);
+      for (int x = 0; x < n; x++) ASSERT_EQ(out[size_t(x)], table[c.in_source(x)]) << x;
+    }
+    const uint16_t given = 7;
+    ASSERT_EQ(view.iorite(&view, 0, &given, 1, n - 1, 0), 1u);
+    EXPECT_EQ(table[c.in_source(n - 1)], 7);
+    table[c.in_source(n - 1)] = uint16_t(1000 + c.in_source(n - 1));
+  }
+  EXPECT_EQ(allocation_count(), before);
+  // Windows on either side do not move the entries.
+  ASSERT_EQ(qvimage_lutconvert(&view, &source, 64, 1), 0);
+  qvywindow part = {{10, 0}, {20, 1}}, reach = {{40, 0}, {60, 1}};
+  ASSERT_EQ(view.xwind(&view, &part, 's'), &view);
+  ASSERT_EQ(source.xwind(&source, &reach, 's'), &source);
+  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), 1);
+  uint16_t out[10];
+  ASSERT_EQ(view.ioread(&view, 0, out, 10, 0, 0), 5u) << "what the source's window holds";
+  for (int x = 0; x < 5; x++) EXPECT_EQ(out[x], 1040 + 4 * x);
+}
+
+TEST(TableResampling, RefusesWithTheCodeOfItsReason) {
+  uint8_t table[512] = {};
+  qvimage source, view;
+  const struct {
+    int32_t width, height;
+    uint32_t entries;
+  } refused[] = {{256, 2, 64}, {100, 1, 64}, {256, 1, 0}, {256, 1, 3}, {256, 1, 0x80000000u}};
+  for (const auto &c : refused) {
+    const int32_t dims[2] = {c.width, c.height};
+    ASSERT_EQ(qvimage_memory(&source, table, dims, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+    EXPECT_EQ(qvimage_lutconvert(&view, &source, c.entries, 0), -1);
+    EXPECT_STREQ(view.devname, "NULL2");
+  }
+  EXPECT_EQ(qvimage_lutconvert(nullptr, &source, 64, 0), -1);
+  EXPECT_EQ(qvimage_lutconvert(&view, nullptr, 64, 0), -1);
+  const int32_t dims[2] = {256, 1};
+  ASSERT_EQ(qvimage_memory(&source, table, dims, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage_lutconvert(&view, &source, 64, 0), 0);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), -19);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 2), -21);
+  EXPECT_EQ(view.ioset(&view, QVIM_ZSCAN, QVIM_UINT8, 1), -11);
+  EXPECT_EQ(view.aeiou(&view, 'b', 0, 0, nullptr), (source.aeiou(&source, 'b', 0, 0, nullptr) + 2) | 0x10000);
+  EXPECT_EQ(view.aeiou(&view, 'I', 0, 0, nullptr), 0xFFFFFFFFu);
+  view.source[0] = -65;
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), -5);
+}
+
+}  // namespace
