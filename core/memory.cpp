@@ -7,14 +7,13 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/memory.h>
-#include <qvimage/window.h>
 
+#include "core/kind.hpp"
 #include "core/pixel.hpp"
 
 namespace qvim::memory {
 namespace {
 
-constexpr uint32_t longest_list = 357913941;  // coordinate triples in 2^32 - 1 bytes
 constexpr uint32_t default_chaininfo = 512;
 constexpr uint32_t allocated_chaininfo = 1;
 
@@ -23,33 +22,15 @@ constexpr const char *name = Dim::axes == 2 ? "QVIMMEM" : "QVIMMEM3";
 
 template <class Dim>
 uint32_t aeiou(record<Dim> *im, uint32_t code, int32_t, int32_t, void *) {
-  switch (code) {
-    case 'I': return 0xFFFFFFFFu / uint32_t(im->f.pixelsize > 1 ? im->f.pixelsize : 1);
-    case 'B': return longest_list;
-    case 'i':
-    case 'm':
-    case 'b': return state_of<state<Dim>>(im).chaininfo + 1;
-    default: return 0;
-  }
-}
-
-inline int32_t window_access(qvimage *im, qvywindow **window, int32_t letter) {
-  return qvimxwind(im, window, letter);
-}
-inline int32_t window_access(qvimage3 *im, qvyzwindow **window, int32_t letter) {
-  return qvim3xwind(im, window, letter);
+  return kind_answer<Dim>(im, code, state_of<state<Dim>>(im).chaininfo + 1);
 }
 
 template <class Dim>
-void *xwind(record<Dim> *im, typename Dim::window *window, int32_t letter) {
-  if (window_access(im, &window, letter) == 1) {
-    clear_transfers<Dim>(im);
-    im->ioset = ioset<Dim>;
-    im->bxts = bxts<Dim>;
-    im->imapset = imapset<Dim>;
-  }
-  return window;
-}
+struct kind {
+  static constexpr auto ioset = memory::ioset<Dim>;
+  static constexpr auto bxts = memory::bxts<Dim>;
+  static constexpr auto imapset = memory::imapset<Dim>;
+};
 
 bool is_valid(const qvimagedata &d) {
   const int32_t size = (d.pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(d.pixietype));
@@ -109,7 +90,7 @@ int32_t build(record<Dim> *im, const layout &at, const qvimagedata *data, const 
   const uint64_t last_extent = uint32_t(at.imdim[Dim::axes - 1]);
   if (at.size && stride[Dim::axes - 1] * last_extent > at.size) return fail(im, QVERR_USAGE);
   built.aeiou = aeiou<Dim>;
-  built.xwind = xwind<Dim>;
+  built.xwind = kind_xwind<Dim, kind<Dim>>;
   std::memcpy(static_cast<void *>(im), &built, sizeof built);
   im->xwind(im, nullptr, 's');
   return 0;

@@ -6,13 +6,12 @@
 #include <qvimage/data.h>
 #include <qvimage/null.h>
 
+#include "core/kind.hpp"
 #include "core/record.hpp"
 
 namespace {
 
 using namespace qvim;
-
-constexpr uint32_t longest_list = 357913941;  // coordinate triples in 2^32 - 1 bytes
 
 template <class Record>
 uint32_t null_aeiou(Record *, uint32_t code, int32_t, int32_t, void *) {

@@ -144,7 +144,7 @@ int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page
   if (const int32_t code = reader_of(h, &r); code < 0) return code;
   if (!info) return QVERR_USAGE;
   std::memset(static_cast<void *>(info), 0, sizeof *info);
-  locked hold(*r);
+  qvim::locked hold(*r);
   if (r->page_count && (page != r->number || page == reader::no_page))
     if (const int32_t code = r->turn_to(page); code < 0) return code;
   return fill_with_count(*r, info);

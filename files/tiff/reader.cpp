@@ -10,6 +10,7 @@
 
 #include "core/null.hpp"
 #include "core/result.hpp"
+#include "files/rows/row_image.hpp"
 #include "files/stream/bufio.hpp"
 #include "files/tiff/colour_map.hpp"
 
@@ -151,11 +152,6 @@ int64_t reader::count_pages() {
   return code < 0 ? code : int64_t(directories.passed());
 }
 
-void reader::latch(int32_t code) {
-  latched = worst(latched, code);
-  bufio_errclear(&file);
-}
-
 int32_t reader_of(tiffhandle *h, reader **result) {
   if (!h) return QVERR_USAGE;
   if (h->identity != tiffhandle::reader_mark) return QVERR_HANDLE;
@@ -169,6 +165,9 @@ namespace {
 int32_t find(reader &r, qvimage *, uint64_t page) { return r.find_page(page); }
 int32_t find(reader &r, qvimage3 *, uint64_t) { return r.list_pages(); }
 
+const char *device(qvimage *) { return "TIFF"; }
+const char *device(qvimage3 *) { return "TIFF3"; }
+
 template <class Record>
 int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, const char *fopenmode,
              int64_t bufsize, uint64_t page, bool infoonly) {
@@ -181,7 +180,10 @@ int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, con
   if (code == 0 && !infoonly) code = r->start_page();
   if (code == 0 && palette && r->colours.size()) code = present_palette(palette, r->page, r->colours);
   if (code < 0) return code;
-  present(im, *r);
+  present(im,
+          {device(im), r->page.width(), r->page.height(), uint32_t(r->page_count), r->data,
+           describe_size(r->page)},
+          *r);
   *h = r.release();
   return 0;
 }

@@ -1,12 +1,11 @@
 // The open file behind TIFF images: its pages, the one that it stands at, and the errors of transfers.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstdint>
 
 #include <qvimage/record.h>
 
+#include "files/rows/row_source.hpp"
 #include "files/tiff/chain.hpp"
 #include "files/tiff/handle.hpp"
 #include "files/tiff/page_rows.hpp"
@@ -20,8 +19,9 @@ enum class mapped_as { indices, colours };
 [[nodiscard]] qvimagedata describe(const page &p, mapped_as presented);
 [[nodiscard]] qvimagehints describe_size(const page &p);
 
-struct reader : tiffhandle {
-  explicit reader(mapped_as m) : tiffhandle(reader_mark), presented(m), rows(&this->file, &this->format) {}
+struct reader final : tiffhandle, row_source {
+  explicit reader(mapped_as m)
+      : tiffhandle(reader_mark), row_source(&this->file), presented(m), rows(&this->file, &this->format) {}
   ~reader();
 
   // Opens the file and reads its header.
@@ -38,13 +38,21 @@ struct reader : tiffhandle {
   [[nodiscard]] int32_t turn_to(uint64_t n);
   // Turns to a page of the stack (the only page otherwise), ready for its pixels. -10 when it has other
   // pixels than the stack.
-  [[nodiscard]] int32_t select(uint64_t n);
+  [[nodiscard]] int32_t select(uint64_t n) override;
+  uint32_t width() const override { return rows.width(); }
+  uint32_t height() const override { return rows.height(); }
+  [[nodiscard]] int32_t read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) override {
+    return rows.read(y, x, n, to);
+  }
+  [[nodiscard]] int32_t read_rows(uint32_t y, uint32_t count, uint8_t *to, uint32_t *done) override {
+    return rows.read_rows(y, count, to, done);
+  }
+  [[nodiscard]] int32_t view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pixels) override {
+    return rows.view(y, x, n, pixels);
+  }
 
   // Pages of the file, found by walking the chain: pages before a break in it count. -2, -7.
   [[nodiscard]] int64_t count_pages();
-
-  // Transfers cannot return errors: they leave them here.
-  void latch(int32_t code);
 
   static constexpr uint64_t no_page = ~uint64_t{0};
 
@@ -57,27 +65,9 @@ struct reader : tiffhandle {
   array<uint8_t> colours;   // entries of the colour map: the current page's, or those of the palette image
   page_rows rows;
   bool started = false;  // the rows are those of the current page
-  int32_t latched = 0;
-  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 
  private:
   int32_t read_page(uint64_t offset);
 };
-
-// Holds a reader's lock.
-class locked {
- public:
-  explicit locked(reader &r) : mutex_(&r.mutex) { pthread_mutex_lock(mutex_); }
-  ~locked() { pthread_mutex_unlock(mutex_); }
-  locked(const locked &) = delete;
-  locked &operator=(const locked &) = delete;
-
- private:
-  pthread_mutex_t *mutex_;
-};
-
-// Makes the image that reads from the handle (image.cpp).
-void present(qvimage *im, reader &r);
-void present(qvimage3 *im, reader &r);
 
 }  // namespace qvim::tiff

@@ -1,27 +1,23 @@
-// Images over TIFF files: one page as a 2-D image, all pages as a 3-D image.
+// Read-only images over files: runs, queries and construction.
+#include "files/rows/row_image.hpp"
+
 #include <algorithm>
 #include <cstring>
 
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 
-#include "core/dimension.hpp"
-#include "core/functions.hpp"
-#include "core/null.hpp"
+#include "core/kind.hpp"
 #include "core/pixel.hpp"
-#include "core/record.hpp"
 #include "core/selectors.hpp"
-#include "files/tiff/reader.hpp"
 
-namespace qvim::tiff {
+namespace qvim {
 
 namespace {
 
-constexpr uint32_t longest_list = 357913941;  // coordinate triples in 2^32 - 1 bytes
-
 template <class Dim>
 struct [[gnu::packed]] state {
-  reader *handle;
+  row_source *source;
   // Written by ioset.
   typename Dim::length_fn *length;
   scan axis;
@@ -34,11 +30,8 @@ struct [[gnu::packed]] state {
   qvimbxtstate blocks;  // written by bxts
 };
 
-template <class Dim>
-constexpr const char *device = Dim::axes == 2 ? "TIFF" : "TIFF3";
-
-// A run of pixels on its way to the caller. A page may be smaller than the image, and has zeros beyond its
-// sides: positions that nobody checked are harmless, too.
+// A run of pixels on its way to the caller. A plane may be smaller than the image, and has zeros beyond
+// its sides: positions that nobody checked are harmless, too.
 template <class Dim>
 class run {
  public:
@@ -65,14 +58,13 @@ class run {
   }
 
  private:
-  reader &file() const { return *s_.handle; }
-  page_rows &page() const { return s_.handle->rows; }
+  row_source &source() const { return *s_.source; }
   uint32_t extent(int axis) const { return window_.extent(axis); }
   // The next pixel's position in the image.
   uint32_t position(int axis) const { return uint32_t(at_[axis]) + uint32_t(window_.nw[axis]); }
 
   int32_t select_plane(uint32_t ahead = 0) const {
-    return file().select(Dim::axes == 3 ? position(Dim::axes - 1) + ahead : 0);
+    return source().select(Dim::axes == 3 ? position(Dim::axes - 1) + ahead : 0);
   }
 
   // To the beginning of a line further on.
@@ -93,7 +85,7 @@ class run {
       if (const int32_t code = select_plane(); code < 0) return code;
     if (const uint32_t rows = whole_rows(most)) {
       uint32_t done = 0;
-      const int32_t code = page().read_rows(position(1), rows, to_, &done);
+      const int32_t code = source().read_rows(position(1), rows, to_, &done);
       *count = done * extent(0);
       pass_lines(done);
       return code;
@@ -106,28 +98,28 @@ class run {
     return 0;
   }
 
-  // How many lines from here on are whole rows of the page; 0 when they are to be moved one by one.
+  // How many lines from here on are whole rows of the plane; 0 when they are to be moved one by one.
   uint32_t whole_rows(uint32_t most) const {
-    const uint32_t width = page().width(), height = page().height();
+    const uint32_t width = source().width(), height = source().height();
     if (s_.axis != scan::x || s_.gather || extent(0) != width || position(0) != 0 || position(1) >= height)
       return 0;
     const uint32_t rows = std::min({most / width, height - position(1), extent(1) - uint32_t(at_[1])});
     return rows > 1 ? rows : 0;
   }
 
-  // Of n pixels along x, how many lie on the page.
-  uint32_t on_page(uint32_t x, uint32_t y, uint32_t n) const {
-    return x < page().width() && y < page().height() ? std::min(n, page().width() - x) : 0;
+  // Of n pixels along x, how many lie in the plane.
+  uint32_t in_plane(uint32_t x, uint32_t y, uint32_t n) const {
+    return x < source().width() && y < source().height() ? std::min(n, source().width() - x) : 0;
   }
 
   int32_t row(uint32_t n) {
-    const uint32_t x = position(0), y = position(1), inside = on_page(x, y, n);
+    const uint32_t x = position(0), y = position(1), inside = in_plane(x, y, n);
     std::memset(to_ + uint64_t(inside) * s_.selected, 0, uint64_t(n - inside) * s_.selected);
-    if (!s_.gather && inside) return page().read(y, x, inside, to_);
+    if (!s_.gather && inside) return source().read(y, x, inside, to_);
     for (uint32_t done = 0; done < inside;) {
       uint32_t count = inside - done;
       const uint8_t *pixels;
-      if (const int32_t code = page().view(y, x + done, &count, &pixels); code < 0) return code;
+      if (const int32_t code = source().view(y, x + done, &count, &pixels); code < 0) return code;
       s_.gather(pixels + s_.first, to_ + uint64_t(done) * s_.selected, pixel_bytes_, s_.selected, count,
                 s_.selected, 0);
       done += count;
@@ -143,13 +135,13 @@ class run {
         if (const int32_t code = select_plane(down ? 0 : i); code < 0) return code;
       const uint32_t x = position(0), y = position(1) + (down ? i : 0);
       uint8_t *const to = to_ + uint64_t(i) * s_.selected;
-      uint32_t count = on_page(x, y, 1);
+      uint32_t count = in_plane(x, y, 1);
       const uint8_t *pixel;
       if (count == 0) {
         std::memset(to, 0, s_.selected);
         continue;
       }
-      if (const int32_t code = page().view(y, x, &count, &pixel); code < 0) return code;
+      if (const int32_t code = source().view(y, x, &count, &pixel); code < 0) return code;
       std::memcpy(to, pixel + s_.first, s_.selected);
     }
     return 0;
@@ -169,10 +161,10 @@ uint32_t read(record<Dim> *im, uint32_t, void *buffer, uint32_t count, const poi
   const uint32_t n = uint32_t(std::min(call_length_fn(s.length, &im->wind, at), uint64_t(count)));
   if (n == 0 || !buffer) return 0;
   const int64_t step = im->f.pixiesize;
-  locked hold(*s.handle);
+  locked hold(*s.source);
   int32_t code;
   const uint32_t moved = run<Dim>(im, at, buffer).move(n, &code);
-  if (code < 0) s.handle->latch(code);
+  if (code < 0) s.source->latch(code);
   const uint64_t pixies = uint64_t(moved) * (s.selected / uint32_t(step));
   if (s.convert) s.convert(buffer, buffer, step, step, pixies, s.convert_param, s.convert_param);
   if (s.swap) s.swap(buffer, buffer, step, step, pixies, 0, 0);
@@ -211,78 +203,38 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
 }
 
 template <class Dim>
-uint32_t bxta(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return functions<Dim>::bxta(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
-}
-template <class Dim>
-uint32_t bxtp(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return functions<Dim>::bxtp(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
-}
-template <class Dim>
-int32_t bxtw(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, uint32_t count, uint32_t op) {
-  return functions<Dim>::bxtw(&state_of<state<Dim>>(im).blocks, im, mode, buffer, list, count, op);
-}
-
-template <class Dim>
-int32_t bxts(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-  clear_blocks<Dim>(im);
-  const int32_t code = functions<Dim>::bxts(&state_of<state<Dim>>(im).blocks, im, mode, datatype, colourmask);
-  if (code < 0) return code;
-  im->bxta = bxta<Dim>;
-  im->bxtp = bxtp<Dim>;
-  im->bxtw = bxtw<Dim>;
-  return code;
-}
-
-template <class Dim>
 uint32_t aeiou(record<Dim> *im, uint32_t code, int32_t clear, int32_t, void *) {
-  switch (code) {
-    case 'I': return 0xFFFFFFFFu / uint32_t(std::max(im->f.pixelsize, 1));
-    case 'B': return longest_list;
-    case 'i':
-    case 'm':
-    case 'b': return 1;  // the only image of its chain
-    case 'e': {
-      reader &r = *state_of<state<Dim>>(im).handle;
-      locked hold(r);
-      const int32_t latched = r.latched;
-      if (clear) r.latched = 0;
-      return uint32_t(latched);
-    }
-    default: return 0;
-  }
+  if (code != 'e') return kind_answer<Dim>(im, code, 1);
+  row_source &source = *state_of<state<Dim>>(im).source;
+  locked hold(source);
+  return uint32_t(source.latched(clear != 0));
 }
 
 template <class Dim>
-void *xwind(record<Dim> *im, typename Dim::window *window, int32_t letter) {
-  if (functions<Dim>::xwind(im, &window, letter) == 1) {
-    clear_transfers<Dim>(im);
-    im->ioset = ioset<Dim>;
-    im->bxts = bxts<Dim>;
-    im->imapset = nops<Dim>::imapset;  // decoded pixels stand nowhere
-  }
-  return window;
-}
+struct kind : kind_blocks<Dim, state<Dim>> {
+  static constexpr auto ioset = qvim::ioset<Dim>;
+  static constexpr auto imapset = nops<Dim>::imapset;  // decoded pixels stand nowhere
+};
 
 template <class Dim>
-void make(record<Dim> *im, reader &r) {
+void make(record<Dim> *im, const row_image &form, row_source &source) {
   std::memset(static_cast<void *>(im), 0, sizeof *im);
-  set_device_name(im, device<Dim>);
-  im->imdim.se.x = int32_t(r.page.width());
-  im->imdim.se.y = int32_t(r.page.height());
-  if constexpr (Dim::axes == 3) im->imdim.se.z = int32_t(r.page_count);
-  im->d = r.data;
+  set_device_name(im, form.device);
+  im->imdim.se.x = int32_t(form.width);
+  im->imdim.se.y = int32_t(form.height);
+  if constexpr (Dim::axes == 3) im->imdim.se.z = int32_t(form.planes);
+  im->d = form.data;
   qviminitfacts(&im->f, &im->d);
-  im->h = describe_size(r.page);
-  state_of<state<Dim>>(im).handle = &r;
+  im->h = form.hints;
+  state_of<state<Dim>>(im).source = &source;
   im->aeiou = aeiou<Dim>;
-  im->xwind = xwind<Dim>;
+  im->xwind = kind_xwind<Dim, kind<Dim>>;
   im->xwind(im, nullptr, 's');
 }
 
 }  // namespace
 
-void present(qvimage *im, reader &r) { make<two_d>(im, r); }
-void present(qvimage3 *im, reader &r) { make<three_d>(im, r); }
+void present(qvimage *im, const row_image &form, row_source &source) { make<two_d>(im, form, source); }
+void present(qvimage3 *im, const row_image &form, row_source &source) { make<three_d>(im, form, source); }
 
-}  // namespace qvim::tiff
+}  // namespace qvim
