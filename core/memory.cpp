@@ -10,6 +10,7 @@
 
 #include "core/kind.hpp"
 #include "core/pixel.hpp"
+#include "core/reason.hpp"
 
 namespace qvim::memory {
 namespace {
@@ -68,7 +69,7 @@ bool strides_of(const layout &at, const qvimagefacts &facts, uint32_t (&stride)[
 }
 
 template <class Dim>
-int32_t build(record<Dim> *im, const layout &at, const qvimagedata *data, const qvimagehints *hints) {
+int32_t make(record<Dim> *im, const layout &at, const qvimagedata *data, const qvimagehints *hints) {
   if (!im) return QVERR_USAGE;
   if (!at.buffer || !at.imdim || !data || !all_positive<Dim>(at.imdim) || !is_valid(*data))
     return fail(im, QVERR_USAGE);
@@ -94,6 +95,11 @@ int32_t build(record<Dim> *im, const layout &at, const qvimagedata *data, const 
   std::memcpy(static_cast<void *>(im), &built, sizeof built);
   im->xwind(im, nullptr, 's');
   return 0;
+}
+
+template <class Dim>
+int32_t build(record<Dim> *im, const layout &at, const qvimagedata *data, const qvimagehints *hints) {
+  return public_call().result(make<Dim>(im, at, data, hints));
 }
 
 // The arguments that describe pixels.
@@ -139,7 +145,8 @@ uint64_t packed_size(const int32_t *dims, const description &pixels) {
 }
 
 template <class Dim>
-int32_t allocate(record<Dim> *im, void *bufferpointer, const int32_t *imdim, const description &pixels) {
+int32_t allocate_and_make(record<Dim> *im, void *bufferpointer, const int32_t *imdim,
+                          const description &pixels) {
   if (!im) return QVERR_USAGE;
   if (!bufferpointer || load<void *>(bufferpointer) || !imdim || !all_positive<Dim>(imdim))
     return fail(im, QVERR_USAGE);
@@ -152,6 +159,11 @@ int32_t allocate(record<Dim> *im, void *bufferpointer, const int32_t *imdim, con
   else
     store(bufferpointer, buffer);
   return code;
+}
+
+template <class Dim>
+int32_t allocate(record<Dim> *im, void *bufferpointer, const int32_t *imdim, const description &pixels) {
+  return public_call().result(allocate_and_make<Dim>(im, bufferpointer, imdim, pixels));
 }
 
 inline void make_null(qvimage *im) { qvimage_defnull(im); }
@@ -167,13 +179,15 @@ int32_t release(record<Dim> *im, void *bufferpointer) {
 // A new record; the pixels too unless a buffer for them is given.
 template <class Dim>
 record<Dim> *create(void *buffer, const int32_t *imdim, const description &pixels, const pixel_size &pixel) {
-  if (!all_positive<Dim>(imdim)) return nullptr;
-  const uint64_t size = packed_size<Dim>(imdim, pixels);
-  if (size == 0) return nullptr;
+  const public_call call;
+  const uint64_t size = all_positive<Dim>(imdim) ? packed_size<Dim>(imdim, pixels) : 0;
+  if (size == 0) return call.result(QVERR_USAGE), nullptr;
   auto *im = static_cast<record<Dim> *>(qvmalloc(sizeof(record<Dim>)));
   void *pixel_buffer = buffer ? buffer : im ? qvmallocf16(size) : nullptr;
-  if (im && build<Dim>(im, {pixel_buffer, 0, imdim, 0, 0, allocated_chaininfo}, pixels, pixel) == 0)
-    return im;
+  const int32_t code =
+      im && pixel_buffer ? build<Dim>(im, {pixel_buffer, 0, imdim, 0, 0, allocated_chaininfo}, pixels, pixel)
+                         : QVERR_MEMORY;
+  if (call.result(code) == 0) return im;
   if (!buffer) qvfreef16(pixel_buffer);
   qvfree(im);
   return nullptr;

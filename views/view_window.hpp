@@ -15,6 +15,7 @@
 #include "core/functions.hpp"
 #include "core/null.hpp"
 #include "core/pixel.hpp"
+#include "core/reason.hpp"
 #include "core/record.hpp"
 #include "views/chain.hpp"
 
@@ -56,11 +57,12 @@ struct view_window {
   // A constructor: begin, what the kind changes, finish. A negative code of the kind leaves the null image.
   template <class... Arguments>
   static int32_t make(image *im, source_image *reference, uint8_t shared, const Arguments &...arguments) {
-    if (!im) return -1;
-    if (!reference) return fail(im, -1);
+    const public_call call;
+    if (!im) return call.result(-1);
+    if (!reference) return call.result(fail(im, -1));
     const source_image *source = begin(im, reference, shared);
     const int32_t code = Kind::build(im, source, arguments...);
-    return code < 0 ? fail(im, code) : finish(im);
+    return call.result(code < 0 ? fail(im, code) : finish(im));
   }
   static int32_t build(image *, const source_image *) { return 0; }
 

@@ -9,6 +9,7 @@
 
 #include "core/kind.hpp"
 #include "core/pixel.hpp"
+#include "core/reason.hpp"
 #include "core/selectors.hpp"
 
 namespace qvim {
@@ -161,6 +162,7 @@ uint32_t read(record<Dim> *im, uint32_t, void *buffer, uint32_t count, const poi
   const uint32_t n = uint32_t(std::min(call_length_fn(s.length, &im->wind, at), uint64_t(count)));
   if (n == 0 || !buffer) return 0;
   const int64_t step = im->f.pixiesize;
+  const transfer_call transfer;
   locked hold(*s.source);
   int32_t code;
   const uint32_t moved = run<Dim>(im, at, buffer).move(n, &code);

@@ -6,6 +6,7 @@
 #include <qvimage/error.h>
 #include <qvimage/tiff.h>
 
+#include "core/reason.hpp"
 #include "files/tiff/reader.hpp"
 
 namespace qvim::tiff {
@@ -131,15 +132,7 @@ int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, 
   return code;
 }
 
-}  // namespace
-
-}  // namespace qvim::tiff
-
-using namespace qvim::tiff;
-
-extern "C" {
-
-int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
+int32_t read_info(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
   reader *r;
   if (const int32_t code = reader_of(h, &r); code < 0) return code;
   if (!info) return QVERR_USAGE;
@@ -150,8 +143,8 @@ int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page
   return fill_with_count(*r, info);
 }
 
-int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
-                         uint64_t page) {
+int32_t info_of_page(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
+                     uint64_t page) {
   if (!info || !path) return QVERR_USAGE;
   std::memset(static_cast<void *>(info), 0, sizeof *info);
   auto r = qvim::make_owned<reader>(mapped_as::colours);
@@ -161,8 +154,8 @@ int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fo
   return code < 0 ? code : fill_with_count(*r, info);
 }
 
-int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
-                          int64_t bufsize, int64_t first) {
+int64_t info_of_pages(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
+                      int64_t bufsize, int64_t first) {
   if (!infos || n < 0 || first < 0 || !path) return QVERR_USAGE;
   auto r = qvim::make_owned<reader>(mapped_as::colours);
   if (!r) return QVERR_MEMORY;
@@ -172,6 +165,28 @@ int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, c
   if (code == 0) return int64_t(filled);
   for (uint64_t i = 0; i < filled; i++) qvimage_tiffinfodone(&infos[i]);
   return code;
+}
+
+}  // namespace
+
+}  // namespace qvim::tiff
+
+using namespace qvim::tiff;
+
+extern "C" {
+
+int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
+  return qvim::public_call().result(read_info(h, info, page));
+}
+
+int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
+                         uint64_t page) {
+  return qvim::public_call().result(info_of_page(info, path, fopenmode, bufsize, page));
+}
+
+int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
+                          int64_t bufsize, int64_t first) {
+  return qvim::public_call().result(info_of_pages(infos, n, path, fopenmode, bufsize, first));
 }
 
 void qvimage_tiffinfodone(qvimagefileinfo *info) {

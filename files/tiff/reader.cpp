@@ -9,6 +9,7 @@
 #include <qvimage/error.h>
 
 #include "core/null.hpp"
+#include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/rows/row_image.hpp"
 #include "files/stream/bufio.hpp"
@@ -219,12 +220,14 @@ extern "C" {
 
 int32_t qvimage_tiffread(qvimage *image, qvimage *palette, tiffhandle **h, const char *path,
                          const char *fopenmode, int64_t bufsize, uint64_t page, uint32_t infoonly) {
-  return qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, page, infoonly != 0);
+  return qvim::public_call().result(
+      qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, page, infoonly != 0));
 }
 
 int32_t qvimage3_tiffread(qvimage3 *image, qvimage *palette, tiffhandle **h, const char *path,
                           const char *fopenmode, int64_t bufsize, uint32_t infoonly) {
-  return qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, 0, infoonly != 0);
+  return qvim::public_call().result(
+      qvim::tiff::open_or_null(image, palette, h, path, fopenmode, bufsize, 0, infoonly != 0));
 }
 
 int32_t qvimage_tiffreaddone(qvimage *image, qvimage *palette, tiffhandle **h) {
