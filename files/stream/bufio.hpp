@@ -48,4 +48,31 @@ inline void write_bytes(bufio &b, const void *data, uint64_t count) {
 [[nodiscard]] int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize,
                                  uint32_t flags);
 
+// Headers and directories are small and may lie far apart: while it lives, the file is read in small blocks.
+// Pointers into the resident block end with it.
+class small_blocks {
+ public:
+  explicit small_blocks(bufio &file) : file_(file), size_(file.bufsize), shift_(file.bufshift) {
+    if (size_ > small) set(small, small_shift);
+  }
+  ~small_blocks() {
+    if (file_.bufsize != size_) set(size_, shift_);
+  }
+  small_blocks(const small_blocks &) = delete;
+  small_blocks &operator=(const small_blocks &) = delete;
+
+ private:
+  static constexpr uint64_t small_shift = 12, small = uint64_t{1} << small_shift;
+
+  void set(uint64_t size, uint64_t shift) {
+    bufio_flush(&file_);  // whatever the block holds is not lost with it
+    file_.bufsize = size;
+    file_.bufshift = shift;
+    file_.valid = 0;
+  }
+
+  bufio &file_;
+  const uint64_t size_, shift_;
+};
+
 }  // namespace qvim

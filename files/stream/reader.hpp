@@ -16,8 +16,6 @@
 
 namespace qvim {
 
-enum class byte_order : uint8_t { little, big };
-
 template <class T>
 using unsigned_of_size = std::conditional_t<
     sizeof(T) == 1, uint8_t,
@@ -30,30 +28,40 @@ inline uint64_t reversed(uint64_t v) { return __builtin_bswap64(v); }
 
 // A number (integer or real of 1, 2, 4 or 8 bytes) as it stands in memory in that order, at any alignment.
 template <class T>
-T load(const uint8_t *bytes, byte_order order) {
+T from_bytes(const uint8_t *bytes, std::endian order) {
   static_assert(std::is_arithmetic_v<T>);
   unsigned_of_size<T> v;
   std::memcpy(&v, bytes, sizeof v);
-  if ((order == byte_order::big) != (std::endian::native == std::endian::big)) v = reversed(v);
+  if (order != std::endian::native) v = reversed(v);
   return std::bit_cast<T>(v);
 }
 
 template <class T>
-void store(uint8_t *bytes, T value, byte_order order) {
+void to_bytes(uint8_t *bytes, T value, std::endian order) {
   auto v = std::bit_cast<unsigned_of_size<T>>(value);
-  if ((order == byte_order::big) != (std::endian::native == std::endian::big)) v = reversed(v);
+  if (order != std::endian::native) v = reversed(v);
   std::memcpy(bytes, &v, sizeof v);
+}
+
+// The same of an unsigned number whose size, 1, 2, 4 or 8 bytes, is known at run time only.
+inline uint64_t unsigned_from_bytes(const uint8_t *bytes, int size, std::endian order) {
+  switch (size) {
+    case 1: return *bytes;
+    case 2: return from_bytes<uint16_t>(bytes, order);
+    case 4: return from_bytes<uint32_t>(bytes, order);
+    default: return from_bytes<uint64_t>(bytes, order);
+  }
 }
 
 // Invariant: begin <= position <= end <= length of the stream; only what keeps it touches these fields. A
 // request that leaves the range gives zeros and latches -10: parse on, and ask code() before using what was
 // read. Several readers may share a stream: each keeps its own position and sets the stream's.
-class reader {
+class checked_reader {
  public:
-  reader(bufio &b, byte_order order) : stream_(&b), position_(0), end_(b.filelen), order_(order) {}
+  checked_reader(bufio &b, std::endian order) : stream_(&b), position_(0), end_(b.filelen), order_(order) {}
 
-  byte_order order() const { return order_; }
-  void set_order(byte_order order) { order_ = order; }
+  std::endian order() const { return order_; }
+  void set_order(std::endian order) { order_ = order; }
   uint64_t position() const { return position_; }
   uint64_t left() const { return end_ - position_; }
 
@@ -68,8 +76,8 @@ class reader {
 
   // The next bytes as a reader of their own, which this one passes over. One that sticks out of its parent
   // ends with it, and both have failed.
-  reader chunk(uint64_t count) {
-    reader inside = *this;
+  checked_reader chunk(uint64_t count) {
+    checked_reader inside = *this;
     inside.begin_ = position_;
     inside.end_ = position_ + std::min(count, left());
     if (count > left()) inside.fail();
@@ -84,9 +92,9 @@ class reader {
     stream_->pos = position_;
     position_ += sizeof(T);
     if (is_resident(*stream_, sizeof(T)))
-      return load<T>(stream_->bufp + (stream_->pos - stream_->bufpos), order_);
+      return from_bytes<T>(stream_->bufp + (stream_->pos - stream_->bufpos), order_);
     bufio_io(stream_, bytes, sizeof(T), 'r');
-    return load<T>(bytes, order_);
+    return from_bytes<T>(bytes, order_);
   }
 
   // An unsigned number whose size, 1, 2, 4 or 8 bytes, is known at run time only.
@@ -118,6 +126,13 @@ class reader {
     return !__builtin_mul_overflow(items, size, &bytes) && bytes <= left();
   }
 
+  // Does a range of that many items lie inside this one, wherever it begins?
+  bool holds_at(uint64_t position, uint64_t items, uint64_t size) const {
+    uint64_t bytes;
+    return !__builtin_mul_overflow(items, size, &bytes) && position >= begin_ && position <= end_ &&
+           bytes <= end_ - position;
+  }
+
   // For what the bytes mean rather than where they lie.
   void fail(int32_t code = QVERR_FORMAT) { code_ = worst(code_, code); }
 
@@ -135,7 +150,7 @@ class reader {
   bufio *stream_;
   uint64_t begin_ = 0, position_, end_;
   int32_t code_ = 0;
-  byte_order order_;
+  std::endian order_;
 };
 
 }  // namespace qvim

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "files/tiff/wire.hpp"
+#include <qvimage/error.h>
 
 namespace qvim::tiff {
 
@@ -38,28 +38,28 @@ bool grow(array<uint64_t> &set) {
 }  // namespace
 
 int32_t read_header(bufio *file, format *f) {
-  uint8_t bytes[16] = {};
-  const auto fetch = [&](uint64_t position, uint64_t count) {
-    file->pos = position;
-    bufio_io(file, bytes + position, count, 'r');
-    return bufio_err(file);
-  };
-  if (const int32_t code = fetch(0, 8); code < 0) return code;
-  if (bytes[0] != bytes[1] || (bytes[0] != 'I' && bytes[0] != 'M')) return -10;
-  f->big_endian = bytes[0] == 'M';
-  const uint64_t version = from_wire(bytes + 2, 2, is_swapped(*f));
-  if (version != 42 && version != 43) return -10;
+  checked_reader in(*file, std::endian::little);
+  uint8_t mark[2];
+  in.get_bytes(mark, 2);
+  if (const int32_t code = in.code(); code < 0) return code;
+  if (mark[0] != mark[1] || (mark[0] != 'I' && mark[0] != 'M')) return QVERR_FORMAT;
+  f->big_endian = mark[0] == 'M';
+  in.set_order(f->order());
+  const uint16_t version = in.get<uint16_t>();
   f->bigtiff = version == 43;
-  if (!f->bigtiff) return 0;
-  if (from_wire(bytes + 4, 2, is_swapped(*f)) != 8) return -10;
-  return fetch(8, 8);
+  if (version != 42 && !f->bigtiff) in.fail();
+  if (f->bigtiff && in.get<uint16_t>() != 8) in.fail();
+  in.seek(uint64_t(f->header_size()));
+  return in.code();
 }
 
 int32_t chain::next() {
-  const uint64_t offset = read_at(file_, format_, link_, format_.offset_size());
-  if (bufio_err(file_) < 0 || offset == 0) return 0;
-  const uint64_t entries = read_at(file_, format_, offset, format_.count_size());
-  if (bufio_err(file_) < 0) return 0;
+  in_.seek(link_);
+  const uint64_t offset = in_.get_unsigned(uint32_t(format_.offset_size()));
+  if (in_.code() < 0 || offset == 0) return 0;
+  in_.seek(offset);
+  const uint64_t entries = in_.get_unsigned(uint32_t(format_.count_size()));
+  if (in_.code() < 0) return 0;
 
   if (const int32_t code = remember(offset); code <= 0) return code;
 
@@ -68,9 +68,9 @@ int32_t chain::next() {
   uint64_t size;
   const uint64_t ends = uint64_t(format_.count_size() + format_.offset_size());
   if (__builtin_mul_overflow(entries, uint64_t(format_.entry_size()), &size) ||
-      __builtin_add_overflow(size, ends, &size) || size > file_->filelen - walked_ ||
-      offset > file_->filelen - size) {
-    file_->eoferr = 1;
+      __builtin_add_overflow(size, ends, &size) || !in_.holds_at(walked_, size, 1) ||
+      !in_.holds_at(offset, size, 1)) {
+    in_.fail();
     return 0;
   }
   walked_ += size;

@@ -4,9 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include <qvimage/data.h>
-#include <qvimage/memory.h>
-
 namespace qvim::tiff {
 
 namespace {
@@ -48,14 +45,6 @@ int32_t read_colour_map(bufio *file, const format &f, const page &p, const direc
   else
     interleave<uint16_t>(*entries, count, value);
   return bufio_err(file);
-}
-
-int32_t present_palette(qvimage *palette, const page &p, array<uint8_t> &entries) {
-  const int bits = p.bits()[0];
-  const int32_t size[2] = {1 << bits, 1};
-  qvimagedata data;
-  qviminitdata(&data, qvimdatabittype(bits), bits, 3, QVIM_HINT_RGB);
-  return qvimage_memdata(palette, entries.data(), entries.size(), size, 0, &data, nullptr, 0);
 }
 
 }  // namespace qvim::tiff

@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include <qvimage/record.h>
-
 #include "core/owned.hpp"
 #include "files/tiff/directory_read.hpp"
 
@@ -14,8 +12,5 @@ namespace qvim::tiff {
 // -2.
 [[nodiscard]] int32_t read_colour_map(bufio *file, const format &f, const page &p, const directory &d,
                                       array<uint8_t> *entries);
-
-// A memory image over such entries, one row of 2^bits pixels.
-[[nodiscard]] int32_t present_palette(qvimage *palette, const page &p, array<uint8_t> &entries);
 
 }  // namespace qvim::tiff

@@ -11,14 +11,15 @@ namespace {
 constexpr uint64_t longest_side = std::numeric_limits<int32_t>::max();
 
 struct directory_reader {
-  bufio *file;
+  checked_reader &in;
   const format &f;
   page &p;
   directory &d;
 
   uint64_t number(const place &at, uint64_t i) const {
     const int size = field_size(at.type);
-    return read_at(file, f, at.position + i * uint64_t(size), size);
+    in.seek(at.position + i * uint64_t(size));
+    return in.get_unsigned(uint32_t(size));
   }
 
   int32_t scalar(tag t, const place &at) const {
@@ -46,7 +47,8 @@ struct directory_reader {
   int32_t rational(tag t, const place &at) const {
     if (at.type != field::rational || at.count != 1) return -10;
     auto &value = p.resolution[resolution_index(t)];
-    value = {uint32_t(read_at(file, f, at.position, 4)), uint32_t(read_at(file, f, at.position + 4, 4))};
+    in.seek(at.position);
+    for (uint32_t &part : value) part = in.get<uint32_t>();
     return 0;
   }
 
@@ -72,16 +74,15 @@ struct directory_reader {
 
   // One entry: its values lie inside it when they fit the room of an offset.
   int32_t entry(const uint8_t *bytes, uint64_t position) const {
-    const bool swapped = is_swapped(f);
     const int room = f.offset_size();
-    const uint16_t id = uint16_t(from_wire(bytes, 2, swapped));
-    place at{field(from_wire(bytes + 2, 2, swapped)), from_wire(bytes + 4, room, swapped),
-             position + 4 + uint64_t(room)};
-    uint64_t size;
-    if (field_size(at.type) == 0 || __builtin_mul_overflow(at.count, uint64_t(field_size(at.type)), &size))
-      return -10;
-    if (size > uint64_t(room)) at.position = from_wire(bytes + 4 + room, room, swapped);
-    if (size > file->filelen || at.position > file->filelen - size) return -10;
+    const uint16_t id = from_bytes<uint16_t>(bytes, f.order());
+    place at{field(from_bytes<uint16_t>(bytes + 2, f.order())),
+             unsigned_from_bytes(bytes + 4, room, f.order()), position + 4 + uint64_t(room)};
+    const uint64_t size = uint64_t(field_size(at.type));
+    if (size == 0) return -10;
+    if (at.count > uint64_t(room) / size)
+      at.position = unsigned_from_bytes(bytes + 4 + room, room, f.order());
+    if (!in.holds_at(at.position, at.count, size)) return -10;
 
     const auto *facts = std::lower_bound(tags.begin(), tags.end(), id,
                                          [](const tag_facts &t, uint16_t i) { return t.id < i; });
@@ -100,14 +101,15 @@ struct directory_reader {
     const uint64_t entry_size = uint64_t(f.entry_size());
     while (count > 0) {
       const uint64_t n = std::min(count, sizeof bytes / entry_size);
-      read_bytes_at(file, position, bytes, n * entry_size);
+      in.seek(position);
+      in.get_bytes(bytes, n * entry_size);
       for (uint64_t i = 0; i < n; i++)
         if (const int32_t code = entry(bytes + i * entry_size, position + i * entry_size); code < 0)
           return code;
       position += n * entry_size;
       count -= n;
     }
-    return bufio_err(file);
+    return in.code();
   }
 };
 
@@ -162,15 +164,15 @@ bool is_served(const page &p, const directory &d) {
 int32_t read_directory(bufio *file, const format &f, uint64_t offset, page *p, directory *d) {
   *p = page();
   *d = directory();
-  const uint64_t count = read_at(file, f, offset, f.count_size());
-  if (const int32_t code = bufio_err(file); code < 0) return code;
-  uint64_t size;
-  const uint64_t ends = uint64_t(f.count_size() + f.offset_size());
-  if (__builtin_mul_overflow(count, uint64_t(f.entry_size()), &size) ||
-      __builtin_add_overflow(size, ends, &size) || size > file->filelen || offset > file->filelen - size)
-    return -10;
-  const directory_reader reader{file, f, *p, *d};
-  if (const int32_t code = reader.entries(offset + uint64_t(f.count_size()), count); code < 0) return code;
+  checked_reader in(*file, f.order());
+  in.seek(offset);
+  const uint64_t count = in.get_unsigned(uint32_t(f.count_size()));
+  const uint64_t entries = in.position();
+  if (!in.holds(count, uint64_t(f.entry_size()))) in.fail();
+  in.skip(count * uint64_t(f.entry_size()) + uint64_t(f.offset_size()));
+  if (const int32_t code = in.code(); code < 0) return code;
+  const directory_reader reader{in, f, *p, *d};
+  if (const int32_t code = reader.entries(entries, count); code < 0) return code;
   if (!is_consistent(*p)) return -10;
   return is_served(*p, *d) ? 0 : -11;
 }

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "files/tiff/wire.hpp"
+#include "files/stream/reader.hpp"
+#include "files/tiff/format.hpp"
 
 namespace qvim::tiff {
 
@@ -30,14 +31,17 @@ class file_array {
   // Item i of size(). Failures latch in the stream.
   uint64_t operator[](uint64_t i) {
     if (i - first_ >= cached_) load(i);
-    return from_wire(bytes_ + (i - first_) * uint64_t(item_size_), item_size_, is_swapped(*format_));
+    return unsigned_from_bytes(bytes_ + (i - first_) * uint64_t(item_size_), item_size_, format_->order());
   }
 
  private:
+  // The directory has said that the items lie in the file.
   void load(uint64_t i) {
     cached_ = std::min(where_.count - i, sizeof bytes_ / uint64_t(item_size_));
     first_ = i;
-    read_bytes_at(file_, where_.position + i * uint64_t(item_size_), bytes_, cached_ * uint64_t(item_size_));
+    checked_reader items(*file_, format_->order());
+    items.seek(where_.position + i * uint64_t(item_size_));
+    items.get_bytes(bytes_, cached_ * uint64_t(item_size_));
   }
 
   bufio *file_;

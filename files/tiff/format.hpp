@@ -1,6 +1,7 @@
 // The two forms of a TIFF file (classic and BigTIFF), its byte order, and its field types.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 namespace qvim::tiff {
@@ -10,6 +11,7 @@ struct format {
   bool big_endian = false;
   bool bigtiff = false;
 
+  std::endian order() const { return big_endian ? std::endian::big : std::endian::little; }
   int offset_size() const { return bigtiff ? 8 : 4; }
   int count_size() const { return bigtiff ? 8 : 2; }  // of a directory's entry count
   int entry_size() const { return bigtiff ? 20 : 12; }

@@ -7,27 +7,13 @@
 #include <qvimage/tiff.h>
 
 #include "core/reason.hpp"
+#include "files/rows/budget.hpp"
+#include "files/rows/information.hpp"
 #include "files/tiff/reader.hpp"
 
 namespace qvim::tiff {
 
 namespace {
-
-// Bytes of texts and strip tables that may still be read. Directories of a sound file share none of them, so
-// only a file made for it gets a listing past this.
-class budget {
- public:
-  explicit budget(uint64_t file_length)
-      : left_(std::max(uint64_t{16} << 20, 16 * std::min(file_length, uint64_t{1} << 40))) {}
-  bool take(uint64_t bytes) {
-    if (bytes > left_) return false;
-    left_ -= bytes;
-    return true;
-  }
-
- private:
-  uint64_t left_;
-};
 
 char **text_of(qvimagefileinfo &info, tag t) {
   switch (t) {
@@ -38,17 +24,21 @@ char **text_of(qvimagefileinfo &info, tag t) {
   }
 }
 
+// Texts and strip tables come out of one budget: directories of a sound file share none of them, so only a
+// file made for it gets a listing past this.
 int32_t read_texts(reader &r, budget &limit, qvimagefileinfo *info) {
+  checked_reader in(r.file, r.format.order());
   for (const tag t : {DateTime, Software, ImageDescription, Copyright}) {
     if (!r.page.present[t]) continue;
     const place &at = r.where.at[t];
     char *const text = limit.take(at.count) ? static_cast<char *>(qvmalloc(at.count + 1)) : nullptr;
     if (!text) return QVERR_MEMORY;
     *text_of(*info, t) = text;
-    read_bytes_at(&r.file, at.position, text, at.count);
+    in.seek(at.position);
+    in.get_bytes(text, at.count);
     text[at.count] = 0;
   }
-  return bufio_err(&r.file);
+  return in.code();
 }
 
 // The largest strip; all ones for the only one.
@@ -85,20 +75,15 @@ void describe_page(const reader &r, qvimagefileinfo *info) {
   info->version = r.format.version();
 }
 
-void set_page_count(qvimagefileinfo *info, uint64_t pages) {
-  info->pagecount = uint32_t(std::min(pages, uint64_t{0x7FFFFFFF}));
-  info->pagecount2 = uint32_t(std::min(pages, uint64_t{0xFFFFFFFF}));
-}
-
 // Everything but the page count, from the page that the reader stands at.
 int32_t fill(reader &r, budget &limit, qvimagefileinfo *info) {
-  std::memset(static_cast<void *>(info), 0, sizeof *info);
+  clear(*info);
   describe_page(r, info);
   int32_t code = read_strip_size(r, limit, &info->stripsize);
   if (code == 0) code = read_texts(r, limit, info);
   if (code < 0) {
     qvimage_tiffinfodone(info);
-    std::memset(static_cast<void *>(info), 0, sizeof *info);
+    clear(*info);
   }
   return code;
 }
@@ -108,7 +93,7 @@ int32_t fill_with_count(reader &r, qvimagefileinfo *info) {
   if (pages < 0) return int32_t(pages);
   budget limit(r.file.filelen);
   const int32_t code = fill(r, limit, info);
-  if (code == 0) set_page_count(info, uint64_t(pages));
+  if (code == 0) set_page_count(*info, uint64_t(pages));
   return code;
 }
 
@@ -127,8 +112,8 @@ int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, 
     if (code < 0) return code;
     ++*filled;
   }
-  if (code == 0 && bufio_err(&r.file) == QVERR_IO) code = QVERR_IO;
-  for (uint64_t i = 0; i < *filled; i++) set_page_count(&infos[i], directories.passed());
+  if (code == 0 && directories.code() == QVERR_IO) code = QVERR_IO;
+  for (uint64_t i = 0; i < *filled; i++) set_page_count(infos[i], directories.passed());
   return code;
 }
 
@@ -136,7 +121,7 @@ int32_t read_info(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
   reader *r;
   if (const int32_t code = reader_of(h, &r); code < 0) return code;
   if (!info) return QVERR_USAGE;
-  std::memset(static_cast<void *>(info), 0, sizeof *info);
+  clear(*info);
   qvim::locked hold(*r);
   if (r->page_count && (page != r->number || page == reader::no_page))
     if (const int32_t code = r->turn_to(page); code < 0) return code;
@@ -146,7 +131,7 @@ int32_t read_info(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
 int32_t info_of_page(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                      uint64_t page) {
   if (!info || !path) return QVERR_USAGE;
-  std::memset(static_cast<void *>(info), 0, sizeof *info);
+  clear(*info);
   auto r = qvim::make_owned<reader>(mapped_as::colours);
   if (!r) return QVERR_MEMORY;
   int32_t code = r->open(path, fopenmode, bufsize);
@@ -190,8 +175,7 @@ int64_t qvimage_tiffinfoN(qvimagefileinfo *infos, int64_t n, const char *path, c
 }
 
 void qvimage_tiffinfodone(qvimagefileinfo *info) {
-  if (!info || (std::memcmp(info->type, "tif", 4) != 0 && std::memcmp(info->type, "btf", 4) != 0)) return;
-  for (const tag t : {DateTime, Software, ImageDescription, Copyright}) qvfreep(text_of(*info, t));
+  if (info && (qvim::has_type(*info, "tif") || qvim::has_type(*info, "btf"))) qvim::free_texts(*info);
 }
 
 }  // extern "C"

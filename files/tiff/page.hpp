@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "core/owned.hpp"
+#include "files/rows/row_form.hpp"
 #include "files/tiff/tags.hpp"
 
 namespace qvim::tiff {
@@ -60,21 +61,9 @@ constexpr int text_index(tag t) {
 constexpr int per_sample_index(tag t) { return t == BitsPerSample ? 0 : 1; }
 constexpr int resolution_index(tag t) { return t == XResolution ? 0 : 1; }
 
-// How the rows of a page lie in its strips before compression.
-struct rows {
-  uint32_t width, samples, bits;
-  // The predictive coder takes whole bytes, one or two a sample; everything else packs samples of `bits`
-  // bits.
-  bool packed;
-
-  uint64_t values() const { return uint64_t(width) * samples; }
-  int container() const {
-    return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8;
-  }  // bytes of an unpacked sample
-  uint64_t bytes() const { return packed ? (values() * bits + 7) / 8 : values() * container(); }
-};
-
-inline rows rows_of(const page &p) {
+// How the rows of a page lie in its strips before compression: the predictive coder takes whole bytes,
+// everything else packs samples.
+inline row_form rows_of(const page &p) {
   return {p.width(), p.samples(), p.bits()[0], p.scalar[Compression] != arithmetic};
 }
 

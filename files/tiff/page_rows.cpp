@@ -6,7 +6,9 @@
 
 #include <qvimage/npfclx.h>
 
-#include "files/tiff/samples.hpp"
+#include "files/rows/budget.hpp"
+#include "files/rows/samples.hpp"
+#include "files/stream/bufio.hpp"
 
 namespace qvim::tiff {
 
@@ -25,6 +27,14 @@ uint64_t best_ratio(uint32_t compression) {
   }
 }
 
+row_steps steps_of(const page &p, const format &f) {
+  const row_form form = rows_of(p);
+  const bool inverted = p.scalar[Photometric] == white_is_zero && p.sample_format()[0] == 1 &&
+                        form.samples == 1 && !p.present[ColorMap];
+  // The predictive coder stores two-byte samples low byte first in files of either order.
+  return {form, {form.packed ? f.order() : std::endian::little, p.differenced(), inverted}};
+}
+
 npfclx_fn *expansion(int sample_bytes) {
   return sample_bytes == 1 ? npfclx1_BGRLut3toBGRx : npfclx2_BGRLut3toBGRx;
 }
@@ -38,7 +48,7 @@ int32_t page_rows::start(const page &p, const directory &d, uint32_t pixel_bytes
   width_ = p.width();
   height_ = p.height();
   pixel_bytes_ = pixel_bytes;
-  steps_ = row_steps(p, *format_);
+  steps_ = steps_of(p, *format_);
   colours_ = colours;
   recolour_ = colours                                              ? expansion(steps_.sample_bytes())
               : p.scalar[Photometric] == ycbcr && p.samples() == 3 ? chroma_exchange(steps_.sample_bytes())
@@ -58,8 +68,7 @@ int32_t page_rows::allocate_rows(const page &p) {
   const uint64_t raw = steps_.unpacks() || recolour_ ? row_bytes : 0;
   const uint64_t samples =
       steps_.unpacks() && recolour_ ? steps_.values() * uint64_t(steps_.sample_bytes()) : 0;
-  if (pixels + raw + samples > std::max(uint64_t{16} << 20, 16 * std::min(length, uint64_t{1} << 40)))
-    return -2;
+  if (pixels + raw + samples > read_budget(length)) return -2;
   return grow(pixels_, pixels) && grow(raw_, raw) && grow(samples_, samples) ? 0 : -2;
 }
 
@@ -67,7 +76,8 @@ int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
   uint64_t position;
   uint32_t rows;
   if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return code;
-  read_bytes_at(file_, position + x * pixel_bytes_, to, n * pixel_bytes_);
+  file_->pos = position + x * pixel_bytes_;
+  read_bytes(*file_, to, n * pixel_bytes_);
   if (steps_.finishes()) steps_.finish(to, n * pixel_bytes_ / uint64_t(steps_.sample_bytes()));
   return bufio_err(file_);
 }
@@ -79,7 +89,8 @@ int32_t page_rows::fetch_rows(uint32_t y, uint32_t most, uint8_t *to, uint32_t *
   uint64_t position;
   uint32_t rows;
   if (const int32_t code = strips_.locate(y, most, &position, &rows); code < 0) return code;
-  read_bytes_at(file_, position, to, rows * strips_.row_bytes());
+  file_->pos = position;
+  read_bytes(*file_, to, rows * strips_.row_bytes());
   const int32_t code = bufio_err(file_);
   if (code == 0) *count = rows;
   return code;

@@ -6,8 +6,8 @@
 #include <qvimage/kernel.h>
 
 #include "core/owned.hpp"
+#include "files/rows/row_steps.hpp"
 #include "files/tiff/directory_read.hpp"
-#include "files/tiff/row_steps.hpp"
 #include "files/tiff/strip_rows.hpp"
 
 namespace qvim::tiff {

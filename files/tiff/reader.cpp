@@ -11,6 +11,7 @@
 #include "core/null.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
+#include "files/rows/palette.hpp"
 #include "files/rows/row_image.hpp"
 #include "files/stream/bufio.hpp"
 #include "files/tiff/colour_map.hpp"
@@ -83,7 +84,7 @@ int32_t reader::find_page(uint64_t n) {
   chain directories(&file, format);
   int32_t code = 1;
   for (uint64_t i = 0; i <= n && code > 0; i++) code = directories.next();
-  if (code == 0) code = bufio_err(&file);
+  if (code == 0) code = directories.code();
   if (code <= 0) return code < 0 ? code : QVERR_FORMAT;  // the chain ended before the page
   number = n;
   code = read_page(directories.directory());
@@ -103,7 +104,7 @@ int32_t reader::list_pages() {
     pages[page_count++] = directories.directory();
     if ((code = read_page(directories.directory())) < 0) return code;
   }
-  if (code == 0) code = bufio_err(&file);
+  if (code == 0) code = directories.code();
   if (code < 0) return code;
   data = describe(page, presented);
   return page_count ? 0 : QVERR_FORMAT;
@@ -148,7 +149,7 @@ int64_t reader::count_pages() {
   chain directories(&file, format);
   int32_t code;
   while ((code = directories.next()) > 0) continue;
-  if (bufio_err(&file) == QVERR_IO) code = QVERR_IO;
+  if (directories.code() == QVERR_IO) code = QVERR_IO;
   bufio_errclear(&file);
   return code < 0 ? code : int64_t(directories.passed());
 }
@@ -179,7 +180,8 @@ int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, con
   if (code == 0) code = find(*r, im, page);
   if (code == 0 && !infoonly && palette) code = r->read_colours();
   if (code == 0 && !infoonly) code = r->start_page();
-  if (code == 0 && palette && r->colours.size()) code = present_palette(palette, r->page, r->colours);
+  if (code == 0 && palette && r->colours.size())
+    code = present_palette(palette, r->page.bits()[0], r->colours);
   if (code < 0) return code;
   present(im,
           {device(im), r->page.width(), r->page.height(), uint32_t(r->page_count), r->data,

@@ -7,7 +7,7 @@
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 
-#include "files/tiff/samples.hpp"
+#include "files/rows/samples.hpp"
 
 namespace qvim::tiff {
 
@@ -35,7 +35,7 @@ void differences(const uint8_t *from, uint8_t *to, uint64_t count, int samples, 
 }  // namespace
 
 int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &f, const orders &o) {
-  const rows r = rows_of(p);
+  const row_form r = rows_of(p);
   width_ = r.width;
   height_ = p.height();
   samples_ = int(r.samples);

@@ -7,15 +7,15 @@ namespace qvim::tiff {
 
 namespace {
 
-int32_t start_lzw(void **state, const rows &) { return ptiflzw_stateinit(state, nullptr); }
+int32_t start_lzw(void **state, const row_form &) { return ptiflzw_stateinit(state, nullptr); }
 
-int32_t start_packbits(void **state, const rows &r) {
+int32_t start_packbits(void **state, const row_form &r) {
   if (r.bytes() > uint64_t(std::numeric_limits<int32_t>::max())) return -1;
   const int32_t bytes = int32_t(r.bytes());
   return ptifpabi_stateinit(state, &bytes);
 }
 
-int32_t start_arithmetic(void **state, const rows &r) {
+int32_t start_arithmetic(void **state, const row_form &r) {
   const ptifprar_params params{int32_t(r.bits), int32_t(r.width), int32_t(r.samples)};
   return ptifprar_stateinit(state, &params);
 }
@@ -28,7 +28,7 @@ const strip_codec::operations strip_codec::all[] = {
     {arithmetic, start_arithmetic, ptifprar_statereset, ptifprar_statedone, ptifprar_encode, ptifprar_decode},
 };
 
-int32_t strip_codec::start(uint32_t compression, const rows &r) {
+int32_t strip_codec::start(uint32_t compression, const row_form &r) {
   stop();
   if (compression == uncompressed) return 0;
   for (const operations &candidate : all) {

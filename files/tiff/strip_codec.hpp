@@ -23,7 +23,7 @@ class strip_codec {
 
   // Makes the state for pages of these rows: 0, -1 for rows that the codec does not serve, -2 for memory, -11
   // for another compression. Uncompressed pages have no codec and always succeed.
-  [[nodiscard]] int32_t start(uint32_t compression, const rows &r);
+  [[nodiscard]] int32_t start(uint32_t compression, const row_form &r);
   void stop();
 
   explicit operator bool() const { return operations_ != nullptr; }
@@ -38,7 +38,7 @@ class strip_codec {
  private:
   struct operations {
     uint32_t compression;
-    int32_t (*start)(void **state, const rows &r);
+    int32_t (*start)(void **state, const row_form &r);
     int32_t (*reset)(void *state);
     void (*stop)(void **state);
     int32_t (*encode)(void *state, codecstream *in, codecstream *out);

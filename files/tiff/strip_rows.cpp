@@ -4,12 +4,13 @@
 #include <algorithm>
 
 #include "files/codec/codec.hpp"
+#include "files/stream/bufio.hpp"
 
 namespace qvim::tiff {
 
 int32_t strip_rows::start(const page &p, const directory &d) {
   in_strip_ = false;
-  const rows form = rows_of(p);
+  const row_form form = rows_of(p);
   const uint32_t compression = p.scalar[Compression];
   // Pages of a stack are mostly alike: their codec stays.
   if (compression != compression_ || form.width != form_.width || form.samples != form_.samples ||
@@ -59,7 +60,8 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
   count = std::min(count, length - offset);
   if (compression_ == lzw && count >= 2) {
     uint8_t first[2];
-    read_bytes_at(file_, offset, first, 2);
+    file_->pos = offset;
+    read_bytes(*file_, first, 2);
     if (lzw_bits_reversed(first[0], first[1])) return -10;
   }
   if (const int32_t code = codec_.reset(); code < 0) return code;

@@ -37,7 +37,7 @@ class strip_rows {
   file_array offsets_, byte_counts_;
   strip_codec codec_;
   uint32_t compression_ = uncompressed;
-  rows form_{};
+  row_form form_{};
   uint64_t row_bytes_ = 0;
   uint32_t height_ = 0, rows_per_strip_ = 1;
 

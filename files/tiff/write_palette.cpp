@@ -1,41 +1,10 @@
 // The colour map of a page from a palette image.
-#include <qvimage/data.h>
-#include <qvimage/views.h>
-
+#include "files/rows/palette.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
 
 namespace {
-
-// The palette's first `count` entries, three components each, as values of that pixie type with the
-// significant bits at the top.
-int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32_t count) {
-  constexpr uint32_t three = 7;
-  const uint32_t datatype = pixietype | QVIM_MSB;
-  if (palette->d.pixies < 3) return -1;
-  qvimage converter;
-  qvimage *source = palette;
-  if (source->ioset(source, QVIM_WRAP, datatype, three) <= 0) {
-    // A palette of another data type; real values stand for fractions of full scale.
-    const bool real = palette->f.flags & 2;
-    if (const int32_t code = qvimage_converter(&converter, palette, nullptr, 0, 0, 0, real); code < 0)
-      return code;
-    source = &converter;
-    const int32_t code = source->ioset(source, QVIM_WRAP, datatype, three);
-    if (code <= 0) return code < 0 ? code : -1;
-  }
-  const auto window = source->wind;
-  const int64_t width = int64_t(window.se.x) - window.nw.x;
-  const uint32_t entry = 3 * uint32_t(qvimdatasize(pixietype));
-  for (uint32_t done = 0; done < count;) {
-    const uint32_t moved = source->ioread(source, 0, static_cast<uint8_t *>(entries) + uint64_t(done) * entry,
-                                          count - done, int32_t(done % width), int32_t(done / width));
-    if (moved == 0) return -1;  // fewer entries than sample values
-    done += moved;
-  }
-  return 0;
-}
 
 // Fills the bits below the significant ones with copies of them, so that full scale means full scale to
 // everyone, and the top bits are the palette's own.

@@ -11,7 +11,6 @@
 #include "core/result.hpp"
 #include "files/stream/bufio.hpp"
 #include "files/tiff/chain.hpp"
-#include "files/tiff/wire.hpp"
 
 namespace qvim::tiff {
 
@@ -46,8 +45,10 @@ int32_t find_end(writer &w, uint64_t pages) {
   w.appends = true;
   w.former_length = w.complete = w.file.filelen;
   w.former_link = w.link = walk.link();
-  w.former_link_value = read_at(&w.file, w.format, w.link, w.format.offset_size());
-  return bufio_err(&w.file);
+  checked_reader in(w.file, w.format.order());
+  in.seek(w.link);
+  w.former_link_value = in.get_unsigned(uint32_t(w.format.offset_size()));
+  return in.code();
 }
 
 // Block size, as a power of two, of the memory that a band after the first is coded into: a quarter of what

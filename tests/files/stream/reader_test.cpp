@@ -6,8 +6,7 @@
 
 namespace {
 
-using qvim::byte_order;
-using qvim::reader;
+using qvim::checked_reader;
 
 // A stream in memory, in blocks so small that numbers straddle them.
 class Reader : public testing::TestWithParam<uint64_t> {
@@ -21,16 +20,16 @@ class Reader : public testing::TestWithParam<uint64_t> {
 };
 
 // The slow model: byte i of the stream is 0x80 + i.
-uint64_t number_at(uint64_t position, int size, byte_order order) {
+uint64_t number_at(uint64_t position, int size, std::endian order) {
   uint64_t value = 0;
   for (int i = 0; i < size; i++)
-    value |= (0x80 + position + uint64_t(i)) << 8 * (order == byte_order::little ? i : size - 1 - i);
+    value |= (0x80 + position + uint64_t(i)) << 8 * (order == std::endian::little ? i : size - 1 - i);
   return value;
 }
 
 TEST_P(Reader, NumbersInEitherOrderAtAnyPosition) {
-  for (const byte_order order : {byte_order::little, byte_order::big}) {
-    reader r(stream, order);
+  for (const std::endian order : {std::endian::little, std::endian::big}) {
+    checked_reader r(stream, order);
     for (uint64_t at = 0; at < 92; at++) {
       r.seek(at);
       EXPECT_EQ(r.get<uint8_t>(), number_at(at, 1, order));
@@ -48,15 +47,15 @@ TEST_P(Reader, NumbersInEitherOrderAtAnyPosition) {
     }
     EXPECT_EQ(r.code(), 0);
     uint8_t bytes[8];
-    qvim::store(bytes, -1.5, order);
-    EXPECT_EQ(bytes[order == byte_order::big ? 0 : 7], 0xBF);
-    EXPECT_EQ(qvim::load<double>(bytes, order), -1.5);
+    qvim::to_bytes(bytes, -1.5, order);
+    EXPECT_EQ(bytes[order == std::endian::big ? 0 : 7], 0xBF);
+    EXPECT_EQ(qvim::from_bytes<double>(bytes, order), -1.5);
   }
 }
 
 TEST_P(Reader, WhatLeavesTheRangeIsZeroAndLatches) {
   const auto fails = [&](auto use) {
-    reader r(stream, byte_order::big);
+    checked_reader r(stream, std::endian::big);
     r.seek(97);
     EXPECT_EQ(r.code(), 0);
     use(r);
@@ -65,14 +64,14 @@ TEST_P(Reader, WhatLeavesTheRangeIsZeroAndLatches) {
     EXPECT_EQ(r.get<uint8_t>(), 0x80);
     EXPECT_EQ(r.code(), -10) << "stays";
   };
-  fails([](reader &r) {
+  fails([](checked_reader &r) {
     EXPECT_EQ(r.get<uint32_t>(), 0u);
     EXPECT_EQ(r.get<uint8_t>(), 0u) << "nothing follows";
   });
-  fails([](reader &r) { r.seek(101); });
-  fails([](reader &r) { r.skip(UINT64_MAX); });
-  fails([](reader &r) { r.get_unsigned(3); });
-  fails([](reader &r) {
+  fails([](checked_reader &r) { r.seek(101); });
+  fails([](checked_reader &r) { r.skip(UINT64_MAX); });
+  fails([](checked_reader &r) { r.get_unsigned(3); });
+  fails([](checked_reader &r) {
     uint8_t bytes[4] = {1, 1, 1, 1};
     r.get_bytes(bytes, 4);
     EXPECT_EQ(bytes[0] | bytes[3], 0);
@@ -81,22 +80,25 @@ TEST_P(Reader, WhatLeavesTheRangeIsZeroAndLatches) {
 }
 
 TEST_P(Reader, ChunksEndWithTheirParent) {
-  reader r(stream, byte_order::little);
+  checked_reader r(stream, std::endian::little);
   r.skip(10);
-  reader chunk = r.chunk(20);
+  checked_reader chunk = r.chunk(20);
   EXPECT_EQ(r.position(), 30u);
   EXPECT_EQ(chunk.position(), 10u);
   EXPECT_EQ(chunk.left(), 20u);
   EXPECT_TRUE(chunk.holds(5, 4));
   EXPECT_FALSE(chunk.holds(7, 3));
   EXPECT_FALSE(chunk.holds(uint64_t{1} << 62, 4)) << "the product wraps to 0";
+  EXPECT_TRUE(chunk.holds_at(29, 1, 1) && chunk.holds_at(30, 0, 8));
+  EXPECT_FALSE(chunk.holds_at(9, 1, 1) || chunk.holds_at(31, 0, 1) ||
+               chunk.holds_at(10, uint64_t{1} << 62, 4));
   chunk.skip(15);
-  reader inner = chunk.chunk(6);
+  checked_reader inner = chunk.chunk(6);
   EXPECT_EQ(inner.left(), 5u);
   EXPECT_EQ(inner.code(), -10);
   EXPECT_EQ(chunk.code(), -10);
   EXPECT_EQ(r.code(), 0);
-  reader whole = r.chunk(70);
+  checked_reader whole = r.chunk(70);
   whole.seek(29);
   EXPECT_EQ(whole.code(), -10) << "before its beginning";
 }

@@ -1,21 +1,16 @@
-#include "files/tiff/samples.hpp"
-
-#include <cstring>
+#include "files/rows/samples.hpp"
 
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 
-#include "files/tiff/wire.hpp"
+#include "core/selectors.hpp"
 
-namespace qvim::tiff {
+namespace qvim {
 
 void swap_samples(uint8_t *samples, int size, uint64_t count) {
   if (size == 2) return npfbix2_swab(samples, 2, count);
   if (size == 4) return npfbix4_swab(samples, 4, count);
-  for (uint64_t i = 0; i < count; i++) {
-    const uint64_t value = __builtin_bswap64(from_bytes<uint64_t>(samples + 8 * i));
-    std::memcpy(samples + 8 * i, &value, 8);
-  }
+  swapping_kernel(size)(samples, samples, size, size, count, 0, 0);
 }
 
 npfclx_fn *chroma_exchange(int sample_bytes) {
@@ -27,4 +22,4 @@ npfclx_fn *chroma_exchange(int sample_bytes) {
   }
 }
 
-}  // namespace qvim::tiff
+}  // namespace qvim

@@ -1,19 +1,26 @@
-// From the bytes of a page's row to its samples: unpacking, byte order, differences, inversion.
+// From the bytes of a stored row to its samples: unpacking, byte order, differences, inversion.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include <qvimage/kernel.h>
 
-#include "files/tiff/format.hpp"
-#include "files/tiff/page.hpp"
+#include "files/rows/row_form.hpp"
 
-namespace qvim::tiff {
+namespace qvim {
 
 class row_steps {
  public:
+  // What is done to samples besides unpacking: differences to the pixel before are summed up, values are
+  // inverted within their bits.
+  struct changes {
+    std::endian order;  // of samples of several whole bytes, and of packed ones of three
+    bool differenced, inverted;
+  };
+
   row_steps() = default;
-  row_steps(const page &p, const format &f);
+  row_steps(const row_form &form, const changes &c);
 
   // Do samples take other room than the row's bytes? Then unpack() puts them into a second place.
   bool unpacks() const { return unstuff_ != nullptr; }
@@ -21,7 +28,7 @@ class row_steps {
 
   // Is there anything for finish() to do?
   bool finishes() const { return swapped_bytes_ || differenced_ || inverted_; }
-  // In place, on samples of a whole row, or of part of one where pages have no differences.
+  // In place, on samples of a whole row, or of part of one where there are no differences.
   void finish(uint8_t *samples, uint64_t count) const;
 
   int sample_bytes() const { return sample_bytes_; }
@@ -36,4 +43,4 @@ class row_steps {
   bool swapped_bytes_ = false, differenced_ = false, inverted_ = false;
 };
 
-}  // namespace qvim::tiff
+}  // namespace qvim

@@ -5,7 +5,7 @@
 
 #include <qvimage/kernel.h>
 
-namespace qvim::tiff {
+namespace qvim {
 
 // Reverses the bytes of each sample, in place.
 void swap_samples(uint8_t *samples, int size, uint64_t count);
@@ -14,4 +14,4 @@ void swap_samples(uint8_t *samples, int size, uint64_t count);
 // by the integers of their size; never in place.
 npfclx_fn *chroma_exchange(int sample_bytes);
 
-}  // namespace qvim::tiff
+}  // namespace qvim

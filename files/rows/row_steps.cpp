@@ -1,22 +1,22 @@
-// From the bytes of a page's row to its samples.
-#include "files/tiff/row_steps.hpp"
+// From the bytes of a stored row to its samples.
+#include "files/rows/row_steps.hpp"
 
-#include <bit>
 #include <cstring>
 
 #include <qvimage/npfbix.h>
 #include <qvimage/npfpix.h>
 
-#include "files/tiff/samples.hpp"
+#include "files/rows/samples.hpp"
 
-namespace qvim::tiff {
+namespace qvim {
 
 namespace {
 
 // A stream of bits is read from the most significant end of each byte, whatever the file's byte order: 3.
-// Only samples of three whole bytes follow the file's order, so in little-endian files the low byte comes
-// first: 2.
-uint32_t stream_mode(uint32_t bits, const format &f) { return bits == 24 && !f.big_endian ? 2 : 3; }
+// Only samples of three whole bytes follow the order, so in little-endian files the low byte comes first: 2.
+uint32_t stream_mode(uint32_t bits, std::endian order) {
+  return bits == 24 && order == std::endian::little ? 2 : 3;
+}
 
 // What 1 to 4 neighbouring samples add up to, sample by sample; modulo 2^bits through the mask.
 template <class T, int Samples>
@@ -52,26 +52,20 @@ void invert(uint8_t *samples, int size, uint64_t count, uint32_t bits) {
 
 }  // namespace
 
-row_steps::row_steps(const page &p, const format &f) {
-  const rows form = rows_of(p);
-  bits_ = form.bits;
-  sample_bytes_ = form.container();
-  samples_ = int(form.samples);
-  values_ = form.values();
-  const bool fills = bits_ == uint32_t(8 * sample_bytes_);
-  if (form.packed && !fills) {
+row_steps::row_steps(const row_form &form, const changes &c)
+    : bits_(form.bits),
+      sample_bytes_(form.container()),
+      samples_(int(form.samples)),
+      values_(form.values()),
+      differenced_(c.differenced),
+      inverted_(c.inverted) {
+  if (form.packed && bits_ != uint32_t(8 * sample_bytes_)) {
     unstuff_ = sample_bytes_ == 1   ? npfbit8_unstuff
                : sample_bytes_ == 2 ? npfbit16_unstuff
                                     : npfbit32_unstuff;
-    stuff_mode_ = stream_mode(bits_, f);
+    stuff_mode_ = stream_mode(bits_, c.order);
   }
-  // The predictive coder stores two-byte samples low byte first in files of either order.
-  const bool little_endian = !form.packed || !f.big_endian;
-  swapped_bytes_ =
-      !unstuff_ && sample_bytes_ > 1 && little_endian != (std::endian::native == std::endian::little);
-  differenced_ = p.differenced();
-  const bool integers = p.sample_format()[0] == 1;
-  inverted_ = p.scalar[Photometric] == white_is_zero && integers && samples_ == 1 && !p.present[ColorMap];
+  swapped_bytes_ = !unstuff_ && sample_bytes_ > 1 && c.order != std::endian::native;
 }
 
 void row_steps::unpack(const uint8_t *row, uint8_t *samples) const {
@@ -85,4 +79,4 @@ void row_steps::finish(uint8_t *samples, uint64_t count) const {
   if (inverted_) invert(samples, sample_bytes_, count, bits_);
 }
 
-}  // namespace qvim::tiff
+}  // namespace qvim
