@@ -23,6 +23,7 @@ char *put(words of, char *to) {
 void state_cause(int32_t code, words cause) {
   *put(cause, text) = 0;
   reason::current.code = code;
+  reason::current.is_placed = false;
   reason::current.is_outdated = false;
 }
 
@@ -60,17 +61,17 @@ char *word::put(char *to, const char *end) const {
 }
 
 int32_t because(int32_t code, words cause) {
-  if (!stands() || code < reason::current.code) state_cause(code, cause);
+  if (reason::current.doors > 0 && (!stands() || code < reason::current.code)) state_cause(code, cause);
   return code;
 }
 
 int32_t within(words place, int32_t code) {
-  if (code >= 0) return code;
+  if (code >= 0 || reason::current.doors == 0) return code;
   if (!stands() || reason::current.code != code) state_cause(code, {qverrnomesg(code)});
   char inner[room];
   std::memcpy(inner, text, room);
-  *put(place, text) = 0;
-  *put({inner}, text + std::strlen(text)) = 0;
+  *put({reason::current.is_placed ? ", " : ": ", inner}, put(place, text)) = 0;
+  reason::current.is_placed = true;
   return code;
 }
 

@@ -3,7 +3,10 @@
 // Whoever finds the cause states it, and the layers above it add where it was found:
 //
 //   return because(QVERR_FORMAT, {"code ", code, " before it is defined"});
-//   return within({"strip ", strip + 1, " at byte ", offset, ": "}, code);
+//   return within({"strip ", strip + 1, " at byte ", offset}, code);
+//   return within({"page ", page + 1}, code);
+//
+// makes "page 3, strip 12 at byte 40960: code 413 before it is defined".
 //
 // Words are read by people: pages, strips, rows and samples count from 1 in them, bytes from 0.
 //
@@ -38,7 +41,7 @@ class word {
 using words = std::initializer_list<word>;
 
 // States a cause, and passes its code on. Of several in one call the worst counts, and among equals the first: what
-// follows it is mostly its consequence.
+// follows it is mostly its consequence. Outside of exported functions nothing is stated.
 int32_t because(int32_t code, words cause);
 
 // Puts a place before the cause that was stated, if this is a failure, and passes its code on. When another cause was
@@ -55,6 +58,7 @@ namespace reason {
 struct state {
   int32_t code;      // of the cause that was stated; 0: none
   uint16_t doors;    // calls of exported functions inside each other
+  bool is_placed;    // the text begins with a place
   bool is_outdated;  // the cause belongs to an earlier transfer: the next one replaces it
 };
 [[gnu::tls_model("initial-exec")]] extern thread_local constinit state current;

@@ -76,6 +76,7 @@ inline int32_t get_bit(codecstream &in) {
 // Very old writers packed LZW codes least significant bit first. Their strips begin with the code Clear (256,
 // 9 bits), so with a zero byte and an odd one; in the order of today that would be the string 0 without a
 // Clear before it, which no writer starts a strip with.
+inline constexpr char lzw_reversed[] = "LZW codes with their bits in the order of very old writers";
 inline bool lzw_bits_reversed(uint8_t first, uint8_t second) { return first == 0 && (second & 1); }
 
 }  // namespace qvim

@@ -5,6 +5,8 @@
 
 #include <qvimage/error.h>
 
+#include "core/reason.hpp"
+
 namespace qvim::lzw {
 
 namespace {
@@ -53,7 +55,8 @@ int32_t decoder::run(codecstream &in, codecstream &out) {
       return result_ = QVERR_USAGE;
     }
     // The decoder has now seen two bytes of the strip: the first, and the second up to its lowest bit.
-    if (!begun_ && lzw_bits_reversed(uint8_t(code >> 1), uint8_t(in.bitacc))) return result_ = QVERR_FORMAT;
+    if (!begun_ && lzw_bits_reversed(uint8_t(code >> 1), uint8_t(in.bitacc)))
+      return result_ = because(QVERR_FORMAT, {lzw_reversed});
     begun_ = true;
     result_ = accept(code);
   }
@@ -82,9 +85,10 @@ int32_t decoder::accept(uint32_t code) {
   if (code == end_of_information) return 1;
   if (code == clear) return reset_table(), 0;
   if (previous_ == clear) {
-    if (code > clear) return QVERR_FORMAT;
+    if (code > clear) return because(QVERR_FORMAT, {"LZW code ", code, " before it is defined"});
   } else {
-    if (next_ >= codes || code > next_) return QVERR_FORMAT;
+    if (next_ >= codes) return because(QVERR_FORMAT, {"more LZW codes than ", codes, " without a new table"});
+    if (code > next_) return because(QVERR_FORMAT, {"LZW code ", code, " before it is defined"});
     const facts f = facts_of(code < next_ ? code : previous_);
     words_[next_] = extension_of(previous_, next_).with(f.first());
     if (++next_ == switch_point(width_) && width_ < max_width) width_++;

@@ -4,6 +4,7 @@
 #include <qvimage/error.h>
 
 #include "core/owned.hpp"
+#include "core/reason.hpp"
 #include "files/codec/codec.hpp"
 
 namespace {
@@ -166,7 +167,7 @@ int32_t decode(pabi_state &s, codecstream &in, codecstream &out) {
     if (s.current.bytes == 0) continue;
     const bool needs_input = s.current.literal || !s.has_value;
     if (in.more > 0 || bytes_left(out) == 0 || !needs_input) return 0;
-    return s.error = QVERR_FORMAT;
+    return s.error = because(QVERR_FORMAT, {"the data end inside a PackBits run"});
   }
 }
 

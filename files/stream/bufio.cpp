@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include <qvimage/alloc.h>
 #include <qvimage/error.h>
 
+#include "core/reason.hpp"
 #include "files/stream/aligned.hpp"
 #include "files/stream/memory_store.hpp"
 #include "files/stream/system_io.hpp"
@@ -38,6 +41,13 @@ bool in_memory(const bufio &b) { return b.modeflags & BUFIO_MEMORY; }
 
 uint64_t &disk_length(bufio &b) { return static_cast<file_state *>(b.bufmem)->disk_length; }
 
+// A transfer of the system's that moved fewer bytes than it was to; errno says why if it failed.
+void fail_transfer(bufio &b, const char *what, uint64_t count, uint64_t position, bool by_system) {
+  b.ioerr = 1;
+  because(QVERR_IO, {what, count, " bytes at byte ", position, ": ",
+                     by_system ? strerrordesc_np(errno) : "the file has become shorter"});
+}
+
 uint64_t block_of(const bufio &b, uint64_t position) { return position & ~(b.bufsize - 1); }
 
 uint64_t room_in_block(const bufio &b) { return b.bufsize - (b.pos & (b.bufsize - 1)); }
@@ -54,7 +64,7 @@ void raise_length(bufio &b) {
 // Writes block bytes or a caller's bytes to the file.
 void put(bufio &b, const uint8_t *data, uint64_t count, uint64_t position) {
   const uint64_t written = write_at(b.fd, data, count, position);
-  if (written < count) b.ioerr = 1;
+  if (written < count) fail_transfer(b, "writing ", count, position, true);
   if (written) disk_length(b) = std::max(disk_length(b), position + written);
 }
 
@@ -92,7 +102,7 @@ bool load_from_file(bufio &b, uint64_t block) {
   const uint64_t inside = b.filelen > block ? std::min(b.filelen - block, b.bufsize) : 0;
   const uint64_t wanted = on_disk(b, block, inside);
   const int64_t have = wanted ? read_at(b.fd, b.bufp, wanted, block) : 0;
-  if (have < int64_t(wanted)) b.ioerr = 1;
+  if (have < int64_t(wanted)) fail_transfer(b, "reading ", wanted, block, have < 0);
   if (have < 0) return false;
   const bool zero_all = !(b.modeflags & BUFIO_NOZERO);
   const uint64_t end = zero_all ? b.bufsize : std::max(inside, b.pos - block);
@@ -149,7 +159,7 @@ void read_whole_blocks(bufio &b, uint8_t *data, uint64_t count) {
   flush_block(b);
   const uint64_t wanted = on_disk(b, b.pos, count);
   const int64_t got = wanted ? read_at(b.fd, data, wanted, b.pos) : 0;
-  if (got < int64_t(wanted)) b.ioerr = 1;
+  if (got < int64_t(wanted)) fail_transfer(b, "reading ", wanted, b.pos, got < 0);
   const uint64_t have = uint64_t(std::max<int64_t>(got, 0));
   std::memset(data + have, 0, count - have);
 }
@@ -173,7 +183,7 @@ void read_from_block(bufio &b, uint8_t *data, uint64_t count) {
 
 void read_any(bufio &b, uint8_t *data, uint64_t count) {
   const uint64_t inside = b.bufsize && b.pos < b.filelen ? std::min(count, b.filelen - b.pos) : 0;
-  if (inside < count) b.eoferr = 1;
+  if (inside < count) fail_beyond_end(b, b.pos, count);
   for (uint64_t left = inside; left;) {
     uint64_t n = whole_blocks(b, left);
     if (n) {
@@ -269,7 +279,9 @@ int32_t choose_block_size(bufio &b, uint64_t size, uint32_t flags) {
 int32_t open_file(bufio &b, const char *path, const char *fopenmode) {
   const bool creates = fopenmode[0] == 'w';
   b.fp = fopen(path, fopenmode);
-  if (!b.fp) return creates ? QVERR_NOTCREATED : QVERR_NOTFOUND;
+  if (!b.fp)
+    return because(creates ? QVERR_NOTCREATED : QVERR_NOTFOUND,
+                   {"cannot be opened: ", strerrordesc_np(errno)});
   b.fd = fileno(b.fp);
   struct stat info;
   if (fstat(b.fd, &info) == 0) {
@@ -296,10 +308,29 @@ int32_t open_block_and_file(bufio &b, const char *path, const char *fopenmode) {
   return code;
 }
 
+int32_t open(bufio *b, const char *path, const char *fopenmode, uint64_t size, uint32_t flags) {
+  if (!b) return QVERR_USAGE;
+  std::memset(static_cast<void *>(b), 0, sizeof *b);
+  b->fd = -1;
+  int32_t code = choose_block_size(*b, size, flags);
+  if (code == 0 && !in_memory(*b)) code = open_block_and_file(*b, path, fopenmode);
+  if (code < 0) return code;
+  if (flags & BUFIO_LOCKED) {
+    pthread_mutex_init(&b->mutex, nullptr);
+    b->locking = 1;
+  }
+  return 0;
+}
+
 // The queue is a ring; the record points to its newest node, whose successor is the oldest.
 queued_write *newest(const bufio &b) { return static_cast<queued_write *>(b.wqueue); }
 
 }  // namespace
+
+void fail_beyond_end(bufio &b, uint64_t position, uint64_t count) {
+  b.eoferr = 1;
+  because(QVERR_FORMAT, {count, " bytes at byte ", position, " lie beyond the file's ", b.filelen, " bytes"});
+}
 
 int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize, uint32_t flags) {
   if (bufsize < 0) return QVERR_USAGE;
@@ -317,24 +348,15 @@ using namespace qvim;
 extern "C" {
 
 int32_t bufio_init(bufio *b, const char *path, const char *fopenmode, uint64_t size, uint32_t flags) {
-  if (!b) return QVERR_USAGE;
-  std::memset(static_cast<void *>(b), 0, sizeof *b);
-  b->fd = -1;
-  int32_t code = choose_block_size(*b, size, flags);
-  if (code == 0 && !in_memory(*b)) code = open_block_and_file(*b, path, fopenmode);
-  if (code < 0) return code;
-  if (flags & BUFIO_LOCKED) {
-    pthread_mutex_init(&b->mutex, nullptr);
-    b->locking = 1;
-  }
-  return 0;
+  return public_call().result(open(b, path, fopenmode, size, flags));
 }
 
 void bufio_io(bufio *b, void *data, uint64_t count, int32_t dir) {
   if (!b) return;
+  const transfer_call transfer;
   const bool writing = dir == 'w';
   if (!data) {
-    if (!writing && (b->pos > b->filelen || count > b->filelen - b->pos)) b->eoferr = 1;
+    if (!writing && (b->pos > b->filelen || count > b->filelen - b->pos)) fail_beyond_end(*b, b->pos, count);
     static_cast<void>(prepare(*b, count, writing));
   } else if (count) {
     if (writing)

@@ -43,6 +43,9 @@ inline void write_bytes(bufio &b, const void *data, uint64_t count) {
   }
 }
 
+// Latches -10 for a read of bytes that the stream does not have.
+void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
+
 // bufio_init for the block size that the formats' functions take: in bytes, 0 for the default of 64 KiB,
 // rounded up to a power of two and cut to 1 GiB; negative: -1.
 [[nodiscard]] int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize,

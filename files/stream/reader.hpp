@@ -11,6 +11,7 @@
 #include <qvimage/bufio.h>
 #include <qvimage/error.h>
 
+#include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/stream/bufio.hpp"
 
@@ -67,7 +68,8 @@ class checked_reader {
 
   // To a position of the stream, inside this reader's range.
   void seek(uint64_t position) {
-    if (position < begin_ || position > end_) return fail();
+    if (position < begin_ || position > end_)
+      return fail({"byte ", position, " lies beyond the end at byte ", end_});
     position_ = position;
   }
   void skip(uint64_t count) {
@@ -80,7 +82,7 @@ class checked_reader {
     checked_reader inside = *this;
     inside.begin_ = position_;
     inside.end_ = position_ + std::min(count, left());
-    if (count > left()) inside.fail();
+    if (count > left()) inside.fail({count, " bytes at byte ", position_, beyond, end_});
     skip(count);
     return inside;
   }
@@ -105,7 +107,7 @@ class checked_reader {
       case 4: return get<uint32_t>();
       case 8: return get<uint64_t>();
     }
-    fail();
+    fail({"a number of ", size, " bytes"});
     return 0;
   }
 
@@ -134,16 +136,18 @@ class checked_reader {
   }
 
   // For what the bytes mean rather than where they lie.
-  void fail(int32_t code = QVERR_FORMAT) { code_ = worst(code_, code); }
+  void fail(words cause) { code_ = worst(code_, because(QVERR_FORMAT, cause)); }
 
   // The worst failure of this reader and its stream, or 0.
   [[nodiscard]] int32_t code() const { return worst(code_, bufio_err(stream_)); }
 
  private:
+  static constexpr char beyond[] = " lie beyond the end at byte ";
+
   bool takes(uint64_t count) {
     if (count <= left()) return true;
+    fail({count, " bytes at byte ", position_, beyond, end_});
     position_ = end_;
-    fail();
     return false;
   }
 

@@ -5,6 +5,9 @@
 
 #include <qvimage/error.h>
 
+#include "core/reason.hpp"
+#include "files/tiff/directory_read.hpp"
+
 namespace qvim::tiff {
 
 namespace {
@@ -42,13 +45,18 @@ int32_t read_header(bufio *file, format *f) {
   uint8_t mark[2];
   in.get_bytes(mark, 2);
   if (const int32_t code = in.code(); code < 0) return code;
-  if (mark[0] != mark[1] || (mark[0] != 'I' && mark[0] != 'M')) return QVERR_FORMAT;
+  if (mark[0] != mark[1] || (mark[0] != 'I' && mark[0] != 'M'))
+    return because(QVERR_FORMAT, {"not a TIFF file: it begins with the bytes ", mark[0], " and ", mark[1],
+                                  R"(, expected "II" or "MM")"});
   f->big_endian = mark[0] == 'M';
   in.set_order(f->order());
   const uint16_t version = in.get<uint16_t>();
+  if (in.code() == 0 && version != 42 && version != 43)
+    in.fail({"not a TIFF file: version ", version, ", expected 42 or 43"});
   f->bigtiff = version == 43;
-  if (version != 42 && !f->bigtiff) in.fail();
-  if (f->bigtiff && in.get<uint16_t>() != 8) in.fail();
+  if (f->bigtiff)
+    if (const uint16_t size = in.get<uint16_t>(); in.code() == 0 && size != 8)
+      in.fail({"a BigTIFF file with offsets of ", size, " bytes, expected 8"});
   in.seek(uint64_t(f->header_size()));
   return in.code();
 }
@@ -59,18 +67,16 @@ int32_t chain::next() {
   if (in_.code() < 0 || offset == 0) return 0;
   in_.seek(offset);
   const uint64_t entries = in_.get_unsigned(uint32_t(format_.count_size()));
-  if (in_.code() < 0) return 0;
+  if (within({"its directory"}, in_.code()) < 0) return 0;
 
   if (const int32_t code = remember(offset); code <= 0) return code;
 
   // Directories of a sound file lie in it side by side, so together they are never longer than it. That
   // bounds the walk, and the memory for the set, in any other file.
   uint64_t size;
-  const uint64_t ends = uint64_t(format_.count_size() + format_.offset_size());
-  if (__builtin_mul_overflow(entries, uint64_t(format_.entry_size()), &size) ||
-      __builtin_add_overflow(size, ends, &size) || !in_.holds_at(walked_, size, 1) ||
-      !in_.holds_at(offset, size, 1)) {
-    in_.fail();
+  if (!fit_directory(in_, format_, offset, entries, &size)) return 0;
+  if (!in_.holds_at(walked_, size, 1)) {
+    in_.fail({"directories that lie upon each other"});
     return 0;
   }
   walked_ += size;

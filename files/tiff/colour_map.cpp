@@ -4,6 +4,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include <qvimage/error.h>
+
+#include "core/reason.hpp"
+
 namespace qvim::tiff {
 
 namespace {
@@ -23,7 +27,8 @@ int32_t read_colour_map(bufio *file, const format &f, const page &p, const direc
                         array<uint8_t> *entries) {
   const place &at = d.at[ColorMap];
   const int size = field_size(at.type);
-  if (at.type != field::byte && at.type != field::short_ && at.type != field::long_) return -10;
+  if (at.type != field::byte && at.type != field::short_ && at.type != field::long_)
+    return because(QVERR_FORMAT, {"has values of type ", uint32_t(at.type), ", expected 1, 3 or 4"});
   file_array map(file, &f);
   map.assign(at);
 

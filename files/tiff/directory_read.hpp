@@ -13,7 +13,13 @@ namespace qvim::tiff {
 struct directory {
   std::array<place, tag_count> at;
   bool subsampled = false;  // chroma samples stand for more than one pixel
+  bool tiled = false;
+  bool complete = false;  // all entries were read: a page that is refused then can be described
 };
+
+// Does a directory of so many entries lie in the file? The reader has failed if not; *size: its bytes.
+[[nodiscard]] bool fit_directory(checked_reader &in, const format &f, uint64_t offset, uint64_t entries,
+                                 uint64_t *size);
 
 // Reads and checks the directory at an offset: 0, -10 for a directory that is broken or contradicts itself,
 // -11 for pages that are sound but not served, -7. Nothing is allocated.

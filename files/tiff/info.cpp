@@ -32,7 +32,7 @@ int32_t read_texts(reader &r, budget &limit, qvimagefileinfo *info) {
     if (!r.page.present[t]) continue;
     const place &at = r.where.at[t];
     char *const text = limit.take(at.count) ? static_cast<char *>(qvmalloc(at.count + 1)) : nullptr;
-    if (!text) return QVERR_MEMORY;
+    if (!text) return because(QVERR_MEMORY, {tags[t].name, " of ", at.count, " bytes"});
     *text_of(*info, t) = text;
     in.seek(at.position);
     in.get_bytes(text, at.count);
@@ -47,7 +47,7 @@ int32_t read_strip_size(reader &r, budget &limit, uint64_t *size) {
   if (r.page.count[StripOffsets] == 1) return 0;
   *size = 0;
   const place &at = r.where.at[StripByteCounts];
-  if (!limit.take(at.count)) return QVERR_MEMORY;
+  if (!limit.take(at.count)) return because(QVERR_MEMORY, {"strip tables that pages share"});
   file_array counts(&r.file, &r.format);
   counts.assign(at);
   for (uint64_t i = 0; i < at.count; i++) *size = std::max(*size, counts[i]);
@@ -92,7 +92,7 @@ int32_t fill_with_count(reader &r, qvimagefileinfo *info) {
   const int64_t pages = r.count_pages();
   if (pages < 0) return int32_t(pages);
   budget limit(r.file.filelen);
-  const int32_t code = fill(r, limit, info);
+  const int32_t code = r.on_page(fill(r, limit, info));
   if (code == 0) set_page_count(*info, uint64_t(pages));
   return code;
 }
@@ -109,7 +109,7 @@ int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, 
     r.number = number;
     code = read_directory(&r.file, r.format, directories.directory(), &r.page, &r.where);
     if (code == 0) code = fill(r, limit, &infos[*filled]);
-    if (code < 0) return code;
+    if (code < 0) return r.on_page(code);
     ++*filled;
   }
   if (code == 0 && directories.code() == QVERR_IO) code = QVERR_IO;

@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include <qvimage/error.h>
 #include <qvimage/npfclx.h>
 
+#include "core/reason.hpp"
 #include "files/rows/budget.hpp"
 #include "files/rows/samples.hpp"
 #include "files/stream/bufio.hpp"
@@ -62,36 +64,43 @@ int32_t page_rows::start(const page &p, const directory &d, uint32_t pixel_bytes
 // together against a limit that only extreme compression passes.
 int32_t page_rows::allocate_rows(const page &p) {
   const uint64_t length = file_->filelen, row_bytes = rows_of(p).bytes();
-  if (row_bytes / best_ratio(p.scalar[Compression]) > length) return -10;
+  if (row_bytes / best_ratio(p.scalar[Compression]) > length)
+    return because(QVERR_FORMAT,
+                   {"rows of ", row_bytes, " bytes, more than the file's ", length, " bytes can hold"});
   if (plain_) return 0;
   const uint64_t pixels = width_ * pixel_bytes_;
   const uint64_t raw = steps_.unpacks() || recolour_ ? row_bytes : 0;
   const uint64_t samples =
       steps_.unpacks() && recolour_ ? steps_.values() * uint64_t(steps_.sample_bytes()) : 0;
-  if (pixels + raw + samples > read_budget(length)) return -2;
+  if (pixels + raw + samples > read_budget(length))
+    return because(QVERR_MEMORY, {"rows of ", row_bytes, " bytes, too many for a file of ", length});
   return grow(pixels_, pixels) && grow(raw_, raw) && grow(samples_, samples) ? 0 : -2;
 }
 
 int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
   uint64_t position;
   uint32_t rows;
-  if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return code;
+  if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return strips_.at_row(y, code);
   file_->pos = position + x * pixel_bytes_;
   read_bytes(*file_, to, n * pixel_bytes_);
   if (steps_.finishes()) steps_.finish(to, n * pixel_bytes_ / uint64_t(steps_.sample_bytes()));
-  return bufio_err(file_);
+  return strips_.at_row(y, bufio_err(file_));
 }
 
 // Rows as they are stored, one behind the other: some or all of those asked for.
 int32_t page_rows::fetch_rows(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count) {
-  if (strips_.compressed()) return strips_.decode(y, most, to, count);
+  if (strips_.compressed()) {
+    const int32_t code = strips_.decode(y, most, to, count);
+    return strips_.at_row(y + *count, code);
+  }
   *count = 0;
   uint64_t position;
   uint32_t rows;
-  if (const int32_t code = strips_.locate(y, most, &position, &rows); code < 0) return code;
+  if (const int32_t code = strips_.locate(y, most, &position, &rows); code < 0)
+    return strips_.at_row(y, code);
   file_->pos = position;
   read_bytes(*file_, to, rows * strips_.row_bytes());
-  const int32_t code = bufio_err(file_);
+  const int32_t code = strips_.at_row(y, bufio_err(file_));
   if (code == 0) *count = rows;
   return code;
 }

@@ -76,7 +76,7 @@ int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
 
 int32_t reader::read_page(uint64_t offset) {
   started = false;
-  return read_directory(&file, format, offset, &page, &where);
+  return on_page(read_directory(&file, format, offset, &page, &where));
 }
 
 int32_t reader::find_page(uint64_t n) {
@@ -85,7 +85,9 @@ int32_t reader::find_page(uint64_t n) {
   int32_t code = 1;
   for (uint64_t i = 0; i <= n && code > 0; i++) code = directories.next();
   if (code == 0) code = directories.code();
-  if (code <= 0) return code < 0 ? code : QVERR_FORMAT;  // the chain ended before the page
+  if (code < 0) return within({"page ", directories.passed() + 1}, code);
+  if (code == 0)
+    return because(QVERR_FORMAT, {"there is no page ", n + 1, "; the file has ", directories.passed()});
   number = n;
   code = read_page(directories.directory());
   data = describe(page, presented);
@@ -97,7 +99,8 @@ int32_t reader::list_pages() {
   chain directories(&file, format);
   int32_t code;
   while ((code = directories.next()) > 0) {
-    if (page_count == std::numeric_limits<int32_t>::max()) return QVERR_FORMAT;
+    if (page_count == std::numeric_limits<int32_t>::max())
+      return because(QVERR_FORMAT, {"more than ", page_count, " pages"});
     if (page_count == pages.size() && !pages.resize(std::max(uint64_t{16}, 2 * page_count)))
       return QVERR_MEMORY;
     number = page_count;
@@ -105,13 +108,14 @@ int32_t reader::list_pages() {
     if ((code = read_page(directories.directory())) < 0) return code;
   }
   if (code == 0) code = directories.code();
-  if (code < 0) return code;
+  if (code < 0) return within({"page ", page_count + 1}, code);
   data = describe(page, presented);
-  return page_count ? 0 : QVERR_FORMAT;
+  return page_count ? 0 : because(QVERR_FORMAT, {"the file has no pages"});
 }
 
 int32_t reader::read_colours() {
-  return page.present[ColorMap] ? read_colour_map(&file, format, page, where, &colours) : 0;
+  if (!page.present[ColorMap]) return 0;
+  return on_page(within({"colour map"}, read_colour_map(&file, format, page, where, &colours)));
 }
 
 int32_t reader::start_page() {
@@ -122,15 +126,16 @@ int32_t reader::start_page() {
   const uint32_t pixel_bytes = uint32_t(qvimdatasize(uint32_t(data.pixietype)) * data.pixies);
   const int32_t code = rows.start(page, where, pixel_bytes, expands ? colours.data() : nullptr);
   started = code == 0;
-  return code;
+  return on_page(code);
 }
 
 int32_t reader::turn_to(uint64_t n) {
-  if (n >= page_count) return QVERR_FORMAT;
-  number = no_page;
+  if (n >= page_count)
+    return because(QVERR_FORMAT, {"there is no page ", n + 1, "; the file has ", page_count});
+  number = n;
   const small_blocks blocks(file);
   const int32_t code = read_page(pages[n]);
-  if (code == 0) number = n;
+  if (code < 0) number = no_page;
   return code;
 }
 
@@ -139,7 +144,8 @@ int32_t reader::select(uint64_t n) {
   if (n == number && started) return 0;
   if (const int32_t code = turn_to(n); code < 0) return code;
   const qvimagedata here = describe(page, presented);
-  if (std::memcmp(&here, &data, sizeof here) != 0) return QVERR_FORMAT;
+  if (std::memcmp(&here, &data, sizeof here) != 0)
+    return on_page(because(QVERR_FORMAT, {"other pixels than those of the last page"}));
   return start_page();
 }
 
@@ -151,6 +157,7 @@ int64_t reader::count_pages() {
   while ((code = directories.next()) > 0) continue;
   if (directories.code() == QVERR_IO) code = QVERR_IO;
   bufio_errclear(&file);
+  if (code == 0) forget_reason();  // of the break
   return code < 0 ? code : int64_t(directories.passed());
 }
 

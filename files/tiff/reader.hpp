@@ -5,6 +5,7 @@
 
 #include <qvimage/record.h>
 
+#include "core/reason.hpp"
 #include "files/rows/row_source.hpp"
 #include "files/tiff/chain.hpp"
 #include "files/tiff/handle.hpp"
@@ -42,14 +43,17 @@ struct reader final : tiffhandle, row_source {
   uint32_t width() const override { return rows.width(); }
   uint32_t height() const override { return rows.height(); }
   [[nodiscard]] int32_t read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) override {
-    return rows.read(y, x, n, to);
+    return on_page(rows.read(y, x, n, to));
   }
   [[nodiscard]] int32_t read_rows(uint32_t y, uint32_t count, uint8_t *to, uint32_t *done) override {
-    return rows.read_rows(y, count, to, done);
+    return on_page(rows.read_rows(y, count, to, done));
   }
   [[nodiscard]] int32_t view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pixels) override {
-    return rows.view(y, x, n, pixels);
+    return on_page(rows.view(y, x, n, pixels));
   }
+
+  // Names the current page in the reason for a failure.
+  int32_t on_page(int32_t code) const { return code < 0 ? within({"page ", number + 1}, code) : code; }
 
   // Pages of the file, found by walking the chain: pages before a break in it count. -2, -7.
   [[nodiscard]] int64_t count_pages();

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+#include <qvimage/error.h>
+
+#include "core/reason.hpp"
 #include "files/codec/codec.hpp"
 #include "files/stream/bufio.hpp"
 
@@ -16,7 +19,11 @@ int32_t strip_rows::start(const page &p, const directory &d) {
   if (compression != compression_ || form.width != form_.width || form.samples != form_.samples ||
       form.bits != form_.bits) {
     compression_ = uncompressed;
-    if (const int32_t code = codec_.start(compression, form); code < 0) return code == -1 ? -11 : code;
+    if (const int32_t code = codec_.start(compression, form); code < 0)
+      return code == QVERR_USAGE
+                 ? because(QVERR_UNSUPPORTED, {"compression ", compression, " of rows of ", form.width,
+                                               " pixels of ", form.bits, " bits is not read"})
+                 : code;
     compression_ = compression;
     form_ = form;
   }
@@ -34,7 +41,8 @@ int32_t strip_rows::locate(uint32_t y, uint32_t most, uint64_t *position, uint32
   uint32_t row = y % rows_per_strip_;
   uint64_t end = offsets_[strip];
   if (const int32_t code = bufio_err(file_); code < 0) return code;
-  if (end > length || row > (length - end) / row_bytes_) return -10;
+  if (end > length || row > (length - end) / row_bytes_)
+    return because(QVERR_FORMAT, {"lies beyond the file's ", length, " bytes"});
   *position = end += row * row_bytes_;
   uint64_t total = 0;
   while (true) {
@@ -50,23 +58,29 @@ int32_t strip_rows::locate(uint32_t y, uint32_t most, uint64_t *position, uint32
   return bufio_err(file_);
 }
 
+int32_t strip_rows::at_row(uint32_t y, int32_t code) {
+  if (code >= 0) return code;
+  const uint64_t strip = y / rows_per_strip_;
+  return within({"strip ", strip + 1, " at byte ", offsets_[strip]}, within({"row ", y + uint64_t{1}}, code));
+}
+
 int32_t strip_rows::begin_strip(uint32_t strip) {
   in_strip_ = false;
   const uint64_t offset = offsets_[strip];
   const uint64_t length = file_->filelen;
   uint64_t count = byte_counts_.size() ? byte_counts_[strip] : length;
   if (const int32_t code = bufio_err(file_); code < 0) return code;
-  if (offset > length) return -10;
+  if (offset > length) return because(QVERR_FORMAT, {"lies beyond the file's ", length, " bytes"});
   count = std::min(count, length - offset);
   if (compression_ == lzw && count >= 2) {
     uint8_t first[2];
     file_->pos = offset;
     read_bytes(*file_, first, 2);
-    if (lzw_bits_reversed(first[0], first[1])) return -10;
+    if (lzw_bits_reversed(first[0], first[1])) return because(QVERR_FORMAT, {lzw_reversed});
   }
   if (const int32_t code = codec_.reset(); code < 0) return code;
   in_ = {};
-  fed_ = offset;
+  fed_ = start_ = offset;
   end_ = offset + count;
   strip_ = strip;
   next_row_ = 0;
@@ -95,7 +109,10 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
     result = bufio_err(file_);
     if (result < 0 || out.next == out.end) break;
     const bool stuck = taken == 0 && out.next == before;
-    if (code != 0 || stuck) result = code == -2 ? -2 : -10;
+    if (code == QVERR_MEMORY || code == QVERR_FORMAT)
+      result = code;
+    else if (code != 0 || stuck)
+      result = because(QVERR_FORMAT, {"the strip's data end here, after ", fed_ - start_, " bytes"});
   }
   next_row_ += uint32_t(uint64_t(out.next - to) / row_bytes_);
   return result;

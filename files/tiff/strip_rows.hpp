@@ -29,6 +29,9 @@ class strip_rows {
   // how many rows came, before a failure too: -10 for a broken or short strip, -7, -2.
   [[nodiscard]] int32_t decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count);
 
+  // Names strip and row in the reason for a failure.
+  int32_t at_row(uint32_t y, int32_t code);
+
  private:
   int32_t begin_strip(uint32_t strip);
   int32_t decode_next(uint32_t count, uint8_t *to);
@@ -41,9 +44,9 @@ class strip_rows {
   uint64_t row_bytes_ = 0;
   uint32_t height_ = 0, rows_per_strip_ = 1;
 
-  bool in_strip_ = false;              // the codec is at the row below
-  uint32_t strip_ = 0, next_row_ = 0;  // the row within the strip
-  uint64_t fed_ = 0, end_ = 0;         // in the file: the next byte for the codec, the strip's end
+  bool in_strip_ = false;                   // the codec is at the row below
+  uint32_t strip_ = 0, next_row_ = 0;       // the row within the strip
+  uint64_t start_ = 0, fed_ = 0, end_ = 0;  // in the file: the strip, the next byte for the codec, its end
   codecstream in_{};
 };
 

@@ -48,6 +48,7 @@ enum tag : uint8_t {
 
 struct tag_facts {
   uint16_t id;
+  const char *name;
   kind what;
   field written;     // the type written; some widen with their values
   uint32_t initial;  // what an absent tag means (scalars, and every sample of per-sample tags)
@@ -55,29 +56,29 @@ struct tag_facts {
 
 // In the order of a directory: ascending ids.
 inline constexpr std::array<tag_facts, tag_count> tags{{
-    {254, kind::scalar, field::long_, 0},
-    {256, kind::scalar, field::short_, 0},
-    {257, kind::scalar, field::short_, 0},
-    {258, kind::per_sample, field::short_, 1},
-    {259, kind::scalar, field::short_, uncompressed},
-    {262, kind::scalar, field::short_, black_is_zero},
-    {270, kind::text, field::ascii, 0},
-    {273, kind::strips, field::long_, 0},
-    {277, kind::scalar, field::short_, 1},
-    {278, kind::scalar, field::long_, 0xFFFFFFFF},
-    {279, kind::strips, field::long_, 0},
-    {282, kind::rational, field::rational, 0},
-    {283, kind::rational, field::rational, 0},
-    {284, kind::scalar, field::short_, 1},
-    {296, kind::scalar, field::short_, 2},
-    {305, kind::text, field::ascii, 0},
-    {306, kind::text, field::ascii, 0},
-    {317, kind::scalar, field::short_, 1},
-    {320, kind::colours, field::short_, 0},
-    {338, kind::constants, field::short_, 0},
-    {339, kind::per_sample, field::short_, 1},
-    {530, kind::constants, field::short_, 1},
-    {33432, kind::text, field::ascii, 0},
+    {254, "NewSubfileType", kind::scalar, field::long_, 0},
+    {256, "ImageWidth", kind::scalar, field::short_, 0},
+    {257, "ImageLength", kind::scalar, field::short_, 0},
+    {258, "BitsPerSample", kind::per_sample, field::short_, 1},
+    {259, "Compression", kind::scalar, field::short_, uncompressed},
+    {262, "Photometric", kind::scalar, field::short_, black_is_zero},
+    {270, "ImageDescription", kind::text, field::ascii, 0},
+    {273, "StripOffsets", kind::strips, field::long_, 0},
+    {277, "SamplesPerPixel", kind::scalar, field::short_, 1},
+    {278, "RowsPerStrip", kind::scalar, field::long_, 0xFFFFFFFF},
+    {279, "StripByteCounts", kind::strips, field::long_, 0},
+    {282, "XResolution", kind::rational, field::rational, 0},
+    {283, "YResolution", kind::rational, field::rational, 0},
+    {284, "PlanarConfiguration", kind::scalar, field::short_, 1},
+    {296, "ResolutionUnit", kind::scalar, field::short_, 2},
+    {305, "Software", kind::text, field::ascii, 0},
+    {306, "DateTime", kind::text, field::ascii, 0},
+    {317, "Predictor", kind::scalar, field::short_, 1},
+    {320, "ColorMap", kind::colours, field::short_, 0},
+    {338, "ExtraSamples", kind::constants, field::short_, 0},
+    {339, "SampleFormat", kind::per_sample, field::short_, 1},
+    {530, "YCbCrSubSampling", kind::constants, field::short_, 1},
+    {33432, "Copyright", kind::text, field::ascii, 0},
 }};
 
 constexpr bool ascending() {

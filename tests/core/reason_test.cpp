@@ -35,17 +35,16 @@ TEST(Reason, StatesCausesWithTheirPlaces) {
        "code 413 before -7 of 18446744073709551615"},
       {[] { return because(-10, {std::numeric_limits<int64_t>::min()}); }, "-9223372036854775808"},
       {[] {
-         return within({"page ", 3, ", "}, within({"strip ", 12, ": "}, because(-10, {"cut off"})));
+         return within({"page ", 3}, within({"strip ", 12}, because(-10, {"cut off"})));
        },
        "page 3, strip 12: cut off"},
-      {[] { return within({"page 3: "}, -11); },
-       "page 3: Option/Feature/Operation not (currently) supported"},
+      {[] { return within({"page 3"}, -11); }, "page 3: Option/Feature/Operation not (currently) supported"},
       {[] { return because(-10, {"cause"}), because(-10, {"consequence"}); }, "cause"},
       {[] { return because(-10, {"worse"}), because(-7, {"better"}), -10; }, "worse"},
       {[] { return because(-7, {"better"}), because(-10, {"worse"}); }, "worse"},
       {[] { return because(-10, {"got over"}), forget_reason(), because(-7, {"left"}); }, "left"},
       {[] { return because(-10, {"of another code"}), -2; }, qverrnomesg(-2)},
-      {[] { return because(-10, {"of another code"}), within({"here: "}, -2); },
+      {[] { return because(-10, {"of another code"}), within({"here"}, -2); },
        std::string("here: ") + qverrnomesg(-2)},
       {[] { return -19; }, qverrnomesg(-19)},
       {[] {

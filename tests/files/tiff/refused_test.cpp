@@ -6,6 +6,8 @@
 #include <cstring>
 #include <random>
 
+#include <qvimage/error.h>
+
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
 #include "tests/files/tiff/opened.hpp"
@@ -20,20 +22,31 @@ TEST(TiffRefused, BrokenAndUnservedDirectories) {
     const char *what;
     int32_t code;
     page_spec page;
+    const char *said = "";
   } cases[] = {
-      {"no width", -10, {.without = {256}}},
+      {"no width", -10, {.without = {256}}, "tag 256 (ImageWidth) is missing"},
       {"no height", -10, {.without = {257}}},
-      {"no offsets, as in tiled files", -10, {.without = {273, 279}}},
-      {"no samples", -10, {.tags = {{277, {3, {0}}}}}},
-      {"no bits", -10, {.tags = {{258, {3, {0}}}}}},
-      {"type 19", -10, {.tags = {{65000, {19, {0}}}}}},
+      {"no offsets, as in tiled files", -10, {.without = {273, 279}}, "tag 273 (StripOffsets) is missing"},
+      {"tiles", -10, {.tags = {{322, {3, {16}}}}, .without = {273, 279}}, "page 1: its pixels lie in tiles"},
+      {"no samples", -10, {.tags = {{277, {3, {0}}}}}, "tag 277 (SamplesPerPixel) is 0"},
+      {"no bits", -10, {.tags = {{258, {3, {0}}}}}, "sample 1 has no bits"},
+      {"type 19", -10, {.tags = {{65000, {19, {0}}}}}, "tag 65000: has the type 19"},
       {"type 0", -10, {.tags = {{65000, {0, {0}}}}}},
       {"type 15", -10, {.tags = {{65000, {15, {0}}}}}},
-      {"unknown tag beyond the file", -10, {.tags = {{65000, {4, {0}, 100000}}}}},
-      {"scalar of two values", -10, {.tags = {{259, {3, {1, 1}}}}}},
+      {"unknown tag beyond the file",
+       -10,
+       {.tags = {{65000, {4, {0}, 100000}}}},
+       "tag 65000: its 100000 values of 4 bytes at byte "},
+      {"scalar of two values",
+       -10,
+       {.tags = {{259, {3, {1, 1}}}}},
+       "tag 259 (Compression): has 2 values of type 3, expected one unsigned integer"},
       {"scalar of a signed type", -10, {.tags = {{259, {8, {1}}}}}},
       {"width of a float", -10, {.tags = {{256, {11, {7}}}}}},
-      {"width beyond 31 bits", -11, {.tags = {{256, {4, {0x80000000}}}}}},
+      {"width beyond 31 bits",
+       -11,
+       {.tags = {{256, {4, {0x80000000}}}}},
+       "tag 256 (ImageWidth): is 2147483648, more than 2147483647"},
       {"height beyond 32 bits", -11, {.tags = {{257, {16, {uint64_t{1} << 32}}}}}},
       {"rows per strip beyond 32 bits", -10, {.tags = {{278, {16, {uint64_t{1} << 32}}}}}},
       {"compression beyond 16 bits", -10, {.tags = {{259, {4, {0x10001}}}}}},
@@ -44,37 +57,64 @@ TEST(TiffRefused, BrokenAndUnservedDirectories) {
       {"predictor beyond 16 bits", -10, {.tags = {{317, {16, {0x10001}}}}}},
       {"no rows per strip", -10, {.tags = {{278, {3, {0}}}}}},
       {"resolution of another type", -10, {.tags = {{282, {4, {72}}}}}},
-      {"two resolutions", -10, {.tags = {{283, {5, {72, 72}}}}}},
-      {"text of another type", -10, {.tags = {{270, {1, {'a', 0}}}}}},
-      {"bits for two samples of one", -10, {.tags = {{258, {3, {8, 8}}}}}},
-      {"bits beyond 16 bits", -10, {.tags = {{258, {4, {65536}}}}}},
+      {"two resolutions", -10, {.tags = {{283, {5, {72, 72}}}}}, "tag 283 (YResolution): has 2 values"},
+      {"text of another type",
+       -10,
+       {.tags = {{270, {1, {'a', 0}}}}},
+       "tag 270 (ImageDescription): has 2 values of type 1, expected text"},
+      {"bits for two samples of one",
+       -10,
+       {.tags = {{258, {3, {8, 8}}}}},
+       "tag 258 (BitsPerSample) has 2 values, expected 1"},
+      {"bits beyond 16 bits",
+       -10,
+       {.tags = {{258, {4, {65536}}}}},
+       "tag 258 (BitsPerSample): is 65536, more than 65535"},
       {"formats for two samples of one", -10, {.tags = {{339, {3, {1, 1}}}}}},
-      {"more counts than offsets", -10, {.tags = {{279, {4, {1, 1, 1, 1}}}}}},
-      {"more strips than rows ask for", -10, {.tags = {{278, {3, {3}}}}}},
+      {"more counts than offsets",
+       -10,
+       {.tags = {{279, {4, {1, 1, 1, 1}}}}},
+       "tag 279 (StripByteCounts) has 4 values, expected 3"},
+      {"more strips than rows ask for",
+       -10,
+       {.tags = {{278, {3, {3}}}}},
+       "tag 273 (StripOffsets) has 3 strips, expected 2"},
       {"offsets of a signed type", -10, {.tags = {{273, {9, {8, 8, 8}}}}}},
-      {"separate planes", -10, {.samples = 3, .tags = {{284, {3, {2}}}}}},
-      {"planes of kind 3", -10, {.tags = {{284, {3, {3}}}}}},
-      {"map of another size", -10, {.tags = {{320, {3, {1, 2, 3}}}}}},
+      {"separate planes",
+       -10,
+       {.samples = 3, .tags = {{284, {3, {2}}}}},
+       "its 3 samples lie in separate planes"},
+      {"planes of kind 3", -10, {.tags = {{284, {3, {3}}}}}, "PlanarConfiguration is 3"},
+      {"map of another size",
+       -10,
+       {.tags = {{320, {3, {1, 2, 3}}}}},
+       "tag 320 (ColorMap) has 3 values, expected 768"},
       {"map of three samples", -10, {.samples = 3, .tags = {{320, {3, map}}}}},
-      {"map of LONG8", -10, {.tags = {{320, {16, map}}}}},
-      {"JPEG", -11, {.compression = 7}},
+      {"map of LONG8", -10, {.tags = {{320, {16, map}}}}, "colour map: has values of type 16"},
+      {"JPEG", -11, {.compression = 7}, "JPEG compression (7) is not read"},
       {"Deflate", -11, {.compression = 8}},
       {"fax", -11, {.compression = 4}},
-      {"floating predictor", -11, {.compression = 5, .tags = {{317, {3, {3}}}}}},
+      {"floating predictor", -11, {.compression = 5, .tags = {{317, {3, {3}}}}}, "predictor 3"},
       {"differences of 4 bits", -11, {.bits = 4, .compression = 5, .tags = {{317, {3, {2}}}}}},
-      {"five samples", -11, {.samples = 5}},
-      {"unequal bits", -11, {.samples = 2, .tags = {{258, {3, {8, 4}}}}}},
-      {"signed samples", -11, {.tags = {{339, {3, {2}}}}}},
-      {"half floats", -11, {.bits = 16, .is_float = true}},
+      {"five samples", -11, {.samples = 5}, "5 samples a pixel"},
+      {"unequal bits", -11, {.samples = 2, .tags = {{258, {3, {8, 4}}}}}, "different depths: 8 bits and 4"},
+      {"signed samples", -11, {.tags = {{339, {3, {2}}}}}, "signed samples"},
+      {"half floats", -11, {.bits = 16, .is_float = true}, "floating-point samples of 16 bits"},
       {"mixed formats", -11, {.bits = 32, .samples = 2, .tags = {{339, {3, {1, 3}}}}}},
       {"mapped floats", -11, {.is_float = true, .tags = {{320, {3, map}}}}},
       {"128 bits", -11, {.tags = {{258, {3, {128}}}}}},
-      {"subsampled chroma", -11, {.samples = 3, .photometric = 6, .tags = {{530, {3, {2, 2}}}}}},
+      {"subsampled chroma",
+       -11,
+       {.samples = 3, .photometric = 6, .tags = {{530, {3, {2, 2}}}}},
+       "subsampled chroma"},
   };
   for (const auto &c : cases)
     for (const bool big_endian : {false, true}) {
       opened_page o(builder(big_endian).page(c.page).file());
       EXPECT_EQ(o.code, c.code) << c.what;
+      const std::string reason = qvimage_reason();
+      EXPECT_TRUE(reason.starts_with("page 1") && reason.find(c.said) != reason.npos)
+          << c.what << ": " << reason;
       EXPECT_EQ(std::memcmp(o.image.devname, "NULL2", 6), 0) << c.what;
       EXPECT_EQ(o.handle, nullptr);
     }
@@ -186,12 +226,13 @@ TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
   const struct {
     uint32_t compression;
     compressor compress;
-  } cases[] = {{5, broken(lzw, {})},
-               {5, broken(lzw, {0x80, 0x7F, 0xFF, 0xFF})},  // a code beyond the table
-               {5, broken(lzw, {0x80, 0x40, 0x40})},        // an end without rows
-               {5, broken(lzw, {0x00, 0x01, 0x02, 0x04})},  // bits in the order of old
-               {32773, broken(pack_bits, {})},
-               {32773, broken(pack_bits, {0x7F, 1, 2})}};
+    const char *said;
+  } cases[] = {{5, broken(lzw, {}), "data end here, after 0 bytes"},
+               {5, broken(lzw, {0x80, 0x7F, 0xFF, 0xFF}), "LZW code 511 before it is defined"},
+               {5, broken(lzw, {0x80, 0x40, 0x40}), "data end here"},  // an end without rows
+               {5, broken(lzw, {0x00, 0x01, 0x02, 0x04}), "order of very old writers"},
+               {32773, broken(pack_bits, {}), "data end here"},
+               {32773, broken(pack_bits, {0x7F, 1, 2}), "inside a PackBits run"}};
   for (const auto &c : cases) {
     page_spec p;
     p.compression = c.compression;
@@ -201,6 +242,10 @@ TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
     EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 35, 0, 0),
               std::vector<uint64_t>(all.begin(), all.begin() + 14));
     EXPECT_EQ(o.error(true), -10);
+    const std::string reason = qvimage_reason();
+    EXPECT_TRUE(reason.starts_with("page 1, strip 2 at byte ") && reason.find(", row 3: ") != reason.npos &&
+                reason.find(c.said) != reason.npos)
+        << reason;
     EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 4), std::vector<uint64_t>(all.begin() + 28, all.end()));
     EXPECT_EQ(o.error(), 0);
   }
