@@ -68,8 +68,8 @@ row_steps::row_steps(const row_form &form, const changes &c)
   swapped_bytes_ = !unstuff_ && sample_bytes_ > 1 && c.order != std::endian::native;
 }
 
-void row_steps::unpack(const uint8_t *row, uint8_t *samples) const {
-  unstuff_(samples, row, values_, bits_, stuff_mode_);
+void row_steps::unpack(const uint8_t *bytes, uint8_t *samples, uint64_t count) const {
+  unstuff_(samples, bytes, count, bits_, stuff_mode_);
 }
 
 void row_steps::finish(uint8_t *samples, uint64_t count) const {

@@ -24,7 +24,8 @@ class row_steps {
 
   // Do samples take other room than the row's bytes? Then unpack() puts them into a second place.
   bool unpacks() const { return unstuff_ != nullptr; }
-  void unpack(const uint8_t *row, uint8_t *samples) const;
+  void unpack(const uint8_t *row, uint8_t *samples) const { unpack(row, samples, values_); }
+  void unpack(const uint8_t *bytes, uint8_t *samples, uint64_t count) const;
 
   // Is there anything for finish() to do?
   bool finishes() const { return swapped_bytes_ || differenced_ || inverted_; }

@@ -6,6 +6,7 @@
 #include <qvimage/bufio.h>
 #include <qvimage/tiff.h>
 
+#include "files/stream/handle.hpp"
 #include "files/tiff/format.hpp"
 #include "files/tiff/page.hpp"
 
@@ -25,11 +26,9 @@ struct tiffhandle {
 
 namespace qvim::tiff {
 
-struct reader;
 struct writer;
 
-// 0 and the reader or writer behind a handle; -1 without one, -64 when it is no such handle.
-[[nodiscard]] int32_t reader_of(tiffhandle *h, reader **result);
+// 0 and the writer behind a handle; -1 without one, -64 when it is no such handle.
 [[nodiscard]] int32_t writer_of(tiffhandle **h, writer **result);
 
 }  // namespace qvim::tiff

@@ -56,12 +56,8 @@ int32_t read_strip_size(reader &r, budget &limit, uint64_t *size) {
 
 void describe_page(const reader &r, qvimagefileinfo *info) {
   const page &p = r.page;
-  info->width = p.width();
-  info->height = p.height();
-  info->wind.se = {int32_t(p.width()), int32_t(p.height())};
-  info->data = describe(p, r.presented);
-  info->hints = describe_size(p);
-  std::memcpy(info->type, r.format.bigtiff ? "btf" : "tif", sizeof info->type);
+  qvim::describe(*info, r.format.bigtiff ? "btf" : "tif",
+                 {nullptr, p.width(), p.height(), 0, describe(p, r.presented), describe_size(p)});
   std::copy(p.resolution[0].begin(), p.resolution[0].end(), info->xres);
   std::copy(p.resolution[1].begin(), p.resolution[1].end(), info->yres);
   if (p.present[ResolutionUnit]) info->resunit = p.scalar[ResolutionUnit];
@@ -77,7 +73,6 @@ void describe_page(const reader &r, qvimagefileinfo *info) {
 
 // Everything but the page count, from the page that the reader stands at.
 int32_t fill(reader &r, budget &limit, qvimagefileinfo *info) {
-  clear(*info);
   describe_page(r, info);
   int32_t code = read_strip_size(r, limit, &info->stripsize);
   if (code == 0) code = read_texts(r, limit, info);
@@ -119,7 +114,7 @@ int32_t fill_all(reader &r, qvimagefileinfo *infos, uint64_t n, uint64_t first, 
 
 int32_t read_info(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
   reader *r;
-  if (const int32_t code = reader_of(h, &r); code < 0) return code;
+  if (const int32_t code = qvim::behind(h, &r); code < 0) return code;
   if (!info) return QVERR_USAGE;
   clear(*info);
   qvim::locked hold(*r);

@@ -161,13 +161,6 @@ int64_t reader::count_pages() {
   return code < 0 ? code : int64_t(directories.passed());
 }
 
-int32_t reader_of(tiffhandle *h, reader **result) {
-  if (!h) return QVERR_USAGE;
-  if (h->identity != tiffhandle::reader_mark) return QVERR_HANDLE;
-  *result = static_cast<reader *>(h);
-  return 0;
-}
-
 namespace {
 
 // How an image is opened, by dimension.
@@ -213,12 +206,7 @@ template <class Record>
 int32_t close(Record *im, qvimage *palette, tiffhandle **h) {
   if (im) fail(im, 0);
   qvimage_defnull(palette);
-  reader *r;
-  const int32_t code = reader_of(h ? *h : nullptr, &r);
-  if (code < 0) return code;
-  *h = nullptr;
-  owned<reader> released(r);
-  return 0;
+  return release<reader>(h);
 }
 
 }  // namespace

@@ -60,6 +60,7 @@ struct reader final : tiffhandle, row_source {
 
   static constexpr uint64_t no_page = ~uint64_t{0};
 
+  static constexpr mark kind = reader_mark;
   const mapped_as presented;
   directory where;          // of the current page
   uint64_t number = 0;      // of the current page; no_page after a directory that could not be read

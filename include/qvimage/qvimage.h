@@ -17,6 +17,7 @@
 #include <qvimage/npfclx.h>
 #include <qvimage/npfpix.h>
 #include <qvimage/null.h>
+#include <qvimage/pgm.h>
 #include <qvimage/record.h>
 #include <qvimage/tiff.h>
 #include <qvimage/types.h>

@@ -1,0 +1,123 @@
+// Portable anymap files as images: a plane a frame.
+#include <qvimage/data.h>
+#include <qvimage/error.h>
+
+#include "core/null.hpp"
+#include "core/reason.hpp"
+#include "files/pnm/header.hpp"
+#include "files/rows/information.hpp"
+#include "files/rows/raster.hpp"
+#include "files/rows/row_image.hpp"
+#include "files/stream/bufio.hpp"
+#include "files/stream/handle.hpp"
+
+namespace qvim::pnm {
+
+namespace {
+
+constexpr uint64_t most_frames = 0x7FFFFFFF;
+
+struct reader final : pgmhandle, raster {
+  reader() : pgmhandle(reader_mark), raster(&this->file) {}
+  ~reader() { bufio_done(&file); }
+
+  int32_t open(const char *path, const char *fopenmode, int64_t bufsize);
+  int32_t find(uint64_t plane, uint64_t *begin) override {
+    *begin = head.end + plane * head.frame_bytes();
+    return 0;
+  }
+  int32_t fill(qvimagefileinfo *info) const;
+
+  static constexpr mark kind = reader_mark;
+  texts comments;
+  row_image image{};
+};
+
+int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
+  if (!path) return QVERR_USAGE;
+  int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rb", bufsize, 0);
+  if (code == 0) code = read_header(file, &head, &comments);
+  if (code < 0) return code;
+  const uint64_t frames = head.frames(file.filelen);
+  if (frames == 0) return because(QVERR_FORMAT, {"the file ends within its first frame"});
+  if (frames > most_frames) return because(QVERR_FORMAT, {"more than ", most_frames, " frames"});
+  const row_form form = head.form();
+  set_layout({form, {std::endian::big, false, head.magic == bits}, head.height, form.bytes(), false});
+  image = {"QVIMPGM", head.width, head.height, uint32_t(frames), {}, head.size};
+  qviminitdata(&image.data, form.container() == 1 ? QVIM_UINT8 : QVIM_UINT16, int32_t(form.bits),
+               int32_t(form.samples), head.magic == colour ? QVIM_HINT_RGB : QVIM_HINT_GREY);
+  return 0;
+}
+
+int32_t reader::fill(qvimagefileinfo *info) const {
+  describe(*info, "pgm", image);
+  info->pgm_magic = uint32_t(head.magic);
+  info->pgm_maxvalue = head.maximum;
+  for (size_t i = 0; i < comments.size(); i++)
+    if (!copy_text(comments[i], &(info->*text_members[i]))) {
+      free_texts(*info);
+      return clear(*info), QVERR_MEMORY;
+    }
+  return 0;
+}
+
+int32_t open(qvimage3 *im, pgmhandle **h, const char *path, const char *fopenmode, int64_t bufsize) {
+  if (!im || !h || *h) return QVERR_USAGE;
+  auto r = make_owned<reader>();
+  const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
+  if (code < 0) return code;
+  present(im, r->image, *r);
+  *h = r.release();
+  return 0;
+}
+
+int32_t info_of_handle(pgmhandle *h, qvimagefileinfo *info) {
+  reader *r;
+  if (const int32_t code = behind(h, &r); code < 0) return code;
+  return info ? r->fill(info) : QVERR_USAGE;
+}
+
+int32_t info_of_file(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
+  if (!info) return QVERR_USAGE;
+  clear(*info);
+  auto r = make_owned<reader>();
+  const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
+  return code < 0 ? code : r->fill(info);
+}
+
+}  // namespace
+
+}  // namespace qvim::pnm
+
+using namespace qvim;
+
+extern "C" {
+
+int32_t qvimage3_pgmread(qvimage3 *image, qvimage *second, pgmhandle **h, const char *path,
+                         const char *fopenmode, int64_t bufsize, uint32_t) {
+  const public_call door;
+  qvimage_defnull(second);
+  const int32_t code = pnm::open(image, h, path, fopenmode, bufsize);
+  if (code < 0) qvimage3_defnull(image);
+  return door.result(code);
+}
+
+int32_t qvimage3_pgmreaddone(qvimage3 *image, qvimage *second, pgmhandle **h) {
+  qvimage3_defnull(image);
+  qvimage_defnull(second);
+  return public_call().result(release<pnm::reader>(h));
+}
+
+int32_t qvimage_pgmreadinfo(pgmhandle *h, qvimagefileinfo *info) {
+  return public_call().result(pnm::info_of_handle(h, info));
+}
+
+int32_t qvimage_pgminfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
+  return public_call().result(pnm::info_of_file(info, path, fopenmode, bufsize));
+}
+
+void qvimage_pgminfodone(qvimagefileinfo *info) {
+  if (info && has_type(*info, "pgm")) free_texts(*info);
+}
+
+}  // extern "C"

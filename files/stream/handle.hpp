@@ -1,0 +1,36 @@
+// Handles of open files, as callers hold them. The public type begins with a mark, by which a handle of one kind can
+// be told from another, and from any other memory; what derives from it has that mark as its `kind`.
+#pragma once
+
+#include <cstdint>
+
+#include <qvimage/error.h>
+
+#include "core/owned.hpp"
+
+namespace qvim {
+
+// 0 and what is behind the handle; -1 without one, -64 when it has another mark.
+template <class Derived, class Handle>
+[[nodiscard]] int32_t behind(Handle *h, Derived **result) {
+  if (!h) return QVERR_USAGE;
+  if (h->identity != Derived::kind) return QVERR_HANDLE;
+  *result = static_cast<Derived *>(h);
+  return 0;
+}
+template <class Derived, class Handle>
+[[nodiscard]] int32_t behind(Handle **h, Derived **result) {
+  return behind(h ? *h : nullptr, result);
+}
+
+// Ends what is behind the handle, which forgets it.
+template <class Derived, class Handle>
+[[nodiscard]] int32_t release(Handle **h) {
+  Derived *object;
+  if (const int32_t code = behind(h, &object); code < 0) return code;
+  *h = nullptr;
+  owned<Derived> released(object);
+  return 0;
+}
+
+}  // namespace qvim
