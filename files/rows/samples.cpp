@@ -2,6 +2,7 @@
 
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
+#include <qvimage/npfpix.h>
 
 #include "core/selectors.hpp"
 
@@ -20,6 +21,11 @@ npfclx_fn *chroma_exchange(int sample_bytes) {
     case 4: return npfclx4_YCrCbtoYCbCr;
     default: return npfclxd_YCrCbtoYCbCr;
   }
+}
+
+void reverse_bits(uint8_t *bytes, uint64_t count) {
+  const uint32_t width = 8;
+  npfpix1_reverse(bytes, count, 0, 0, &width);
 }
 
 }  // namespace qvim

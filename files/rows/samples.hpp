@@ -14,4 +14,7 @@ void swap_samples(uint8_t *samples, int size, uint64_t count);
 // by the integers of their size; never in place.
 npfclx_fn *chroma_exchange(int sample_bytes);
 
+// Of every byte.
+void reverse_bits(uint8_t *bytes, uint64_t count);
+
 }  // namespace qvim

@@ -62,7 +62,7 @@ void describe_page(const reader &r, qvimagefileinfo *info) {
   std::copy(p.resolution[1].begin(), p.resolution[1].end(), info->yres);
   if (p.present[ResolutionUnit]) info->resunit = p.scalar[ResolutionUnit];
   info->compression = p.compression_asked();
-  for (uint32_t i = 0; i < p.samples(); i++) {
+  for (uint32_t i = 0; i < std::min(p.samples(), 4u); i++) {
     info->bits[i] = p.bits()[i];
     info->sampleformat[i] = p.sample_format()[i];
   }
@@ -83,8 +83,14 @@ int32_t fill(reader &r, budget &limit, qvimagefileinfo *info) {
   return code;
 }
 
-int32_t fill_with_count(reader &r, qvimagefileinfo *info) {
-  const int64_t pages = r.count_pages();
+// A page that is refused for what its directory says: as far as it can be described. Nothing is to be freed.
+void fill_refused(const reader &r, uint64_t pages, qvimagefileinfo *info) {
+  describe_page(r, info);
+  info->data.pixies = int32_t(r.page.samples());  // more than any description has, perhaps
+  set_page_count(*info, pages);
+}
+
+int32_t fill_counted(reader &r, int64_t pages, qvimagefileinfo *info) {
   if (pages < 0) return int32_t(pages);
   budget limit(r.file.filelen);
   const int32_t code = r.on_page(fill(r, limit, info));
@@ -120,7 +126,7 @@ int32_t read_info(tiffhandle *h, qvimagefileinfo *info, uint64_t page) {
   qvim::locked hold(*r);
   if (r->page_count && (page != r->number || page == reader::no_page))
     if (const int32_t code = r->turn_to(page); code < 0) return code;
-  return fill_with_count(*r, info);
+  return fill_counted(*r, r->count_pages(), info);
 }
 
 int32_t info_of_page(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
@@ -129,9 +135,14 @@ int32_t info_of_page(qvimagefileinfo *info, const char *path, const char *fopenm
   clear(*info);
   auto r = qvim::make_owned<reader>(mapped_as::colours);
   if (!r) return QVERR_MEMORY;
-  int32_t code = r->open(path, fopenmode, bufsize);
-  if (code == 0) code = r->find_page(page);
-  return code < 0 ? code : fill_with_count(*r, info);
+  if (const int32_t code = r->open(path, fopenmode, bufsize); code < 0) return code;
+  // First, since the reason of the page is the last word.
+  const int64_t pages = r->count_pages();
+  if (pages < 0) return int32_t(pages);
+  const int32_t code = r->find_page(page);
+  if (code == 0) return fill_counted(*r, pages, info);
+  if (r->where.complete) fill_refused(*r, uint64_t(pages), info);
+  return code;
 }
 
 int64_t info_of_pages(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,

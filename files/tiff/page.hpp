@@ -47,6 +47,8 @@ struct page {
   bool differenced() const {
     return scalar[Predictor] == 2 && (scalar[Compression] == lzw || scalar[Compression] == arithmetic);
   }
+  // The bits of every byte of its strips stand in the opposite order.
+  bool bits_reversed() const { return scalar[FillOrder] == 2; }
   // The compression code that options and info records use.
   uint32_t compression_asked() const {
     return !differenced()               ? scalar[Compression]

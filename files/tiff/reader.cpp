@@ -40,7 +40,8 @@ float length_of(const std::array<uint32_t, 2> &resolution) {
 qvimagedata describe(const page &p, mapped_as presented) {
   const int32_t bits = p.bits()[0];
   const bool real = p.sample_format()[0] == 3;
-  const int32_t type = real ? qvimfloatsizedata(bits / 8) : qvimdatabittype(bits);
+  const bool whole = p.sample_format()[0] == 1;
+  const int32_t type = real ? qvimfloatsizedata(bits / 8) : whole ? qvimdatabittype(bits) : 0;
   int32_t pixies = int32_t(p.samples()), hint = hint_of(p);
   if (p.present[ColorMap]) {
     pixies = presented == mapped_as::indices ? 1 : 3;

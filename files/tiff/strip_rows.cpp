@@ -2,11 +2,13 @@
 #include "files/tiff/strip_rows.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include <qvimage/error.h>
 
 #include "core/reason.hpp"
 #include "files/codec/codec.hpp"
+#include "files/rows/samples.hpp"
 #include "files/stream/bufio.hpp"
 
 namespace qvim::tiff {
@@ -30,6 +32,7 @@ int32_t strip_rows::start(const page &p, const directory &d) {
   row_bytes_ = form.bytes();
   height_ = p.height();
   rows_per_strip_ = p.scalar[RowsPerStrip];
+  bits_reversed_ = p.bits_reversed();
   offsets_.assign(d.at[StripOffsets]);
   byte_counts_.assign(d.at[StripByteCounts]);
   return 0;
@@ -76,6 +79,7 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
     uint8_t first[2];
     file_->pos = offset;
     read_bytes(*file_, first, 2);
+    if (bits_reversed_) reverse_bits(first, 2);
     if (lzw_bits_reversed(first[0], first[1])) return because(QVERR_FORMAT, {lzw_reversed});
   }
   if (const int32_t code = codec_.reset(); code < 0) return code;
@@ -88,8 +92,8 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
   return 0;
 }
 
-// The codec takes the file's bytes where they lie in the resident block. Others may have moved the block
-// since the last row, so it is asked for anew each time.
+// The codec takes the file's bytes where they lie in the resident block, or a copy whose bits are reversed. Others
+// may have moved the block since the last row, so it is asked for anew each time.
 int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   codecstream out{};
   out.next = out.start = to;
@@ -98,7 +102,14 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   while (out.next < out.end && result == 0) {
     uint8_t nothing = 0, *bytes = &nothing;
     file_->pos = fed_;
-    const uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;
+    uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;
+    uint8_t copy[1024];
+    if (bits_reversed_ && n) {
+      n = std::min(n, uint64_t{sizeof copy});
+      std::memcpy(copy, bytes, n);
+      reverse_bits(copy, n);
+      bytes = copy;
+    }
     in_.start = in_.next = bytes;
     in_.end = bytes + n;
     in_.more = fed_ + n < end_;

@@ -16,6 +16,8 @@ class strip_rows {
   // Turns to a page: 0, -2, or -11 for rows that the page's codec does not serve.
   [[nodiscard]] int32_t start(const page &p, const directory &d);
 
+  // Must the bits of uncompressed bytes be reversed by whoever reads them?
+  bool bits_reversed() const { return bits_reversed_; }
   bool compressed() const { return bool(codec_); }
   uint64_t row_bytes() const { return row_bytes_; }
   uint32_t height() const { return height_; }
@@ -43,6 +45,7 @@ class strip_rows {
   row_form form_{};
   uint64_t row_bytes_ = 0;
   uint32_t height_ = 0, rows_per_strip_ = 1;
+  bool bits_reversed_ = false;
 
   bool in_strip_ = false;                   // the codec is at the row below
   uint32_t strip_ = 0, next_row_ = 0;       // the row within the strip

@@ -127,8 +127,8 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  *   page's depth, hint 67;
  * - anything else: hint 0.
  *
- * Pixel size and units come from the resolution tags. Orientation, fill order and tags that are not named
- * here are passed over.
+ * Pixel size and units come from the resolution tags. FillOrder 2 has the bits of every byte reversed. Orientation
+ * and tags that are not named here are passed over.
  *
  * Images serve ioset with x- and y-scan (z-scan in 3-D), any contiguous run of pixies, and all flags of the
  * data type word; bxts; no mapping (-11). ioread never returns a code: it moves the pixels before the fault,
@@ -180,7 +180,12 @@ int32_t qvimage3_tiffreaddone(qvimage3 *image, qvimage *palette, tiffhandle **h)
  * failure the record is cleared. */
 int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page);
 
-/* Opens a file, fills the record from one page (colour maps expanded), closes the file. */
+/* Opens a file, fills the record from one page (colour maps expanded), closes the file. A page whose directory can
+ * be read but not its pixels (-11, or -10 for tags that contradict each other, tiles and separate planes) is
+ * described, too: size, page number and count, data.pixies (samples of a pixel, perhaps more than 4), bits,
+ * sampleformat, compression (the tag's value) and resolution are what the tags say, data.pixietype is 0 where no pixie
+ * holds the samples, and there is nothing to free. After any other failure the record is all 0. Pages before the one
+ * asked for need not be served. */
 int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                          uint64_t page);
 

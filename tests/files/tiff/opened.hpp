@@ -11,6 +11,7 @@
 
 #include <qvimage/codec.h>
 #include <qvimage/data.h>
+#include <qvimage/error.h>
 #include <qvimage/tiff.h>
 
 #include "tests/files/tiff/builder.hpp"

@@ -190,6 +190,42 @@ TEST(TiffInfo, SaysWhatTheDirectorySays) {
   EXPECT_EQ(i.description, kept);
 }
 
+TEST(TiffInfo, PagesThatAreRefusedAreDescribedAndHideNoOthers) {
+  const struct {
+    const char *what;
+    int32_t code, type;
+    uint32_t samples;
+    page_spec page;
+  } cases[] = {
+      {"JPEG", -11, QVIM_UINT8, 1, {.compression = 7}},
+      {"tiles", -10, QVIM_UINT16, 1, {.bits = 12, .tags = {{322, {3, {16}}}}, .without = {273, 279}}},
+      {"planes", -10, QVIM_UINT8, 3, {.samples = 3, .tags = {{284, {3, {2}}}}}},
+      {"signed", -11, 0, 1, {.bits = 16, .tags = {{339, {3, {2}}}}}},
+      {"samples", -11, QVIM_UINT8, 6, {.samples = 6}},
+      {"half floats", -11, 0, 1, {.bits = 16, .is_float = true}},
+  };
+  for (const auto &c : cases) {
+    temporary_folder folder;
+    const std::string path = folder / "t";
+    put_file(path, builder().page(c.page).page({}).file());
+    qvimagefileinfo info;
+    EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 0), c.code) << c.what;
+    EXPECT_EQ(std::string(qvimage_reason()).find("page 1"), 0u) << c.what;
+    EXPECT_EQ(info.wind.se.x, 7);
+    EXPECT_EQ(info.height, 5u);
+    EXPECT_EQ(info.pagecount, 2u);
+    EXPECT_EQ(info.compression, c.page.compression);
+    EXPECT_EQ(info.bits[0], c.page.bits);
+    EXPECT_EQ(info.data.pixies, int32_t(c.samples)) << c.what;
+    EXPECT_EQ(info.data.pixietype, c.type) << c.what;
+    EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 1), 0);
+    EXPECT_EQ(info.page, 1u);
+    EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 2), -10);
+    EXPECT_STREQ(qvimage_reason(), "there is no page 3; the file has 2");
+    EXPECT_EQ(info.pagecount, 0u);
+  }
+}
+
 TEST(TiffInfo, ManyPagesAtOnce) {
   builder b;
   for (uint32_t i = 0; i < 40; i++) {

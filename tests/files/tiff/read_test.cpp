@@ -113,6 +113,31 @@ TEST(TiffPixels, TagsMayHaveAnyUnsignedIntegerType) {
     }
 }
 
+TEST(TiffPixels, BitsOfBytesMayStandInTheOppositeOrder) {
+  const compressor stored = [](const page_spec &, const bytes &rows, size_t) { return rows; };
+  const struct {
+    uint32_t compression;
+    compressor compress;
+  } codecs[] = {{1, stored}, {5, lzw}, {32773, pack_bits}};
+  for (const auto &c : codecs)
+    for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u, 32u}) {
+      page_spec p{.width = 1500, .bits = bits, .compression = c.compression, .tags = {{266, {3, {2}}}}};
+      const compressor reversed = [&](const page_spec &spec, const bytes &rows, size_t row_bytes) {
+        bytes strip = c.compress(spec, rows, row_bytes);
+        for (uint8_t &byte : strip) {
+          uint8_t opposite = 0;
+          for (int i = 0; i < 8; i++) opposite |= uint8_t((byte >> i & 1) << (7 - i));
+          byte = opposite;
+        }
+        return strip;
+      };
+      opened_page o(builder().page(p, reversed).file());
+      ASSERT_EQ(o.code, 0);
+      EXPECT_EQ(read_all(o.image), samples_of(p)) << c.compression << ", " << bits;
+      EXPECT_EQ(read_run(o.image, 0, 0, 0, 1, 3, 3), read_run(o.image, QVIM_YSCAN, 0, 0, 1, 3, 3));
+    }
+}
+
 TEST(TiffPixels, WhiteIsZeroIsInvertedForIntegersOfOneSample) {
   for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u, 24u, 32u, 64u}) {
     page_spec p;
