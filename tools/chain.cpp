@@ -99,7 +99,10 @@ step turned(uint32_t flags) {
         describe_type(chain.top()->d) + " pixels cannot be turned or mirrored, only 8- and 16-bit integers");
     if (flags & transposed) chain.transpose();
   };
-  return {take, true};
+  return {take, true,
+          flags & transposed   ? row_order::columns
+          : flags & mirrored_y ? row_order::backward
+                               : row_order::kept};
 }
 
 step rotate(const std::string &text, values) {
@@ -186,11 +189,6 @@ step component(const std::string &text, values) {
 constexpr choice colours[] = {{"rgb", QVIM_HINT_RGB},    {"bgr", QVIM_HINT_BGR},   {"grey", QVIM_HINT_GREY},
                               {"cmy", QVIM_HINT_CMY},    {"cmyk", QVIM_HINT_CMYK}, {"bsh", QVIM_HINT_BSH},
                               {"ycrcb", QVIM_HINT_YCRCB}};
-
-bool is_rgb(int32_t hint) {
-  return hint == QVIM_HINT_RGB || hint == QVIM_HINT_BGR || hint == QVIM_HINT_RGBPAD ||
-         hint == QVIM_HINT_BGRPAD;
-}
 
 void recolour(chain &chain, int32_t hint) {
   const qvimagedata old = chain.top()->d;

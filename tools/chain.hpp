@@ -46,9 +46,13 @@ class chain {
   bool transposed_ = false;
 };
 
+// In which order a step asks its source for rows; files are fast from the first to the last only.
+enum class row_order { kept, backward, columns };
+
 struct step {
   std::function<void(chain &)> take;
   bool keeps_palette;  // works on colour numbers as well as on colours
+  row_order rows = row_order::kept;
 };
 
 // The steps that the command line asks for; options that are none are passed over. Throws usage_error.
@@ -61,7 +65,7 @@ enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
 void put_converter(chain &chain, int32_t type, int32_t bits, real_values mode);
 
 constexpr option crop_option = {"--crop", "X,Y,W,H", "only the W x H pixels from (X, Y) onward"};
-constexpr option rotate_option = {"--rotate", "DEGREES", "turn clockwise by 90, 180 or 270 degrees"};
+constexpr option rotate_option = {"--rotate", "DEGREES", "turn clockwise by 90, 180 or 270 degrees;\ntakes up to 64 MiB of memory, for larger\npages room for their pixels beside OUT"};
 constexpr option flip_option = {"--flip", "x|y", "mirror left to right (x) or top to bottom (y)"};
 constexpr option bits_option = {"--bits", "N", "integers of 1 to 32 bits, scaled by a power of two"};
 constexpr option type_option = {"--type", "TYPE", "u8, u16, u32 (scaled as by --bits), f32 or f64"};

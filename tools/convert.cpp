@@ -1,6 +1,5 @@
 // qvimage convert: pages of a file into another file, one at a time.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <utility>
@@ -14,7 +13,10 @@
 #include "interrupt.hpp"
 #include "mean.hpp"
 #include "pages.hpp"
+#include "parallel.hpp"
+#include "pixels.hpp"
 #include "progress.hpp"
+#include "settings.hpp"
 #include "target.hpp"
 #include "text.hpp"
 #include "words.hpp"
@@ -25,82 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// "300", "300,600", "118cm": pixels per inch, or per centimetre.
-struct resolution_setting {
-  uint32_t x[2], y[2], unit;
-};
-
-// As a ratio: thousandths keep what people write.
-void set_ratio(uint32_t ratio[2], double value) {
-  const bool whole = value == std::floor(value);
-  ratio[0] = static_cast<uint32_t>(whole ? value : std::lround(value * 1000));
-  ratio[1] = whole ? 1 : 1000;
-}
-
-resolution_setting parse_resolution(const std::string &text) {
-  const bool with_unit = text.ends_with("in") || text.ends_with("cm");
-  const auto values = numbers(text.substr(0, text.size() - (with_unit ? 2 : 0)), ',', 0.001, 4e6);
-  if (!values || values->size() > 2)
-    throw usage_error("--resolution takes X or X,Y with in or cm behind, not " + printable(text));
-  resolution_setting setting = {{}, {}, text.ends_with("cm") ? 3U : 2U};
-  set_ratio(setting.x, values->front());
-  set_ratio(setting.y, values->back());
-  return setting;
-}
-
-// What the command line changes in a page's description.
-class settings {
- public:
-  explicit settings(const arguments &arguments)
-      : description_(arguments.value("--description")),
-        software_(arguments.value("--software")),
-        copyright_(arguments.value("--copyright")),
-        bigtiff_(arguments.has("--bigtiff")) {
-    if (const auto name = arguments.value("--compression")) {
-      compression_ = compression_code(*name);
-      if (!compression_)
-        throw usage_error("--compression takes " + compression_names() + ", not " + printable(*name));
-    }
-    if (const auto text = arguments.value("--resolution")) resolution_ = parse_resolution(*text);
-  }
-
-  // The page is turned on its side; a resolution from the command line is meant as it is.
-  void exchange_resolution(qvimagefileinfo &options) const {
-    if (!resolution_) std::swap(options.xres, options.yres);
-  }
-
-  // A copy that borrows the strings of `info` and of this.
-  qvimagefileinfo applied_to(const qvimagefileinfo &info) {
-    qvimagefileinfo options = info;
-    // For a coded page the file tells only the largest coded strip; as a size of uncoded rows it would make
-    // the strips smaller with each conversion.
-    if (info.compression != 1 && info.stripsize != UINT64_MAX) options.stripsize = 0;
-    if (compression_) options.compression = *compression_;
-    if (bigtiff_) options.version = 43;
-    if (resolution_) set_resolution(options);
-    set_text(options.description, description_);
-    set_text(options.software, software_);
-    set_text(options.copyright, copyright_);
-    return options;
-  }
-
- private:
-  static void set_text(char *&place, std::optional<std::string> &value) {
-    if (value) place = value->empty() ? nullptr : value->data();
-  }
-  void set_resolution(qvimagefileinfo &options) const {
-    for (int i = 0; i < 2; i++) {
-      options.xres[i] = resolution_->x[i];
-      options.yres[i] = resolution_->y[i];
-    }
-    options.resunit = resolution_->unit;
-  }
-  std::optional<uint32_t> compression_;
-  std::optional<resolution_setting> resolution_;
-  std::optional<std::string> description_, software_, copyright_;
-  const bool bigtiff_;
-};
-
 class conversion {
  public:
   conversion(const arguments &arguments)
@@ -108,10 +34,9 @@ class conversion {
         out_(arguments.operand(1)),
         settings_(arguments),
         steps_(steps_of(arguments)),
-        mean_(arguments.has(mean_option.name)) {
-    input_ = open_document(in_);
-    pages_ = chosen_pages(arguments, in_, input_->pages());
-  }
+        mean_(arguments.has(mean_option.name)),
+        input_(in_, chosen_threads(arguments)),
+        pages_(chosen_pages(arguments, in_, input_.of(0).pages())) {}
 
   // Beside the target under a temporary name, then renamed.
   void write_new() {
@@ -133,8 +58,7 @@ class conversion {
  private:
   void write(const file_format &format, const std::string &path, bool append) {
     progress progress(mean_ ? 1 : pages_.count());
-    qvimagefileinfo first = settings_.applied_to(input_->info(pages_.first));
-    const auto writer = format.create(path, out_, first, append);
+    const auto writer = format.create(path, out_, append);
     const int64_t last = mean_ ? pages_.first : pages_.last;
     for (int64_t page = pages_.first; page <= last; page++) {
       progress.next_unit();
@@ -145,27 +69,40 @@ class conversion {
   }
 
   void write_page(writer &writer, int64_t number) {
-    qvimagefileinfo options = settings_.applied_to(input_->info(number));
-    const auto page = open(number);
-    chain chain(&page->image, in_,
-                mean_ ? "the mean" : formatted("page %lld", static_cast<long long>(number + 1)));
-    for (const step &step : steps_) step.take(chain);
-    if (chain.transposed()) settings_.exchange_resolution(options);
-    writer.add(chain.top(), page->has_palette ? &page->palette : nullptr, options);
+    qvimagefileinfo options = settings_.applied_to(input_.of(0).info(number));
+    const bool coded = input_.of(0).info(number).compression > 1;
+    // Pixels that are wanted in another order than their file gives them are taken out of it first.
+    const auto reordering = std::ranges::find_if(steps_, [&](const step &step) {
+      return step.rows == row_order::columns || (step.rows == row_order::backward && coded);
+    });
+    const std::span<const step> before(steps_.begin(), reordering), after(reordering, steps_.end());
+    std::unique_ptr<pixels> page = opened(number, before), turned;
+    if (!after.empty()) turned = kept_in_scratch(*page, out_, after, in_, where(number));
+    pixels &result = turned ? *turned : *page;
+    if (result.transposed()) settings_.exchange_resolution(options);
+    writer.add(result, page->palette(), options, coded || mean_ || !steps_.empty());
   }
 
-  std::unique_ptr<page> open(int64_t number) {
-    if (mean_) return mean_of(*input_, pages_, in_, out_);
+  std::string where(int64_t number) const {
+    return mean_ ? "the mean" : formatted("page %lld", static_cast<long long>(number + 1));
+  }
+
+  std::unique_ptr<pixels> opened(int64_t number, std::span<const step> steps) {
+    if (mean_) {
+      const auto mean = [this](unsigned) { return mean_of(input_.of(0), pages_, in_, out_); };
+      return std::make_unique<pixels>(1, mean, steps, in_, where(number));
+    }
     const bool keeps_palette = std::ranges::all_of(steps_, &step::keeps_palette);
-    return input_->open(number, keeps_palette ? colour_map::kept : colour_map::applied);
+    return std::make_unique<pixels>(input_, number, keeps_palette ? colour_map::kept : colour_map::applied,
+                                    steps);
   }
 
   const std::string in_, out_;
   settings settings_;
   const std::vector<step> steps_;
   const bool mean_;
-  std::unique_ptr<document> input_;
-  page_range pages_{};
+  documents input_;
+  const page_range pages_;
 };
 
 int run(const arguments &arguments) {
@@ -183,9 +120,10 @@ int run(const arguments &arguments) {
 }
 
 constexpr option options[] = {
-    {"--compression", "NAME", "none, lzw, lzw-predictor, packbits, arithmetic or\narithmetic-predictor"},
-    {"--bigtiff", "", "write BigTIFF, which may grow beyond 4 GiB"},
+    compression_option,
+    bigtiff_option,
     pages_option,
+    threads_option,
     {"--append", "", "add the pages to OUT, if it exists, behind its own"},
     mean_option,
     crop_option,
@@ -199,10 +137,10 @@ constexpr option options[] = {
     decimate_option,
     bayer_option,
     lut_option,
-    {"--description", "TEXT", "ImageDescription of every page written; \"\" removes it"},
-    {"--software", "TEXT", "the same for Software"},
-    {"--copyright", "TEXT", "the same for Copyright"},
-    {"--resolution", "X[,Y][in|cm]", "pixels per inch (unless cm says centimetre)"},
+    description_option,
+    software_option,
+    copyright_option,
+    resolution_option,
 };
 
 }  // namespace

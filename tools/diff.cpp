@@ -9,8 +9,10 @@
 #include "command.hpp"
 #include "failure.hpp"
 #include "format.hpp"
+#include "parallel.hpp"
+#include "pixels.hpp"
+#include "pixie_type.hpp"
 #include "progress.hpp"
-#include "rows.hpp"
 #include "text.hpp"
 #include "words.hpp"
 
@@ -28,6 +30,12 @@ struct difference {
     sum += d;
     sum_of_squares += d * d;
   }
+  void add(const difference &other) {
+    differing += other.differing;
+    largest = std::max(largest, other.largest);
+    sum += other.sum;
+    sum_of_squares += other.sum_of_squares;
+  }
 };
 
 // Two NaNs are the same, a NaN and a number are infinitely different.
@@ -41,8 +49,8 @@ double distance(Pixie a, Pixie b) {
 }
 
 template <class Pixie>
-void compare_rows(const Pixie *a, const Pixie *b, size_t pixels, std::span<difference> components) {
-  for (size_t i = 0; i < pixels; i++) {
+void compare_rows(const Pixie *a, const Pixie *b, int32_t pixels, std::span<difference> components) {
+  for (int32_t i = 0; i < pixels; i++) {
     for (difference &component : components) {
       if (*a != *b) {
         const double d = distance(*a, *b);
@@ -67,36 +75,33 @@ std::string shape(const qvimagefileinfo &info) {
 
 class comparison {
  public:
-  comparison(const std::string &a, const std::string &b)
-      : a_name_(a), b_name_(b), a_(open_document(a)), b_(open_document(b)) {}
+  comparison(const std::string &a, const std::string &b, unsigned threads) : a_(a, threads), b_(b, threads) {}
 
   bool equal() {
-    const int64_t common = std::min(a_->pages(), b_->pages());
+    const int64_t pages[2] = {a_.of(0).pages(), b_.of(0).pages()}, common = std::min(pages[0], pages[1]);
     progress progress(common);
     bool same = true;
     for (int64_t page = 0; page < common; page++) {
       progress.next_unit();
       same &= equal_page(page, progress);
     }
-    if (a_->pages() == b_->pages()) return same;
-    std::printf("pages: %lld and %lld\n", static_cast<long long>(a_->pages()),
-                static_cast<long long>(b_->pages()));
+    if (pages[0] == pages[1]) return same;
+    std::printf("pages: %lld and %lld\n", static_cast<long long>(pages[0]), static_cast<long long>(pages[1]));
     return false;
   }
 
  private:
   bool equal_page(int64_t number, progress &progress) {
     const std::string where = formatted("page %lld", static_cast<long long>(number + 1));
-    const std::string a_shape = shape(a_->info(number)), b_shape = shape(b_->info(number));
-    const auto a = a_->open(number, colour_map::applied), b = b_->open(number, colour_map::applied);
-    if (!comparable(a->image, b->image)) {
+    const std::string a_shape = shape(a_.of(0).info(number)), b_shape = shape(b_.of(0).info(number));
+    pixels a(a_, number, colour_map::applied, {}), b(b_, number, colour_map::applied, {});
+    if (!comparable(*a.image(0), *b.image(0))) {
       std::printf("%s: %s and %s\n", where.c_str(), a_shape.c_str(), b_shape.c_str());
       return false;
     }
-    rows a_rows(&a->image, a_name_, where), b_rows(&b->image, b_name_, where);
-    const auto components = compare(a->image.d.pixietype, a_rows, b_rows, progress);
+    const auto components = compare(a, b);
     progress.hide();
-    return tell(where, a->image.d, a_rows, components);
+    return tell(where, a, components);
   }
 
   static bool comparable(const qvimage &a, const qvimage &b) {
@@ -105,22 +110,32 @@ class comparison {
            p.pixies == q.pixies && p.pixelhint == q.pixelhint && bits_of(p) == bits_of(q);
   }
 
-  static std::vector<difference> compare(int32_t pixietype, rows &a, rows &b, progress &progress) {
-    std::vector<difference> components(static_cast<size_t>(a.components()));
-    with_pixie_type(pixietype, [&]<class Pixie>(Pixie) {
-      for (int32_t y = 0; y < a.height(); y++) {
-        const auto *p = static_cast<const Pixie *>(a.read(y)), *q = static_cast<const Pixie *>(b.read(y));
-        if (std::memcmp(p, q, a.row_bytes()) != 0)
-          compare_rows(p, q, static_cast<size_t>(a.width()), std::span(components));
-        progress.step(y, a.height());
-      }
+  static std::vector<difference> compare(pixels &a, pixels &b) {
+    const auto components = static_cast<size_t>(a.data().pixies);
+    std::vector<difference> pieces(pieces_of(a.height()) * components);
+    with_pixie_type(a.data().pixietype, [&]<class Pixie>(Pixie) {
+      in_pieces(a.threads(), a.height(), [&](unsigned thread, size_t piece, int32_t first, int32_t end) {
+        a.set_up_rows(thread);
+        b.set_up_rows(thread);
+        const size_t values = a.row_bytes() / sizeof(Pixie);
+        std::vector<Pixie> p(values), q(values);
+        for (int32_t y = first; y < end; y++) {
+          a.read(thread, y, p.data());
+          b.read(thread, y, q.data());
+          if (std::memcmp(p.data(), q.data(), a.row_bytes()) != 0)
+            compare_rows(p.data(), q.data(), a.width(), std::span(&pieces[piece * components], components));
+          progress::step(a.height());
+        }
+      });
     });
-    return components;
+    std::vector<difference> all(components);
+    for (size_t i = 0; i < pieces.size(); i++) all[i % components].add(pieces[i]);
+    return all;
   }
 
-  static bool tell(const std::string &where, const qvimagedata &data, const rows &rows,
-                   const std::vector<difference> &components) {
-    const double pixels = static_cast<double>(rows.width()) * rows.height();
+  static bool tell(const std::string &where, pixels &page, const std::vector<difference> &components) {
+    const qvimagedata data = page.data();
+    const double pixels = static_cast<double>(page.width()) * page.height();
     bool same = true;
     for (size_t i = 0; i < components.size(); i++) {
       const difference &d = components[i];
@@ -136,13 +151,15 @@ class comparison {
     return same;
   }
 
-  const std::string a_name_, b_name_;
-  const std::unique_ptr<document> a_, b_;
+  documents a_, b_;
 };
 
 int run(const arguments &arguments) {
-  return comparison(arguments.operand(0), arguments.operand(1)).equal() ? fine : failed;
+  comparison comparison(arguments.operand(0), arguments.operand(1), chosen_threads(arguments));
+  return comparison.equal() ? fine : failed;
 }
+
+constexpr option options[] = {threads_option};
 
 }  // namespace
 
@@ -156,7 +173,7 @@ const command diff_command = {
     "Palettes are applied first. Exit status 1 when anything differs, shapes included.",
     2,
     2,
-    {},
+    options,
     run};
 
 }  // namespace tool

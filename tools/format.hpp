@@ -12,6 +12,8 @@
 
 namespace tool {
 
+class pixels;
+
 // A page opened for reading: an image over the open file.
 class page {
  public:
@@ -61,8 +63,9 @@ class document {
 class writer {
  public:
   virtual ~writer() = default;
-  // `palette` may be null; `options` as a reader fills them. Progress goes to progress::callback.
-  virtual void add(qvimage *image, qvimage *palette, qvimagefileinfo &options) = 0;
+  // `options` as a reader fills them. `computed`: the pixels are worth several threads even where nothing is
+  // coded. Progress goes to progress::callback.
+  virtual void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool computed) = 0;
   virtual void finish() = 0;
 };
 
@@ -71,10 +74,8 @@ struct file_format {
   std::string_view suffixes;  // with their dots, a space behind each
   bool (*recognises)(std::string_view head);
   std::unique_ptr<document> (*open)(const std::string &path);
-  // `shown` is the name for messages, `options` those of the first page; adds behind the last page of an
-  // existing file when `append` says so.
-  std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown,
-                                    qvimagefileinfo &options, bool append);
+  // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
+  std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append);
 };
 
 const file_format &format_of_content(
@@ -86,7 +87,6 @@ std::unique_ptr<document> open_document(const std::string &path);
 // tiff_reader.cpp, tiff_writer.cpp
 bool is_tiff(std::string_view head);
 std::unique_ptr<document> open_tiff(const std::string &path);
-std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown,
-                                    qvimagefileinfo &options, bool append);
+std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append);
 
 }  // namespace tool

@@ -20,6 +20,9 @@ class histogram {
     const auto part = static_cast<size_t>((value - least_) * scale_);
     counts_[part < counts_.size() ? part : counts_.size() - 1]++;
   }
+  void add(const histogram &other) {  // of the same parts
+    for (size_t i = 0; i < counts_.size(); i++) counts_[i] += other.counts_[i];
+  }
   std::span<const uint64_t> counts() const { return counts_; }
 
  private:

@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <string>
 
+#include "failure.hpp"
 #include "interrupt.hpp"
+#include "parallel.hpp"
 #include "terminal.hpp"
 #include "text.hpp"
 
@@ -18,6 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 
 progress *current = nullptr;
+thread_local int64_t last = 0;
 constexpr int32_t stopped_by_user = -4;
 
 void write_all(const std::string &text) {
@@ -41,19 +44,37 @@ void progress::hide() {
   drawn_ = false;
 }
 
-void progress::step(int64_t step, int64_t steps) {
-  if (!shown_ || clock::now() < next_draw_) return;
+void progress::next_unit() {
+  done_++;
+  steps_done_ = 0;
+}
+
+void progress::count(int64_t steps) {
+  const int64_t done = steps_done_.fetch_add(1, std::memory_order_relaxed) + 1;
+  if (!shown_) return;
+  const std::unique_lock lock(drawing_, std::try_to_lock);
+  if (!lock || clock::now() < next_draw_) return;
   next_draw_ = clock::now() + 100ms;
-  const double part = steps > 0 ? std::min(1.0, static_cast<double>(step) / static_cast<double>(steps)) : 0.0;
+  const double part =
+      std::min(1.0, static_cast<double>(done) / static_cast<double>(std::max<int64_t>(steps, 1)));
   draw((static_cast<double>(std::max<int64_t>(done_, 0)) + part) / static_cast<double>(units_));
 }
 
-int32_t progress::callback(int64_t step, int64_t steps) {
-  const int error_before = errno;  // the caller wants to tell what its own operation met
-  if (current != nullptr) current->step(step, steps);
-  errno = error_before;
-  return noted_interrupt() != 0 ? stopped_by_user : 0;
+void progress::step(int64_t steps) {
+  if (current != nullptr) current->count(steps);
+  if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
+  if (others_failed()) throw ended_with_others{};
 }
+
+int32_t progress::callback(int64_t step, int64_t steps) {
+  last = step;
+  const int error_before = errno;  // the caller wants to tell what its own operation met
+  if (current != nullptr) current->count(steps);
+  errno = error_before;
+  return noted_interrupt() != 0 || others_failed() ? stopped_by_user : 0;
+}
+
+int64_t progress::last_step() { return last; }
 
 void progress::draw(double fraction) {
   const int cells = std::clamp(terminal_width(STDERR_FILENO) - 9, 1, 60);

@@ -5,14 +5,17 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <vector>
 
 #include "command.hpp"
 #include "failure.hpp"
 #include "format.hpp"
 #include "histogram.hpp"
 #include "pages.hpp"
+#include "parallel.hpp"
+#include "pixels.hpp"
+#include "pixie_type.hpp"
 #include "progress.hpp"
-#include "rows.hpp"
 #include "terminal.hpp"
 #include "text.hpp"
 #include "words.hpp"
@@ -43,18 +46,6 @@ struct moments {
 
   double deviation() const { return std::sqrt(squares / count); }
 
- private:
-  void take(double value, double &sum) {
-    if (!std::isfinite(value)) {
-      not_finite++;
-      return;
-    }
-    count++;
-    sum += value;
-    least = std::min(least, value);
-    most = std::max(most, value);
-  }
-
   // Chan, Golub, LeVeque: Updating formulae and a pairwise algorithm for computing sample variances (1979).
   void merge(const moments &other) {
     not_finite += other.not_finite;
@@ -66,16 +57,33 @@ struct moments {
     least = std::min(least, other.least);
     most = std::max(most, other.most);
   }
+
+ private:
+  void take(double value, double &sum) {
+    if (!std::isfinite(value)) {
+      not_finite++;
+      return;
+    }
+    count++;
+    sum += value;
+    least = std::min(least, value);
+    most = std::max(most, value);
+  }
 };
 
-// Calls `action` with each row's first pixie of the page's own type.
+// Calls action(thread, piece, row) with each row's first pixie of the page's own type, on several threads.
 template <class Action>
-void for_each_row(qvimage &image, rows &rows, progress &progress, Action action) {
-  with_pixie_type(image.d.pixietype, [&]<class Pixie>(Pixie) {
-    for (int32_t y = 0; y < rows.height(); y++) {
-      action(static_cast<const Pixie *>(rows.read(y)));
-      progress.step(y, rows.height());
-    }
+void for_each_row(pixels &page, Action action) {
+  with_pixie_type(page.data().pixietype, [&]<class Pixie>(Pixie) {
+    in_pieces(page.threads(), page.height(), [&](unsigned thread, size_t piece, int32_t first, int32_t end) {
+      page.set_up_rows(thread);
+      std::vector<Pixie> row(page.row_bytes() / sizeof(Pixie));
+      for (int32_t y = first; y < end; y++) {
+        page.read(thread, y, row.data());
+        action(thread, piece, static_cast<const Pixie *>(row.data()));
+        progress::step(page.height());
+      }
+    });
   });
 }
 
@@ -115,28 +123,40 @@ void draw(const moments &moments, const histogram &histogram) {
   }
 }
 
-void tell_page(const std::string &file, const std::string &where, page &page, progress &progress) {
-  const qvimagedata data = page.image.d;
-  rows rows(&page.image, file, where);
-  const auto pixels = static_cast<size_t>(rows.width()), components = static_cast<size_t>(rows.components());
-
-  std::vector<moments> found(components);
-  for_each_row(page.image, rows, progress, [&](const auto *row) {
-    for (size_t c = 0; c < components; c++) found[c].add_row(row + c, pixels, components);
+std::vector<moments> moments_of(pixels &page) {
+  const auto width = static_cast<size_t>(page.width()), components = static_cast<size_t>(page.data().pixies);
+  std::vector<moments> pieces(pieces_of(page.height()) * components), all(components);
+  for_each_row(page, [&](unsigned, size_t piece, const auto *row) {
+    for (size_t c = 0; c < components; c++)
+      pieces[piece * components + c].add_row(row + c, width, components);
   });
+  for (size_t i = 0; i < pieces.size(); i++) all[i % components].merge(pieces[i]);
+  return all;
+}
 
-  std::vector<histogram> histograms;
-  for (const moments &moments : found) histograms.push_back(make_histogram(moments, data));
-  for_each_row(page.image, rows, progress, [&](const auto *row) {
-    for (size_t i = 0; i < pixels * components; i++) {
+std::vector<histogram> histograms_of(pixels &page, const std::vector<moments> &found) {
+  const size_t components = found.size(), values = static_cast<size_t>(page.width()) * components;
+  std::vector<histogram> empty;
+  for (const moments &moments : found) empty.push_back(make_histogram(moments, page.data()));
+  std::vector<std::vector<histogram>> by_thread(page.threads(), empty);
+  for_each_row(page, [&](unsigned thread, size_t, const auto *row) {
+    for (size_t i = 0; i < values; i++) {
       const auto value = static_cast<double>(row[i]);
-      if (std::isfinite(value)) histograms[i % components].add(value);
+      if (std::isfinite(value)) by_thread[thread][i % components].add(value);
     }
   });
+  for (size_t thread = 1; thread < by_thread.size(); thread++) {
+    for (size_t c = 0; c < components; c++) by_thread[0][c].add(by_thread[thread][c]);
+  }
+  return by_thread[0];
+}
 
+void tell_page(pixels &page, progress &progress) {
+  const std::vector<moments> found = moments_of(page);
+  const std::vector<histogram> histograms = histograms_of(page, found);
   progress.hide();
-  for (size_t c = 0; c < components; c++) {
-    const std::string name = component_name(data, static_cast<int32_t>(c));
+  for (size_t c = 0; c < found.size(); c++) {
+    const std::string name = component_name(page.data(), static_cast<int32_t>(c));
     if (found[c].count == 0) {
       std::printf("%s: no finite numbers\n", name.c_str());
       continue;
@@ -148,22 +168,21 @@ void tell_page(const std::string &file, const std::string &where, page &page, pr
 
 int run(const arguments &arguments) {
   const std::string &file = arguments.operand(0);
-  const auto document = open_document(file);
-  const page_range pages = chosen_pages(arguments, file, document->pages());
+  documents documents(file, chosen_threads(arguments));
+  const page_range pages = chosen_pages(arguments, file, documents.of(0).pages());
   progress progress(pages.count());
   for (int64_t number = pages.first; number <= pages.last; number++) {
-    const std::string where = formatted("page %lld", static_cast<long long>(number + 1));
-    const auto page = document->open(number, colour_map::applied);
+    pixels page(documents, number, colour_map::applied, {});
     progress.next_unit();
-    std::printf("%s, %s: %d x %d, %s, %s\n", printable(file).c_str(), where.c_str(), page->image.imdim.se.x,
-                page->image.imdim.se.y, describe_type(page->image.d).c_str(),
-                describe_colour(page->image.d).c_str());
-    tell_page(file, where, *page, progress);
+    std::printf("%s, page %lld: %d x %d, %s, %s\n", printable(file).c_str(),
+                static_cast<long long>(number + 1), page.width(), page.height(),
+                describe_type(page.data()).c_str(), describe_colour(page.data()).c_str());
+    tell_page(page, progress);
   }
   return fine;
 }
 
-constexpr option options[] = {pages_option};
+constexpr option options[] = {pages_option, threads_option};
 
 }  // namespace
 

@@ -9,7 +9,10 @@
 #include "failure.hpp"
 #include "format.hpp"
 #include "interrupt.hpp"
+#include "parallel.hpp"
+#include "pixels.hpp"
 #include "progress.hpp"
+#include "tiff_layout.hpp"
 #include "words.hpp"
 
 namespace tool {
@@ -34,43 +37,67 @@ std::string why_refused(const qvimagedata &data, const qvimagefileinfo &options)
 
 class tiff_writer : public writer {
  public:
-  tiff_writer(const std::string &path, std::string shown, qvimagefileinfo &options, bool append)
-      : shown_(std::move(shown)) {
-    const int64_t after = append ? open_tiff(path)->pages() : 0;
-    errno = 0;
-    checked(qvimage_tiffwriteopen(&handle_, 1, nullptr, nullptr, path.c_str(), nullptr, 0, after, &options),
-            "it cannot be opened for writing");
-  }
+  tiff_writer(std::string path, std::string shown, bool append)
+      : path_(std::move(path)), shown_(std::move(shown)), pages_(append ? open_tiff(path_)->pages() : 0) {}
 
   ~tiff_writer() override {
-    if (handle_ != nullptr) qvimage_tifffini(&handle_, 1);
+    if (handle_ != nullptr) qvimage_tifffini(&handle_, bands_);
   }
 
-  void add(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
-    const qvimagedata data = image->d;
+  void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool computed) override {
+    const qvimagedata data = page.data();
+    const tiff_layout layout = tiff_layout_of(data, page.width(), page.height(), options, computed);
+    options.stripsize = layout.strip;
+    if (handle_ == nullptr || layout.bands != bands_) open(page, layout.bands, options);
     errno = 0;
     const int32_t code = qvimage_tiffwritesetup(
-        &handle_, image, palette, &options, blue_first(data.pixelhint),
+        &handle_, page.image(0), palette, &options, blue_first(data.pixelhint),
         palette != nullptr && blue_first(palette->d.pixelhint), cr_first(data.pixelhint), pages_ > 0);
     if (code == QVERR_USAGE) throw failure(shown_, code, why_refused(data, options));
     checked(code, "the page cannot be set up");
     checked(qvimage_tiffwriteifdinit(&handle_), "writing failed");
-    checked(qvimage_tiffwritedata(&handle_, progress::callback, image, 0), "writing failed");
-    check_source(image);
+    in_shares(page.threads(), bands_, [&](unsigned thread, int64_t first, int64_t last) {
+      for (int64_t band = first; band < last; band++) write_band(page, thread, static_cast<int32_t>(band));
+    });
     checked(qvimage_tiffwriteifdfini(&handle_), "writing failed");
     checked(qvimage_tifferror(&handle_), "writing failed");
     pages_++;
   }
 
   void finish() override {
+    if (handle_ != nullptr) close();
+  }
+
+ private:
+  // The number of bands is that of a handle: for another one the file is opened anew, behind its last page.
+  void open(pixels &page, int32_t bands, qvimagefileinfo &options) {
+    if (handle_ != nullptr) close();
+    const qvimagedata data = page.data();
+    const uint32_t size[2] = {static_cast<uint32_t>(page.width()), static_cast<uint32_t>(page.height())};
+    errno = 0;
+    checked(qvimage_tiffwriteopen(&handle_, bands, size, &data, path_.c_str(), nullptr, 0, pages_, &options),
+            "it cannot be opened for writing");
+    bands_ = bands;
+  }
+
+  void close() {
     errno = 0;
     const int32_t closed = qvimage_tiffclose(&handle_);
-    const int32_t ended = qvimage_tifffini(&handle_, 1);
+    const int32_t ended = qvimage_tifffini(&handle_, bands_);
     handle_ = nullptr;
     checked(std::min({closed, ended, 0}), "writing failed");
   }
 
- private:
+  void write_band(pixels &page, unsigned thread, int32_t band) {
+    errno = 0;
+    const int32_t code = qvimage_tiffwritedata(&handle_, progress::callback, page.image(thread), band);
+    if (code == 0) return;
+    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
+    if (others_failed()) throw ended_with_others{};
+    page.blame(thread, progress::last_step() - 1);
+    checked(code, "writing failed");
+  }
+
   void checked(int32_t code, const std::string &what) {
     if (code >= 0) return;
     if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
@@ -78,22 +105,16 @@ class tiff_writer : public writer {
     throw failure(shown_, code, system_detail(code, what));
   }
 
-  // Transfers tell of no errors; the image keeps them until it is asked.
-  void check_source(qvimage *image) {
-    const auto code = static_cast<int32_t>(image->aeiou(image, 'e', 1, 1, nullptr));
-    if (code < 0) throw failure(shown_, code, "the pixels to be written cannot be read");
-  }
-
-  const std::string shown_;
+  const std::string path_, shown_;
+  int64_t pages_;  // of the file
   tiffhandle *handle_ = nullptr;
-  int64_t pages_ = 0;
+  int32_t bands_ = 0;
 };
 
 }  // namespace
 
-std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown,
-                                    qvimagefileinfo &options, bool append) {
-  return std::make_unique<tiff_writer>(path, shown, options, append);
+std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append) {
+  return std::make_unique<tiff_writer>(path, shown, append);
 }
 
 }  // namespace tool

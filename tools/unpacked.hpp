@@ -1,4 +1,4 @@
-// Pages of a volume unpacked into a file without a name: rows of compressed pages can be reached only through
+// Pages of a volume unpacked into scratch room: rows of compressed pages can be reached only through
 // all rows before them, so that going from page to page with each row would unpack every page over and over.
 #pragma once
 
@@ -11,8 +11,7 @@
 
 namespace tool {
 
-// The pixels of `packed` in a file in the folder of the path `beside`, seen as memory. `file` is the name for
-// messages.
+// The pixels of `packed`, seen as memory. `beside`: see scratch. `file` is the name for messages.
 std::unique_ptr<volume> unpacked(volume &packed, const std::string &file, const std::string &beside);
 
 }  // namespace tool

@@ -59,6 +59,11 @@ std::string type_name(const qvimagedata &data) {
                    8 * qvimdatasize(static_cast<uint32_t>(data.pixietype)));
 }
 
+bool is_rgb(int32_t hint) {
+  return hint == QVIM_HINT_RGB || hint == QVIM_HINT_BGR || hint == QVIM_HINT_RGBPAD ||
+         hint == QVIM_HINT_BGRPAD;
+}
+
 std::string describe_colour(const qvimagedata &data) {
   const char *name = qvimhinttostring(data.pixelhint);
   return name != nullptr ? name : formatted("hint %d", data.pixelhint);

@@ -35,6 +35,21 @@ class ToolTest(unittest.TestCase):
         tiff.write(self.path(name), pages, order)
         return self.path(name)
 
+    def make_sparse(self, name, width, height, marks={}):
+        """A page of 8-bit zeros but for marked pixels, made in a moment whatever its size."""
+        offset = 1024
+        entries = tiff._entries(tiff.Page(width, height, []), [offset], [width * height])
+        with open(self.path(name), "wb") as file:
+            file.write(b"II" + b"\x2a\0" + (8).to_bytes(4, "little") + len(entries).to_bytes(2, "little"))
+            for tag, kind, values in entries:
+                file.write(b"".join(v.to_bytes(n, "little") for v, n in
+                                    ((tag, 2), (kind, 2), (1, 4), (values[0], 4))))
+            for (x, y), value in marks.items():
+                file.seek(offset + y * width + x)
+                file.write(bytes([value]))
+            file.truncate(offset + width * height)
+        return self.path(name)
+
     def good(self, *words, **more):
         done = run(*words, **more)
         self.assertEqual((done.returncode, done.stderr), (0, b""), f"{words}: {done.stderr.decode()}")

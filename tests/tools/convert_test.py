@@ -9,7 +9,7 @@ import time
 import unittest
 
 import tiff
-from common import TOOL, ToolTest, as_stored, palette_picture, picture
+from common import TOOL, ToolTest, as_stored, palette_picture, picture, run
 
 COMPRESSIONS = {"none": 1, "lzw": 5, "lzw-predictor": 5, "packbits": 32773, "arithmetic": 32885,
                 "arithmetic-predictor": 32885}
@@ -122,23 +122,49 @@ class Convert(ToolTest):
         self.refused(1, ".*this is not a regular file", "convert", path, self.path("pipe.tif"))
 
 
+    def test_the_number_of_threads_makes_no_difference(self):
+        strings = dict(datetime=b"2024:05:06 07:08:09")
+        pages = [picture(700, height, strings=strings, bits=16) for height in (810, 809, 5)]
+        path = self.make("a.tif", *pages)
+        steps = (["--compression=lzw-predictor"], ["--compression=packbits", "--rotate=90"], ["--flip=y"])
+        for words in steps:
+            found = {}
+            for threads in (1, 2, 7):
+                target = self.path("b%d.tif" % threads)
+                self.good("convert", "--threads", threads, *words, path, target)
+                with open(target, "rb") as file:
+                    found[file.read()] = threads
+                for command in (["stat", target], ["stat", path]):
+                    self.assertEqual(self.good(*command, "--threads", threads).replace(target, "b"),
+                                     self.good(*command, "--threads", 1).replace(target, "b"))
+                self.assertEqual(run("diff", path, target, "--threads", threads).stdout,
+                                 run("diff", path, target, "--threads", 1).stdout)
+            self.assertEqual(len(found), 1, words)
+            path = target
+
+    def test_turns_more_pixels_than_are_held_in_memory(self):
+        width, height = 9000, 8000
+        marks = {(0, 0): 1, (8999, 0): 2, (17, 4711): 3, (8999, 7999): 4}
+        path = self.make_sparse("a.tif", width, height, marks)
+        self.good("convert", "--compression=packbits", path, self.path("packed.tif"))
+        self.good("convert", "--rotate=90", self.path("packed.tif"), self.path("b.tif"))
+        for (x, y), value in marks.items():
+            self.good("convert", "--compression=none", "--crop", f"{height - 1 - y},{x},1,1", self.path("b.tif"),
+                      self.path("c.tif"))
+            self.assertEqual(tiff.read(self.path("c.tif"))[0].pixels, [value])
+        limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+        before = self.files()
+        self.refused(1, r".*d\.tif: File not creatable .*: no room of 72000000 bytes beside it for .*", "convert",
+                     "--rotate=90", path, self.path("d.tif"), preexec_fn=limit)
+        self.assertEqual(self.files(), before)
+
+
 class Whole(ToolTest):
     """Nothing half done is left behind."""
 
     def setUp(self):
         super().setUp()
-        # Takes some seconds to code, a moment to make: a sparse file.
-        self.big = self.make("big.tif", tiff.Page(1, 1, [0]))
-        width = height = 25000
-        with open(self.big, "wb") as file:
-            page = tiff.Page(width, height, [])
-            offset = 1024
-            entries = tiff._entries(page, [offset], [width * height])
-            file.write(b"II" + b"\x2a\0" + (8).to_bytes(4, "little") + len(entries).to_bytes(2, "little"))
-            for tag, kind, values in entries:
-                file.write(b"".join(v.to_bytes(n, "little") for v, n in
-                                    ((tag, 2), (kind, 2), (1, 4), (values[0], 4))))
-            file.truncate(offset + width * height)
+        self.big = self.make_sparse("big.tif", 25000, 25000)  # takes some seconds to code
 
     def interrupted(self, *words, by=signal.SIGINT, watch=lambda: True, stderr=subprocess.DEVNULL):
         tool = subprocess.Popen([TOOL, *words], stdout=subprocess.DEVNULL, stderr=stderr)
