@@ -18,6 +18,8 @@ enum {
   QVERR_SPACE = -15,       /* a table or an extent is too small */
   QVERR_DATATYPE = -19,    /* this data type is not served */
   QVERR_COLOUR = -21,      /* this selection of components is not served */
+  QVERR_NOTINSTALLED = -27, /* what it stands on is not there */
+  QVERR_X11 = -49,         /* pixels behind X11 could not be reached */
   QVERR_HANDLE = -64       /* the handle is of another kind, or destroyed */
 };
 

@@ -24,5 +24,6 @@
 #include <qvimage/utility.h>
 #include <qvimage/views.h>
 #include <qvimage/window.h>
+#include <qvimage/x11.h>
 
 #endif
