@@ -72,7 +72,10 @@ uint32_t bxta(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, ui
       const uint64_t pixies = uint64_t(end - i) * s.pixies;
       if (operation.uses_value) take_values(s, sizeof(T), values, pixies);
       apply<T>(operation, s, reversed, base, values, list + i, end - i);
-      if (operation.changes_value) give_values(s, sizeof(T), values, pixies);
+      if (operation.changes_value)
+        give_values(s, sizeof(T), values, pixies);
+      else if (reversed && s.reversed)
+        swap_in_place(values, sizeof(T), pixies);  // no swap was asked for: values have their order again
       while (end < count && offset_in(list + end) == outside) end++;
     }
   });

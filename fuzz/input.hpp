@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 class fuzz_input {
@@ -34,9 +36,10 @@ inline bool talks() {
   return wanted;
 }
 
-// Ends the run with what was found, in any build.
-inline void require(bool condition, int line = __builtin_LINE()) {
+// Ends the run of a target with what was found, in any build; a test catches it.
+inline void require(bool condition, const char *file = __builtin_FILE(), int line = __builtin_LINE()) {
   if (condition) return;
-  std::fprintf(stderr, "not as required in line %d\n", line);
-  std::abort();
+  const std::string found = "not as required in " + std::string(file) + " line " + std::to_string(line);
+  if (talks()) std::fprintf(stderr, "%s\n", found.c_str());
+  throw std::runtime_error(found);
 }

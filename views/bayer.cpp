@@ -108,19 +108,19 @@ struct bayer : view<Dim, bayer<Dim>> {
   }
 
   static uint32_t read_cells(image *im, uint32_t mode, uint8_t *out, uint32_t count, const position &from) {
-    alignas(64) uint8_t values[staging_bytes];
+    alignas(64) uint8_t values[2][staging_bytes];
     const state &st = state_in(im);
     const line_of_cells line = cells_of(im, count, from);
     const uint32_t n = line.n, cells = line.cells, size = st.pixie;
     if (n == 0) return 0;
-    for (int j = 0; j < 2; j++) {
-      if (!read_line(im, mode, values, line_of(im, line, j), line.along, 2 * cells)) return 0;
+    for (int j = 0; j < 2; j++)
+      if (!read_line(im, mode, values[j], line_of(im, line, j), line.along, 2 * cells)) return 0;
+    for (int j = 0; j < 2; j++)
       for (int i = 0; i < 2; i++) {
         const int component = st.phase ^ (i << line.along | j << line.across);
-        st.copy_value(values + uint32_t(i) * size, out + uint32_t(component) * size, 2 * size, 8 * size,
+        st.copy_value(values[j] + uint32_t(i) * size, out + uint32_t(component) * size, 2 * size, 8 * size,
                       cells, size, 0);
       }
-    }
     st.copy_pixel(out, out + 4 * size, 8 * size, 8 * size, n / 2, 4 * size, 0);
     return n;
   }

@@ -24,10 +24,9 @@ struct side {
   bool integer() const { return is_integer(int32_t(word)); }
   uint32_t size() const { return uint32_t(qvimdatasize(word)); }
   bool partial() const { return integer() && bits < 8 * size(); }
-  uint32_t significant() const {  // of partial pixies
-    const uint64_t low = (uint64_t{1} << bits) - 1;
-    return uint32_t(word & QVIM_LSB ? low : low << (8 * size() - bits));
-  }
+  // Of partial pixies: the place of the lowest significant bit, and all of them.
+  uint32_t lowest() const { return word & QVIM_LSB ? 0 : 8 * size() - bits; }
+  uint32_t significant() const { return uint32_t(((uint64_t{1} << bits) - 1) << lowest()); }
 };
 
 struct selection : conversion::step {
@@ -64,6 +63,10 @@ void choose_writing(conversion &c, side caller, side stored, bool tolerant, uint
     caller.bits = stored.bits = std::min(caller.bits, 8 * caller.size());
   }
   if (stored.integer()) stored.word = (stored.word & ~uint32_t{QVIM_DIRTY}) | (tolerant ? QVIM_DIRTY : 0);
+  const bool scales = mode == normalised && !caller.integer() && stored.partial();
+  c.limit = scales ? stored.significant() >> stored.lowest() : 0;
+  c.raise = uint8_t(scales ? stored.lowest() : 0);
+  if (scales) stored = {stored.word | QVIM_MSB | QVIM_LSB, 8 * stored.size()};  // all that the scale covers
   c.write = select(caller, stored, 1, mode);
   c.given_bits = lacks_mask(mode, caller, stored) ? caller.significant() : 0;
   // Unused bits of the image stay clean unless it does without.
@@ -85,6 +88,18 @@ void reverse_bytes(const void *source, void *destination, uint32_t size, uint64_
   (size == 2 ? npfbix_2to2_sbi : npfbix_4to4_sbi)(source, destination, size, size, pixies, 0, 0);
 }
 
+template <class T>
+void limit_each(uint8_t *values, uint64_t pixies, uint32_t limit, uint32_t raise) {
+  for (; pixies; pixies--, values += sizeof(T))
+    store(values, T(std::min(load<T>(values), T(limit)) << raise));
+}
+// Limits numbers and moves them to their place in the container.
+void limit_in_place(uint8_t *values, uint32_t size, uint64_t pixies, uint32_t limit, uint32_t raise) {
+  (size == 1   ? limit_each<uint8_t>
+   : size == 2 ? limit_each<uint16_t>
+               : limit_each<uint32_t>)(values, pixies, limit, raise);
+}
+
 }  // namespace
 
 uint32_t stored_word(const qvimagedata &image) {
@@ -92,15 +107,15 @@ uint32_t stored_word(const qvimagedata &image) {
   return is_integer(image.pixietype) ? type | uint32_t(image.i_bitsxsb) | image.i_dirtyread : type;
 }
 
-// It does in its own type, when the bits and the masking make no difference to the kernel. An image that is a
-// view may serve other types too, but as its own bits and mode have them.
+// It does when the bits and the masking make no difference to the kernel. Where the image is a view that serves
+// another type, its own bits and mode hold for that.
 bool presents_itself(const qvimagedata &image, const presentation &p, uint32_t datatype) {
-  const side stored{stored_word(image), uint32_t(image.i_bitsused)};
-  if ((datatype & 0xFF) != stored.type()) return false;
-  if (!stored.integer()) return true;
+  side stored{stored_word(image), uint32_t(image.i_bitsused)};
+  if (!stored.integer()) stored.bits = p.bits ? 8 * uint32_t(qvimdatasize(datatype)) : 0;
   if (!p.mask_undefined && p.bits == stored.bits) return true;
-  // Values at the high end with more bits than the image has would fill its unused ones.
-  if (datatype & QVIM_MSB && p.bits > stored.bits && !image.i_dirtyrite) return false;
+  // Values at the high end with more bits than the image has there would fill its unused ones.
+  const bool high = stored.partial() && !(stored.word & QVIM_LSB);
+  if (high && datatype & QVIM_MSB && p.bits > stored.bits && !image.i_dirtyrite) return false;
   const uint32_t unmasked = p.mask_undefined ? stored.word & ~uint32_t{QVIM_DIRTY} : stored.word;
   return select({stored.word | p.mask_undefined, stored.bits}, {datatype, p.bits}, 0, p.mode) ==
          select({unmasked, stored.bits}, {datatype, stored.bits}, 0, p.mode);
@@ -136,6 +151,7 @@ void conversion::take(const uint8_t *from, uint8_t *to, uint64_t pixies) const {
     from = adjusted;
   }
   run(write, from, to, caller_size, image_size, pixies);
+  if (limit) limit_in_place(to, image_size, pixies, limit, raise);
   if (stored_bits) mask_in_place(to, image_size, pixies, stored_bits);
 }
 

@@ -43,6 +43,8 @@ struct [[gnu::packed]] conversion {
   uint32_t read_bits;    // masks beside the kernels', or 0: of the image's values before they are read
   uint32_t given_bits;   // of the caller's values before they are written,
   uint32_t stored_bits;  // and of what they become
+  uint32_t limit;        // of what scaled reals become, where the image has fewer bits than the scale; or 0
+  uint8_t raise;         // by so many places they are shifted up then
   uint8_t image_size;    // bytes of a pixie
   uint8_t caller_size;
   uint8_t reversed;  // the caller's pixies are in the reverse of the host's byte order

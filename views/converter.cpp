@@ -83,17 +83,28 @@ struct converter : view<Dim, converter<Dim>> {
       uint8_t *out = static_cast<uint8_t *>(buffer) + uint64_t(done) * pixel;
       const auto place = in_source(im, from);
       uint8_t *in = s.change.masks_image() ? nullptr : memory::plain_run<Dim>(source, false, place, &n);
-      if (!in) {
-        n = std::min(n, uint32_t(s.chunk));
-        const bool in_place = s.change.image_size == s.change.caller_size;
-        in = in_place ? out : staging;
-        n = std::min(n, in_place ? call_read(source, base::read_mode(mode), in, n, place)
-                                 : base::read_staged(im, mode, in, n, place,
-                                                     s.colours * uint32_t(s.change.image_size)));
-      }
-      s.change.bring(in, out, uint64_t(n) * s.colours);
+      if (in) return s.change.bring(in, out, uint64_t(n) * s.colours), n;
+      n = std::min(n, uint32_t(s.chunk));
+      std::memset(staging, unread, n * s.colours * s.change.image_size);
+      n = std::min(n, call_read(source, base::read_mode(mode), staging, n, place));
+      if (n) bring_others(s.change, staging, out, uint64_t(n) * s.colours, pads(im, mode, staging, n, place));
       return n;
     });
+  }
+
+  // The components that the source leaves alone in staged pixels, its pads: the same ones in all of them. Where
+  // the first pixel does not look like it there are none.
+  static pixie_set pads(image *im, uint32_t mode, const uint8_t *staging, uint32_t n,
+                        const point<Dim> &place) {
+    source_image *source = source_of(im);
+    const pixel_conversion &s = state_in(im).runs;
+    const uint32_t size = s.change.image_size, colours = s.colours;
+    pixie_set result;
+    if (source->d.pixies == 1 || !std::memchr(staging, unread, colours * size)) return result;
+    const uint32_t delivered = delivered_by(
+        [&](void *pixels) { call_read(source, base::read_mode(mode), pixels, 1, place); }, colours, size);
+    for (uint32_t i = 0; i < n * colours; i++) result[i] = !(delivered >> i % colours & 1);
+    return result;
   }
 
   static uint32_t write(image *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {

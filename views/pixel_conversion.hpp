@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <bitset>
 #include <cstdint>
 #include <cstring>
 
@@ -26,19 +27,75 @@ struct [[gnu::packed]] pixel_conversion {
   }
 };
 
+// Staged pixels hold this before a source fills them in: what still has it afterwards may be a component, or
+// an entry of a list, that the source leaves alone.
+inline constexpr uint8_t unread = 0xA5;
+
+// The components of a pixel that a read delivers: those that come out the same whatever was there before.
+template <class Read>
+uint32_t delivered_by(Read read, uint32_t colours, uint32_t size) {
+  uint8_t zeros[32 * sizeof(uint64_t)] = {}, others[sizeof zeros];
+  std::memset(others, 0xFF, sizeof others);
+  read(zeros);
+  read(others);
+  uint32_t delivered = 0;
+  for (uint32_t c = 0; c < colours; c++)
+    if (std::memcmp(zeros + c * size, others + c * size, size) == 0) delivered |= 1u << c;
+  return delivered;
+}
+
+// Pixies of staged pixels that the source left alone.
+using pixie_set = std::bitset<staging_bytes>;
+
+// Brings staged pixies to the caller, but those.
+inline void bring_others(const conversion &change, uint8_t *staging, uint8_t *values, uint64_t pixies,
+                         const pixie_set &left_alone) {
+  if (left_alone.none()) return change.bring(staging, values, pixies);
+  alignas(64) uint8_t brought[staging_bytes];
+  change.bring(staging, brought, pixies);
+  for (uint64_t i = 0, size = change.caller_size; i < pixies; i++)
+    if (!left_alone[i]) std::memcpy(values + i * size, brought + i * size, size);
+}
+
+// Which of a chunk's pixies the source left as they were: those whose bytes are the former ones are read again.
+template <class Kind>
+pixie_set left_alone(typename Kind::image *im, const pixel_conversion &s, uint32_t mode,
+                     const uint8_t *staging, const uint8_t *former, qvxyzcoord *list, uint32_t n) {
+  auto *source = Kind::source_of(im);
+  const uint32_t size = s.change.image_size, pixel = s.colours * size;
+  pixie_set result;
+  for (uint32_t i = 0; i < n; i++, staging += pixel, former += pixel) {
+    uint32_t doubtful = 0;
+    for (uint32_t c = 0; c < s.colours; c++)
+      if (std::memcmp(staging + c * size, former + c * size, size) == 0) doubtful |= 1u << c;
+    if (doubtful)
+      doubtful &=
+          ~delivered_by([&](void *pixels) { source->bxta(source, mode, pixels, list + i, 1, QVIM_OP_READ); },
+                        s.colours, size);
+    for (uint32_t c = 0; doubtful && c < s.colours; c++)
+      if (doubtful >> c & 1) result.set(i * s.colours + c);
+  }
+  return result;
+}
+
 // Entries of a list that the source's bxtp has seen, at most a chunk of them.
 template <class Kind>
 uint32_t transfer_chunk(typename Kind::image *im, const pixel_conversion &s, uint32_t mode, uint8_t *values,
                         qvxyzcoord *list, uint32_t n, uint32_t op) {
-  alignas(64) uint8_t staging[staging_bytes];
+  alignas(64) uint8_t staging[staging_bytes], former[staging_bytes];
   auto *source = Kind::source_of(im);
-  const uint64_t pixies = uint64_t(n) * s.colours;
+  const uint64_t pixies = uint64_t(n) * s.colours, bytes = pixies * s.change.image_size;
+  const uint32_t passed = mode & ~(uint32_t{QVIM_LIST} | 0x800u);
   if (op == QVIM_OP_READ)
-    std::memset(staging, 0, pixies * s.change.image_size);  // should the source skip an entry
+    std::memset(staging, unread, bytes);
   else
     s.change.take(values, staging, pixies);
-  const uint32_t done = source->bxta(source, mode & ~(uint32_t{QVIM_LIST} | 0x800u), staging, list, n, op);
-  if (op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE) s.change.bring(staging, values, pixies);
+  const bool delivers = op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE;
+  if (delivers) std::memcpy(former, staging, bytes);
+  const uint32_t done = source->bxta(source, passed, staging, list, n, op);
+  if (delivers)
+    bring_others(s.change, staging, values, pixies,
+                 left_alone<Kind>(im, s, passed, staging, former, list, n));
   return done;
 }
 

@@ -39,11 +39,9 @@ struct stack : view<two_d, stack, three_d> {
     choose_finish(st, im->f.pixiesize);
     serve_numbers(im);
     im->d.i_dirtyrite = 0;
-    // The size is that of the whole frames; the window at first holds the pixels that the source's window
-    // has.
+    // The size is that of the whole frames, whatever of them the source's window has.
     const auto whole = box<three_d>::of(&source->imdim);
     set_size(im, {whole.se[0], whole.se[1]});
-    im->wind.se = {int32_t(seen.extent(0)), int32_t(seen.extent(1))};
     return 0;
   }
 

@@ -2,7 +2,7 @@
  *
  * A view is a record built over another one, its source, and used like any image: set up, then read or
  * written. It owns no pixels. Every transfer goes to the source and back, where something is converted or
- * moved apart through pieces of 2048 bytes on the stack, at most two of them; nothing is allocated. Views
+ * moved apart through pieces of 2048 bytes on the stack, at most three of them; nothing is allocated. Views
  * stack: a source may be a view itself.
  *
  * Arguments that all constructors share
@@ -22,6 +22,11 @@
  *   -11  ioset: a scan order that the image has not, where its constructor names no other code; imapset: a
  *        view that cannot be mapped
  * after which, as after any failure, transfers move nothing.
+ *
+ * What a read does not deliver it leaves in the caller's buffer as it was: pixels beyond those it counts, entries
+ * of a list whose pixels lie outside the view's window or its source's, and components without a meaning (pads)
+ * where the source leaves them alone. Where arithmetic on floating values gives no number, the result is any NaN:
+ * its sign and its other bits may differ from one processor to another.
  *
  * Changing the source's window or set-up directly discards what its views have set up. A view is used by one
  * thread at a time, and so is its whole chain. */
@@ -46,12 +51,14 @@ QVIM_BEGIN_DECLS
  *                   stored. The description in the record does not change with it; give one by `data` where
  *                   another view is to be put on this one: it goes by what the record says.
  *   mode            1: floating values from 0.0 to 1.0 stand for integers from 0 to the largest that fits a
- *                   pixie of the source, values beyond are cut off. Else floating values equal integer
- *                   values.
+ *                   pixie of the source, all its bits counted; values beyond are cut off. Values written to a
+ *                   source with fewer significant bits are limited to those: with 4 of 8 bits 1.0 still stands
+ *                   for 255, so 15 / 255.0 and everything above it is stored as 15, and 15 reads as 15 / 255.0.
+ *                   Else floating values equal integer values.
  *
- * Requests for the source's own type and bits go to the source as they are. Everything else is converted from
- * the pixels that the source's description tells of, also where the source is a view that could serve the
- * type by itself.
+ * A request that the source serves by itself goes to the source as it is where maskundefined and bits make no
+ * difference to the values: then the source's own mode and bits count, if it is a converter too. Everything
+ * else is converted from the pixels that the source's description tells of.
  *
  * ioset and bxts:
  *   -19  a type that is none, or 64-bit integers on one side that the other would have to be converted to or
@@ -203,8 +210,8 @@ int32_t qvimage_yodd(qvimage *image, qvimage *source, uint8_t sharewindow, uint3
 /* Presents the mean of the frames of a 3-D image, of those in its window of this moment: sums divided by
  * their number, rounded to nearest, halves up. Device name "QVIMSTAK". Read-only: writes move nothing.
  *
- * The record's imdim is that of the source in x and y; its window at first is what the source's window holds,
- * and wider ones get no pixels beyond that. The description says host order, no undefined bits, and values at
+ * The record's imdim is that of the source in x and y, and so is its window at first; it begins at the source's
+ * window, and where that holds no pixels there are none here. The description says host order, no undefined bits, and values at
  * the least significant end where pixies are not full.
  *   -19  pixies other than 8- and 16-bit integers
  *   -15  more frames than 32-bit sums hold: 2^24 for 8-bit pixies, 65537 for 16-bit ones

@@ -411,6 +411,8 @@ class scenario {
     const form f = caller_form(d_, s.datatype);
     const bool real = is_real(d_), dirty_caller = !real && s.datatype & QVIM_DIRTY;
     const bool same_place = f.low == image_.low;
+    const bool same_form =
+        f.reversed == image_.reversed && same_place && (!image_.unused() || !dirty_caller || d_.i_dirtyrite);
     bytes expected = model_;
     size_t at = 0;
     for (const qvxyzcoord &entry : b.list) {
@@ -428,7 +430,7 @@ class scenario {
         if (same_place && dirty_caller && d_.i_dirtyrite) v = f.number(given);
         if (b.op == 0 || b.op == 2)
           expect_pixie(got, f, image_.value(old), dirty_caller, "block");
-        else if (buffer_kept)
+        else if (buffer_kept || same_form)
           check(std::memcmp(got, given, f.size) == 0, "buffer changed" + where());
         const bool sum = !real && (b.op == QVIM_OP_ADD || b.op == QVIM_OP_SUBTRACT);
         const uint64_t kept = image_.container() & ~(masked && sum ? image_.unused() : 0);

@@ -93,8 +93,9 @@ inline bits write_converted(const form &im, uint64_t given, const converted &c, 
   if (!integer) {
     const double v = as_real(given, r.size());
     if (!im.integer()) return {as_raw(v, im.size())};
-    const uint64_t number =
+    const uint64_t scaled =
         to_integer(v, r.size(), c.normalised ? ones(width) : ones(im.used()), c.normalised);
+    const uint64_t number = std::min(scaled, ones(im.used()));
     const uint64_t moved = move_bits(number, c.normalised ? im.used() : shown, source_top(im)) & ones(width);
     return {im.tolerant() ? moved : moved & im.significant()};
   }
@@ -113,6 +114,32 @@ inline bits write_converted(const form &im, uint64_t given, const converted &c, 
   uint64_t known = dirt ? placed(meant) : ones(width);
   if (unused && im.tolerant()) return {placed(given), known & im.significant()};
   return {placed(given) & ~unused, known | unused};
+}
+
+// Does a converter leave it to its source to deliver the caller's type? Only where its bits and masks make no
+// difference to the way that the significant bits go.
+inline bool transparent(const form &im, const converted &c, const request &r) {
+  if (!c.masks && (c.bits == 0 || (im.integer() && c.bits == im.used()))) return true;
+  const int width = 8 * r.size(), used = im.integer() ? im.used() : width, shown = c.bits ? c.bits : used;
+  if (im.high() && im.used() < 8 * im.size() && r.datatype & QVIM_MSB && shown > used && !im.tolerant())
+    return false;
+  const bool integer = is_integer(r.datatype);
+  const int from_top = im.high() ? 8 * im.size() : used;
+  // By how many places the bits go up when the caller has so many of them.
+  const auto way = [&](int bits) {
+    if (integer) {
+      const int top = caller_top(r, bits);
+      return top ? top - (im.integer() ? from_top : c.normalised ? bits : used) : 0;
+    }
+    return im.integer() ? (c.normalised ? used : bits) - from_top : 0;
+  };
+  const auto dirt_arrives = [&](bool dirty, int by) {
+    const uint64_t dirt = ones(8 * im.size()) & ~im.significant();
+    const bool wanted = integer && r.datatype & QVIM_DIRTY;
+    return im.integer() && dirty && !wanted && move_bits(dirt, 0, by) & ones(integer ? width : 32);
+  };
+  return way(shown) == way(used) &&
+         dirt_arrives(im.dirty() || c.masks, way(shown)) == dirt_arrives(im.dirty(), way(used));
 }
 
 }  // namespace model

@@ -265,8 +265,8 @@ TEST(Converter, MapsItsOwnPixelsOnly) {
 
 // --- chains --------------------------------------------------------------------------------------
 
-// A converter over a converter: to the upper one the lower one is an image of the description it was given,
-// whatever else it could deliver by itself.
+// A converter over a converter: where the upper one makes a difference, the lower one is an image of the
+// description it was given; else it answers as if it were asked directly.
 struct stacked {
   scene<two_d> lower;
   converted upper;
@@ -296,11 +296,14 @@ struct stacked {
   request between_them() const {
     return {0, uint32_t(middle.d.pixietype) | (middle.integer() ? uint32_t(middle.d.i_bitsxsb) : 0), 1};
   }
+  // What the upper one makes no difference to is the lower one's to answer.
+  bool passed() const { return transparent(middle, upper, asked); }
   uint64_t presented_below(const pos &at, int pixie) const {
     return lower.expected_in(lower.stored, at, pixie, between_them()).value;
   }
   void expect_reads() {
     const auto expected = [&](const pos &at, int pixie) {
+      if (passed()) return lower.expected_in(lower.stored, at, pixie, asked);
       return read_converted(middle, presented_below(at, pixie), upper, asked);
     };
     for (int i = 0; i < 3; i++)
@@ -309,8 +312,13 @@ struct stacked {
   }
   void expect_writes() {
     pixels expected = lower.stored;
-    const auto given = [&] { return given_value(lower.g, middle, upper, asked); };
+    const auto given = [&] {
+      return passed() ? given_value(lower.g, lower.stored, lower.how, asked)
+                      : given_value(lower.g, middle, upper, asked);
+    };
     const auto apply = [&](const pos &at, int pixie, uint64_t v) {
+      if (passed())
+        return expected.put(lower.in_source(at), pixie, write_converted(lower.stored, v, lower.how, asked));
       const uint64_t arrives = write_converted(middle, v, upper, asked).value;
       expected.put(lower.in_source(at), pixie,
                    write_converted(lower.stored, arrives, lower.how, between_them()));
@@ -402,6 +410,43 @@ TEST_F(ConverterFixed, StacksDeepAndEndsRings) {
     EXPECT_EQ(chain[ring].ioread(&chain[ring], 0, out, 1, 0, 0), 0u);
     chain[ring].aeiou(&chain[ring], 'i', 0, 0, nullptr);
   }
+}
+
+// A mapping shows that a request goes to the source as it is.
+TEST_F(ConverterFixed, LeavesToItsSourceWhatItMakesNoDifferenceTo) {
+  const struct {
+    int32_t used, xsb;
+    uint8_t bits;
+    uint32_t justified;
+    int32_t answer;
+  } cases[] = {{16, QVIM_MSB | QVIM_LSB, 20, QVIM_MSB, 0x4005},
+               {16, QVIM_MSB | QVIM_LSB, 12, QVIM_MSB, 0x4005},
+               {16, QVIM_MSB | QVIM_LSB, 12, QVIM_LSB, -19},
+               {12, QVIM_MSB, 10, QVIM_MSB, 0x4005},
+               {12, QVIM_MSB, 14, QVIM_MSB, -19},
+               {12, QVIM_LSB, 14, QVIM_LSB, -19},
+               {12, QVIM_LSB, 14, 0, 0x4005}};
+  for (const auto &c : cases) {
+    qvimagedata d;
+    ASSERT_EQ(qviminitdata(&d, QVIM_UINT16, c.used, 1, QVIM_HINT_GREY), 1);
+    d.i_bitsxsb = c.xsb;
+    ASSERT_EQ(qvimage_memdata(&source, words, 0, dims, 0, &d, nullptr, 0), 0);
+    ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, c.bits, 0), 0);
+    EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT16 | c.justified, 1), c.answer)
+        << c.used << ", " << int(c.bits);
+  }
+}
+
+TEST_F(ConverterFixed, RefusesThroughAnyNumberOfConverters) {
+  ASSERT_EQ(qvimage_memory(&source, words, dims, 0, QVIM_UINT64, 0, 1, QVIM_HINT_GREY, 0), 0);
+  qvimage chain[60];
+  for (int i = 0; i < 60; i++) {
+    qvimagedata d;
+    ASSERT_EQ(qviminitdata(&d, i % 2 ? QVIM_UINT8 : QVIM_UINT16, 0, 1, QVIM_HINT_GREY), 1);
+    ASSERT_EQ(qvimage_converter(&chain[i], i ? &chain[i - 1] : &source, &d, 0, 0, 0, 0), 0);
+  }
+  EXPECT_LT(chain[59].ioset(&chain[59], 0, QVIM_FLOAT32, 1), 0);
+  EXPECT_LT(chain[59].bxts(&chain[59], 0, QVIM_FLOAT32, 1), 0);
 }
 
 // --- description, queries, windows, failures -----------------------------------------------------

@@ -38,13 +38,6 @@ inline void set_window(qvimage3 *im, const frame &f) {
 }
 // --- accesses, compared with the model -----------------------------------------------------------
 
-template <class Dim>
-qvim::point<Dim> as_point(const pos &p) {
-  qvim::point<Dim> result;
-  for (int axis = 0; axis < Dim::axes; axis++) result[axis] = p[axis];
-  return result;
-}
-
 inline void expect_pixie(const uint8_t *buffer, const request &r, const bits &expected, const pos &at,
                          int pixie) {
   const uint64_t got = load(buffer, r.size(), r.reversed()), width = ones(8 * r.size());

@@ -169,6 +169,13 @@ inline pos random_pos(generator &g, const extent &e) {
   return {between(g, 0, e[0] - 1), between(g, 0, e[1] - 1), between(g, 0, e[2] - 1)};
 }
 
+template <class Dim>
+qvim::point<Dim> as_point(const pos &p) {
+  qvim::point<Dim> result;
+  for (int axis = 0; axis < Dim::axes; axis++) result[axis] = p[axis];
+  return result;
+}
+
 // The positions that a run passes over, one by one.
 inline std::vector<pos> run_of(const extent &e, int axes, uint32_t mode, pos at, uint64_t count) {
   const int scan = int(mode & 6) / 2;

@@ -73,6 +73,8 @@ class image {
   virtual bool writable() const = 0;
   virtual bits read(const pos &at, int pixie, const request &) const = 0;
   virtual void write(const pos &at, const std::vector<bits> &, const request &) = 0;
+  // Components that reads leave in the caller's buffer as they are.
+  virtual bool leaves_alone(int, const request &) const { return false; }
   // The bits that a caller may set.
   virtual uint64_t allowed(uint32_t datatype) const = 0;
 
@@ -86,6 +88,9 @@ class image {
   virtual bits list_read(const pos &at, int pixie, const request &r) const {
     const bits v = read(at, pixie, in_own_bits(r));
     return as_described(described(), v) ? as_read(described(), v.value, r.datatype) : unknown;
+  }
+  virtual bool list_leaves_alone(int pixie, const request &r) const {
+    return described().used() == 8 * described().size() && leaves_alone(pixie, in_own_bits(r));
   }
   virtual void list_write(const pos &at, const std::vector<bits> &values, const request &r) {
     std::vector<bits> own;
@@ -216,6 +221,10 @@ class moving : public view {
     return (!own_type_ || int(r.datatype & 0xFF) == record.data().pixietype) && view::serves(r);
   }
   bool lists(const request &r) const override { return passes_lists_ ? source_.lists(r) : image::lists(r); }
+  bool leaves_alone(int pixie, const request &r) const override { return source_.leaves_alone(pixie, r); }
+  bool list_leaves_alone(int pixie, const request &r) const override {
+    return passes_lists_ ? source_.list_leaves_alone(pixie, r) : image::list_leaves_alone(pixie, r);
+  }
   bits list_read(const pos &at, int pixie, const request &r) const override {
     return passes_lists_ ? source_.list_read(place(at), pixie, r) : image::list_read(at, pixie, r);
   }

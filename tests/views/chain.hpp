@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "fuzz/input.hpp"
-#include "fuzz/views_values.hpp"
+#include "tests/views/value_models.hpp"
 
 namespace model {
 

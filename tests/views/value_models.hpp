@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "fuzz/views_model.hpp"
+#include "tests/views/image_model.hpp"
 
 namespace model {
 
@@ -26,6 +26,13 @@ class converter_image : public aligned {
   uint64_t allowed(uint32_t datatype) const override {
     const request r = asking({}, datatype, 1);
     return passed(r) ? source_.allowed(datatype) : allowed_here(r);
+  }
+
+  bool leaves_alone(int pixie, const request &r) const override {
+    return source_.leaves_alone(pixie, passed(r) ? r : stored(r));
+  }
+  bool list_leaves_alone(int pixie, const request &r) const override {
+    return list_passed(r) ? source_.list_leaves_alone(pixie, r) : source_.leaves_alone(pixie, stored(r));
   }
 
   bool lists(const request &r) const override {
@@ -57,19 +64,8 @@ class converter_image : public aligned {
     if (from().integer()) word |= uint32_t(d.i_bitsxsb) | d.i_dirtyread;
     return asking(r, word, r.mask);
   }
-  // Does this converter make no difference to what its source delivers?
-  bool transparent(const request &r) const {
-    const form f = from();
-    if (int(r.datatype & 0xFF) != f.d.pixietype) return false;
-    if (!f.integer()) return true;
-    if (how_.masks && f.used() < 8 * f.size()) return false;
-    if (how_.bits == 0 || how_.bits == f.used()) return true;
-    if (r.datatype & QVIM_MSB && how_.bits > f.used() && !f.tolerant()) return false;
-    const int width = 8 * r.size();
-    return !(r.datatype & QVIM_LSB) || std::min(how_.bits, width) == std::min(f.used(), width);
-  }
-  bool passed(const request &r) const { return transparent(r) && source_.serves(r); }
-  bool list_passed(const request &r) const { return transparent(r) && source_.lists(r); }
+  bool passed(const request &r) const { return transparent(from(), how_, r) && source_.serves(r); }
+  bool list_passed(const request &r) const { return transparent(from(), how_, r) && source_.lists(r); }
   bool converts_from(const request &r) const {
     return has_kernels(r.datatype & 0xFF) && has_kernels(uint32_t(from().d.pixietype));
   }
@@ -164,8 +160,11 @@ class colour_image : public computing {
  public:
   using computing::computing;
   bits read(const pos &at, int pixie, const request &r) const override {
-    if (padded(hint()) && pixie == 3 && whole(r)) return unknown;
+    if (leaves_alone(pixie, r)) return unknown;
     return presented_at(at, r)[size_t(pixie)];
+  }
+  bool leaves_alone(int pixie, const request &r) const override {
+    return hint() != source_hint() && padded(hint()) && pixie == 3 && whole(r);
   }
   void write(const pos &at, const std::vector<bits> &values, const request &r) override {
     std::vector<bits> pixel = values;
