@@ -102,6 +102,7 @@ colour colour_of(const qvimagedata &d, bool has_palette) {
 int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
                  const qvimagefileinfo *options) {
   if (width < 1 || height < 1 || d.pixies < 1 || d.pixies > 4) return -1;
+  if (options && options->resunit > UINT16_MAX) return -1;
   const colour c = colour_of(d, has_palette);
   p.set(NewSubfileType, 0);
   p.set(ImageWidth, uint32_t(width));

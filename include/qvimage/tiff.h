@@ -20,7 +20,8 @@ typedef struct tiffhandle tiffhandle;
  *   written as 5); 32773 PackBits; 32885 predictive arithmetic coding (1 to 12 bits); 33397 the same of
  *   horizontal differences. Floats are written uncompressed only.
  * - stripsize: bytes that a strip is to hold before compression; 0 stands for 65536, all ones for one strip.
- * - xres, yres, resunit: the resolution, written where a numerator is not 0.
+ * - xres, yres, resunit: the resolution, written where a numerator is not 0; a unit above 65535 is refused
+ *   (-1).
  * - description, software, copyright, datetime: without a datetime the local time is written.
  *
  * Samples go to the file as the image's significant bits. Colour order is the caller's to name; each of these

@@ -23,10 +23,10 @@
  *        view that cannot be mapped
  * after which, as after any failure, transfers move nothing.
  *
- * What a read does not deliver it leaves in the caller's buffer as it was: pixels beyond those it counts, entries
- * of a list whose pixels lie outside the view's window or its source's, and components without a meaning (pads)
- * where the source leaves them alone. Where arithmetic on floating values gives no number, the result is any NaN:
- * its sign and its other bits may differ from one processor to another.
+ * What a read does not deliver it leaves in the caller's buffer as it was: pixels beyond those it counts,
+ * entries of a list whose pixels lie outside the view's window or its source's, and components without a
+ * meaning (pads) where the source leaves them alone. Where arithmetic on floating values gives no number, the
+ * result is any NaN: its sign and its other bits may differ from one processor to another.
  *
  * Changing the source's window or set-up directly discards what its views have set up. A view is used by one
  * thread at a time, and so is its whole chain. */
@@ -51,10 +51,10 @@ QVIM_BEGIN_DECLS
  *                   stored. The description in the record does not change with it; give one by `data` where
  *                   another view is to be put on this one: it goes by what the record says.
  *   mode            1: floating values from 0.0 to 1.0 stand for integers from 0 to the largest that fits a
- *                   pixie of the source, all its bits counted; values beyond are cut off. Values written to a
- *                   source with fewer significant bits are limited to those: with 4 of 8 bits 1.0 still stands
- *                   for 255, so 15 / 255.0 and everything above it is stored as 15, and 15 reads as 15 / 255.0.
- *                   Else floating values equal integer values.
+ *                   pixie of the source, all its bits counted; values beyond are cut off. Values written to
+ *                   a source with fewer significant bits are limited to those: with 4 of 8 bits 1.0 still
+ *                   stands for 255, so 15 / 255.0 and all above it is stored as 15, and 15 reads as
+ *                   15 / 255.0. Else floating values equal integer values.
  *
  * A request that the source serves by itself goes to the source as it is where maskundefined and bits make no
  * difference to the values: then the source's own mode and bits count, if it is a converter too. Everything
@@ -210,9 +210,9 @@ int32_t qvimage_yodd(qvimage *image, qvimage *source, uint8_t sharewindow, uint3
 /* Presents the mean of the frames of a 3-D image, of those in its window of this moment: sums divided by
  * their number, rounded to nearest, halves up. Device name "QVIMSTAK". Read-only: writes move nothing.
  *
- * The record's imdim is that of the source in x and y, and so is its window at first; it begins at the source's
- * window, and where that holds no pixels there are none here. The description says host order, no undefined bits, and values at
- * the least significant end where pixies are not full.
+ * The record's imdim is that of the source in x and y, and so is its window at first; it begins at the
+ * source's window, and where that holds no pixels there are none here. The description says host order, no
+ * undefined bits, and values at the least significant end where pixies are not full.
  *   -19  pixies other than 8- and 16-bit integers
  *   -15  more frames than 32-bit sums hold: 2^24 for 8-bit pixies, 65537 for 16-bit ones
  * ioset serves every request for the type: values at either end, either byte order. Another type is -19.

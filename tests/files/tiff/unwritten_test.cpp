@@ -27,6 +27,9 @@ TEST(TiffWrite, BadArgumentsHaveTheirCodesAndLeaveNoFile) {
   EXPECT_EQ(save(empty, path), -1);
   qvimagefileinfo jpeg = options_for(7);
   EXPECT_EQ(save(grey, path, &jpeg), -1);
+  qvimagefileinfo unit = options_for(1);
+  unit.resunit = 65536;
+  EXPECT_EQ(save(grey, path, &unit), -1);
   EXPECT_EQ(save(grey, nowhere), -14);
   EXPECT_EQ(save(grey, path, nullptr, 1), -13);
   EXPECT_TRUE(folder.empty());
