@@ -8,34 +8,16 @@
 #include "core/dimension.hpp"
 #include "core/null.hpp"
 #include "core/record.hpp"
+#include "core/run_form.hpp"
 
 namespace qvim::memory {
-
-// One kernel call on a segment of a run: from image to buffer, from buffer to image, or in place on what an
-// earlier step left there.
-struct [[gnu::packed]] kernel_step {
-  npfbix_fn *kernel;
-  uint32_t param;
-};
-
-// What moves a segment in one direction. No steps: whole pixels along x, copied as they are.
-struct [[gnu::packed]] plan {
-  uint8_t steps;
-  uint8_t lanes;           // rounds of kernel calls, one a selected pixie; 1 when a call takes all pixies
-  uint8_t elements;        // elements of a kernel call per pixel
-  uint32_t image_stride;   // bytes between elements in the image
-  uint32_t buffer_stride;  // and in the caller's buffer
-  kernel_step step[3];     // at most: byte order, bits, byte order
-};
 
 // Written by ioset.
 template <class Dim>
 struct [[gnu::packed]] run_setup {
   typename Dim::length_fn *length;
-  uint8_t axis;       // along which runs go
-  uint32_t first;     // byte of the first selected pixie in a pixel
-  uint32_t selected;  // bytes of the selected pixies of a pixel
-  plan read, write;
+  uint8_t axis;  // along which runs go
+  run_form form;
 };
 
 // Written by imapset.

@@ -8,7 +8,6 @@
 
 #include "core/memory.hpp"
 #include "core/pixel.hpp"
-#include "core/selectors.hpp"
 
 namespace qvim::memory {
 namespace {
@@ -66,75 +65,18 @@ uint32_t copy(record<Dim> *im, uint32_t, caller<Direction> *buffer, uint32_t cou
   });
 }
 
-// Steps after the first work in place where the first one wrote.
-void take_steps(const plan &p, const uint8_t *from, uint8_t *to, int64_t from_stride, int64_t to_stride,
-                uint64_t elements) {
-  for (int i = 0; i < p.steps; i++) {
-    const kernel_step now = p.step[i];
-    now.kernel(i ? to : from, to, i ? to_stride : from_stride, to_stride, elements, now.param, now.param);
-  }
-}
-
 // Anything else.
 template <class Dim, towards Direction>
 uint32_t convert(record<Dim> *im, uint32_t, caller<Direction> *buffer, uint32_t count, const point<Dim> &at) {
-  const run_setup<Dim> &s = state_of<state<Dim>>(im).run;
-  const plan &p = Direction == towards::buffer ? s.read : s.write;
-  const uint32_t pixie = uint32_t(im->f.pixiesize);
+  const run_form &form = state_of<state<Dim>>(im).run.form;
   auto *bytes = static_cast<caller_byte<Direction> *>(buffer);
   return run<Dim>(im, count, at, [&](uint8_t *pixels, uint32_t segment) {
-    const uint64_t elements = uint64_t(segment) * p.elements;
-    uint8_t *image = pixels + s.first;
-    auto *packed = bytes;
-    for (int lane = 0; lane < p.lanes; lane++, image += pixie, packed += pixie)
-      if constexpr (Direction == towards::buffer)
-        take_steps(p, image, packed, p.image_stride, p.buffer_stride, elements);
-      else
-        take_steps(p, packed, image, p.buffer_stride, p.image_stride, elements);
-    bytes += uint64_t(segment) * s.selected;
+    if constexpr (Direction == towards::buffer)
+      take_pixels(form, pixels, bytes, segment);
+    else
+      put_pixels(form, pixels, bytes, segment);
+    bytes += uint64_t(segment) * form.selected;
   });
-}
-
-// The kernels for one direction. Pixies are numbers: their bits move while they are in the host's byte order.
-plan plan_of(const qvimagedata &d, int32_t pixiesize, bool writing, uint32_t datatype) {
-  const adaptation bits = adapt_pixies(d, writing, datatype);
-  const bool from_reversed = writing ? is_reversed(d, datatype) : is_reversed(d);
-  const bool to_reversed = writing ? is_reversed(d) : is_reversed(d, datatype);
-  const kernel_step swap{swapping_kernel(pixiesize), 0};
-  plan p{};
-  if (bits.change == adapt::none) {
-    if (from_reversed != to_reversed) p.step[p.steps++] = swap;
-    return p;
-  }
-  if (from_reversed) p.step[p.steps++] = swap;
-  p.step[p.steps++] = {adapting_kernel(pixiesize, bits.change), bits.param};
-  if (to_reversed) p.step[p.steps++] = swap;
-  return p;
-}
-
-// How the kernels of a plan step over image and buffer.
-template <class Dim>
-void lay_out(plan &p, const record<Dim> *im, const run_setup<Dim> &s) {
-  const auto pixie = uint32_t(im->f.pixiesize), pixel = uint32_t(im->f.pixelsize);
-  const bool whole_along_x = s.selected == pixel && s.axis == int(scan::x);
-  p.lanes = p.elements = 1;
-  p.image_stride = state_of<const state<Dim>>(im).stride[s.axis];
-  p.buffer_stride = s.selected;
-  if (p.steps == 0) {
-    // A pixel's selected pixies are one item to be packed.
-    if (!whole_along_x) p.step[p.steps++] = {qvimdatapackf16(s.selected), s.selected};
-  } else if (whole_along_x) {
-    p.elements = uint8_t(pixel / pixie);
-    p.image_stride = p.buffer_stride = pixie;
-  } else {
-    p.lanes = uint8_t(s.selected / pixie);
-  }
-}
-
-// 8-byte pixies pass as they are, but for their byte order: no kernel moves their bits.
-bool serves(const qvimagedata &d, uint32_t datatype) {
-  return d.pixietype != QVIM_UINT64 || (adapt_pixies(d, false, datatype).change == adapt::none &&
-                                        adapt_pixies(d, true, datatype).change == adapt::none);
 }
 
 }  // namespace
@@ -142,32 +84,20 @@ bool serves(const qvimagedata &d, uint32_t datatype) {
 template <class Dim>
 int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
   clear_runs<Dim>(im);
-  const qvimagedata d = im->d;
-  if (uint32_t(d.pixietype) != (datatype & 0xFF)) return QVERR_DATATYPE;
-  int32_t first;
-  const int32_t pixies = qvimcolormap(d.pixies, colourmask, &first);
-  if (pixies == 0) return QVERR_COLOUR;
-  if (!serves(d, datatype)) return QVERR_DATATYPE;
   scan along;
-  if (!scan_of_mode<Dim>(mode, &along)) return QVERR_UNSUPPORTED;
-
-  const int32_t pixie = im->f.pixiesize;
-  run_setup<Dim> s{};
-  s.length = access_length(im, mode);
-  s.axis = uint8_t(along);
-  s.first = uint32_t(first * pixie);
-  s.selected = uint32_t(pixies * pixie);
-  s.read = plan_of(d, pixie, false, datatype);
-  s.write = plan_of(d, pixie, true, datatype);
-  lay_out<Dim>(s.read, im, s);
-  lay_out<Dim>(s.write, im, s);
-  state_of<state<Dim>>(im).run = s;
+  const bool has_axis = scan_of_mode<Dim>(mode, &along);
+  run_form form;
+  const uint32_t stride = state_of<state<Dim>>(im).stride[has_axis ? uint32_t(along) : 0];
+  if (const int32_t code = choose_form(im->d, im->f, stride, datatype, colourmask, &form); code < 0)
+    return code;
+  if (!has_axis) return QVERR_UNSUPPORTED;
+  state_of<state<Dim>>(im).run = {access_length(im, mode), uint8_t(along), form};
 
   using slot = slots<Dim>;
-  im->ioread = s.read.steps ? slot::template read<convert<Dim, towards::buffer>>
-                            : slot::template read<copy<Dim, towards::buffer>>;
-  im->iorite = s.write.steps ? slot::template write<convert<Dim, towards::image>>
-                             : slot::template write<copy<Dim, towards::image>>;
+  im->ioread = form.read.steps ? slot::template read<convert<Dim, towards::buffer>>
+                               : slot::template read<copy<Dim, towards::buffer>>;
+  im->iorite = form.write.steps ? slot::template write<convert<Dim, towards::image>>
+                                : slot::template write<copy<Dim, towards::image>>;
   im->iolen = slot::template length<iolen<Dim>>;
   return 1;
 }
@@ -197,8 +127,9 @@ uint8_t *plain_pixels(record<Dim> *im, bool writing, const point<Dim> &at, const
   if (!along_x && !converts) return nullptr;
   const auto &st = state_of<state<Dim>>(im);
   const uint32_t pixel = uint32_t(im->f.pixelsize);
-  const plan p = writing ? st.run.write : st.run.read;
-  const bool packs = p.steps == 1 && st.run.selected == pixel && p.step[0].kernel == qvimdatapackf16(pixel);
+  const plan p = writing ? st.run.form.write : st.run.form.read;
+  const bool packs =
+      p.steps == 1 && st.run.form.selected == pixel && p.step[0].kernel == qvimdatapackf16(pixel);
   if (!along_x && !packs) return nullptr;
   for (int axis = 0; axis < Dim::axes; axis++) strides[axis] = st.stride[axis];
   return address_of<Dim>(im, at);
