@@ -27,6 +27,8 @@ void state_cause(int32_t code, words cause) {
   reason::current.is_outdated = false;
 }
 
+bool is_heard() { return reason::current.doors > 0 && !reason::current.is_quiet; }
+
 bool stands() { return reason::current.code != 0 && !reason::current.is_outdated; }
 
 }  // namespace
@@ -61,12 +63,12 @@ char *word::put(char *to, const char *end) const {
 }
 
 int32_t because(int32_t code, words cause) {
-  if (reason::current.doors > 0 && (!stands() || code < reason::current.code)) state_cause(code, cause);
+  if (is_heard() && (!stands() || code < reason::current.code)) state_cause(code, cause);
   return code;
 }
 
 int32_t within(words place, int32_t code) {
-  if (code >= 0 || reason::current.doors == 0) return code;
+  if (code >= 0 || !is_heard()) return code;
   if (!stands() || reason::current.code != code) state_cause(code, {qverrnomesg(code)});
   char inner[room];
   std::memcpy(inner, text, room);
@@ -74,8 +76,6 @@ int32_t within(words place, int32_t code) {
   reason::current.is_placed = true;
   return code;
 }
-
-void forget_reason() { reason::current.code = 0; }
 
 }  // namespace qvim
 

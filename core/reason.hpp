@@ -48,9 +48,6 @@ int32_t because(int32_t code, words cause);
 // stated than this one, or none, the code's own text takes its place.
 int32_t within(words place, int32_t code);
 
-// For a failure that the library got over by itself.
-void forget_reason();
-
 namespace reason {
 
 // Two numbers that every call may touch: at fixed places of the thread's memory, which costs no function call. The
@@ -58,6 +55,7 @@ namespace reason {
 struct state {
   int32_t code;      // of the cause that was stated; 0: none
   uint16_t doors;    // calls of exported functions inside each other
+  bool is_quiet;     // nothing is stated
   bool is_placed;    // the text begins with a place
   bool is_outdated;  // the cause belongs to an earlier transfer: the next one replaces it
 };
@@ -67,6 +65,18 @@ struct state {
 void settle(int32_t code);
 
 }  // namespace reason
+
+// While it lives nothing is stated: for failures that the library gets over by itself.
+class quiet_reason {
+ public:
+  quiet_reason() : before_(reason::current.is_quiet) { reason::current.is_quiet = true; }
+  ~quiet_reason() { reason::current.is_quiet = before_; }
+  quiet_reason(const quiet_reason &) = delete;
+  quiet_reason &operator=(const quiet_reason &) = delete;
+
+ private:
+  const bool before_;
+};
 
 // At the beginning of an exported function: `return public_call().result(work());`
 class public_call {

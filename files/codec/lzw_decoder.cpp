@@ -2,6 +2,7 @@
 #include "files/codec/lzw_decoder.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include <qvimage/error.h>
 
@@ -25,6 +26,7 @@ void decoder::reset() {
   next_ = codes;
   reset_table();
   pending_ = 0;
+  unfolded_ = false;
   begun_ = false;
   result_ = 0;
 }
@@ -95,23 +97,23 @@ int32_t decoder::accept(uint32_t code) {
   }
   previous_ = code;
   pending_ = facts_of(code).length();
+  unfolded_ = false;
   return 0;
 }
 
-// Writes what there is room for of the pending string; true when all of it is out.
+// Writes what there is room for of the pending string; true when all of it is out. A string that does not go out at
+// once is unfolded first, so that many small pieces of it cost no more than one.
 bool decoder::deliver(codecstream &out) {
   if (pending_ == 0) return true;
-  if (bytes_left(out) == 0) return false;
-  uint32_t code = previous_, end = facts_of(code).length();
-  const uint32_t begin = end - pending_;
+  const uint32_t length = facts_of(previous_).length();
   const uint32_t size = uint32_t(std::min<uint64_t>(pending_, bytes_left(out)));
-  for (;;) {  // from the string's last piece to its first
-    const uint32_t start = (end - 1) / piece * piece;
-    for (uint32_t i = std::max(start, begin); i < std::min(end, begin + size); i++)
-      out.next[i - begin] = uint8_t(words_[code] >> (8 * (i - start)));
-    if (start <= begin) break;
-    end = start;
-    code = facts_of(code).link();
+  if (size == 0) return false;
+  if (size == length && bytes_left(out) >= length + piece) {
+    copy(previous_, out.next);
+  } else {
+    if (!unfolded_) copy(previous_, string_);
+    unfolded_ = true;
+    std::memcpy(out.next, string_ + (length - pending_), size);
   }
   advance(out, size);
   pending_ -= size;

@@ -64,8 +64,10 @@ class decoder {
   uint32_t width_;     // bits of a code
   uint32_t previous_;  // the string before; `clear` when there is none
   uint32_t pending_;   // its last bytes that still wait for room
+  bool unfolded_;      // all of it stands in string_
   bool begun_;         // the strip's first code was read
   int32_t result_;     // what ended the strip
+  uint8_t string_[codes + piece];
 };
 
 }  // namespace qvim::lzw

@@ -152,13 +152,13 @@ int32_t reader::select(uint64_t n) {
 
 int64_t reader::count_pages() {
   if (page_count) return int64_t(page_count);
+  const quiet_reason quiet;  // about a break
   const small_blocks blocks(file);
   chain directories(&file, format);
   int32_t code;
   while ((code = directories.next()) > 0) continue;
   if (directories.code() == QVERR_IO) code = QVERR_IO;
   bufio_errclear(&file);
-  if (code == 0) forget_reason();  // of the break
   return code < 0 ? code : int64_t(directories.passed());
 }
 

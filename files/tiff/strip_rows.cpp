@@ -30,6 +30,9 @@ int32_t strip_rows::start(const page &p, const directory &d) {
     form_ = form;
   }
   row_bytes_ = form.bytes();
+  ahead_count_ = 0;
+  rows_ahead_ = codec_ && row_bytes_ <= short_row ? uint32_t(room_ahead / row_bytes_) : 0;
+  if (rows_ahead_ && ahead_.size() == 0 && !ahead_.allocate(room_ahead)) return QVERR_MEMORY;
   height_ = p.height();
   rows_per_strip_ = p.scalar[RowsPerStrip];
   bits_reversed_ = p.bits_reversed();
@@ -129,18 +132,58 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   return result;
 }
 
-int32_t strip_rows::decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count) {
-  *count = 0;
-  const uint32_t strip = y / rows_per_strip_, row = y % rows_per_strip_;
-  int32_t code = 0;
-  if (!in_strip_ || strip_ != strip || next_row_ > row) code = begin_strip(strip);
-  while (code == 0 && next_row_ < row) code = decode_next(1, to);  // passed over
-  if (code == 0) {
-    code = decode_next(std::min({most, rows_per_strip_ - row, height_ - y}), to);
-    *count = next_row_ - row;
+// Decodes up to a row of the strip, into any room.
+int32_t strip_rows::pass_over(uint32_t row, uint32_t room, uint8_t *to) {
+  if (rows_ahead_ && next_row_ < row) {
+    ahead_count_ = 0;
+    room = rows_ahead_;
+    to = ahead_.data();
   }
-  if (code < 0) in_strip_ = false;
+  int32_t code = 0;
+  while (code == 0 && next_row_ < row) code = decode_next(std::min(row - next_row_, room), to);
   return code;
+}
+
+// How many rows from this one on were decoded ahead and are delivered.
+uint32_t strip_rows::take_ahead(uint32_t strip, uint32_t row, uint32_t most, uint8_t *to) const {
+  const uint32_t passed = row - ahead_first_;
+  if (strip != ahead_strip_ || row < ahead_first_ || passed >= ahead_count_) return 0;
+  const uint32_t count = std::min(most, ahead_count_ - passed);
+  std::memcpy(to, ahead_.data() + passed * row_bytes_, count * row_bytes_);
+  return count;
+}
+
+int32_t strip_rows::decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count) {
+  const uint32_t strip = y / rows_per_strip_, row = y % rows_per_strip_;
+  if ((*count = take_ahead(strip, row, most, to)) > 0) return 0;
+  if (!in_strip_ || strip_ != strip || next_row_ > row)
+    if (const int32_t code = begin_strip(strip); code < 0) return code;
+  int32_t code = pass_over(row, most, to);
+  const uint32_t left = std::min(rows_per_strip_ - row, height_ - y), wanted = std::min(most, left);
+  const bool is_short = wanted < rows_ahead_;
+  if (is_short) ahead_count_ = 0;
+  if (code == 0) code = decode_next(wanted, is_short ? ahead_.data() : to);
+  if (code < 0) in_strip_ = false;
+  if (next_row_ <= row) return code;
+  *count = next_row_ - row;
+  if (is_short) {
+    std::memcpy(to, ahead_.data(), *count * row_bytes_);
+    ahead_strip_ = strip;
+    ahead_first_ = row;
+    ahead_count_ = *count;
+    if (code == 0) decode_ahead(std::min(left, rows_ahead_) - wanted);
+  }
+  return code;
+}
+
+// A failure behind the rows that were asked for is met again when its row is.
+void strip_rows::decode_ahead(uint32_t rows) {
+  const quiet_reason quiet;
+  if (rows && decode_next(rows, ahead_.data() + ahead_count_ * row_bytes_) < 0) {
+    bufio_errclear(file_);
+    in_strip_ = false;
+  }
+  ahead_count_ = next_row_ - ahead_first_;
 }
 
 }  // namespace qvim::tiff

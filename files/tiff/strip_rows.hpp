@@ -26,8 +26,9 @@ class strip_rows {
   // there from row y on. -10 when the file ends before them, -7.
   [[nodiscard]] int32_t locate(uint32_t y, uint32_t most, uint64_t *position, uint32_t *count);
 
-  // Compressed pages: decodes row y and those after it in its strip, `most` at most, one behind the other.
-  // The next row of a strip goes on from there, any other starts again at the strip's beginning. *count says
+  // Compressed pages: decodes row y and those after it in its strip, `most` at most, one behind the other. The next
+  // rows of a strip go on from there, and so do those that have been decoded ahead; any other starts again at the
+  // strip's beginning. *count says
   // how many rows came, before a failure too: -10 for a broken or short strip, -7, -2.
   [[nodiscard]] int32_t decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count);
 
@@ -36,7 +37,10 @@ class strip_rows {
 
  private:
   int32_t begin_strip(uint32_t strip);
+  int32_t pass_over(uint32_t row, uint32_t room, uint8_t *to);
   int32_t decode_next(uint32_t count, uint8_t *to);
+  void decode_ahead(uint32_t rows);
+  uint32_t take_ahead(uint32_t strip, uint32_t row, uint32_t most, uint8_t *to) const;
 
   bufio *file_;
   file_array offsets_, byte_counts_;
@@ -51,6 +55,12 @@ class strip_rows {
   uint32_t strip_ = 0, next_row_ = 0;       // the row within the strip
   uint64_t start_ = 0, fed_ = 0, end_ = 0;  // in the file: the strip, the next byte for the codec, its end
   codecstream in_{};
+
+  // Short rows are decoded many at once into a place of their own: a call of the codec costs more than they do.
+  static constexpr uint64_t short_row = 1024, room_ahead = 16384;
+  array<uint8_t> ahead_;
+  uint32_t rows_ahead_ = 0;  // that fit there; 0: none are decoded ahead
+  uint32_t ahead_strip_ = 0, ahead_first_ = 0, ahead_count_ = 0;
 };
 
 }  // namespace qvim::tiff
