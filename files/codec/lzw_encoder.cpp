@@ -28,7 +28,18 @@ void pad(bit_buffer &buffer) {
 
 }  // namespace
 
-void encoder::reset() { stage_ = stage::start; }
+// Four neighbouring bytes at a time have a secret place. Within such four no two strings share a slot, since these are
+// apart modulo 5. The numbers are those of Steele, Lea and Flood, "Fast splittable pseudorandom number generators",
+// OOPSLA 2014.
+void encoder::reset(uint64_t seed) {
+  stage_ = stage::start;
+  for (uint32_t byte = 0; byte < 256; byte += 4) {
+    uint64_t z = seed += 0x9E3779B97F4A7C15;
+    z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9;
+    z = (z ^ z >> 27) * 0x94D049BB133111EB;
+    for (uint32_t i = 0; i < 4; i++) spread_[byte + i] = uint16_t((z >> 48) + i * 0x9E5);
+  }
+}
 
 void encoder::reset_table() {
   std::fill(table_, table_ + slots, 0);
@@ -82,10 +93,10 @@ void encoder::emit(uint32_t code, bit_buffer &buffer) const {
   buffer.count += width_;
 }
 
-// The slot of a string, or the free one where it belongs. Five times the code and a scattered byte spread the
-// strings as well as a multiplication of the whole pair, and sooner: only the sum waits for the code.
+// The slot of a string, or the free one where it belongs. Where strings meet cannot be foreseen, so that no pixels
+// drive them into one heap; and only the sum waits for the code.
 inline uint32_t encoder::find(uint32_t code, uint32_t byte) const {
-  uint32_t slot = (code * 5 + byte * 0x9E5) % slots;
+  uint32_t slot = (code * 5 + spread_[byte]) % slots;
   while (table_[slot] && pairs_[table_[slot]] != pair(code, byte)) slot = (slot + 1) % slots;
   return slot;
 }

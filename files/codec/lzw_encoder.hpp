@@ -7,7 +7,9 @@ namespace qvim::lzw {
 
 class encoder {
  public:
-  void reset();
+  // The seed is the caller's secret: what it spreads cannot be foreseen by whoever makes the pixels. The code is the same
+  // with any.
+  void reset(uint64_t seed);
   [[nodiscard]] int32_t run(codecstream &in, codecstream &out);
 
  private:
@@ -25,6 +27,7 @@ class encoder {
   // Open hash table with linear probing, eight slots for a string: each probe that hits another string is a
   // branch that the processor did not foresee, and costs more than the larger table does.
   static constexpr uint32_t slots = 1u << 15;
+  uint16_t spread_[256];   // of a byte: where its strings go
   uint16_t table_[slots];  // codes; 0: free
   uint32_t pairs_[codes];  // their strings
   uint32_t next_;          // first free code

@@ -1,4 +1,6 @@
 // TIFF LZW (Compression 5): the state that encoder and decoder share, behind the C interface.
+#include <sys/random.h>
+
 #include <qvimage/error.h>
 
 #include "core/owned.hpp"
@@ -14,6 +16,7 @@ struct lzw_state {
   enum class direction { open, encoding, decoding };
 
   direction way;
+  uint64_t seed;  // of the encoder's table
   union {
     lzw::encoder encoder;
     lzw::decoder decoder;
@@ -27,7 +30,10 @@ int32_t run(void *state, Coder lzw_state::*coder, codecstream *in, codecstream *
   auto &s = *static_cast<lzw_state *>(state);
   if (s.way == lzw_state::direction::open) {
     s.way = Way;
-    (s.*coder).reset();
+    if constexpr (Way == lzw_state::direction::encoding)
+      s.encoder.reset(s.seed);
+    else
+      s.decoder.reset();
   }
   return s.way == Way ? (s.*coder).run(*in, *out) : int32_t{QVERR_USAGE};
 }
@@ -38,8 +44,13 @@ extern "C" {
 
 int32_t ptiflzw_stateinit(void **state, const void *) {
   if (!state || *state) return QVERR_USAGE;
-  *state = qvmallocz(sizeof(lzw_state));
-  return *state ? 0 : QVERR_MEMORY;
+  auto *s = static_cast<lzw_state *>(qvmallocz(sizeof(lzw_state)));
+  if (!s) return QVERR_MEMORY;
+  s->seed = uint64_t(reinterpret_cast<uintptr_t>(s));
+  static_cast<void>(
+      getrandom(&s->seed, sizeof s->seed, GRND_NONBLOCK));  // if it fails, the address has to do
+  *state = s;
+  return 0;
 }
 
 int32_t ptiflzw_statereset(void *state) {

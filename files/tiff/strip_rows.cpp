@@ -89,6 +89,7 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
   in_ = {};
   fed_ = start_ = offset;
   end_ = offset + count;
+  padding_ = 0;
   strip_ = strip;
   next_row_ = 0;
   in_strip_ = true;
@@ -105,6 +106,10 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   while (out.next < out.end && result == 0) {
     uint8_t nothing = 0, *bytes = &nothing;
     file_->pos = fed_;
+    // The predictive coder looks at bits behind those that it needs: a sound strip has it use up to two bytes that are
+    // not there.
+    static constexpr uint64_t most_padding = 2;
+    const bool pads = fed_ >= end_ && compression_ == arithmetic;
     uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;
     uint8_t copy[1024];
     if (bits_reversed_ && n) {
@@ -113,13 +118,18 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
       reverse_bits(copy, n);
       bytes = copy;
     }
+    uint8_t zeros[most_padding] = {};
+    if (pads) {
+      bytes = zeros;
+      n = most_padding - padding_;
+    }
     in_.start = in_.next = bytes;
     in_.end = bytes + n;
-    in_.more = fed_ + n < end_;
+    in_.more = compression_ == arithmetic || fed_ + n < end_;
     const uint8_t *const before = out.next;
     const int32_t code = codec_.decode(&in_, &out);
     const uint64_t taken = uint64_t(in_.next - bytes);
-    fed_ += taken;
+    (pads ? padding_ : fed_) += taken;
     result = bufio_err(file_);
     if (result < 0 || out.next == out.end) break;
     const bool stuck = taken == 0 && out.next == before;

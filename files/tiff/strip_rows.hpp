@@ -54,6 +54,7 @@ class strip_rows {
   bool in_strip_ = false;                   // the codec is at the row below
   uint32_t strip_ = 0, next_row_ = 0;       // the row within the strip
   uint64_t start_ = 0, fed_ = 0, end_ = 0;  // in the file: the strip, the next byte for the codec, its end
+  uint64_t padding_ = 0;                    // bytes that the codec took behind the end
   codecstream in_{};
 
   // Short rows are decoded many at once into a place of their own: a call of the codec costs more than they do.

@@ -109,7 +109,7 @@ inline bytes predictive(const page_spec &p, const bytes &rows, size_t) {
   to.end = result.data() + result.size();
   EXPECT_EQ(ptifprar_encode(state, &from, &to), 1);
   result.resize(size_t(to.next - result.data()));
-  if (to.bitcnt) result.push_back(uint8_t(to.bitacc));
+  if (to.bitcnt) result.push_back(uint8_t(to.bitacc >> (8 - to.bitcnt)));
   ptifprar_statedone(&state);
   return result;
 }

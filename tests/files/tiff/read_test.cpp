@@ -305,15 +305,30 @@ TEST(TiffAccess, WindowsScansWrapsAndMasksGiveThePixelsOfThePage) {
       }
 }
 
-TEST(TiffAccess, RowsFromTheBottomUpAreTheSame) {
-  page_spec p;
-  p.compression = 5;
-  p.rows_per_strip = 3;
-  opened_page o(builder().page(p, lzw).file());
-  const auto all = samples_of(p);
-  for (int32_t y = 4; y >= 0; y--)
-    EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, y),
-              std::vector<uint64_t>(all.begin() + 7 * y, all.begin() + 7 * (y + 1)));
+TEST(TiffAccess, RowsInAnyOrderAreTheSame) {
+  const coding codings[] = {by_lzw, packed, {32885, false, predictive}, by_differences};
+  const page_spec shapes[] = {{.rows_per_strip = 3},
+                              {.width = 1, .height = 60000, .rows_per_strip = 60000},
+                              {.width = 40, .height = 700, .rows_per_strip = 300},
+                              {.width = 1500, .height = 20, .rows_per_strip = 7}};
+  std::mt19937 random(1);
+  for (const coding &c : codings)
+    for (page_spec p : shapes) {
+      p.compression = c.compression;
+      p.differenced = c.differenced;
+      opened_page o(builder().page(p, c.compress).file());
+      const auto all = samples_of(p);
+      const auto expect_rows = [&](uint32_t y, uint32_t rows) {
+        rows = std::min(rows, p.height - y);
+        EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, rows * p.width, 0, int32_t(y)),
+                  std::vector<uint64_t>(all.begin() + y * p.width, all.begin() + (y + rows) * p.width))
+            << p.width << " x " << p.height << ", " << c.compression << ", row " << y;
+      };
+      for (uint32_t y = std::min(p.height, 5u); y-- > 0;) expect_rows(y, 1);
+      for (int i = 0; i < 40; i++) expect_rows(uint32_t(random() % p.height), uint32_t(1 + random() % 100));
+      expect_rows(p.height - 1, 1);
+      for (uint32_t y = 0; y < std::min(p.height, 400u); y++) expect_rows(y, 1);
+    }
 }
 
 TEST(TiffAccess, PixiesComeInTheJustificationAndByteOrderAskedFor) {

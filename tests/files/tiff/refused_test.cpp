@@ -231,6 +231,7 @@ TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
                {5, broken(lzw, {0x80, 0x7F, 0xFF, 0xFF}), "LZW code 511 before it is defined"},
                {5, broken(lzw, {0x80, 0x40, 0x40}), "data end here"},  // an end without rows
                {5, broken(lzw, {0x00, 0x01, 0x02, 0x04}), "order of very old writers"},
+               {32885, broken(predictive, {1, 2, 3}), "data end here, after 3 bytes"},
                {32773, broken(pack_bits, {}), "data end here"},
                {32773, broken(pack_bits, {0x7F, 1, 2}), "inside a PackBits run"}};
   for (const auto &c : cases) {
