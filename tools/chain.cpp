@@ -43,20 +43,6 @@ constexpr int32_t invalid_dimensions = -52;
 
 using values = const arguments &;
 
-// An option whose value is one of a few words, each with a number for it.
-struct choice {
-  std::string_view word;
-  int32_t number;
-};
-
-int32_t chosen(const option &option, std::span<const choice> choices, const std::string &text) {
-  const auto found = std::ranges::find(choices, text, &choice::word);
-  if (found != choices.end()) return found->number;
-  std::string words;
-  for (const choice &choice : choices) words.append(words.empty() ? "" : "|").append(choice.word);
-  throw usage_error(std::string(option.name) + " takes " + words + ", not " + printable(text));
-}
-
 int64_t one_number(const option &option, const std::string &text, int64_t least, int64_t most) {
   const auto found = numbers<int64_t>(text, ',', least, most);
   if (found && found->size() == 1) return found->front();
@@ -87,10 +73,19 @@ step crop(const std::string &text, values) {
 }
 
 // The flags of the view that turns.
-constexpr int32_t transposed = 1, mirrored_y = 2, mirrored_x = 4;
-constexpr choice turns[] = {
-    {"90", transposed | mirrored_x}, {"180", mirrored_x | mirrored_y}, {"270", transposed | mirrored_y}};
-constexpr choice flips[] = {{"x", mirrored_x}, {"y", mirrored_y}};
+constexpr uint32_t transposed = 1, mirrored_y = 2, mirrored_x = 4;
+// In the order of the options' words.
+constexpr uint32_t turns[] = {transposed | mirrored_x, mirrored_x | mirrored_y, transposed | mirrored_y};
+constexpr uint32_t flips[] = {mirrored_x, mirrored_y};
+// What brings the first row of each orientation, counted from 1, to the top and its first column to the left.
+constexpr uint32_t orientations[] = {0,
+                                     mirrored_x,
+                                     mirrored_x | mirrored_y,
+                                     mirrored_y,
+                                     transposed,
+                                     transposed | mirrored_x,
+                                     transposed | mirrored_x | mirrored_y,
+                                     transposed | mirrored_y};
 
 step turned(uint32_t flags) {
   const auto take = [=](chain &chain) {
@@ -105,13 +100,9 @@ step turned(uint32_t flags) {
                                : row_order::kept};
 }
 
-step rotate(const std::string &text, values) {
-  return turned(static_cast<uint32_t>(chosen(rotate_option, turns, text)));
-}
+step rotate(const std::string &text, values) { return turned(turns[chosen(rotate_option, text)]); }
 
-step flip(const std::string &text, values) {
-  return turned(static_cast<uint32_t>(chosen(flip_option, flips, text)));
-}
+step flip(const std::string &text, values) { return turned(flips[chosen(flip_option, text)]); }
 
 int32_t width_of(int32_t type) { return 8 * qvimdatasize(static_cast<uint32_t>(type)); }
 
@@ -151,14 +142,10 @@ step bits(const std::string &text, values given) {
   return {take, false};
 }
 
-constexpr choice types[] = {{"u8", QVIM_UINT8},
-                            {"u16", QVIM_UINT16},
-                            {"u32", QVIM_UINT32},
-                            {"f32", QVIM_FLOAT32},
-                            {"f64", QVIM_FLOAT64}};
+constexpr int32_t types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
 
 step type(const std::string &text, values given) {
-  const int32_t type = chosen(type_option, types, text);
+  const int32_t type = types[chosen(type_option, text)];
   const real_values mode = mode_of(given);
   const auto take = [=](chain &chain) {
     const bool real_before = is_real(chain.top()), real_after = type >= QVIM_FLOAT32;
@@ -186,9 +173,8 @@ step component(const std::string &text, values) {
   return {take, false};
 }
 
-constexpr choice colours[] = {{"rgb", QVIM_HINT_RGB},    {"bgr", QVIM_HINT_BGR},   {"grey", QVIM_HINT_GREY},
-                              {"cmy", QVIM_HINT_CMY},    {"cmyk", QVIM_HINT_CMYK}, {"bsh", QVIM_HINT_BSH},
-                              {"ycrcb", QVIM_HINT_YCRCB}};
+constexpr int32_t colours[] = {QVIM_HINT_RGB,  QVIM_HINT_BGR, QVIM_HINT_GREY, QVIM_HINT_CMY,
+                               QVIM_HINT_CMYK, QVIM_HINT_BSH, QVIM_HINT_YCRCB};
 
 void recolour(chain &chain, int32_t hint) {
   const qvimagedata old = chain.top()->d;
@@ -201,7 +187,7 @@ void recolour(chain &chain, int32_t hint) {
 }
 
 step colour(const std::string &text, values) {
-  const int32_t hint = chosen(colour_option, colours, text);
+  const int32_t hint = colours[chosen(colour_option, text)];
   return {[=](chain &chain) { recolour(chain, hint); }, false};
 }
 
@@ -224,10 +210,8 @@ step decimate(const std::string &text, values) {
   return {take, true};
 }
 
-constexpr choice phases[] = {{"rggb", 0}, {"grbg", 1}, {"gbrg", 2}, {"bggr", 3}};
-
 step bayer(const std::string &text, values) {
-  const auto phase = static_cast<uint32_t>(chosen(bayer_option, phases, text));
+  const auto phase = static_cast<uint32_t>(chosen(bayer_option, text));
   const auto take = [=](chain &chain) {
     chain.put([=](qvimage *view, qvimage *source) { return qvimage_Beyer4_filter(view, source, 0, phase); },
               describe_type(chain.top()->d) + " pixels are no raw values, only 8- and 16-bit integers");
@@ -249,6 +233,16 @@ constexpr step_option step_options[] = {{crop_option.name, crop},     {rotate_op
                                         {bayer_option.name, bayer},   {lut_option.name, table}};
 
 }  // namespace
+
+std::vector<option> step_options_of_convert() {
+  return {crop_option,      rotate_option, flip_option,     bits_option,  type_option, normalise_option,
+          component_option, colour_option, decimate_option, bayer_option, lut_option};
+}
+
+step turned_upright(int orientation) {
+  const bool known = orientation >= 1 && orientation <= static_cast<int>(std::size(orientations));
+  return turned(known ? orientations[orientation - 1] : 0);
+}
 
 std::vector<step> steps_of(const arguments &arguments) {
   if (arguments.has(normalise_option.name) && !arguments.has(type_option.name) &&

@@ -57,6 +57,10 @@ struct step {
 
 // The steps that the command line asks for; options that are none are passed over. Throws usage_error.
 std::vector<step> steps_of(const arguments &arguments);
+std::vector<option> step_options_of_convert();
+
+// Brings a page's first row to the top and its first column to the left.
+step turned_upright(int orientation);
 
 // Whether floating-point values are the same numbers as integers, or 0 to 1 stand for all that a pixie holds.
 enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
@@ -64,23 +68,30 @@ enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
 // `bits` are those of integers, 0 for floating-point types.
 void put_converter(chain &chain, int32_t type, int32_t bits, real_values mode);
 
-constexpr option crop_option = {"--crop", "X,Y,W,H", "only the W x H pixels from (X, Y) onward"};
-constexpr option rotate_option = {"--rotate", "DEGREES", "turn clockwise by 90, 180 or 270 degrees;\ntakes up to 64 MiB of memory, for larger\npages room for their pixels beside OUT"};
+constexpr option crop_option = {"--crop", "X,Y,W,H",
+                                "only the W x H pixels from (X, Y) onward, counted from 0"};
+constexpr option rotate_option = {
+    "--rotate", "90|180|270",
+    "turn clockwise; takes up to 64 MiB of memory, for larger pages room for their "
+    "pixels beside OUT"};
 constexpr option flip_option = {"--flip", "x|y", "mirror left to right (x) or top to bottom (y)"};
 constexpr option bits_option = {"--bits", "N", "integers of 1 to 32 bits, scaled by a power of two"};
-constexpr option type_option = {"--type", "TYPE", "u8, u16, u32 (scaled as by --bits), f32 or f64"};
-constexpr option normalise_option = {"--normalise", "",
-                                     "with --type or --bits: floating-point 0 to 1 stand for the\nwhole "
-                                     "range of the integers; else values are the same numbers"};
+constexpr option type_option = {"--type", "u8|u16|u32|f32|f64",
+                                "another type; integers are scaled as by --bits"};
+constexpr option normalise_option = {
+    "--normalise", "",
+    "with --type or --bits: floating-point 0 to 1 stand for the whole range of "
+    "the integers; else values are the same numbers"};
 constexpr option component_option = {"--component", "N", "only this component, counted from 1"};
-constexpr option colour_option = {"--colour", "NAME", "rgb, bgr, grey, cmy, cmyk, bsh or ycrcb"};
+constexpr option colour_option = {"--colour", "rgb|bgr|grey|cmy|cmyk|bsh|ycrcb", "as these colours"};
 constexpr option decimate_option = {"--decimate", "N[,M]", "every Nth pixel of every Mth row (M: N)"};
-constexpr option lut_option = {"--lut", "FILE",
-                               "values through a table of text lines, an entry a line: one\nnumber, or "
-                               "three that make grey pixels RGB ones"};
+constexpr option lut_option = {
+    "--lut", "FILE",
+    "values through a table of text lines, an entry a line: one number, or three that "
+    "make grey pixels RGB ones"};
 constexpr option bayer_option = {
-    "--bayer", "PHASE",
-    "raw values behind colour filters as pixels of four\ncomponents; rggb, grbg, "
-    "gbrg or bggr: the first two rows"};
+    "--bayer", "rggb|grbg|gbrg|bggr",
+    "raw values behind colour filters, named by their first two rows, as pixels of "
+    "four components"};
 
 }  // namespace tool

@@ -14,9 +14,16 @@ namespace {
   throw usage_error(what + " (see qvimage " + std::string(command.name) + " --help)");
 }
 
-const option &find(const command &command, std::string_view name) {
-  const auto found = std::ranges::find(command.options, name, &option::name);
-  if (found == command.options.end()) complain(command, "unknown option " + printable(name));
+// Names as Americans spell them.
+constexpr std::pair<std::string_view, std::string_view> spellings[] = {{"--color", "--colour"},
+                                                                       {"--normalize", "--normalise"}};
+
+const option &find(const command &command, std::span<const option> known, std::string_view name) {
+  for (const auto &[other, ours] : spellings) {
+    if (name == other) name = ours;
+  }
+  const auto found = std::ranges::find(known, name, &option::name);
+  if (found == known.end()) complain(command, "unknown option " + printable(name));
   return *found;
 }
 
@@ -25,6 +32,7 @@ bool is_option(std::string_view word) { return word.size() > 1 && word[0] == '-'
 }  // namespace
 
 arguments::arguments(const command &command, std::span<char *const> line) {
+  const std::vector<option> known = command.options();
   bool options_ended = false;
   while (!line.empty()) {
     const std::string_view word = line[0];
@@ -32,7 +40,7 @@ arguments::arguments(const command &command, std::span<char *const> line) {
     if (!options_ended && word == "--") {
       options_ended = true;
     } else if (!options_ended && is_option(word)) {
-      take_option(command, word, line);
+      take_option(command, known, word, line);
     } else {
       operands_.emplace_back(word);
     }
@@ -42,9 +50,10 @@ arguments::arguments(const command &command, std::span<char *const> line) {
     complain(command, "too many file names: " + printable(operands_[command.most_operands]));
 }
 
-void arguments::take_option(const command &command, std::string_view word, std::span<char *const> &rest) {
+void arguments::take_option(const command &command, std::span<const option> known, std::string_view word,
+                            std::span<char *const> &rest) {
   const size_t equals = word.find('=');
-  const option &option = find(command, word.substr(0, equals));
+  const option &option = find(command, known, word.substr(0, equals));
   if (option.argument.empty()) {
     if (equals != word.npos) complain(command, std::string(option.name) + " takes no value");
     given_.push_back({option.name, ""});
@@ -64,16 +73,29 @@ std::optional<std::string> arguments::value(std::string_view name) const {
 }
 
 std::string help(const command &command) {
+  constexpr size_t column = 22;  // where the options' words begin
   std::string text = "usage: qvimage " + std::string(command.name) + " [OPTIONS] " +
-                     std::string(command.operands) + "\n\n" + std::string(command.details) + "\n\nOptions:\n";
-  for (const option &option : command.options) {
-    const std::string left = std::string(option.name) + " " + std::string(option.argument);
-    text += formatted("  %-24s ", left.c_str());
-    if (left.size() > 24) text += "\n" + std::string(27, ' ');
-    for (const char c : option.help) text += c == '\n' ? "\n" + std::string(27, ' ') : std::string(1, c);
-    text += '\n';
+                     std::string(command.operands) + "\n\n" + wrapped(command.details, 0) + "\nOptions:\n";
+  std::vector<option> options = command.options();
+  options.push_back({"--help", "", "show this"});
+  for (const option &option : options) {
+    std::string left = "  " + std::string(option.name) + " " + std::string(option.argument);
+    left += left.size() < column ? std::string(column - left.size(), ' ') : "\n" + std::string(column, ' ');
+    text += left + wrapped(option.help, column).substr(column);
   }
-  return text + "  --help                   show this\n";
+  return text;
+}
+
+size_t chosen(const option &option, std::string_view text) {
+  std::string_view words = option.argument;
+  for (size_t i = 0;; i++) {
+    const size_t end = words.find('|');
+    if (words.substr(0, end) == text) return i;
+    if (end == words.npos) break;
+    words.remove_prefix(end + 1);
+  }
+  throw usage_error(std::string(option.name) + " takes " + std::string(option.argument) + ", not " +
+                    printable(text));
 }
 
 }  // namespace tool

@@ -12,8 +12,9 @@
 namespace tool {
 
 struct option {
-  std::string_view name;      // with its dashes
-  std::string_view argument;  // what it takes, as the help shows it; empty: nothing
+  std::string_view name;  // with its dashes
+  std::string_view
+      argument;  // what it takes, as the help shows it: words with | between them are all there are
   std::string_view help;
 };
 
@@ -25,7 +26,7 @@ struct command {
   std::string_view summary;
   std::string_view details;
   size_t fewest_operands, most_operands;
-  std::span<const option> options;
+  std::vector<option> (*options)();
   int (*run)(const arguments &);
 };
 
@@ -48,11 +49,15 @@ class arguments {
   const std::vector<given> &options() const { return given_; }  // in the order of the command line
 
  private:
-  void take_option(const command &command, std::string_view word, std::span<char *const> &rest);
+  void take_option(const command &command, std::span<const option> known, std::string_view word,
+                   std::span<char *const> &rest);
   std::vector<std::string> operands_;
   std::vector<given> given_;
 };
 
-std::string help(const command &command);
+std::string help(const command &command);  // for 80 columns
+
+// Which of the words that the option takes it was given, from 0; throws usage_error.
+size_t chosen(const option &option, std::string_view text);
 
 }  // namespace tool

@@ -1,26 +1,22 @@
-# bash completion for qvimage
+# bash completion for qvimage: commands, options and their values are what the help says
 _qvimage() {
-  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words
-  if [ "$COMP_CWORD" -eq 1 ]; then
-    words="info convert diff stat --help --version"
-  elif [ "$previous" = --compression ]; then
-    words="none lzw lzw-predictor packbits arithmetic arithmetic-predictor"
-  elif [ "$previous" = --rotate ]; then
-    words="90 180 270"
-  elif [ "$previous" = --flip ]; then
-    words="x y"
-  elif [ "$previous" = --type ]; then
-    words="u8 u16 u32 f32 f64"
-  elif [ "$previous" = --colour ]; then
-    words="rgb bgr grey cmy cmyk bsh ycrcb"
-  elif [ "$previous" = --bayer ]; then
-    words="rggb grbg gbrg bggr"
-  elif [[ $current == -* ]]; then
-    words=$(qvimage "${COMP_WORDS[1]}" --help 2>/dev/null | sed -n 's/^ *\(--[a-z]*\).*/\1/p')
-  else
-    COMPREPLY=()  # file names, by -o default
-    return
+  local current=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} help words
+  # bash takes --option=value apart at the sign
+  if [ "$current" = = ]; then
+    current=
+  elif [ "$option" = = ]; then
+    option=${COMP_WORDS[COMP_CWORD - 2]}
   fi
-  COMPREPLY=($(compgen -W "$words" -- "$current"))
+  if [ "$COMP_CWORD" -eq 1 ]; then
+    words="$(qvimage --help | sed -n 's/^  \([a-z]*\)  .*/\1/p') --help --version"
+  else
+    help=$(qvimage "${COMP_WORDS[1]}" --help 2>/dev/null)
+    [ "$option" = --color ] && option=--colour
+    words=$(sed -n "s/^  $option \([a-z0-9-]*|[a-z0-9|-]*\)\( .*\)\{0,1\}$/\1/p" <<<"$help" | tr '|' ' ')
+    if [ -z "$words" ] && [[ $current == -* ]]; then
+      words=$(sed -n 's/^  \(--[a-z-]*\).*/\1/p' <<<"$help")
+    fi
+  fi
+  COMPREPLY=($(compgen -W "$words" -- "$current"))  # none: file names, by -o default
 }
 complete -o default -F _qvimage qvimage

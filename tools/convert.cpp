@@ -1,10 +1,10 @@
 // qvimage convert: pages of a file into another file, one at a time.
 #include <algorithm>
-#include <cstdint>
+#include <cstdio>
 #include <filesystem>
-#include <utility>
 
 #include <qvimage/error.h>
+#include <qvimage/types.h>
 
 #include "chain.hpp"
 #include "command.hpp"
@@ -19,7 +19,6 @@
 #include "settings.hpp"
 #include "target.hpp"
 #include "text.hpp"
-#include "words.hpp"
 
 namespace tool {
 
@@ -27,22 +26,61 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr option append_option = {"--append", "", "add the pages to OUT, if it exists, behind its own"};
+constexpr option drop_alpha_option = {"--drop-alpha", "", "of RGB with alpha write the RGB"};
+constexpr option upright_option = {"--upright", "", "turn and mirror pages as their Orientation says"};
+constexpr option quiet_option = {"--quiet", "", "do not name what is not carried over"};
+
+// The fourth sample becomes padding, which is not written.
+step alpha_dropped() {
+  return {[](chain &chain) { chain.top()->d.pixelhint = QVIM_HINT_RGBPAD; }, true};
+}
+
+// What pages say and the written file does not, each thing once.
+class losses {
+ public:
+  void add(const page_notes &notes, bool upright, bool drops_alpha) {
+    if (notes.orientation != 1 && !upright)
+      add(formatted("Orientation %d (--upright applies it)", notes.orientation));
+    for (const std::string &name : notes.lost) {
+      if (name != "ExtraSamples" || !drops_alpha) add(name);
+    }
+  }
+  void tell(const std::string &file) const {
+    if (names_.empty()) return;
+    std::string all;
+    for (const std::string &name : names_) all += (all.empty() ? "" : ", ") + name;
+    std::fprintf(stderr, "qvimage: %s: not carried over: %s\n", printable(file).c_str(), all.c_str());
+  }
+
+ private:
+  void add(const std::string &name) {
+    if (std::ranges::find(names_, name) == names_.end()) names_.push_back(name);
+  }
+  std::vector<std::string> names_;
+};
+
 class conversion {
  public:
-  conversion(const arguments &arguments)
+  conversion(const arguments &arguments, const file_format &format)
       : in_(arguments.operand(0)),
         out_(arguments.operand(1)),
-        settings_(arguments),
+        format_(format),
+        settings_(arguments, format),
         steps_(steps_of(arguments)),
         mean_(arguments.has(mean_option.name)),
+        drops_alpha_(arguments.has(drop_alpha_option.name)),
+        takes_component_(arguments.has(component_option.name)),
+        upright_(arguments.has(upright_option.name)),
         input_(in_, chosen_threads(arguments)),
         pages_(chosen_pages(arguments, in_, input_.of(0).pages())) {}
 
+  const losses &lost() const { return lost_; }
+
   // Beside the target under a temporary name, then renamed.
   void write_new() {
-    const file_format &format = format_of_name(out_);
     target target(out_);
-    write(format, target.temporary(), false);
+    write(target.temporary(), false);
     if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
     target.keep();
   }
@@ -52,13 +90,13 @@ class conversion {
     std::error_code ignored;
     if (fs::equivalent(in_, out_, ignored))
       throw failure(out_, QVERR_USAGE, "a file cannot be appended to itself");
-    write(format_of_content(out_), out_, true);
+    write(out_, true);
   }
 
  private:
-  void write(const file_format &format, const std::string &path, bool append) {
+  void write(const std::string &path, bool append) {
     progress progress(mean_ ? 1 : pages_.count());
-    const auto writer = format.create(path, out_, append);
+    const auto writer = format_.create(path, out_, append);
     const int64_t last = mean_ ? pages_.first : pages_.last;
     for (int64_t page = pages_.first; page <= last; page++) {
       progress.next_unit();
@@ -69,18 +107,36 @@ class conversion {
   }
 
   void write_page(writer &writer, int64_t number) {
-    qvimagefileinfo options = settings_.applied_to(input_.of(0).info(number));
-    const bool coded = input_.of(0).info(number).compression > 1;
+    document &input = input_.of(0);
+    qvimagefileinfo options = settings_.applied_to(input.info(number));
+    const page_notes notes = input.notes(number);
+    lost_.add(notes, upright_, drops_alpha_);
+    const std::vector<step> steps = steps_for(notes, number);
     // Pixels that are wanted in another order than their file gives them are taken out of it first.
-    const auto reordering = std::ranges::find_if(steps_, [&](const step &step) {
+    const bool coded = input.coded(number);
+    const auto reordering = std::ranges::find_if(steps, [&](const step &step) {
       return step.rows == row_order::columns || (step.rows == row_order::backward && coded);
     });
-    const std::span<const step> before(steps_.begin(), reordering), after(reordering, steps_.end());
+    const std::span<const step> before(steps.begin(), reordering), after(reordering, steps.end());
     std::unique_ptr<pixels> page = opened(number, before), turned;
     if (!after.empty()) turned = kept_in_scratch(*page, out_, after, in_, where(number));
     pixels &result = turned ? *turned : *page;
     if (result.transposed()) settings_.exchange_resolution(options);
-    writer.add(result, page->palette(), options, coded || mean_ || !steps_.empty());
+    writer.add(result, page->palette(), options, coded || mean_ || !steps.empty());
+  }
+
+  // What the page itself asks for comes before what the command line does.
+  std::vector<step> steps_for(const page_notes &notes, int64_t number) const {
+    std::vector<step> steps;
+    if (notes.alpha && !takes_component_) {
+      if (!drops_alpha_)
+        throw failure(in_, QVERR_UNSUPPORTED,
+                      where(number) + ": RGB with alpha is not written (--drop-alpha writes the RGB)");
+      steps.push_back(alpha_dropped());
+    }
+    if (upright_ && notes.orientation != 1) steps.push_back(turned_upright(notes.orientation));
+    steps.insert(steps.end(), steps_.begin(), steps_.end());
+    return steps;
   }
 
   std::string where(int64_t number) const {
@@ -98,9 +154,11 @@ class conversion {
   }
 
   const std::string in_, out_;
+  const file_format &format_;
   settings settings_;
   const std::vector<step> steps_;
-  const bool mean_;
+  const bool mean_, drops_alpha_, takes_component_, upright_;
+  losses lost_;
   documents input_;
   const page_range pages_;
 };
@@ -108,40 +166,29 @@ class conversion {
 int run(const arguments &arguments) {
   const interrupts_noted noted;
   std::error_code ignored;
-  const bool appends = arguments.has("--append") && fs::exists(arguments.operand(1), ignored);
-  if (!appends) format_of_name(arguments.operand(1));  // before the work: a wrong name is wrong usage
-  conversion conversion(arguments);
+  const std::string &out = arguments.operand(1);
+  const bool appends = arguments.has(append_option.name) && fs::exists(out, ignored);
+  const file_format &format = appends ? format_of_content(out) : format_of_name(out);
+  conversion conversion(arguments, format);
   if (appends) {
     conversion.append();
   } else {
     conversion.write_new();
   }
+  if (!arguments.has(quiet_option.name)) conversion.lost().tell(arguments.operand(0));
   return fine;
 }
 
-constexpr option options[] = {
-    compression_option,
-    bigtiff_option,
-    pages_option,
-    threads_option,
-    {"--append", "", "add the pages to OUT, if it exists, behind its own"},
-    mean_option,
-    crop_option,
-    rotate_option,
-    flip_option,
-    bits_option,
-    type_option,
-    normalise_option,
-    component_option,
-    colour_option,
-    decimate_option,
-    bayer_option,
-    lut_option,
-    description_option,
-    software_option,
-    copyright_option,
-    resolution_option,
-};
+std::vector<option> options() {
+  std::vector<option> all = {pages_option,   append_option, mean_option,   drop_alpha_option,
+                             upright_option, quiet_option,  threads_option};
+  for (const std::vector<option> &more :
+       {step_options_of_convert(),
+        {description_option, software_option, copyright_option, resolution_option},
+        options_of_formats()})
+    all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
 
 }  // namespace
 
@@ -149,10 +196,12 @@ const command convert_command = {
     "convert",
     "IN OUT",
     "write pages into another file",
-    "Writes the pages of IN to OUT, whose name ends in .tif or .tiff. What no option changes stays as it is "
-    "in IN:\n"
-    "compression, resolution, strings, version, palettes. An existing OUT is replaced when the new file is\n"
-    "complete; after a failure or an interrupt it is what it was.",
+    "Writes the pages of IN to OUT, in the format that the end of its name tells. What no option changes "
+    "stays as "
+    "it is in IN: compression, resolution, strings, version, palettes; what of it is left behind is named. "
+    "Pages are counted from 1. An existing OUT is replaced when the new file is complete; after a failure or "
+    "an "
+    "interrupt it is what it was.",
     2,
     2,
     options,

@@ -8,7 +8,6 @@
 
 #include "command.hpp"
 #include "failure.hpp"
-#include "format.hpp"
 #include "parallel.hpp"
 #include "pixels.hpp"
 #include "pixie_type.hpp"
@@ -159,7 +158,7 @@ int run(const arguments &arguments) {
   return comparison.equal() ? fine : failed;
 }
 
-constexpr option options[] = {threads_option};
+std::vector<option> options() { return {threads_option}; }
 
 }  // namespace
 
@@ -167,10 +166,11 @@ const command diff_command = {
     "diff",
     "A B",
     "how much the pixels of two files differ",
-    "Prints for each page and component how many pixels differ, the largest and the mean difference (of all\n"
+    "Prints for each page and component how many pixels differ, the largest and the mean difference (of all "
     "pixels) and the PSNR: against the largest value of integers, against the nominal range 0 to 1 of "
-    "floats.\n"
-    "Palettes are applied first. Exit status 1 when anything differs, shapes included.",
+    "floats. "
+    "Pages are counted from 1. Palettes are applied first. Exit status 1 when anything differs, shapes "
+    "included.",
     2,
     2,
     options,

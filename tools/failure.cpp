@@ -26,6 +26,11 @@ std::string system_detail(int32_t code, const std::string &otherwise) {
   return from_system && errno != 0 ? otherwise + ": " + std::strerror(errno) : otherwise;
 }
 
+std::string reason(int32_t code, const std::string &otherwise) {
+  const std::string words = qvimage_reason();
+  return words.empty() ? system_detail(code, otherwise) : words;
+}
+
 void report(const failure &failure) {
   std::fflush(stdout);
   std::fprintf(stderr, "qvimage: %s: %s (code %d)%s%s\n", printable(failure.file).c_str(),

@@ -34,6 +34,10 @@ void check(int32_t code, const std::string &file, const std::string &detail);
 // before the operation.
 std::string system_detail(int32_t code, const std::string &otherwise);
 
+// Why the library's last call in this thread failed: in its own words, else what the system said, else
+// `otherwise`.
+std::string reason(int32_t code, const std::string &otherwise);
+
 // "qvimage: FILE: message (code -10): what exactly was wrong" on the standard error.
 void report(const failure &failure);
 

@@ -6,16 +6,16 @@
 #include <cstdio>
 
 #include <qvimage/error.h>
-#include <qvimage/null.h>
 
 #include "failure.hpp"
 #include "text.hpp"
+#include "tiff.hpp"
 
 namespace tool {
 
 namespace {
 
-constexpr file_format formats[] = {{"TIFF", ".tif .tiff ", is_tiff, open_tiff, create_tiff}};
+const file_format *const formats[] = {&tiff_format};
 
 // The first bytes of a file, as far as it has them.
 std::string head_of(const std::string &path) {
@@ -47,17 +47,10 @@ std::string lower_case(std::string text) {
 
 }  // namespace
 
-page::page() {
-  qvimage_defnull(&image);
-  qvimage_defnull(&palette);
-}
-
-volume::volume() { qvimage3_defnull(&image); }
-
 const file_format &format_of_content(const std::string &path) {
   const std::string head = head_of(path);
-  for (const file_format &format : formats) {
-    if (format.recognises(head)) return format;
+  for (const file_format *format : formats) {
+    if (format->recognises(path, head)) return *format;
   }
   throw failure(path, QVERR_FORMAT, what_it_begins_with(head));
 }
@@ -66,15 +59,30 @@ const file_format &format_of_name(const std::string &path) {
   const size_t dot = path.find_last_of("./");
   const std::string suffix = dot == path.npos ? "" : lower_case(path.substr(dot));
   std::string known;
-  for (const file_format &format : formats) {
-    if (suffix.size() > 1 && format.suffixes.find(suffix + ' ') != format.suffixes.npos) return format;
-    known += format.suffixes;
+  for (const file_format *format : formats) {
+    if (suffix.size() > 1 && format->suffixes.find(suffix + ' ') != format->suffixes.npos) return *format;
+    known += format->suffixes;
   }
   throw usage_error(printable(path) + ": the name tells no format; one of these at its end does: " + known);
 }
 
-std::unique_ptr<document> open_document(const std::string &path) {
-  return format_of_content(path).open(path);
+std::vector<option> options_of_formats() {
+  std::vector<option> all;
+  for (const file_format *format : formats)
+    all.insert(all.end(), format->options.begin(), format->options.end());
+  return all;
+}
+
+void check_options(const arguments &arguments, const file_format &format) {
+  for (const file_format *other : formats) {
+    if (other == &format) continue;
+    for (const option &option : other->options) {
+      if (arguments.has(option.name) &&
+          std::ranges::find(format.options, option.name, &option::name) == format.options.end())
+        throw usage_error(std::string(option.name) + " is for " + std::string(other->name) +
+                          " files, not for " + std::string(format.name));
+    }
+  }
 }
 
 }  // namespace tool

@@ -1,62 +1,61 @@
-// The file formats that the tool reads and writes, behind one face: a document gives pages, a writer takes
-// them. A new format is an entry of the table in format.cpp.
+// The file formats that the tool reads and writes. A format is an entry: how it recognises a file, its options,
+// its words, the library's functions that read it and a writer. The table in format.cpp is the only place that
+// knows which formats there are.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <qvimage/fileinfo.h>
 #include <qvimage/record.h>
 
+#include "command.hpp"
+
 namespace tool {
 
 class pixels;
+class page;
 
-// A page opened for reading: an image over the open file.
-class page {
- public:
-  virtual ~page() = default;
-  alignas(8) qvimage image;
-  alignas(8) qvimage palette;  // of an index image; else a null image
-  bool has_palette = false;
-
- protected:
-  page();
-  page(const page &) = delete;
-  page &operator=(const page &) = delete;
+// The library's functions that read a format. Those that return codes return 0 or more when all is well. A format
+// has pages that are opened one by one (`read`), or all together as planes (`read_all`), or both.
+struct reader {
+  int32_t (*info)(qvimagefileinfo *info, const char *path, int64_t page);
+  int64_t (*info_many)(qvimagefileinfo *infos, int64_t count, const char *path,
+                       int64_t first);  // may be null
+  void (*info_done)(qvimagefileinfo *info);
+  int32_t (*read)(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page);
+  int32_t (*done)(qvimage *image, qvimage *palette, void **handle);
+  int32_t (*read_all)(qvimage3 *image, void **handle, const char *path);
+  int32_t (*done_all)(qvimage3 *image, void **handle);
 };
 
-// Pages of a document opened together as the planes of one image; colour maps are applied.
-class volume {
- public:
-  virtual ~volume() = default;
-  alignas(8) qvimage3 image;
-
- protected:
-  volume();
-  volume(const volume &) = delete;
-  volume &operator=(const volume &) = delete;
+// What a page says beside its pixels and what qvimagefileinfo has room for.
+struct page_notes {
+  int orientation = 1;            // as TIFF numbers them; 1: the first row is the top
+  bool alpha = false;             // the fourth sample is the transparency of RGB pixels
+  std::vector<std::string> lost;  // names of what is not carried over into other files
 };
 
-enum class colour_map {
-  kept,    // a page with a colour map is an index image beside a palette image
-  applied  // it is a colour image
+// What only the format itself knows of a file's pages.
+class page_extras {
+ public:
+  virtual ~page_extras() = default;
+  virtual page_notes notes(int64_t page) = 0;
+  virtual void refine(page &opened, int64_t page) = 0;  // may replace its palette by a better one
 };
 
-// An open file. Pages are counted from 0 here and from 1 in front of people. Everything throws failures that
-// name the file and the page.
-class document {
- public:
-  virtual ~document() = default;
-  virtual int64_t pages() const = 0;
-  // What the file says about a page, without touching its pixels; valid until the next call.
-  virtual const qvimagefileinfo &info(int64_t page) = 0;
-  // The page may be used as long as the document lives.
-  virtual std::unique_ptr<page> open(int64_t page, colour_map colours) = 0;
-  // Pages first to last, which must be alike.
-  virtual std::unique_ptr<volume> open_volume(int64_t first, int64_t last) = 0;
+// Something that a page is described by.
+struct fact {
+  const char *key;    // in JSON; null: not there
+  const char *label;  // for people; null: not for them
+  std::string words;  // for people, and in JSON unless it has a number or a truth
+  enum { as_words, as_number, as_truth } in_json = as_words;
+  int64_t value = 0;
+  bool brief = false;  // also where a page has one line
 };
 
 // A file being written page by page. Without finish() it is worthless.
@@ -71,22 +70,25 @@ class writer {
 
 struct file_format {
   std::string_view name;
-  std::string_view suffixes;  // with their dots, a space behind each
-  bool (*recognises)(std::string_view head);
-  std::unique_ptr<document> (*open)(const std::string &path);
+  std::string_view suffixes;                                         // with their dots, a space behind each
+  bool (*recognises)(std::string_view path, std::string_view head);  // the first 16 bytes
+  reader read;
+  std::unique_ptr<page_extras> (*extras)(const std::string &path);  // may be null
+  bool (*coded)(const qvimagefileinfo &info);  // whether a row is only found through those before it
+  std::string (*kind)(const qvimagefileinfo &info);
+  std::vector<fact> (*facts)(const qvimagefileinfo &info);
+  // Options of convert for this format's files, and what they make of a page's description. Throws usage_error.
+  std::span<const option> options;
+  void (*apply)(const arguments &arguments, qvimagefileinfo &info);
   // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
   std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append);
 };
 
-const file_format &format_of_content(
-    const std::string &path);  // throws a failure that tells what the file is not
-const file_format &format_of_name(const std::string &path);  // by the suffix; throws usage_error
+const file_format &format_of_content(const std::string &path);  // throws a failure that tells what it is not
+const file_format &format_of_name(const std::string &path);     // by the suffix; throws usage_error
 
-std::unique_ptr<document> open_document(const std::string &path);
-
-// tiff_reader.cpp, tiff_writer.cpp
-bool is_tiff(std::string_view head);
-std::unique_ptr<document> open_tiff(const std::string &path);
-std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append);
+// The options of all formats; those given that are another format's throw usage_error.
+std::vector<option> options_of_formats();
+void check_options(const arguments &arguments, const file_format &format);
 
 }  // namespace tool

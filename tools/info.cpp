@@ -1,9 +1,10 @@
 // qvimage info: what files say about their pages.
 #include <cstdio>
+#include <map>
 
 #include "command.hpp"
+#include "document.hpp"
 #include "failure.hpp"
-#include "format.hpp"
 #include "json.hpp"
 #include "text.hpp"
 #include "words.hpp"
@@ -22,8 +23,6 @@ constexpr named_text texts[] = {{"datetime", "date", &qvimagefileinfo::datetime}
                                 {"description", "description", &qvimagefileinfo::description},
                                 {"copyright", "copyright", &qvimagefileinfo::copyright}};
 
-std::string file_type(const qvimagefileinfo &info) { return info.version == 43 ? "BigTIFF" : "TIFF"; }
-
 // The samples that the file holds: a page with a colour map is described to us as the colours it stands for.
 qvimagedata stored_samples(const qvimagefileinfo &info) {
   qvimagedata data = info.data;
@@ -34,34 +33,45 @@ qvimagedata stored_samples(const qvimagefileinfo &info) {
   return data;
 }
 
+// Also of samples that no image holds.
+std::string sample_type(const qvimagefileinfo &info) {
+  constexpr uint16_t signed_integers = 2, reals = 3;
+  if (info.data.pixietype != 0) return describe_type(stored_samples(info));
+  const char *sort = info.sampleformat[0] == signed_integers ? " signed"
+                     : info.sampleformat[0] == reals         ? " float"
+                                                             : "";
+  return formatted("%u-bit%s", info.bits[0], sort);
+}
+
 std::string size(const qvimagefileinfo &info) { return formatted("%u x %u", info.width, info.height); }
 
 // Where the information goes: as text for people or as JSON.
 class listing {
  public:
   virtual ~listing() = default;
-  virtual void begin_file(const std::string &path, const file_format &format, int64_t pages,
-                          const qvimagefileinfo &first) = 0;
-  virtual void page(int64_t number, const qvimagefileinfo &info) = 0;
-  virtual void failed_page(int64_t number, const failure &failure) = 0;
+  virtual void begin_file(const std::string &path, document &document) = 0;
+  virtual void page(int64_t number, const file_format &format, const description &page) = 0;
+  virtual void failed_page(int64_t number, const failure &failure) = 0;  // nothing is known of it
   virtual void end_file() = 0;
   virtual void failed_file(const failure &failure) = 0;
 };
 
 class text_listing : public listing {
  public:
-  void begin_file(const std::string &path, const file_format &, int64_t pages,
-                  const qvimagefileinfo &first) override {
-    pages_ = pages;
-    std::printf("%s: %s, %lld page%s\n", printable(path).c_str(), file_type(first).c_str(),
-                static_cast<long long>(pages), pages == 1 ? "" : "s");
+  void begin_file(const std::string &path, document &document) override {
+    pages_ = document.pages();
+    said_.clear();
+    std::printf("%s: %s, %lld page%s\n", printable(path).c_str(),
+                document.format().kind(document.describe_first().info).c_str(),
+                static_cast<long long>(pages_), pages_ == 1 ? "" : "s");
   }
-  void page(int64_t number, const qvimagefileinfo &info) override {
+  void page(int64_t number, const file_format &format, const description &page) override {
     if (pages_ == 1) {
-      in_full(info);
+      in_full(format, page.info);
     } else {
-      in_one_line(number, info);
+      in_one_line(number, format, page.info);
     }
+    if (page.refused) report(*page.refused);
   }
   void failed_page(int64_t, const failure &failure) override { report(failure); }
   void end_file() override {}
@@ -71,27 +81,40 @@ class text_listing : public listing {
   static void line(const char *label, const std::string &value) {
     if (!value.empty()) std::printf("  %-13s%s\n", label, value.c_str());
   }
-  static void in_full(const qvimagefileinfo &info) {
+  void in_full(const file_format &format, const qvimagefileinfo &info) {
     const qvimagedata data = stored_samples(info);
     line("size", size(info));
-    line("type", describe_type(data) + " (" + type_name(data) + ")");
+    line("type", sample_type(info) + (data.pixietype != 0 ? " (" + type_name(data) + ")" : ""));
     line("samples", formatted("%d", data.pixies));
-    line("colour", describe_colour(data));
-    line("compression", compression_name(info.compression));
-    line("strips", describe_strips(info));
+    if (data.pixietype != 0) line("colour", describe_colour(data));
+    for (const fact &fact : format.facts(info)) {
+      if (fact.label != nullptr) line(fact.label, fact.words);
+    }
     line("resolution", describe_resolution(info));
+    strings(info);
+  }
+  void in_one_line(int64_t number, const file_format &format, const qvimagefileinfo &info) {
+    const qvimagedata data = stored_samples(info);
+    std::string text = formatted("%6lld  %s, %d x %s", static_cast<long long>(number), size(info).c_str(),
+                                 data.pixies, sample_type(info).c_str());
+    if (data.pixietype != 0) text += ", " + describe_colour(data);
+    for (const fact &fact : format.facts(info)) {
+      if (fact.brief) text += ", " + fact.words;
+    }
+    const std::string resolution = describe_resolution(info);
+    std::printf("%s%s%s\n", text.c_str(), resolution.empty() ? "" : ", ", resolution.c_str());
+    strings(info);
+  }
+  // Pages of a stack often say the same: only what the page before did not say.
+  void strings(const qvimagefileinfo &info) {
     for (const named_text &text : texts) {
-      if (info.*text.place != nullptr) line(text.label, printable(info.*text.place));
+      const char *found = info.*text.place;
+      std::string &said = said_[text.key];
+      if (found != nullptr && said != found) line(text.label, printable(found));
+      said = found != nullptr ? found : "";
     }
   }
-  static void in_one_line(int64_t number, const qvimagefileinfo &info) {
-    const qvimagedata data = stored_samples(info);
-    const std::string resolution = describe_resolution(info);
-    std::printf("%6lld  %s, %d x %s, %s, %s%s%s\n", static_cast<long long>(number), size(info).c_str(),
-                data.pixies, describe_type(data).c_str(), describe_colour(data).c_str(),
-                compression_name(info.compression).c_str(), resolution.empty() ? "" : ", ",
-                resolution.c_str());
-  }
+  std::map<std::string, std::string> said_;
   int64_t pages_ = 0;
 };
 
@@ -100,31 +123,37 @@ class json_listing : public listing {
   json_listing() { out_.begin_array(); }
   ~json_listing() override { out_.end(); }
 
-  void begin_file(const std::string &path, const file_format &format, int64_t pages,
-                  const qvimagefileinfo &first) override {
+  void begin_file(const std::string &path, document &document) override {
+    const int64_t version = document.describe_first().info.version;
     out_.begin_object();
     out_.text("file", path);
-    out_.text("format", format.name);
-    out_.number("version", int64_t{first.version});
-    out_.number("pagecount", pages);
+    out_.text("format", document.format().name);
+    if (version != 0) out_.number("version", version);
+    out_.number("pagecount", document.pages());
     out_.begin_array("pages");
   }
-  void page(int64_t number, const qvimagefileinfo &info) override {
+  void page(int64_t number, const file_format &format, const description &page) override {
+    const qvimagefileinfo &info = page.info;
     const qvimagedata data = stored_samples(info);
     out_.begin_object();
     out_.number("page", number);
     out_.number("width", int64_t{info.width});
     out_.number("height", int64_t{info.height});
-    out_.text("type", type_name(data));
-    out_.number("bits", int64_t{bits_of(data)});
+    out_.text("type", data.pixietype != 0 ? type_name(data) : sample_type(info));
+    out_.number("bits", data.pixietype != 0 ? int64_t{bits_of(data)} : int64_t{info.bits[0]});
     out_.number("samples", int64_t{data.pixies});
-    out_.text("colour", describe_colour(data));
+    if (data.pixietype != 0) out_.text("colour", describe_colour(data));
     out_.truth("palette", info.palette != 0);
-    out_.text("compression", compression_name(info.compression));
-    strips(info);
+    for (const fact &fact : format.facts(info)) {
+      if (fact.key != nullptr) member(fact);
+    }
     resolution_of(info);
     for (const named_text &text : texts) {
       if (info.*text.place != nullptr) out_.text(text.key, info.*text.place);
+    }
+    if (page.refused) {
+      report(*page.refused);
+      error(*page.refused);
     }
     out_.end();
   }
@@ -148,10 +177,12 @@ class json_listing : public listing {
   }
 
  private:
-  void strips(const qvimagefileinfo &info) {
-    const bool one = info.stripsize == UINT64_MAX;
-    out_.truth("single_strip", one);
-    if (!one) out_.number("largest_strip", static_cast<int64_t>(info.stripsize));
+  void member(const tool::fact &fact) {
+    switch (fact.in_json) {
+      case fact::as_words: return out_.text(fact.key, fact.words);
+      case fact::as_number: return out_.number(fact.key, fact.value);
+      case fact::as_truth: return out_.truth(fact.key, fact.value != 0);
+    }
   }
   void resolution_of(const qvimagefileinfo &info) {
     const double x = resolution(info.xres), y = resolution(info.yres);
@@ -175,7 +206,9 @@ bool list_pages(document &document, listing &listing) {
   bool good = true;
   for (int64_t page = 0; page < document.pages(); page++) {
     try {
-      listing.page(page + 1, document.info(page));
+      const description &found = document.describe(page);
+      listing.page(page + 1, document.format(), found);
+      good &= !found.refused;
     } catch (const failure &failure) {
       listing.failed_page(page + 1, failure);
       good = false;
@@ -186,9 +219,8 @@ bool list_pages(document &document, listing &listing) {
 
 bool list_file(const std::string &path, listing &listing) {
   try {
-    const file_format &format = format_of_content(path);
-    const auto document = format.open(path);
-    listing.begin_file(path, format, document->pages(), document->info(0));
+    const auto document = open_document(path);
+    listing.begin_file(path, *document);
     const bool good = list_pages(*document, listing);
     listing.end_file();
     return good;
@@ -210,16 +242,18 @@ int run(const arguments &arguments) {
   return good ? fine : failed;
 }
 
-constexpr option options[] = {{"--json", "", "print a JSON array with an object for each file"}};
+std::vector<option> options() { return {{"--json", "", "print a JSON array with an object for each file"}}; }
 
 }  // namespace
 
 const command info_command = {"info",
                               "FILE...",
                               "what files say about their pages",
-                              "Prints size, type, colour, compression, strips, resolution and strings of "
-                              "each file's page, or a line a page\n"
-                              "for a file with several. Reads no pixels.",
+                              "Prints size, type, colour, compression, resolution and strings of each file's "
+                              "page, or a line a page for a "
+                              "file with several, and the strings that differ from those of the page before. "
+                              "Pages are counted from 1. Reads "
+                              "no pixels; of pages whose pixels cannot be read it tells why.",
                               1,
                               SIZE_MAX,
                               options,

@@ -25,7 +25,8 @@ std::string overall_help() {
     text +=
         formatted("  %-8s %s\n", std::string(command->name).c_str(), std::string(command->summary).c_str());
   return text +
-         "\nqvimage COMMAND --help tells more, qvimage --version the version.\n"
+         "\nPages, rows and components are counted from 1.\n"
+         "qvimage COMMAND --help tells more, qvimage --version the version.\n"
          "Exit status: 0 fine, 1 failed or different, 2 wrong usage.\n";
 }
 

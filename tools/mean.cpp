@@ -35,7 +35,7 @@ class mean_page : public page {
 
 bool any_compressed(document &document, const page_range &pages) {
   for (int64_t page = pages.first; page <= pages.last; page++) {
-    if (document.info(page).compression > 1) return true;
+    if (document.coded(page)) return true;
   }
   return false;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "command.hpp"
+#include "document.hpp"
 #include "format.hpp"
 #include "pages.hpp"
 

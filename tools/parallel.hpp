@@ -10,9 +10,7 @@
 
 namespace tool {
 
-constexpr option threads_option = {"--threads", "N",
-                                   "on so many threads (else: one a processor);\nit makes "
-                                   "no difference to the result"};
+constexpr option threads_option = {"--threads", "N", "on so many threads; else one for each processor"};
 
 // What --threads asks for, or the machine's processors. Throws usage_error.
 unsigned chosen_threads(const arguments &arguments);

@@ -100,8 +100,9 @@ void pixels::blame(unsigned thread, int64_t row) {
   qvimage *image = this->image(thread);
   const auto code = static_cast<int32_t>(image->aeiou(image, 'e', 1, 1, nullptr));
   if (code >= 0) return;
-  const std::string place = steps_.empty() ? formatted(", row %lld", static_cast<long long>(row + 1)) : "";
-  throw failure(file_, code, system_detail(code, where_ + place + ": it cannot be read"));
+  throw failure(
+      file_, code,
+      reason(code, where_ + formatted(", row %lld: it cannot be read", static_cast<long long>(row + 1))));
 }
 
 std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside, std::span<const step> steps,

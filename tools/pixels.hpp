@@ -11,7 +11,7 @@
 #include <qvimage/record.h>
 
 #include "chain.hpp"
-#include "format.hpp"
+#include "document.hpp"
 
 namespace tool {
 

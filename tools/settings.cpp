@@ -5,7 +5,6 @@
 
 #include "failure.hpp"
 #include "text.hpp"
-#include "words.hpp"
 
 namespace tool {
 
@@ -29,25 +28,23 @@ resolution_setting parse_resolution(const std::string &text) {
   return setting;
 }
 
-// What the command line changes in a page's description.
-
 void set_text(char *&place, std::optional<std::string> &value) {
   if (value) place = value->empty() ? nullptr : value->data();
 }
 
 }  // namespace
 
-settings::settings(const arguments &arguments)
-    : description_(arguments.value(description_option.name)),
+settings::settings(const arguments &arguments, const file_format &format)
+    : arguments_(arguments),
+      format_(format),
+      description_(arguments.value(description_option.name)),
       software_(arguments.value(software_option.name)),
-      copyright_(arguments.value(copyright_option.name)),
-      bigtiff_(arguments.has(bigtiff_option.name)) {
-  if (const auto name = arguments.value(compression_option.name)) {
-    compression_ = compression_code(*name);
-    if (!compression_)
-      throw usage_error("--compression takes " + compression_names() + ", not " + printable(*name));
-  }
+      copyright_(arguments.value(copyright_option.name)) {
   if (const auto text = arguments.value(resolution_option.name)) resolution_ = parse_resolution(*text);
+  // Wrong values are wrong usage before any work is done.
+  check_options(arguments, format);
+  qvimagefileinfo none = {};
+  format.apply(arguments, none);
 }
 
 void settings::exchange_resolution(qvimagefileinfo &options) const {
@@ -56,11 +53,7 @@ void settings::exchange_resolution(qvimagefileinfo &options) const {
 
 qvimagefileinfo settings::applied_to(const qvimagefileinfo &info) {
   qvimagefileinfo options = info;
-  if (compression_) options.compression = *compression_;
-  // Only the strips of pages that stay uncoded are kept: of a coded page the file tells the largest coded
-  // strip alone, and one strip for a whole page cannot be coded by several threads.
-  if (info.compression > 1 || options.compression > 1) options.stripsize = 0;
-  if (bigtiff_) options.version = 43;
+  format_.apply(arguments_, options);
   if (resolution_) set_resolution(options);
   set_text(options.description, description_);
   set_text(options.software, software_);

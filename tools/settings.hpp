@@ -8,6 +8,7 @@
 #include <qvimage/fileinfo.h>
 
 #include "command.hpp"
+#include "format.hpp"
 
 namespace tool {
 
@@ -18,7 +19,8 @@ struct resolution_setting {
 
 class settings {
  public:
-  explicit settings(const arguments &arguments);  // throws usage_error
+  // `format` is that of the file to be written. Throws usage_error.
+  settings(const arguments &arguments, const file_format &format);
 
   // The page is turned on its side; a resolution from the command line is meant as it is.
   void exchange_resolution(qvimagefileinfo &options) const;
@@ -27,22 +29,18 @@ class settings {
   qvimagefileinfo applied_to(const qvimagefileinfo &info);
 
  private:
+  const arguments &arguments_;
+  const file_format &format_;
   void set_resolution(qvimagefileinfo &options) const;
-  std::optional<uint32_t> compression_;
   std::optional<resolution_setting> resolution_;
   std::optional<std::string> description_, software_, copyright_;
-  const bool bigtiff_;
 };
 
-constexpr option compression_option = {"--compression", "NAME",
-                                       "none, lzw, lzw-predictor, packbits, arithmetic or\n"
-                                       "arithmetic-predictor"};
-constexpr option bigtiff_option = {"--bigtiff", "", "write BigTIFF, which may grow beyond 4 GiB"};
 constexpr option description_option = {"--description", "TEXT",
                                        "ImageDescription of every page written; \"\" removes it"};
 constexpr option software_option = {"--software", "TEXT", "the same for Software"};
 constexpr option copyright_option = {"--copyright", "TEXT", "the same for Copyright"};
 constexpr option resolution_option = {"--resolution", "X[,Y][in|cm]",
-                                      "pixels per inch (unless cm says centimetre)"};
+                                      "pixels per inch, or with cm per centimetre"};
 
 }  // namespace tool

@@ -9,7 +9,6 @@
 
 #include "command.hpp"
 #include "failure.hpp"
-#include "format.hpp"
 #include "histogram.hpp"
 #include "pages.hpp"
 #include "parallel.hpp"
@@ -182,21 +181,21 @@ int run(const arguments &arguments) {
   return fine;
 }
 
-constexpr option options[] = {pages_option, threads_option};
+std::vector<option> options() { return {pages_option, threads_option}; }
 
 }  // namespace
 
-const command stat_command = {"stat",
-                              "FILE",
-                              "minimum, maximum, mean, deviation and histogram",
-                              "Prints for each page and component the smallest, largest and mean value, the "
-                              "standard deviation (of all\n"
-                              "pixels, not of a sample) and a histogram between the smallest and the largest "
-                              "value. Palettes are applied\n"
-                              "first; values of floats that are no finite numbers are counted apart.",
-                              1,
-                              1,
-                              options,
-                              run};
+const command stat_command = {
+    "stat",
+    "FILE",
+    "minimum, maximum, mean, deviation and histogram",
+    "Prints for each page and component the smallest, largest and mean value, the standard deviation (of all "
+    "pixels, not of a sample) and a histogram between the smallest and the largest value. Pages are counted "
+    "from "
+    "1. Palettes are applied first; values of floats that are no finite numbers are counted apart.",
+    1,
+    1,
+    options,
+    run};
 
 }  // namespace tool

@@ -1,5 +1,6 @@
 #include "text.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
@@ -87,6 +88,20 @@ std::optional<std::vector<Number>> numbers(std::string_view text, char separator
 
 template std::optional<std::vector<int64_t>> numbers(std::string_view, char, int64_t, int64_t);
 template std::optional<std::vector<double>> numbers(std::string_view, char, double, double);
+
+std::string wrapped(std::string_view text, size_t indent) {
+  constexpr size_t columns = 79;
+  const std::string margin(indent, ' ');
+  std::string lines;
+  while (!text.empty()) {
+    const size_t room = columns - indent;
+    size_t end = text.size() <= room ? text.size() : text.rfind(' ', room);
+    if (end == text.npos) end = text.size();
+    lines.append(margin).append(text.substr(0, end)).append("\n");
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return lines;
+}
 
 std::string formatted(const char *pattern, ...) {
   va_list arguments, again;

@@ -21,6 +21,9 @@ std::string printable(std::string_view text);
 template <class Number>
 std::optional<std::vector<Number>> numbers(std::string_view text, char separator, Number least, Number most);
 
+// Broken into lines of at most 79 columns, each behind `indent` blanks and with a newline at its end.
+std::string wrapped(std::string_view text, size_t indent);
+
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *pattern, ...);
 

@@ -1,10 +1,85 @@
-#include "tiff_tags.hpp"
+// The tags of TIFF pages that the library passes over: listed here, so that convert can say what it leaves
+// behind. Nothing trusts the file: numbers past its end are 0.
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <optional>
+
+#include <qvimage/memory.h>
+
+#include "document.hpp"
+#include "text.hpp"
+#include "tiff.hpp"
 
 namespace tool {
 
 namespace {
+
+enum tag : uint16_t { photometric = 262, orientation = 274, colour_map = 320, extra_samples = 338 };
+constexpr uint64_t photometric_rgb = 2;
+
+struct known_tag {
+  uint16_t number;
+  const char *name;  // null: carried over, or true of the stored pixels only
+};
+
+constexpr known_tag known_tags[] = {{254, nullptr},
+                                    {255, nullptr},
+                                    {256, nullptr},
+                                    {257, nullptr},
+                                    {258, nullptr},
+                                    {259, nullptr},
+                                    {262, nullptr},
+                                    {266, nullptr},
+                                    {269, "DocumentName"},
+                                    {270, nullptr},
+                                    {271, "Make"},
+                                    {272, "Model"},
+                                    {273, nullptr},
+                                    {274, nullptr},
+                                    {277, nullptr},
+                                    {278, nullptr},
+                                    {279, nullptr},
+                                    {280, nullptr},
+                                    {281, nullptr},
+                                    {282, nullptr},
+                                    {283, nullptr},
+                                    {284, nullptr},
+                                    {285, "PageName"},
+                                    {288, nullptr},
+                                    {289, nullptr},
+                                    {292, nullptr},
+                                    {293, nullptr},
+                                    {296, nullptr},
+                                    {297, "PageNumber"},
+                                    {301, "TransferFunction"},
+                                    {305, nullptr},
+                                    {306, nullptr},
+                                    {315, "Artist"},
+                                    {316, "HostComputer"},
+                                    {317, nullptr},
+                                    {318, "WhitePoint"},
+                                    {319, "PrimaryChromaticities"},
+                                    {320, nullptr},
+                                    {330, "SubIFDs"},
+                                    {338, "ExtraSamples"},
+                                    {339, nullptr},
+                                    {530, nullptr},
+                                    {531, nullptr},
+                                    {532, "ReferenceBlackWhite"},
+                                    {700, "XMP"},
+                                    {33432, nullptr},
+                                    {33550, "GeoTIFF scale"},
+                                    {33723, "IPTC"},
+                                    {33922, "GeoTIFF tie points"},
+                                    {34377, "Photoshop"},
+                                    {34665, "EXIF"},
+                                    {34675, "ICC profile"},
+                                    {34735, "GeoKeys"},
+                                    {34736, "GeoTIFF numbers"},
+                                    {34737, "GeoTIFF texts"},
+                                    {34853, "GPS"}};
 
 // Bytes of a value of an integer type; 0 for the other types.
 unsigned integer_width(uint64_t type) {
@@ -19,73 +94,152 @@ unsigned integer_width(uint64_t type) {
   }
 }
 
+// The directories of a file. Each page's place is found once.
+class directories {
+ public:
+  explicit directories(const std::string &path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    size_ = file_ < 0 ? 0 : static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_END), 0));
+    big_endian_ = at(0, 1) == 'M';
+    if (at(2, 2) == 43) {
+      offset_ = count_ = 8;
+      entry_ = 20;
+    }
+    places_.push_back(at(offset_ == 8 ? 8 : 4, offset_));
+  }
+  ~directories() {
+    if (file_ >= 0) close(file_);
+  }
+  directories(const directories &) = delete;
+  directories &operator=(const directories &) = delete;
+
+  std::vector<uint16_t> tags(int64_t page) {
+    std::vector<uint16_t> numbers;
+    for (uint64_t at_entry = first(page); at_entry + entry_ <= end(page); at_entry += entry_)
+      numbers.push_back(static_cast<uint16_t>(at(at_entry, 2)));
+    return numbers;
+  }
+
+  std::optional<uint64_t> value(int64_t page, uint16_t tag) {
+    const auto found = find(page, tag);
+    return found ? std::optional(at(found->place, integer_width(found->type))) : std::nullopt;
+  }
+
+  // All values of a tag of 16-bit numbers.
+  std::vector<uint16_t> shorts(int64_t page, uint16_t tag) {
+    std::vector<uint16_t> values;
+    const auto found = find(page, tag);
+    if (!found || integer_width(found->type) != 2) return values;
+    for (uint64_t i = 0; i < found->count; i++)
+      values.push_back(static_cast<uint16_t>(at(found->place + 2 * i, 2)));
+    return values;
+  }
+
+ private:
+  struct entry {
+    uint64_t type, count, place;  // where its values are
+  };
+
+  std::optional<entry> find(int64_t page, uint16_t tag) {
+    for (uint64_t at_entry = first(page); at_entry + entry_ <= end(page); at_entry += entry_) {
+      if (at(at_entry, 2) != tag) continue;
+      const entry found = {at(at_entry + 2, 2), at(at_entry + 4, offset_), at_entry + 4 + offset_};
+      const unsigned width = integer_width(found.type);
+      if (width == 0 || found.count == 0 || found.count > size_) return std::nullopt;
+      return found.count * width <= offset_ ? found
+                                            : entry{found.type, found.count, at(found.place, offset_)};
+    }
+    return std::nullopt;
+  }
+
+  uint64_t place(int64_t page) {
+    while (static_cast<int64_t>(places_.size()) <= page)
+      places_.push_back(at(behind(places_.back()), offset_));
+    return places_[static_cast<size_t>(page)];
+  }
+  uint64_t first(int64_t page) { return place(page) + count_; }
+  uint64_t end(int64_t page) { return place(page) == 0 ? 0 : behind(place(page)); }
+
+  // Where the link to the next one is.
+  uint64_t behind(uint64_t directory) {
+    if (directory == 0 || directory >= size_) return size_;
+    // Not more entries than fit into the file, so that the sum stays a position.
+    return directory + count_ + std::min(at(directory, count_), size_ / entry_ + 1) * entry_;
+  }
+
+  uint64_t at(uint64_t position, unsigned width) {
+    if (position > size_ || width > size_ - position) return 0;
+    if (position < from_ || position + width > from_ + held_) hold(position);
+    if (position + width > from_ + held_) return 0;
+    const unsigned char *raw = &block_[position - from_];
+    uint64_t value = 0;
+    for (unsigned i = 0; i < width; i++) value = value << 8 | raw[big_endian_ ? i : width - 1 - i];
+    return value;
+  }
+
+  // Directories are read from their beginning on.
+  void hold(uint64_t position) {
+    const ssize_t got = pread(file_, block_, sizeof block_, static_cast<off_t>(position));
+    from_ = position;
+    held_ = static_cast<uint64_t>(std::max<ssize_t>(got, 0));
+  }
+
+  const int file_;
+  unsigned char block_[1024];
+  uint64_t from_ = 0, held_ = 0;  // what the block holds
+  uint64_t size_ = 0;
+  bool big_endian_ = false;
+  unsigned offset_ = 4, count_ = 2, entry_ = 12;  // bytes of an offset, a directory's count and an entry
+  std::vector<uint64_t> places_;
+};
+
+// The colour map of a page as a palette image at its full depth. The library's palette images have the depth
+// of the indices, so that a page of 4-bit indices would lose all but 16 levels of its colours.
+struct deep_palette {
+  explicit deep_palette(const std::vector<uint16_t> &stored) {
+    // All first components, then all second, then all third.
+    const size_t count = stored.size() / 3;
+    for (size_t i = 0; i < 3 * count; i++) entries.push_back(stored[i % 3 * count + i / 3]);
+    const int32_t size[2] = {static_cast<int32_t>(count), 1};
+    qvimage_memory(&image, entries.data(), size, 0, QVIM_UINT16, 16, 3, QVIM_HINT_RGB, 0);
+  }
+  alignas(8) qvimage image;
+  std::vector<uint16_t> entries;  // three of each colour
+};
+
+class extras : public page_extras {
+ public:
+  explicit extras(const std::string &path) : directories_(path) {}
+
+  page_notes notes(int64_t page) override {
+    page_notes notes;
+    notes.orientation = static_cast<int>(directories_.value(page, orientation).value_or(1));
+    notes.alpha = directories_.value(page, photometric) == photometric_rgb;
+    for (const uint16_t number : directories_.tags(page)) {
+      const auto known = std::ranges::find(known_tags, number, &known_tag::number);
+      if (known == std::end(known_tags)) {
+        notes.lost.push_back(formatted("tag %d", number));
+      } else if (known->name != nullptr &&
+                 (number != extra_samples || directories_.value(page, number) != 0)) {
+        notes.lost.push_back(known->name);
+      }
+    }
+    return notes;
+  }
+
+  void refine(tool::page &opened, int64_t page) override {
+    if (!opened.has_palette) return;
+    const auto deep = std::make_shared<deep_palette>(directories_.shorts(page, colour_map));
+    if (deep->image.imdim.se.x != opened.palette.imdim.se.x) return;
+    opened.palette = deep->image;
+    opened.kept = deep;
+  }
+
+ private:
+  directories directories_;
+};
+
 }  // namespace
 
-tiff_tags::tiff_tags(const std::string &path, int64_t page) : file_(path, std::ios::binary | std::ios::ate) {
-  size_ = file_ ? static_cast<uint64_t>(file_.tellg()) : 0;
-  big_endian_ = at(0, 1) == 'M';
-  if (at(2, 2) == 43) {
-    offset_ = count_ = 8;
-    entry_ = 20;
-  }
-  find_directory(page);
-}
-
-void tiff_tags::find_directory(int64_t page) {
-  directory_ = at(offset_ == 8 ? 8 : 4, offset_);
-  for (int64_t i = 0; i < page && directory_ != 0; i++) directory_ = at(link_behind(directory_), offset_);
-  if (directory_ != 0 && directory_ < size_) directory_end_ = link_behind(directory_) + offset_;
-}
-
-uint64_t tiff_tags::link_behind(uint64_t directory) {
-  // Not more entries than fit into the file, so that the sum stays a position.
-  const uint64_t entries = std::min(at(directory, count_), size_ / entry_ + 1);
-  return directory + count_ + entries * entry_;
-}
-
-std::optional<tiff_tags::entry> tiff_tags::find(uint16_t tag) {
-  if (!directory_is_whole()) return std::nullopt;
-  for (uint64_t at_entry = directory_ + count_; at_entry + entry_ + offset_ <= directory_end_;
-       at_entry += entry_) {
-    if (at(at_entry, 2) != tag) continue;
-    const entry found = {at(at_entry + 2, 2), at(at_entry + 4, offset_), at_entry + 4 + offset_};
-    const unsigned width = integer_width(found.type);
-    if (width == 0 || found.count == 0 || found.count > size_) return std::nullopt;
-    return found.count * width <= offset_ ? found : entry{found.type, found.count, at(found.place, offset_)};
-  }
-  return std::nullopt;
-}
-
-std::optional<uint64_t> tiff_tags::value(uint16_t tag) {
-  const auto found = find(tag);
-  return found ? std::optional(at(found->place, integer_width(found->type))) : std::nullopt;
-}
-
-std::vector<uint16_t> tiff_tags::shorts(uint16_t tag) {
-  std::vector<uint16_t> values;
-  const auto found = find(tag);
-  if (!found || integer_width(found->type) != 2) return values;
-  std::vector<unsigned char> raw(2 * found->count);
-  if (!read(found->place, raw.data(), raw.size())) return values;
-  for (size_t i = 0; i < raw.size(); i += 2) values.push_back(static_cast<uint16_t>(number(&raw[i], 2)));
-  return values;
-}
-
-bool tiff_tags::read(uint64_t position, unsigned char *raw, uint64_t bytes) {
-  if (position > size_ || bytes > size_ - position) return false;
-  file_.seekg(static_cast<std::streamoff>(position));
-  return file_.read(reinterpret_cast<char *>(raw), static_cast<std::streamsize>(bytes)).good();
-}
-
-uint64_t tiff_tags::number(const unsigned char *raw, unsigned width) const {
-  uint64_t value = 0;
-  for (unsigned i = 0; i < width; i++) value = value << 8 | raw[big_endian_ ? i : width - 1 - i];
-  return value;
-}
-
-uint64_t tiff_tags::at(uint64_t position, unsigned width) {
-  unsigned char raw[8] = {};
-  return read(position, raw, width) ? number(raw, width) : 0;
-}
+std::unique_ptr<page_extras> tiff_extras(const std::string &path) { return std::make_unique<extras>(path); }
 
 }  // namespace tool

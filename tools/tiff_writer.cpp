@@ -7,11 +7,11 @@
 #include <qvimage/tiff.h>
 
 #include "failure.hpp"
-#include "format.hpp"
 #include "interrupt.hpp"
 #include "parallel.hpp"
 #include "pixels.hpp"
 #include "progress.hpp"
+#include "tiff.hpp"
 #include "tiff_layout.hpp"
 #include "words.hpp"
 
@@ -29,7 +29,7 @@ std::string why_refused(const qvimagedata &data, const qvimagefileinfo &options)
   const bool plain = compression == 0 || compression == 1;
   if (data.pixies > 4) return "at most 4 components can be stored";
   if (data.pixietype >= QVIM_FLOAT32 && !plain)
-    return "floating-point pixels can be stored only uncompressed";
+    return "floating-point pixels can be stored only uncompressed (--compression none)";
   if (compression_is_arithmetic(compression) && data.i_bitsused > 12)
     return "arithmetic coding takes samples of at most 12 bits";
   return describe_type(data) + " pixels cannot be stored this way";
@@ -38,7 +38,9 @@ std::string why_refused(const qvimagedata &data, const qvimagefileinfo &options)
 class tiff_writer : public writer {
  public:
   tiff_writer(std::string path, std::string shown, bool append)
-      : path_(std::move(path)), shown_(std::move(shown)), pages_(append ? open_tiff(path_)->pages() : 0) {}
+      : path_(std::move(path)),
+        shown_(std::move(shown)),
+        pages_(append ? open_document(path_)->pages() : 0) {}
 
   ~tiff_writer() override {
     if (handle_ != nullptr) qvimage_tifffini(&handle_, bands_);

@@ -42,8 +42,8 @@ class unpacked_volume : public volume {
         const auto kept = static_cast<int32_t>(packed.aeiou(&packed, 'e', 1, 1, nullptr));
         const int32_t code = kept < 0 ? kept : QVERR_IO;
         throw failure(file, code,
-                      system_detail(code, formatted("page %d, row %d: it cannot be read",
-                                                    packed.wind.nw.z + page + 1, y + 1)));
+                      reason(code, formatted("page %d, row %d: it cannot be read",
+                                             packed.wind.nw.z + page + 1, y + 1)));
       }
     }
   }

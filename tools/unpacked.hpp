@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "format.hpp"
+#include "document.hpp"
 
 namespace tool {
 

@@ -1,6 +1,5 @@
 #include "words.hpp"
 
-#include <algorithm>
 #include <array>
 
 #include <qvimage/data.h>
@@ -10,18 +9,6 @@
 namespace tool {
 
 namespace {
-
-struct compression_entry {
-  uint32_t code;
-  std::string_view name;
-};
-
-constexpr compression_entry compressions[] = {{1, "none"},
-                                              {5, "lzw"},
-                                              {517, "lzw-predictor"},
-                                              {32773, "packbits"},
-                                              {32885, "arithmetic"},
-                                              {33397, "arithmetic-predictor"}};
 
 struct component_words {
   int32_t hint;
@@ -78,25 +65,6 @@ std::string component_name(const qvimagedata &data, int32_t component) {
   return formatted("%d", component + 1);
 }
 
-std::string compression_name(uint32_t compression) {
-  const auto found = std::ranges::find(compressions, compression, &compression_entry::code);
-  return found == std::end(compressions) ? formatted("code %u", compression) : std::string(found->name);
-}
-
-std::optional<uint32_t> compression_code(std::string_view name) {
-  const auto found = std::ranges::find(compressions, name, &compression_entry::name);
-  return found == std::end(compressions) ? std::nullopt : std::optional(found->code);
-}
-
-std::string compression_names() {
-  std::string names;
-  for (const compression_entry &entry : compressions) names.append(entry.name).append("|");
-  names.pop_back();
-  return names;
-}
-
-bool compression_is_arithmetic(uint32_t compression) { return compression == 32885 || compression == 33397; }
-
 double resolution(const uint32_t ratio[2]) {
   return ratio[1] == 0 ? 0.0 : static_cast<double>(ratio[0]) / ratio[1];
 }
@@ -110,11 +78,6 @@ std::string describe_resolution(const qvimagefileinfo &info) {
   if (x == 0 && y == 0) return "";
   const std::string unit = info.resunit == 2 || info.resunit == 3 ? " per " + resolution_unit(info) : "";
   return formatted("%.6g x %.6g", x, y) + unit;
-}
-
-std::string describe_strips(const qvimagefileinfo &info) {
-  if (info.stripsize == UINT64_MAX) return "one";
-  return formatted("of at most %llu bytes", static_cast<unsigned long long>(info.stripsize));
 }
 
 }  // namespace tool

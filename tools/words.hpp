@@ -2,9 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 
 #include <qvimage/fileinfo.h>
 
@@ -17,17 +15,9 @@ bool is_rgb(int32_t hint);  // in any order, with or without a pad
 std::string describe_colour(const qvimagedata &data);
 std::string component_name(const qvimagedata &data, int32_t component);  // "red", "2"
 
-// The compressions of --compression, by the writer's codes.
-std::string compression_name(uint32_t compression);
-std::optional<uint32_t> compression_code(std::string_view name);
-std::string compression_names();  // "none|lzw|..."
-bool compression_is_arithmetic(uint32_t compression);
-
 // "300 x 300 per inch"; empty when the file says nothing.
 std::string describe_resolution(const qvimagefileinfo &info);
 std::string resolution_unit(const qvimagefileinfo &info);  // "inch", "centimetre", "none"
 double resolution(const uint32_t ratio[2]);                // 0 when unknown
-
-std::string describe_strips(const qvimagefileinfo &info);
 
 }  // namespace tool

@@ -83,6 +83,52 @@ class Convert(ToolTest):
                         self.same(page, expected)
                         self.assertEqual(page.strings.get("description"), expected.strings.get("description"))
 
+    def test_what_is_not_carried_over_is_named(self):
+        pages = [picture(8, 8, more={34675: 7, 274: 6}), picture(8, 8, more={700: 1, 34675: 7, 60000: 1})]
+        path, out = self.make("a.tif", *pages), self.path("b.tif")
+        done = run("convert", path, out)
+        self.assertEqual((done.returncode, done.stderr.decode()), (
+            0, f"qvimage: {path}: not carried over: Orientation 6 (--upright applies it), ICC profile, XMP, tag 60000\n"))
+        self.good("convert", "--quiet", path, out)
+
+    def test_upright_turns_as_the_orientation_says(self):
+        page = picture(7, 5)
+        rows = [page.pixels[y * 7 : y * 7 + 7] for y in range(5)]
+        turned = lambda rows: [list(row) for row in zip(*rows)]
+        mirrored = lambda rows: [row[::-1] for row in rows]
+        expected = [rows, mirrored(rows), mirrored(rows[::-1]), rows[::-1], turned(rows), mirrored(turned(rows)),
+                    mirrored(turned(rows)[::-1]), turned(rows)[::-1]]
+        for orientation, upright in enumerate(expected, 1):
+            page.more = {274: orientation}
+            self.good("convert", "--upright", self.make("a.tif", page), self.path("b.tif"))
+            (found,) = tiff.read(self.path("b.tif"))
+            self.assertEqual((found.width, found.pixels), (len(upright[0]), sum(upright, [])), orientation)
+
+    def test_alpha_is_dropped_only_when_asked(self):
+        page = picture(6, 5, samples=4, photometric=2, more={338: 2})
+        path, out = self.make("a.tif", page), self.path("b.tif")
+        self.refused(1, r".*a\.tif: .*page 1: RGB with alpha is not written \(--drop-alpha writes the RGB\)", "convert",
+                     path, out)
+        for words in ([], ["--rotate=180", "--rotate=180"], ["--compression=lzw"]):
+            self.good("convert", "--drop-alpha", *words, path, out)
+            self.good("convert", "--compression=none", out, self.path("c.tif"))
+            (found,) = tiff.read(self.path("c.tif"))
+            self.assertEqual((found.samples, found.photometric), (3, 2))
+            self.assertEqual(found.pixels, [v for i, v in enumerate(page.pixels) if i % 4 != 3])
+
+    def test_refused_and_damaged_pages_are_blamed_and_hide_no_others(self):
+        pages = [picture(9, 9, compression=7), picture(9, 9), picture(50, 40, rows_per_strip=4)]
+        self.good("convert", "--pages=2", self.make("a.tif", *pages), self.path("b.tif"))
+        self.same(tiff.read(self.path("b.tif"))[0], pages[1])
+        self.good("convert", "--pages=3", "--compression=lzw", self.path("a.tif"), self.path("b.tif"))
+        with open(self.path("b.tif"), "r+b") as file:
+            file.seek(400)
+            file.write(b"\xff" * 50)
+        for words in ([], ["--rotate=90"], ["--type=u16"], ["--mean"]):
+            self.refused(1, r".*b\.tif: Invalid file format \(code -10\): page 1, strip \d+ .*row \d+: LZW.*", "convert",
+                         *words, self.path("b.tif"), self.path("c.tif"))
+        self.assertEqual(self.files(), ["a.tif", "b.tif"])
+
     def test_crop(self):
         for page in (picture(20, 15), picture(20, 15, samples=3, bits=16), palette_picture(20, 15)):
             for box in ((0, 0, 20, 15), (3, 2, 10, 5), (19, 14, 1, 1)):

@@ -2,10 +2,11 @@
 import json
 import os
 import re
+import subprocess
 import unittest
 
 import tiff
-from common import ToolTest, palette_picture, picture, run
+from common import TOOL, ToolTest, palette_picture, picture, run
 
 
 class Info(ToolTest):
@@ -55,6 +56,14 @@ class Info(ToolTest):
             "colour Grey scale monochrome", "compression none", "strips one", "resolution 118 x 118 per centimetre",
             "software camera 3"])
 
+    def test_pages_of_a_stack_tell_what_is_new_in_their_strings(self):
+        said = [b"one", b"one", b"two", None]
+        pages = [picture(4, 4, strings=dict(description=text) if text else {}, resolution=((300, 1), (300, 1), 2))
+                 for text in said]
+        lines = self.good("info", self.make("a.tif", *pages)).splitlines()
+        self.assertEqual([line.split()[0] for line in lines[1:]], ["1", "description", "2", "3", "description", "4"])
+        self.assertTrue(lines[1].endswith(", 300 x 300 per inch"))
+
     def test_many_pages_have_a_line_each(self):
         pages = [picture(3 + i % 2, 2) for i in range(2500)]
         lines = self.good("info", self.make("a.tif", *pages)).splitlines()
@@ -69,8 +78,10 @@ class Info(ToolTest):
         done = run("info", "--json", mixed, empty, other)
         self.assertEqual(done.returncode, 1)
         files = json.loads(done.stdout)
-        self.assertEqual([page.get("width") for page in files[0]["pages"]], [3, None, 4])
-        self.assertEqual(files[0]["pages"][1]["error"]["code"], -11)
+        self.assertEqual([page.get("width") for page in files[0]["pages"]], [3, 3, 4])
+        self.assertEqual(files[0]["pages"][1]["compression"], "JPEG")
+        self.assertEqual(files[0]["pages"][1]["error"],
+                         dict(code=-11, detail="page 2: JPEG compression (7) is not read"))
         self.assertEqual(files[1]["error"], dict(code=-10, detail="the file is empty"))
         self.assertEqual(files[2]["pagecount"], 1)
 
@@ -81,7 +92,22 @@ class CommandLine(ToolTest):
         commands = re.findall(r"(?m)^  (\w+)  ", self.good("--help"))
         self.assertEqual(commands, ["info", "convert", "diff", "stat"])
         for command in commands:
-            self.assertRegex(self.good(command, "--help"), rf"\Ausage: qvimage {command} ")
+            text = self.good(command, "--help")
+            self.assertRegex(text, rf"\Ausage: qvimage {command} ")
+            self.assertLess(max(map(len, text.splitlines())), 80)
+
+    def test_completion_knows_commands_options_and_values(self):
+        script = os.path.join(os.path.dirname(__file__), "../../tools/completion.bash")
+        lines = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _qvimage; echo ${COMPREPLY[@]}'
+        path = os.path.dirname(TOOL) + ":" + os.environ["PATH"]
+        cases = [(["co"], "convert"), (["convert", "--fl"], "--flip"), (["convert", "--flip", ""], "x y"),
+                 (["convert", "--rotate", "="], "90 180 270"), (["convert", "--color", "=", "gr"], "grey"),
+                 (["convert", "--compression", "=", "lzw"], "lzw lzw-predictor"), (["convert", "a"], "")]
+        for words, expected in cases:
+            with self.subTest(words):
+                found = subprocess.run(["bash", "-c", lines, "bash", script, "qvimage", *words], capture_output=True,
+                                       env=dict(os.environ, PATH=path), text=True)
+                self.assertEqual((found.stdout, found.stderr), (expected + "\n", ""))
 
     def test_errors_say_what_exactly_was_wrong(self):
         a, b = self.make("a.tif", picture(8, 6), picture(8, 6)), self.path("b.tif")
@@ -102,7 +128,7 @@ class CommandLine(ToolTest):
              "a file beside it cannot be made: No such file or directory"),
             (["convert", "--crop", "0,0,9,6", a, b], a, -52, "page 1: 0,0,9,6 reaches outside its 8 x 6 pixels"),
             (["convert", "--compression", "lzw", real, b], b, -1,
-             "floating-point pixels can be stored only uncompressed"),
+             "floating-point pixels can be stored only uncompressed (--compression none)"),
             (["convert", "--compression=arithmetic", deep, b], b, -1,
              "arithmetic coding takes samples of at most 12 bits"),
             (["convert", "--append", a, a], a, -1, "a file cannot be appended to itself"),
@@ -114,12 +140,12 @@ class CommandLine(ToolTest):
 
     def test_what_is_wrong_with_a_page_is_named(self):
         cases = [
-            (picture(4, 4, compression=7), -11, "JPEG compression is not read"),
-            (picture(4, 4, compression=12345), -11, "compression 12345, a sample format or a layout"),
+            (picture(4, 4, compression=7), -11, r"JPEG compression \(7\) is not read"),
+            (picture(4, 4, compression=12345), -11, "compression 12345 is not read"),
             (picture(4, 4, more={339: 2}), -11, "signed samples are not read"),
             (tiff.Page(4, 4, [0] * 80, samples=5), -11, "5 samples a pixel, more than 4"),
-            (picture(4, 4, samples=3, more={284: 2}), -10, "its samples lie in separate planes"),
-            (picture(4, 4, more={278: 0}), -10, "its directory contradicts itself"),
+            (picture(4, 4, samples=3, more={284: 2}), -10, "its 3 samples lie in separate planes"),
+            (picture(4, 4, more={278: 0}), -10, r"tag 278 \(RowsPerStrip\) is 0"),
         ]
         for page, code, text in cases:
             for order, version in (("<", 42), (">", 43)):
@@ -127,9 +153,10 @@ class CommandLine(ToolTest):
                     page.version = version
                     path = self.make("a.tif", page, order=order)
                     self.refused(1, rf".* \(code {code}\): page 1: {text}.*", "stat", path)
+                    self.assertRegex(run("info", path).stdout.decode(), "size +4 x 4\n +type +8-bit")
         with open(path, "r+b") as file:
             file.truncate(100)
-        self.refused(1, r".*page 1: its directory at byte \d+ does not fit into the file's 100 bytes", "info", path)
+        self.refused(1, r".*page 1: directory at byte \d+ of 10 entries does not fit into the file", "info", path)
 
     def test_wrong_usage_is_told_apart(self):
         cases = [
@@ -154,9 +181,6 @@ class CommandLine(ToolTest):
     def test_output_that_cannot_be_printed_is_a_failure(self):
         path = self.make("a.tif", picture(2, 2))
         with open("/dev/full", "w") as full:
-            import subprocess
-            from common import TOOL
-
             done = subprocess.run([TOOL, "info", path], stdout=full, stderr=subprocess.PIPE)
         self.assertEqual(done.returncode, 1)
         self.assertIn(b"standard output: Linux file read/write error (code -7)", done.stderr)

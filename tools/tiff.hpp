@@ -1,0 +1,16 @@
+// TIFF files: the entry of the table of formats, and its parts.
+#pragma once
+
+#include "format.hpp"
+
+namespace tool {
+
+extern const file_format tiff_format;
+
+// tiff_tags.cpp
+std::unique_ptr<page_extras> tiff_extras(const std::string &path);
+// tiff_writer.cpp
+std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append);
+bool compression_is_arithmetic(uint32_t compression);
+
+}  // namespace tool
