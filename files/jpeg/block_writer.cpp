@@ -1,0 +1,106 @@
+#include "files/jpeg/block_writer.hpp"
+
+#include <bit>
+
+#include <qvimage/error.h>
+
+#include "files/jpeg/vectors.hpp"
+
+namespace qvim::jpeg {
+
+namespace {
+
+// places[i][bits]: which of the coefficients 8 * i to 8 * i + 7, given by bits, come when in a file, as a bit
+// each.
+struct zigzag_bits {
+  uint64_t of[8][256];
+};
+constexpr zigzag_bits places = [] {
+  zigzag_bits p{};
+  for (uint32_t k = 0; k < block_size; ++k)
+    for (uint32_t bits = 0; bits < 256; ++bits)
+      if (bits >> zigzag[k] % 8 & 1) p.of[zigzag[k] / 8][bits] |= uint64_t{1} << k;
+  return p;
+}();
+
+// Bit k tells whether the k-th coefficient in the order of files differs from 0.
+QVIM_INLINE uint64_t non_zero(const block &b) {
+  uint64_t bits = 0;
+  for (int i = 0; i < 8; i += 2) {
+#ifdef __SSE2__
+    const auto zero = _mm_setzero_si128();
+    const auto first = loaded<__m128i>(b.at + 8 * i), second = loaded<__m128i>(b.at + 8 * i + 8);
+    const uint32_t zeros = uint32_t(
+        _mm_movemask_epi8(_mm_packs_epi16(_mm_cmpeq_epi16(first, zero), _mm_cmpeq_epi16(second, zero))));
+#else
+    uint32_t zeros = 0;
+    for (int k = 0; k < 16; ++k) zeros |= uint32_t(b.at[8 * i + k] == 0) << k;
+#endif
+    bits |= places.of[i][~zeros & 0xFF] | places.of[i + 1][~zeros >> 8 & 0xFF];
+  }
+  return bits;
+}
+
+// A coefficient follows its code as so many bits; those of negative ones are those of the number below.
+struct amount {
+  uint32_t category, bits;
+
+  QVIM_INLINE explicit amount(int32_t v) {
+    const int32_t sign = v >> 31;
+    category = uint32_t(std::bit_width(uint32_t((v ^ sign) - sign)));
+    bits = uint32_t(v + sign) & ((1u << category) - 1);
+  }
+};
+
+// Puts code and bits; false when there is no code.
+QVIM_INLINE bool put(bit_writer &out, uint32_t code, const amount &a) {
+  const uint32_t length = code & 0xFFFF;
+  out.put(code >> 16 << a.category | a.bits, length + a.category);
+  return length != 0;
+}
+
+QVIM_INLINE bool write_block(bit_writer &out, const block &b, const code_tables &tables, int32_t &predictor) {
+  const amount difference(b.at[0] - predictor);
+  predictor = b.at[0];
+  if (difference.category >= categories_dc) return false;
+  bool coded = put(out, tables.dc[difference.category], difference);
+  int before = 0;
+  for (uint64_t left = non_zero(b) & ~uint64_t{1}; left; left &= left - 1) {
+    const int k = std::countr_zero(left);
+    uint32_t run = uint32_t(k - before - 1);
+    before = k;
+    for (; run > 15; run -= 16)
+      out.put(tables.ac[sixteen_zeros] >> 16, tables.ac[sixteen_zeros] & 0xFFFF);
+    const amount a(b.at[zigzag[size_t(k)]]);
+    if (a.category > 10) return false;
+    coded &= put(out, tables.ac[run << 4 | a.category], a);
+  }
+  if (before < 63) out.put(tables.ac[end_of_block] >> 16, tables.ac[end_of_block] & 0xFFFF);
+  return coded;
+}
+
+QVIM_CLONES bool write_all(bit_writer &out, const block *blocks, uint32_t count, uint32_t components,
+                           const code_tables *const *tables, int32_t *predictors) {
+  bool coded = true;
+  for (uint32_t i = 0; i < count; ++i)
+    for (uint32_t c = 0; c < components; ++c, ++blocks) {
+      out.reserve();
+      coded &= write_block(out, *blocks, *tables[c], predictors[c]);
+    }
+  return coded;
+}
+
+}  // namespace
+
+void code_tables::set(const uint16_t *dc_code, const uint16_t *dc_size, const uint16_t *ac_code,
+                      const uint16_t *ac_size) {
+  for (uint32_t i = 0; i < categories_dc; ++i) dc[i] = uint32_t(dc_code[i]) << 16 | dc_size[i];
+  for (uint32_t i = 0; i < symbol_count; ++i) ac[i] = uint32_t(ac_code[i]) << 16 | ac_size[i];
+}
+
+int32_t write_blocks(bit_writer &out, const block *blocks, uint32_t count, uint32_t components,
+                     const code_tables *const *tables, int32_t *predictors) {
+  return write_all(out, blocks, count, components, tables, predictors) ? 0 : QVERR_CODING;
+}
+
+}  // namespace qvim::jpeg

@@ -1,0 +1,44 @@
+// From pixels to quantised coefficients and back: rows of MCUs, each of one block a component.
+#pragma once
+
+#include <cstdint>
+
+#include "files/jpeg/tables.hpp"
+#include "kernels/clones.hpp"
+
+namespace qvim::jpeg {
+
+// The coefficients of a block.
+struct alignas(32) block {
+  int16_t at[block_size];
+};
+
+// One number for each coefficient: what it is multiplied by.
+struct alignas(32) factors {
+  float of[block_size];
+};
+
+// What the encoder multiplies coefficients by, in the order of `block` (8 * vertical + horizontal), and the
+// decoder, whose blocks are transposed (8 * horizontal + vertical). The table is in files' terms, but not in
+// their order: 8 * vertical + horizontal.
+void set_divisors(const uint16_t *quantisation, factors &of);
+void set_scales(const uint16_t *quantisation, factors &of);
+
+// How much of a decoded block can differ from 0.
+enum class extent : uint8_t { constant, low_frequencies, all };
+constexpr uint32_t low_frequency_count = 10;  // in the order of files: frequencies whose sum is at most 3
+
+// MCUs that lie side by side in eight lines of packed pixels, `pitch` bytes from line to line. Grey: a block
+// an MCU; RGB: Y, Cb, Cr. The inverse may write up to 8 bytes beyond the pixels of each line.
+extern "C" {
+void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                         const factors *divisors, block *blocks);
+void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                        const factors *luminance, const factors *chrominance, block *blocks);
+void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const extent *extents, uint32_t count,
+                                         const factors *scales, uint8_t *lines, uint64_t pitch);
+void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,
+                                        const factors *const scales[3], uint8_t *lines, uint64_t pitch);
+}
+
+}  // namespace qvim::jpeg
