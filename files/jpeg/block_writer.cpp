@@ -69,8 +69,7 @@ QVIM_INLINE bool write_block(bit_writer &out, const block &b, const code_tables 
     const int k = std::countr_zero(left);
     uint32_t run = uint32_t(k - before - 1);
     before = k;
-    for (; run > 15; run -= 16)
-      out.put(tables.ac[sixteen_zeros] >> 16, tables.ac[sixteen_zeros] & 0xFFFF);
+    for (; run > 15; run -= 16) out.put(tables.ac[sixteen_zeros] >> 16, tables.ac[sixteen_zeros] & 0xFFFF);
     const amount a(b.at[zigzag[size_t(k)]]);
     if (a.category > 10) return false;
     coded &= put(out, tables.ac[run << 4 | a.category], a);

@@ -13,7 +13,8 @@ struct code_tables {
   uint32_t dc[categories_dc];
   uint32_t ac[symbol_count];  // the highest 16 bits: the code; the lowest: its length
 
-  void set(const uint16_t *dc_code, const uint16_t *dc_size, const uint16_t *ac_code, const uint16_t *ac_size);
+  void set(const uint16_t *dc_code, const uint16_t *dc_size, const uint16_t *ac_code,
+           const uint16_t *ac_size);
 };
 
 // Codes blocks, whose MCUs consist of `components` blocks each; tables and predictors are those of the

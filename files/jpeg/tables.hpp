@@ -10,8 +10,8 @@ namespace qvim::jpeg {
 constexpr uint32_t block_side = 8, block_size = 64;
 constexpr uint32_t highest_side = 65535;  // of an image: 16 bits in the header
 constexpr uint32_t most_components = 3;
-constexpr uint32_t categories_dc = 12;     // of differences of 8-bit images: 0 to 11 bits
-constexpr uint32_t symbol_count = 256;     // of AC symbols: a run of zeros in the high four bits, a category
+constexpr uint32_t categories_dc = 12;  // of differences of 8-bit images: 0 to 11 bits
+constexpr uint32_t symbol_count = 256;  // of AC symbols: a run of zeros in the high four bits, a category
 constexpr uint8_t end_of_block = 0x00, sixteen_zeros = 0xF0;
 
 // zigzag[k] is where the coefficient that comes k-th in a file stands in a block: 8 * vertical + horizontal

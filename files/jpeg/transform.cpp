@@ -147,15 +147,16 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const exten
     decode(*blocks, *extents, *scales, x);
     for (int i = 0; i < 8; ++i) {
       const shorts row = narrowed(to_bytes(x[i] + 128.0f));
-      const bytes packed = __builtin_shufflevector(reinterpret_cast<bytes>(row), bytes{}, 0, 2, 4, 6, 8, 10, 12,
-                                                   14, 16, 17, 18, 19, 20, 21, 22, 23);
+      const bytes packed = __builtin_shufflevector(reinterpret_cast<bytes>(row), bytes{}, 0, 2, 4, 6, 8, 10,
+                                                   12, 14, 16, 17, 18, 19, 20, 21, 22, 23);
       std::memcpy(lines + uint64_t(i) * pitch, &packed, 8);
     }
   }
 }
 
 QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,
-                                               const factors *const scales[3], uint8_t *lines, uint64_t pitch) {
+                                               const factors *const scales[3], uint8_t *lines,
+                                               uint64_t pitch) {
   constexpr bytes first_three{0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
   for (; count; --count, blocks += 3, extents += 3, lines += 24) {
     floats y[8], cb[8], cr[8];
@@ -164,7 +165,8 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent
     decode(blocks[2], extents[2], *scales[2], cr);
     for (int i = 0; i < 8; ++i) {
       const floats light = y[i] + 128.0f;
-      const ints r = to_bytes(light + cr[i] * 1.402f), g = to_bytes(light - cb[i] * 0.34414f - cr[i] * 0.71414f),
+      const ints r = to_bytes(light + cr[i] * 1.402f),
+                 g = to_bytes(light - cb[i] * 0.34414f - cr[i] * 0.71414f),
                  b = to_bytes(light + cb[i] * 1.772f);
       const ints pixels = r | g << 8 | b << 16;
       bytes half[2];

@@ -9,12 +9,12 @@
 namespace qvim::jpeg {
 
 // The coefficients of a block.
-struct alignas(32) block {
+struct block {
   int16_t at[block_size];
 };
 
 // One number for each coefficient: what it is multiplied by.
-struct alignas(32) factors {
+struct factors {
   float of[block_size];
 };
 
@@ -32,13 +32,13 @@ constexpr uint32_t low_frequency_count = 10;  // in the order of files: frequenc
 // an MCU; RGB: Y, Cb, Cr. The inverse may write up to 8 bytes beyond the pixels of each line.
 extern "C" {
 void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                         const factors *divisors, block *blocks);
+                                    const factors *divisors, block *blocks);
 void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                        const factors *luminance, const factors *chrominance, block *blocks);
+                                   const factors *luminance, const factors *chrominance, block *blocks);
 void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const extent *extents, uint32_t count,
-                                         const factors *scales, uint8_t *lines, uint64_t pitch);
+                                    const factors *scales, uint8_t *lines, uint64_t pitch);
 void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,
-                                        const factors *const scales[3], uint8_t *lines, uint64_t pitch);
+                                   const factors *const scales[3], uint8_t *lines, uint64_t pitch);
 }
 
 }  // namespace qvim::jpeg

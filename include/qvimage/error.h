@@ -20,6 +20,7 @@ enum {
   QVERR_COLOUR = -21,      /* this selection of components is not served */
   QVERR_NOTINSTALLED = -27, /* what it stands on is not there */
   QVERR_X11 = -49,         /* pixels behind X11 could not be reached */
+  QVERR_CODING = -63,      /* data that a code cannot express */
   QVERR_HANDLE = -64       /* the handle is of another kind, or destroyed */
 };
 

@@ -51,10 +51,10 @@ typedef struct qvimagefileinfo {
   int32_t bmp_xppm, bmp_yppm; /* pixels per metre; AVI writes them into its format header, too */
 
   /* JPEG, and AVI with the handler "MJPG". */
-  int32_t jpg_quality; /* in tenths: 750 is quality 75; 0: the coarsest tables, scaled by 5000 % */
+  int32_t jpg_quality; /* in tenths: 750 is quality 75; 0: not known; see qvimage/jpeg.h */
   uint16_t jpg_xdensity, jpg_ydensity;
   uint8_t jpg_densityunit;
-  uint8_t jpg_reserved;
+  uint8_t jpg_reserved; /* 1: the quality is known, also when it is 0 */
   uint16_t jpg_encodemode; /* 105: integer arithmetic */
   uint32_t jpg_reserved2;
   char *jpg_comment[3];

@@ -11,6 +11,7 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/fileinfo.h>
+#include <qvimage/jpeg.h>
 #include <qvimage/kernel.h>
 #include <qvimage/memory.h>
 #include <qvimage/npfbix.h>

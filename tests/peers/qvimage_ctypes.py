@@ -27,7 +27,9 @@ class Info(c.Structure):
                 ("yres", c.c_uint32 * 2), ("resunit", c.c_uint32), ("compression", c.c_uint32), ("reserved0", c.c_uint32),
                 ("stripsize", c.c_uint64), ("bits", c.c_uint32 * 4), ("sampleformat", c.c_uint16 * 4), ("palette", c.c_uint32),
                 ("pagecount2", c.c_uint32), ("page", c.c_uint32), ("version", c.c_uint32), ("datetime", c.c_char_p),
-                ("software", c.c_char_p), ("description", c.c_char_p), ("copyright", c.c_char_p), ("rest", c.c_uint8 * 416)]
+                ("software", c.c_char_p), ("description", c.c_char_p), ("copyright", c.c_char_p), ("bmp", c.c_uint32 * 6),
+                ("jpg_quality", c.c_int32), ("jpg_density", c.c_uint16 * 2), ("jpg_densityunit", c.c_uint8), ("jpg_reserved", c.c_uint8),
+                ("jpg_encodemode", c.c_uint16), ("jpg_reserved2", c.c_uint32), ("jpg_comment", c.c_char_p * 3), ("rest", c.c_uint8 * 352)]
 
 
 assert c.sizeof(Record) == 452 and c.sizeof(Info) == 600 and c.sizeof(Data) == 28
@@ -86,3 +88,26 @@ def pixels_of(record):
     moved = IOREAD(record.slots[0])(c.addressof(record), 0, pixels.ctypes.data_as(c.c_void_p), width * height, 0, 0)
     assert moved == width * height, (moved, width, height)
     return pixels
+
+
+def jpegwrite(path, array, quality, mode=0):
+    """Saves (height, width, 1 or 3 components) of 8 bits; quality as people say it, 0 to 100."""
+    record = memory(array, 8, 67 if array.shape[2] > 1 else 1)
+    options = Info(jpg_quality=quality * 10, jpg_reserved=1, jpg_encodemode=mode)
+    return lib.qvimage_jpegwrite(None, c.byref(record), os.fsencode(path), None, c.c_int64(0), None, c.byref(options))
+
+
+def jpegread(path):
+    """The file's pixels (height, width, components), or the code for which it is refused and the reason."""
+    record, context = Record(), c.c_void_p()
+    code = lib.qvimage_jpegread(c.byref(record), c.byref(context), os.fsencode(path), None, c.c_int64(0), None)
+    if code != 0:
+        return code, reason()
+    pixels = pixels_of(record)
+    assert lib.qvimage_jpegreaddone(c.byref(record), c.byref(context)) == 0
+    return pixels, ""
+
+
+def reason():
+    lib.qvimage_reason.restype = c.c_char_p
+    return lib.qvimage_reason().decode()

@@ -1,0 +1,190 @@
+// Coding of pictures in bands, and their joining.
+#include "files/jpeg/writer.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include <qvimage/error.h>
+
+#include "core/reason.hpp"
+#include "core/result.hpp"
+#include "files/stream/bufio.hpp"
+
+namespace qvim::jpeg {
+
+writer::~writer() {
+  for (band *b : bands) owned<band> freed(b);
+  bufio_done(&file);
+}
+
+int32_t writer::set_form(const qvimage &image, const qvimagefileinfo *options) {
+  const int64_t across = int64_t(image.wind.se.x) - image.wind.nw.x,
+                down = int64_t(image.wind.se.y) - image.wind.nw.y;
+  if (across < 1 || down < 1 || across > highest_side || down > highest_side)
+    return because(QVERR_USAGE, {"JPEG has 1 to ", highest_side, " pixels a side: ", across, " x ", down});
+  const qvimagedata &d = image.d;
+  const bool served = d.pixies == 1 || d.pixies == 3 || d.pixies == 4;
+  if (d.pixietype != QVIM_UINT8 || d.i_bitsused != 8 || !served)
+    return because(QVERR_DATATYPE,
+                   {"JPEG has 1 or 3 components of 8 bits, not ", d.pixies, " of ", d.i_bitsused});
+  width = uint32_t(across);
+  height = uint32_t(down);
+  components = d.pixies == 1 ? 1 : 3;
+  is_integer = options && options->jpg_encodemode == integer_mode;
+
+  const int32_t quality = quality_of(options);
+  scale_table(luminance_quantisation, quality, quantisation[0]);
+  scale_table(chrominance_quantisation, quality, quantisation[1]);
+  for (int slot : {0, 1}) set_divisors(quantisation[slot], divisors[slot]);
+  codes[0].set(huffCodeLumaDC, huffSizeLumaDC, huffCodeLumaAC, huffSizeLumaAC);
+  codes[1].set(huffCodeChromaDC, huffSizeChromaDC, huffCodeChromaAC, huffSizeChromaAC);
+  return 0;
+}
+
+int32_t writer::make_bands(uint32_t count, const uint32_t *first_rows) {
+  if (count > 1 && !first_rows) return QVERR_USAGE;
+  if (!bands.allocate_zeroed(count)) return QVERR_MEMORY;
+  for (uint32_t i = 0; i < count; i++) {
+    bands[i] = make_owned<band>().release();
+    if (!bands[i]) return QVERR_MEMORY;
+    band &b = *bands[i];
+    const uint32_t first = i ? first_rows[i - 1] : 0;
+    if (first % block_side || (i && first < bands[i - 1]->first_row))
+      return because(QVERR_USAGE, {"band ", i + 1, " begins at row ", first + 1});
+    b.first_row = b.next_row = std::min(first, height);
+    b.end_row = height;
+    b.has_predictors = i == 0;
+    if (i) bands[i - 1]->end_row = b.first_row;
+  }
+  for (uint32_t i = 0; i < count; i++) {
+    band &b = *bands[i];
+    if (b.first_row == b.end_row) continue;
+    if (!b.lines.allocate_zeroed(block_side * pitch())) return QVERR_MEMORY;
+    if (i == 0) continue;
+    if (const int32_t code = bufio_init(&b.memory, nullptr, nullptr, 0, BUFIO_MEMORY); code < 0) return code;
+    b.bits.open(&b.memory, false);
+  }
+  return 0;
+}
+
+int32_t writer::open(const char *path, const char *fopenmode, int64_t bufsize, bufio *callers) {
+  out = callers;
+  if (!callers) {
+    const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "w+b", bufsize, 0);
+    if (code < 0) return code;
+    out = &file;
+    created = true;
+  }
+  bands[0]->bits.open(out, true);
+  return 0;
+}
+
+// Is this the picture that the file was begun for?
+int32_t writer::check(const qvimage &image) const {
+  const bool same_size = int64_t(image.wind.se.x) - image.wind.nw.x == width &&
+                         int64_t(image.wind.se.y) - image.wind.nw.y == height;
+  const qvimagedata &d = image.d;
+  if (!same_size) return because(QVERR_USAGE, {"the image has another size than the file"});
+  if (d.pixietype != QVIM_UINT8 || d.i_bitsused != 8 || (d.pixies == 1 ? 1u : 3u) != components)
+    return because(QVERR_DATATYPE, {"the image has other pixels than the file"});
+  return 0;
+}
+
+// Eight rows from there on; below the picture its last row once more.
+int32_t writer::fetch(band &b, qvimage *image, uint32_t row) const {
+  const uint32_t rows = std::min(block_side, height - row);
+  for (uint32_t i = 0; i < rows; i++) {
+    uint8_t *const to = b.lines.data() + i * pitch();
+    for (uint32_t done = 0; done < width;) {
+      const uint32_t moved = image->ioread(image, 0, to + uint64_t(done) * components, width - done,
+                                           int32_t(done), int32_t(row + i));
+      if (moved == 0 || moved > width - done) {
+        const int32_t latched = int32_t(image->aeiou(image, 'e', 0, 1, nullptr));
+        return within({"row ", row + i + 1, " of the image to be written: "},
+                      latched < 0 ? latched : int32_t{QVERR_IO});
+      }
+      done += moved;
+    }
+  }
+  for (uint32_t i = rows; i < block_side; i++)
+    std::memcpy(b.lines.data() + i * pitch(), b.lines.data() + (rows - 1) * pitch(), pitch());
+  return 0;
+}
+
+void writer::transform(const band &b, uint32_t first, uint32_t count, block *blocks) const {
+  const uint8_t *const lines = b.lines.data() + uint64_t(first) * block_side * components;
+  if (components == 1)
+    jpeg_forward_grey(lines, pitch(), count, &divisors[0], blocks);
+  else
+    jpeg_forward_rgb(lines, pitch(), count, &divisors[0], &divisors[1], blocks);
+}
+
+// The DC coefficients of the MCU before the band's first one, which another band codes.
+int32_t writer::find_predictors(band &b, qvimage *image) const {
+  if (const int32_t code = fetch(b, image, b.first_row - block_side); code < 0) return code;
+  block last[most_components];
+  transform(b, mcus() - 1, 1, last);
+  for (uint32_t i = 0; i < components; i++) b.predictors[i] = last[i].at[0];
+  b.has_predictors = true;
+  return 0;
+}
+
+int32_t writer::encode_group(band &b) const {
+  const code_tables *const tables[most_components] = {&codes[0], &codes[1], &codes[1]};
+  block blocks[mcus_at_once * most_components];
+  for (uint32_t mcu = 0; mcu < mcus(); mcu += mcus_at_once) {
+    const uint32_t count = std::min(mcus_at_once, mcus() - mcu);
+    transform(b, mcu, count, blocks);
+    const int32_t code = write_blocks(b.bits, blocks, count, components, tables, b.predictors);
+    if (code < 0) return code;
+  }
+  return 0;
+}
+
+int32_t writer::encode(uint32_t number, qvimagecallback callback, qvimage *image, uint32_t first,
+                       uint32_t end) {
+  band &b = *bands[number];
+  if (const int32_t code = check(*image); code < 0) return code;
+  if (first >= end) return 0;
+  if (first != b.next_row || end > b.end_row || (end % block_side && end != height))
+    return because(QVERR_USAGE,
+                   {"rows ", first + 1, " to ", end, " are not the next ones of band ", number + 1});
+  const uint32_t mask = (1u << components) - 1;
+  const int32_t set = image->ioset(image, 0, QVIM_UINT8 | QVIM_LSB, mask);
+  if (set <= 0)
+    return within({"the image to be written cannot be set up: "}, set < 0 ? set : int32_t{QVERR_USAGE});
+  int32_t code = b.has_predictors ? 0 : find_predictors(b, image);
+  for (; code == 0 && b.next_row < end; b.next_row = std::min(b.next_row + block_side, height)) {
+    if (callback) code = callback(b.next_row, end);
+    if (code == 0) code = fetch(b, image, b.next_row);
+    if (code == 0) code = encode_group(b);
+    if (code == 0) code = bufio_err(b.bits.stream());
+    if (code != 0) break;
+  }
+  return code;
+}
+
+int32_t writer::finish(int32_t result) {
+  for (const band *b : bands)
+    result = result < 0 || b->result < 0 ? std::min(result, b->result) : result ? result : b->result;
+  for (const band *b : bands)
+    if (result == 0 && b->next_row != b->end_row)
+      result = because(QVERR_USAGE, {"rows from ", b->next_row + 1, " on are missing"});
+  if (result == 0) {
+    bit_writer &bits = bands[0]->bits;
+    for (uint32_t i = 1; i < bands.size(); i++)
+      if (bands[i]->bits.stream()) bits.append(bands[i]->bits);
+    bits.finish();
+    put_end();
+    for (band *b : bands)
+      if (b->bits.stream()) result = worst(result, bufio_err(b->bits.stream()));
+  }
+  if (out == &file) {
+    bufio_done(&file);
+    result = worst(result, bufio_err(&file));
+  }
+  return result;
+}
+
+}  // namespace qvim::jpeg

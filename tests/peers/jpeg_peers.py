@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""Other people's programs judge our JPEG files, and write files for us to read.
+
+Needs djpeg and cjpeg of libjpeg-turbo, ImageMagick, and the Python module numpy. QVIMAGE_LIBRARY names the shared
+library. Prints its random seed."""
+import itertools
+import os
+import random
+import subprocess
+import sys
+import tempfile
+
+import numpy as np
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import qvimage_ctypes as qv
+
+seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
+print("seed", seed)
+rng = np.random.default_rng(seed)
+folder = tempfile.TemporaryDirectory(prefix="qvimage-peers-")
+path = lambda name: os.path.join(folder.name, name)
+passed = failed = 0
+
+
+def check(what, good, detail=""):
+    global passed, failed
+    if good:
+        passed += 1
+    else:
+        failed += 1
+        print("FAILED", what, detail)
+
+
+def run(*command):
+    return subprocess.run(command, capture_output=True)
+
+
+def picture(height, width, components):
+    """Smooth structure with noise and an edge."""
+    y, x, c = np.mgrid[0:height, 0:width, 0:components]
+    wave = (np.sin(x / 9 + c) + np.cos(y / 5) + 2) / 4 * 200 + 60 * (x > width // 2)
+    return np.clip(wave + rng.normal(0, 4, wave.shape), 0, 255).astype(np.uint8)
+
+
+def write_pnm(name, pixels):
+    height, width, components = pixels.shape
+    with open(name, "wb") as file:
+        file.write(b"P%d %d %d 255\n" % (6 if components == 3 else 5, width, height) + pixels.tobytes())
+
+
+def read_pnm(data):
+    magic, width, height = data.split(None, 3)[:3]
+    components = 3 if magic == b"P6" else 1
+    width, height = int(width), int(height)
+    return np.frombuffer(data[-width * height * components:], np.uint8).reshape(height, width, components)
+
+
+def djpeg(name):
+    return read_pnm(run("djpeg", "-dct", "float", "-pnm", name).stdout)
+
+
+def psnr(a, b):
+    return 10 * np.log10(255**2 / max(np.mean((a.astype(float) - b) ** 2), 1e-9))
+
+
+def segments(name, which):
+    """The data of all segments of a kind."""
+    data, at, found = open(name, "rb").read(), 2, []
+    while data[at + 1] != 0xDA:
+        length = int.from_bytes(data[at + 2:at + 4], "big")
+        if data[at + 1] == which:
+            found.append(data[at + 4:at + 2 + length])
+        at += 2 + length
+    return found
+
+
+def same_pixels(a, b):
+    """Ours are cut to whole numbers, those of others rounded, and limited before their colours are computed, too: that
+    shows where coarse tables make samples overshoot."""
+    if isinstance(a, int) or a.shape != b.shape:
+        return False
+    difference = np.abs(a.astype(int) - b)
+    return np.mean(difference > 3) < 0.05 and (difference.mean() < 0.9 or a.size < 1000)
+
+
+# --- ours, read by others, beside theirs of the same picture -----------------------------------------------------
+
+sizes = [(192, 256), (57, 83), (1, 1), (9, 200), (200, 7)]
+for (height, width), components, quality in itertools.product(sizes, (1, 3), (5, 50, 75, 90, 100)):
+    what = f"ours: {width} x {height}, {components} components, quality {quality}"
+    source = picture(height, width, components)
+    check(what, qv.jpegwrite(path("o.jpg"), source, quality) == 0)
+    theirs = run("djpeg", "-dct", "float", "-pnm", path("o.jpg"))
+    check(what + ": djpeg is content", theirs.returncode == 0 and not theirs.stderr, theirs.stderr)
+    decoded = read_pnm(theirs.stdout)
+    pixels, code = qv.jpegread(path("o.jpg"))
+    check(what + ": read by us as by djpeg", same_pixels(pixels, decoded), code)
+    magick = run("convert", path("o.jpg"), "-depth", "8", ("gray" if components == 1 else "rgb") + ":-")
+    check(what + ": ImageMagick", magick.returncode == 0 and len(magick.stdout) == source.size and
+          same_pixels(np.frombuffer(magick.stdout, np.uint8).reshape(source.shape), decoded), magick.stderr)
+
+    write_pnm(path("s.pnm"), source)
+    coded = run("cjpeg", "-dct", "float", "-baseline", "-quality", str(quality), "-sample", "1x1", "-outfile", path("c.jpg"), path("s.pnm"))
+    check(what + ": cjpeg", coded.returncode == 0, coded.stderr)
+    for kind, marker in (("quantisation", 0xDB), ("Huffman", 0xC4)):
+        check(what + f": the {kind} tables of cjpeg", b"".join(segments(path("o.jpg"), marker)) == b"".join(segments(path("c.jpg"), marker)))
+    if width % 8 == 0 and height % 8 == 0:  # we leave the columns that fill the last blocks black
+        ours, their = psnr(source, decoded), psnr(source, djpeg(path("c.jpg")))
+        check(what + ": as good as cjpeg's", ours > their - 0.05, f"{ours:.3f} dB, {their:.3f} dB")
+    if quality >= 75:
+        qv.jpegwrite(path("i.jpg"), source, quality, 105)
+        check(what + ": in integers", same_pixels(qv.jpegread(path("i.jpg"))[0], djpeg(path("i.jpg"))) and
+              psnr(source, djpeg(path("i.jpg"))) > 20)
+
+# --- theirs, read by us ------------------------------------------------------------------------------------------
+
+for (height, width), components, options in itertools.product(
+        sizes, (1, 3), ([], ["-optimize"], ["-quality", "30"], ["-quality", "100", "-optimize"], ["-quality", "1", "-baseline"])):
+    what = f"theirs: {width} x {height}, {components} components, {' '.join(options)}"
+    write_pnm(path("s.pnm"), picture(height, width, components))
+    run("cjpeg", *options, "-sample", "1x1", "-outfile", path("t.jpg"), path("s.pnm"))
+    pixels, code = qv.jpegread(path("t.jpg"))
+    check(what, same_pixels(pixels, djpeg(path("t.jpg"))), code)
+
+write_pnm(path("s.pnm"), picture(40, 50, 3))
+for options, words in ((["-sample", "2x1"], "4:2:2"), (["-sample", "2x2"], "4:2:0"), (["-progressive"], "progressive"), (["-quality", "1"], "extended"),
+                       (["-arithmetic"], "arithmetic"), (["-rgb"], "RGB"), (["-restart", "1"], "restart")):
+    run("cjpeg", *(["-sample", "1x1"] if "-sample" not in options else []), *options, "-outfile", path("r.jpg"), path("s.pnm"))
+    code, words_found = qv.jpegread(path("r.jpg"))
+    check(f"theirs: {' '.join(options)}", isinstance(code, int) and code == -11 and
+          (words in words_found or options == ["-rgb"]), (code, words_found))
+
+print(f"{passed} passed, {failed} failed")
+sys.exit(1 if failed or not passed else 0)
