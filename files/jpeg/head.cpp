@@ -57,7 +57,7 @@ class parser {
 
   int32_t parse() {
     if (in_.get<uint8_t>() != 0xFF || in_.get<uint8_t>() != soi)
-      return worst(because(QVERR_FORMAT, {"no JPEG file"}), bufio_err(&stream_));
+      return because(QVERR_FORMAT, {"no JPEG file"});
     for (;;) {
       const uint64_t at = find_ones(stream_, in_.position());
       in_.seek(std::min(at + 1, stream_.filelen));
@@ -73,7 +73,7 @@ class parser {
  private:
   int32_t end_of_file() {
     if (h_.data_begin == 0) return because(QVERR_FORMAT, {"the file ends before its pixels"});
-    return worst(check(), bufio_err(&stream_));
+    return check();
   }
 
   int32_t segment(uint8_t m) {
@@ -105,7 +105,7 @@ class parser {
   // The bytes of a segment.
   checked_reader data() {
     const uint16_t length = in_.get<uint16_t>();
-    if (length < 2) in_.fail();
+    if (length < 2) in_.fail({"a segment of ", length, " bytes"});
     return in_.chunk(length < 2 ? 0 : length - 2u);
   }
 
@@ -285,7 +285,9 @@ int32_t head::read(bufio &stream) {
   dc[1] = chrominance_dc;
   ac[0] = luminance_ac;
   ac[1] = chrominance_ac;
-  return parser(stream, *this).parse();
+  const int32_t code = parser(stream, *this).parse();
+  const int32_t failure = bufio_err(&stream);  // what could not be read was no broken file
+  return failure == QVERR_IO || failure == QVERR_MEMORY ? failure : code;
 }
 
 }  // namespace qvim::jpeg

@@ -18,19 +18,28 @@ writer::~writer() {
   bufio_done(&file);
 }
 
+namespace {
+
+// Of four pixies the first three are written.
+bool is_served(const qvimagedata &d) {
+  return d.pixietype == QVIM_UINT8 && d.i_bitsused == 8 && (d.pixies == 1 || d.pixies == 3 || d.pixies == 4);
+}
+uint32_t components_of(const qvimagedata &d) { return d.pixies == 1 ? 1 : 3; }
+
+}  // namespace
+
 int32_t writer::set_form(const qvimage &image, const qvimagefileinfo *options) {
   const int64_t across = int64_t(image.wind.se.x) - image.wind.nw.x,
                 down = int64_t(image.wind.se.y) - image.wind.nw.y;
   if (across < 1 || down < 1 || across > highest_side || down > highest_side)
     return because(QVERR_USAGE, {"JPEG has 1 to ", highest_side, " pixels a side: ", across, " x ", down});
   const qvimagedata &d = image.d;
-  const bool served = d.pixies == 1 || d.pixies == 3 || d.pixies == 4;
-  if (d.pixietype != QVIM_UINT8 || d.i_bitsused != 8 || !served)
+  if (!is_served(d))
     return because(QVERR_DATATYPE,
                    {"JPEG has 1 or 3 components of 8 bits, not ", d.pixies, " of ", d.i_bitsused});
   width = uint32_t(across);
   height = uint32_t(down);
-  components = d.pixies == 1 ? 1 : 3;
+  components = components_of(d);
   is_integer = options && options->jpg_encodemode == integer_mode;
 
   const int32_t quality = quality_of(options);
@@ -54,7 +63,7 @@ int32_t writer::make_bands(uint32_t count, const uint32_t *first_rows) {
       return because(QVERR_USAGE, {"band ", i + 1, " begins at row ", first + 1});
     b.first_row = b.next_row = std::min(first, height);
     b.end_row = height;
-    b.has_predictors = i == 0;
+    b.has_predictors = first == 0;
     if (i) bands[i - 1]->end_row = b.first_row;
   }
   for (uint32_t i = 0; i < count; i++) {
@@ -86,7 +95,7 @@ int32_t writer::check(const qvimage &image) const {
                          int64_t(image.wind.se.y) - image.wind.nw.y == height;
   const qvimagedata &d = image.d;
   if (!same_size) return because(QVERR_USAGE, {"the image has another size than the file"});
-  if (d.pixietype != QVIM_UINT8 || d.i_bitsused != 8 || (d.pixies == 1 ? 1u : 3u) != components)
+  if (!is_served(d) || components_of(d) != components)
     return because(QVERR_DATATYPE, {"the image has other pixels than the file"});
   return 0;
 }

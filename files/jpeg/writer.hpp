@@ -23,7 +23,7 @@ struct band {
   array<uint8_t> lines;  // eight rows; zeros beyond the picture's width
   uint32_t first_row = 0, end_row = 0;
   uint32_t next_row = 0;                     // all before it are coded
-  bool has_predictors = false;               // those of a band that has others before it
+  bool has_predictors = false;               // those of a band that has rows before it
   int32_t predictors[most_components] = {};  // the DC coefficients of the MCU before
   int32_t result = 0;                        // why it stopped
 

@@ -1,0 +1,475 @@
+// JPEG files: what bands, streams and options make of a picture, what comes back, and what is refused.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include <qvimage/error.h>
+#include <qvimage/jpeg.h>
+#include <qvimage/memory.h>
+#include <qvimage/types.h>
+
+#include "files/jpeg/transform.hpp"
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+#include "tests/kernels/kernel_levels.hpp"
+
+#if QVIM_TEST_LEVELS
+namespace qvim::jpeg {
+extern "C" decltype(jpeg_forward_rgb) jpeg_forward_rgb_v1, jpeg_forward_rgb_v3, jpeg_forward_rgb_v4;
+extern "C" decltype(jpeg_forward_grey) jpeg_forward_grey_v1, jpeg_forward_grey_v3, jpeg_forward_grey_v4;
+extern "C" decltype(jpeg_inverse_rgb) jpeg_inverse_rgb_v1, jpeg_inverse_rgb_v3, jpeg_inverse_rgb_v4;
+extern "C" decltype(jpeg_inverse_grey) jpeg_inverse_grey_v1, jpeg_inverse_grey_v3, jpeg_inverse_grey_v4;
+}  // namespace qvim::jpeg
+#endif
+
+namespace {
+
+using bytes = std::vector<uint8_t>;
+
+// Waves, an edge and some noise.
+struct picture {
+  int width, height, pixies;
+  bytes pixels;
+  qvimage image;
+
+  picture(int w, int h, int n) : width(w), height(h), pixies(n), pixels(size_t(w * h * n)) {
+    std::minstd_rand noise(1);
+    for (size_t i = 0; i < pixels.size(); i++) {
+      const int x = int(i) / n % w, y = int(i) / n / w, c = int(i) % n;
+      pixels[i] = uint8_t((x * x / 40 + 3 * y + 40 * c) % 160 + (x > w / 2 ? 60 : 0) + int(noise() % 8));
+    }
+    reset(image);
+  }
+  void reset(qvimage &im, int bits = 8) {
+    const int32_t size[2] = {width, height};
+    EXPECT_EQ(qvimage_memory(&im, pixels.data(), size, 0, 1, bits, pixies, pixies == 1 ? 1 : 64 + pixies, 0),
+              0);
+  }
+};
+
+qvimagefileinfo of_quality(int tenths, uint16_t mode = 0) {
+  qvimagefileinfo info{};
+  info.jpg_quality = tenths;
+  info.jpg_encodemode = mode;
+  return info;
+}
+
+// Codes bands that begin at these rows, the last one first.
+int32_t write_bands(picture &p, const std::string &path, std::vector<uint32_t> first_rows,
+                    qvimagefileinfo &info, bool threads = false) {
+  jpegcontext *c = nullptr;
+  const uint32_t bands = uint32_t(first_rows.size()) + 1;
+  int32_t code = qvimage_jpegwrite0(&c, bands, nullptr, &p.image, first_rows.data(), path.c_str(), nullptr, 0,
+                                    nullptr, &info);
+  if (code < 0) return code;
+  first_rows.insert(first_rows.begin(), 0);
+  first_rows.push_back(uint32_t(p.height));
+  const auto encode = [&](uint32_t band) {
+    qvimage record;
+    p.reset(record);
+    const int32_t rows[2] = {int32_t(first_rows[band]), int32_t(first_rows[band + 1])};
+    EXPECT_EQ(qvimage_jpegwrite1(&c, band, nullptr, &record, rows), 0);
+  };
+  std::vector<std::thread> running;
+  for (uint32_t band = bands; band--;) threads ? void(running.emplace_back(encode, band)) : encode(band);
+  for (std::thread &t : running) t.join();
+  return qvimage_jpegwrite2(&c, nullptr, &p.image, path.c_str(), nullptr, 0);
+}
+
+bytes saved(picture &p, const std::string &path, qvimagefileinfo info = of_quality(900)) {
+  EXPECT_EQ(qvimage_jpegwrite(nullptr, &p.image, path.c_str(), nullptr, 0, nullptr, &info), 0);
+  return file_bytes(path);
+}
+
+struct opened {
+  qvimage im;
+  jpegcontext *c = nullptr;
+  int32_t code;
+  explicit opened(const std::string &path) {
+    code = qvimage_jpegread(&im, &c, path.c_str(), nullptr, 0, nullptr);
+    if (code < 0) return;
+    EXPECT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, im.d.pixies == 1 ? 1 : 7), 1);
+  }
+  ~opened() { EXPECT_EQ(qvimage_jpegreaddone(&im, &c), code < 0 ? -1 : 0); }
+  bytes read(int x, int y, uint32_t n) {
+    bytes to(n * uint32_t(im.d.pixies));
+    to.resize(im.ioread(&im, 0, to.data(), n, x, y) * uint32_t(im.d.pixies));
+    return to;
+  }
+  bytes all() { return read(0, 0, uint32_t(im.imdim.se.x * im.imdim.se.y)); }
+};
+
+}  // namespace
+
+TEST(Jpeg, AnyBandsGiveTheSameFileThreads) {
+  const temporary_folder folder;
+  for (const int pixies : {1, 3, 4})
+    for (const uint16_t mode : {0, 105})
+      for (const auto &[width, height] : {std::pair{61, 77}, {8, 16}, {1, 33}, {200, 40}}) {
+        picture p(width, height, pixies);
+        qvimagefileinfo info = of_quality(870, mode);
+        const bytes one = saved(p, folder / "one.jpg", info);
+        for (const std::vector<uint32_t> &rows :
+             {std::vector<uint32_t>{8}, {8, 8, 24}, {8, 16, 24, 32}, {32}, {0, 0}})
+          for (const bool threads : {false, true}) {
+            ASSERT_EQ(write_bands(p, folder / "many.jpg", rows, info, threads), 0)
+                << width << " x " << height;
+            EXPECT_EQ(file_bytes(folder / "many.jpg"), one)
+                << width << " x " << height << ", " << rows.size();
+          }
+      }
+}
+
+TEST(Jpeg, PixelsComeBack) {
+  const temporary_folder folder;
+  for (const int pixies : {1, 3})
+    for (const auto &[width, height] : {std::pair{64, 48}, {61, 77}, {1, 1}, {129, 9}}) {
+      picture p(width, height, pixies);
+      saved(p, folder / "p.jpg", of_quality(1000));
+      opened o(folder / "p.jpg");
+      ASSERT_EQ(o.code, 0);
+      EXPECT_EQ(o.im.d.pixelhint, pixies == 1 ? QVIM_HINT_GREY : QVIM_HINT_RGB);
+      const bytes all = o.all();
+      ASSERT_EQ(all.size(), p.pixels.size());
+      for (size_t i = 0; i < all.size(); i++) ASSERT_NEAR(all[i], p.pixels[i], 4) << i;
+      // In any order, through a new reader, too, which knows no row yet.
+      opened fresh(folder / "p.jpg");
+      std::minstd_rand random(7);
+      for (int i = 0; i < 40; i++) {
+        const int x = int(random() % unsigned(width)), y = int(random() % unsigned(height));
+        const uint32_t n = 1 + unsigned(random()) % unsigned(width - x);
+        const auto from = all.begin() + (y * width + x) * pixies;
+        EXPECT_EQ(fresh.read(x, y, n), bytes(from, from + int(n) * pixies)) << x << ", " << y;
+      }
+    }
+}
+
+namespace {
+
+struct transforms {
+  int level;  // 0: those of the library
+  decltype(&qvim::jpeg::jpeg_forward_rgb) forward_rgb;
+  decltype(&qvim::jpeg::jpeg_forward_grey) forward_grey;
+  decltype(&qvim::jpeg::jpeg_inverse_rgb) inverse_rgb;
+  decltype(&qvim::jpeg::jpeg_inverse_grey) inverse_grey;
+};
+#define QVIM_TRANSFORMS(n, level)                                                 \
+  {                                                                               \
+    n, qvim::jpeg::jpeg_forward_rgb##level, qvim::jpeg::jpeg_forward_grey##level, \
+        qvim::jpeg::jpeg_inverse_rgb##level, qvim::jpeg::jpeg_inverse_grey##level \
+  }
+const transforms versions[] = {QVIM_TRANSFORMS(0, ),
+#if QVIM_TEST_LEVELS
+                               QVIM_TRANSFORMS(1, _v1), QVIM_TRANSFORMS(3, _v3), QVIM_TRANSFORMS(4, _v4)
+#endif
+};
+
+// Five MCUs in colours, ten in grey, there and back.
+bytes transformed(const transforms &t, const picture &p) {
+  using namespace qvim::jpeg;
+  factors divisors, scales;
+  uint16_t table[block_size];
+  for (uint32_t i = 0; i < block_size; i++) table[i] = uint16_t(1 + i / 3);
+  set_divisors(table, divisors);
+  set_scales(table, scales);
+  const factors *const all_scales[3] = {&scales, &scales, &scales};
+  block blocks[15], grey[15];
+  extent extents[15] = {};
+  std::fill_n(extents, 10, extent::all);
+  bytes result(sizeof blocks + sizeof grey), lines(8 * 160);
+  t.forward_rgb(p.pixels.data(), 120, 5, &divisors, &divisors, blocks);
+  t.forward_grey(p.pixels.data(), 120, 15, &divisors, grey);
+  std::memcpy(result.data(), blocks, sizeof blocks);
+  std::memcpy(result.data() + sizeof blocks, grey, sizeof grey);
+  t.inverse_rgb(blocks, extents, 5, all_scales, lines.data(), 160);
+  result.insert(result.end(), lines.begin(), lines.end());
+  t.inverse_grey(grey, extents, 15, &scales, lines.data(), 160);
+  result.insert(result.end(), lines.begin(), lines.end());
+  return result;
+}
+
+}  // namespace
+
+TEST(Jpeg, TransformsGiveTheSameBitsOnEveryLevel) {
+  const picture p(8 * 5, 8, 3);
+  for (const transforms &t : versions)
+    EXPECT_TRUE(t.level == 0 || !qvim::test::runs_here(t.level) ||
+                transformed(t, p) == transformed(versions[0], p))
+        << t.level;
+}
+
+TEST(Jpeg, WhatFilesSayComesBack) {
+  const temporary_folder folder;
+  picture p(20, 10, 3);
+  qvimagefileinfo info = of_quality(750, 105);
+  info.jpg_xdensity = 300;
+  info.jpg_ydensity = 150;
+  info.jpg_densityunit = 2;
+  char first[] = "one", third[] = "EncodeModeless";
+  info.jpg_comment[0] = first;
+  info.jpg_comment[2] = third;
+  saved(p, folder / "i.jpg", info);
+  qvimagefileinfo back;
+  ASSERT_EQ(qvimage_jpeginfo(&back, (folder / "i.jpg").c_str(), nullptr, 0), 0);
+  EXPECT_EQ(back.width, 20u);
+  EXPECT_EQ(back.height, 10u);
+  EXPECT_EQ(back.pagecount, 1u);
+  EXPECT_STREQ(back.type, "jpg");
+  EXPECT_EQ(back.data.pixies, 3);
+  EXPECT_EQ(back.jpg_quality, 750);
+  EXPECT_EQ(back.jpg_encodemode, 105);
+  EXPECT_EQ(back.jpg_xdensity, 300);
+  EXPECT_EQ(back.jpg_ydensity, 150);
+  EXPECT_EQ(back.jpg_densityunit, 2);
+  EXPECT_STREQ(back.jpg_comment[0], "one");
+  EXPECT_STREQ(back.jpg_comment[1], "EncodeModeless");
+  EXPECT_EQ(back.jpg_comment[2], nullptr);
+  saved(p, folder / "again.jpg", back);
+  EXPECT_EQ(file_bytes(folder / "again.jpg"), file_bytes(folder / "i.jpg"));
+  qvimage_jpeginfodone(&back);
+  EXPECT_EQ(back.jpg_comment[0], nullptr);
+}
+
+// The largest and the smallest quality's tables, what is unknown, and what only seems to be so.
+TEST(Jpeg, QualitiesScaleTables) {
+  const temporary_folder folder;
+  picture p(8, 8, 1);
+  const struct {
+    int tenths;
+    uint8_t known;
+    int first, second;  // entries of the luminance table
+    int read;
+  } cases[] = {{0, 0, 16, 11, 500},   {0, 1, 255, 255, 0},   {9, 0, 255, 255, 9},
+               {1000, 0, 1, 1, 1000}, {10, 0, 255, 255, 10}, {250, 0, 32, 22, 250},
+               {750, 0, 8, 6, 750},   {5000, 0, 1, 1, 5000}, {-5, 0, 255, 255, -5}};
+  for (const auto &c : cases) {
+    qvimagefileinfo info = of_quality(c.tenths), back;
+    info.jpg_reserved = c.known;
+    const bytes file = saved(p, folder / "q.jpg", info);
+    const bytes marker = {0xFF, 0xDB, 0, 67, 0};
+    const auto at = std::search(file.begin(), file.end(), marker.begin(), marker.end());
+    ASSERT_LT(at, file.end());
+    EXPECT_EQ(at[5], c.first) << c.tenths;
+    EXPECT_EQ(at[6], c.second) << c.tenths;
+    ASSERT_EQ(qvimage_jpeginfo(&back, (folder / "q.jpg").c_str(), nullptr, 0), 0);
+    EXPECT_EQ(back.jpg_quality, c.read);
+    qvimage_jpeginfodone(&back);
+  }
+}
+
+TEST(Jpeg, CallersStreamsAreWrittenAndReadWhereTheyStand) {
+  picture p(30, 20, 3);
+  bufio b;
+  ASSERT_EQ(bufio_init(&b, nullptr, nullptr, 9, BUFIO_MEMORY), 0);
+  b.pos = 1000;
+  qvimagefileinfo info = of_quality(900);
+  ASSERT_EQ(qvimage_jpegwrite(nullptr, &p.image, nullptr, nullptr, 0, &b, &info), 0);
+  const uint64_t end = b.pos;
+  EXPECT_EQ(b.filelen, end);
+  bufio_io(&b, const_cast<char *>("more"), 4, 'w');
+  b.pos = 1000;
+  qvimage im;
+  jpegcontext *c = nullptr;
+  ASSERT_EQ(qvimage_jpegread(&im, &c, nullptr, nullptr, 0, &b), 0);
+  bytes to(p.pixels.size());
+  ASSERT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, 7), 1);
+  EXPECT_EQ(im.ioread(&im, 0, to.data(), 600, 0, 0), 600u);
+  qvimagefileinfo said;
+  ASSERT_EQ(qvimage_jpegreadinfo(c, &said), 0);
+  EXPECT_EQ(said.jpg_quality, 0) << "a stream has no comments of ours";
+  EXPECT_EQ(qvimage_jpegreaddone(&im, &c), 0);
+  EXPECT_EQ(bufio_err(&b), 0);
+  b.pos = end;
+  EXPECT_EQ(bufio_getc(&b), 'm') << "the stream stays open";
+  bufio_done(&b);
+}
+
+namespace {
+
+// Bytes of a segment, after its marker and before its length.
+using change = std::function<void(bytes &)>;
+change put(bytes marker, size_t at, uint8_t value) {
+  return [=](bytes &file) {
+    const auto found = std::search(file.begin(), file.end(), marker.begin(), marker.end());
+    ASSERT_LT(found, file.end());
+    found[long(at)] = value;
+  };
+}
+change insert(bytes segment) {
+  return [=](bytes &file) { file.insert(file.begin() + 2, segment.begin(), segment.end()); };
+}
+
+}  // namespace
+
+TEST(Jpeg, WhatIsNotServedIsRefused) {
+  const temporary_folder folder;
+  picture p(20, 20, 3);
+  const bytes good = saved(p, folder / "good.jpg"), frame = {0xFF, 0xC0}, scan = {0xFF, 0xDA},
+              tables = {0xFF, 0xC4, 0, 31, 1};
+  const struct {
+    const char *what;
+    change make;
+    int32_t code;
+  } cases[] = {{"no start", put({0xFF, 0xD8}, 1, 0xD9), -10},
+               {"progressive", put(frame, 1, 0xC2), -11},
+               {"arithmetic", put(frame, 1, 0xC9), -11},
+               {"12 bits", put(frame, 4, 12), -11},
+               {"no height", put(frame, 6, 0), -11},
+               {"five components", put(frame, 9, 5), -10},
+               {"subsampled", put(frame, 11, 0x22), -11},
+               {"no such quantisation table", put(frame, 12, 1), 0},
+               {"third quantisation table used", put(frame, 12, 2), -10},
+               {"third quantisation table", put({0xFF, 0xDB, 0, 67, 1}, 4, 2), -10},
+               {"Huffman table of slot 4", put(tables, 4, 4), -10},
+               {"tables of slot 3 unset", put(scan, 6, 0x33), -10},
+               {"too many codes of one bit", put(tables, 5, 3), -10},
+               {"a scan of one component", put(scan, 4, 1), -11},
+               {"components exchanged", put(scan, 5, 2), -10},
+               {"restart intervals", insert({0xFF, 0xDD, 0, 4, 0, 9}), -11},
+               {"no restart intervals", insert({0xFF, 0xDD, 0, 4, 0, 0}), 0},
+               {"fill bytes and lone markers", insert({0, 7, 0xFF, 0xFF, 0xD3, 0xFF, 0x01}), 0},
+               {"an unknown marker", insert({0xFF, 0x50}), -10},
+               {"a segment beyond the end", insert({0xFF, 0xE7, 0xFF, 0xFF}), -10},
+               {"a segment shorter than its length", insert({0xFF, 0xE7, 0, 1}), -10},
+               {"components as red, green, blue",
+                insert({0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0}), -11}};
+  for (const auto &c : cases) {
+    bytes file = good;
+    c.make(file);
+    file.resize(std::max<size_t>(file.size(), good.size()));
+    put_file(folder / "bad.jpg", file);
+    EXPECT_EQ(opened(folder / "bad.jpg").code, c.code) << c.what;
+    EXPECT_EQ(*qvimage_reason() != 0, c.code < 0) << c.what;
+  }
+  EXPECT_EQ(opened(folder / "none.jpg").code, -13);
+}
+
+TEST(Jpeg, RowsBeforeDamageAreDelivered) {
+  const temporary_folder folder;
+  picture p(64, 64, 3);
+  const bytes good = saved(p, folder / "p.jpg");
+  const bytes all = opened(folder / "p.jpg").all();
+  uint32_t before = 0;
+  for (size_t length = 2; length < good.size(); length += 37) {
+    put_file(folder / "cut.jpg", bytes(good.begin(), good.begin() + long(length)));
+    opened o(folder / "cut.jpg");
+    if (o.code < 0) {
+      EXPECT_EQ(o.code, -10);
+      EXPECT_EQ(before, 0u) << "the pixels have begun";
+      continue;
+    }
+    const bytes some = o.all();
+    EXPECT_GE(some.size(), before);
+    before = uint32_t(some.size());
+    EXPECT_EQ(before % (8 * 64 * 3), 0u);
+    EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin()));
+    EXPECT_EQ(int32_t(o.im.aeiou(&o.im, 'e', 1, 0, nullptr)), before < all.size() ? -10 : 0);
+    EXPECT_EQ(o.read(0, 0, 64).size(), before ? 64u * 3 : 0u) << "the rows above can still be read";
+  }
+  EXPECT_GE(before, 7u * 8 * 64 * 3);
+}
+
+TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
+  const temporary_folder folder;
+  const std::string path = folder / "w.jpg";
+  picture p(24, 24, 3), two(24, 24, 2), long_one(65536, 1, 1);
+  qvimage im, words;
+  jpegcontext *c = nullptr, *set = reinterpret_cast<jpegcontext *>(&im);
+  const uint32_t rows[2] = {8, 12}, falling[2] = {16, 8};
+  const int32_t size[2] = {4, 4};
+  uint16_t pixels[16 * 3] = {};
+  ASSERT_EQ(qvimage_memory(&words, pixels, size, 0, 2, 16, 3, 67, 0), 0);
+  p.reset(im, 7);
+  const auto begin = [&](jpegcontext **to, uint32_t bands, qvimage *image, const uint32_t *first,
+                         const char *name) {
+    return qvimage_jpegwrite0(to, bands, nullptr, image, first, name, nullptr, 0, nullptr, nullptr);
+  };
+  EXPECT_EQ(begin(nullptr, 1, &p.image, nullptr, path.c_str()), -1);
+  EXPECT_EQ(begin(&set, 1, &p.image, nullptr, path.c_str()), -1);
+  EXPECT_EQ(begin(&c, 0, &p.image, nullptr, path.c_str()), -1);
+  EXPECT_EQ(begin(&c, 1, nullptr, nullptr, path.c_str()), -1);
+  EXPECT_EQ(begin(&c, 1, &p.image, nullptr, nullptr), -1);
+  EXPECT_EQ(begin(&c, 246385, &p.image, rows, path.c_str()), -1);
+  EXPECT_EQ(begin(&c, 3, &p.image, rows, path.c_str()), -1) << "not a multiple of 8";
+  EXPECT_EQ(begin(&c, 3, &p.image, falling, path.c_str()), -1);
+  EXPECT_EQ(begin(&c, 1, &long_one.image, nullptr, path.c_str()), -1);
+  for (qvimage *image : {&two.image, &words, &im}) EXPECT_EQ(begin(&c, 1, image, nullptr, path.c_str()), -19);
+  EXPECT_EQ(begin(&c, 1, &p.image, nullptr, (folder / "none/w.jpg").c_str()), -14);
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &p.image, size), -1);
+  EXPECT_TRUE(folder.empty());
+
+  // A band that is not there, rows out of turn, another image, and a file without all its rows.
+  const int32_t all[2] = {0, 24}, some[2] = {0, 8}, later[2] = {16, 24};
+  ASSERT_EQ(begin(&c, 1, &p.image, nullptr, path.c_str()), 0);
+  EXPECT_EQ(qvimage_jpegreadinfo(c, nullptr), -64);
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 1, nullptr, &p.image, all), -1);
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &p.image, some), 0);
+  EXPECT_EQ(qvimage_jpegwrite2(&c, nullptr, &p.image, path.c_str(), nullptr, 0), -1) << "rows are missing";
+  EXPECT_TRUE(folder.empty());
+  ASSERT_EQ(begin(&c, 1, &p.image, nullptr, path.c_str()), 0);
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &p.image, later), -1);
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &two.image, some), -19);
+  EXPECT_EQ(qvimage_jpegwrite2(&c, nullptr, &p.image, path.c_str(), nullptr, 0), -19)
+      << "the worst result of a band";
+  EXPECT_TRUE(folder.empty());
+
+  // The callback hears of every eight rows, and ends the file.
+  static std::vector<std::pair<int64_t, int64_t>> heard;
+  heard.clear();
+  ASSERT_EQ(begin(&c, 1, &p.image, nullptr, path.c_str()), 0);
+  const auto callback = [](int64_t row, int64_t end) {
+    return heard.emplace_back(row, end), row == 16 ? 7 : 0;
+  };
+  EXPECT_EQ(qvimage_jpegwrite1(&c, 0, callback, &p.image, all), 7);
+  EXPECT_EQ(heard, (std::vector<std::pair<int64_t, int64_t>>{{0, 24}, {8, 24}, {16, 24}}));
+  EXPECT_EQ(qvimage_jpegwrite2(&c, nullptr, &p.image, path.c_str(), nullptr, 0), 7);
+  EXPECT_TRUE(folder.empty());
+}
+
+TEST(Jpeg, FaultsAreReportedAndLeaveNothing) {
+  const temporary_folder folder;
+  picture p(90, 70, 3);
+  qvimagefileinfo info = of_quality(950);
+  char text[] = "text";
+  info.jpg_comment[0] = text;
+  const bytes good = saved(p, folder / "good.jpg", info);
+  const auto write = [&] { return write_bands(p, folder / "new.jpg", {16, 48}, info); };
+  const auto read = [&]() -> int32_t {
+    qvimagefileinfo back;
+    if (const int32_t code = qvimage_jpeginfo(&back, (folder / "good.jpg").c_str(), nullptr, 512); code < 0)
+      return code;
+    qvimage_jpeginfodone(&back);
+    opened o(folder / "good.jpg");
+    if (o.code < 0) return o.code;
+    o.all();
+    return int32_t(o.im.aeiou(&o.im, 'e', 1, 0, nullptr));
+  };
+  const int64_t live = live_allocations(), files = open_files();
+  for (const bool for_ever : {false, true})
+    for (const bool writing : {false, true}) {
+      const auto expect_clean = [&](int32_t code) {
+        EXPECT_TRUE(code == -2 || code == -7 || code == -13 || code == -14) << code;
+        EXPECT_EQ(live_allocations(), live);
+        EXPECT_EQ(open_files(), files);
+        EXPECT_FALSE(file_exists(folder / "new.jpg"));
+      };
+      for (int n = 0;; n++) {
+        fail_allocation fault(n, for_ever);
+        const int32_t code = writing ? write() : read();
+        if (!fault.fired()) break;
+        expect_clean(code);
+      }
+      std::filesystem::remove(folder / "new.jpg");
+      for (int n = 0;; n++) {
+        fail_call fault(any_but_remove & ~(writing ? 0u : uint32_t(call_close)), n, for_ever);
+        const int32_t code = writing ? write() : read();
+        if (!fault.fired()) break;
+        expect_clean(code);
+      }
+      std::filesystem::remove(folder / "new.jpg");
+    }
+}
