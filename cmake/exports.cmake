@@ -27,5 +27,6 @@ function(qvimage_write_exports map)
   list(JOIN names "\n" lines)
   file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/exports.txt CONTENT "${lines}\n")
   list(JOIN names ";\n    " lines)
-  file(CONFIGURE OUTPUT ${map} CONTENT "{\n  global:\n    ${lines};\n  local:\n    *;\n};\n")
+  set(node QVIMAGE_${PROJECT_VERSION_MAJOR})  # the version that programs ask for when they are loaded
+  file(CONFIGURE OUTPUT ${map} CONTENT "${node} {\n  global:\n    ${lines};\n  local:\n    *;\n};\n")
 endfunction()

@@ -9,7 +9,7 @@ install(TARGETS qvimage EXPORT qvimage-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/qvimage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE CHANGELOG.md docs/guide.md docs/formats.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 install(EXPORT qvimage-targets NAMESPACE qvimage:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/qvimage-config.cmake.in ${PROJECT_BINARY_DIR}/qvimage-config.cmake

@@ -49,10 +49,7 @@ bool append_block(bufio &b) {
 }
 
 // A position far beyond what the machine has must not take all of its memory before it fails.
-uint64_t physical_memory() {
-  static const uint64_t bytes = uint64_t(sysconf(_SC_PHYS_PAGES)) * uint64_t(sysconf(_SC_PAGESIZE));
-  return bytes;
-}
+uint64_t physical_memory() { return uint64_t(sysconf(_SC_PHYS_PAGES)) * uint64_t(sysconf(_SC_PAGESIZE)); }
 
 }  // namespace
 
