@@ -2,38 +2,17 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <malloc.h>
-#include <sys/stat.h>
 #include <tiffio.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 
 #include <qvimage/qvimage.h>
 
+#include "bench/files.hpp"
 #include "bench/frames.hpp"
 
 namespace {
-
-namespace fs = std::filesystem;
-
-// Files of the benchmark; gone when it ends.
-struct folder {
-  fs::path path;
-  folder() {
-    const char *base = std::getenv("TMPDIR");
-    std::string name = std::string(base ? base : "/tmp") + "/qvimage-bench-XXXXXX";
-    path = mkdtemp(name.data());
-  }
-  ~folder() { fs::remove_all(path); }
-  std::string operator/(const std::string &name) const { return (path / name).string(); }
-};
-folder &files() {
-  static folder f;
-  return f;
-}
 
 const frames::frame &picture(const std::string &name) {
   static const frames::frame grey = frames::grey16(4000, 3000), rgb = frames::rgb8(4000, 3000);
@@ -51,12 +30,6 @@ constexpr coding codings[] = {{"none", 1, COMPRESSION_NONE, 1},
 
 uint32_t rows_per_strip(const frames::frame &f) {
   return uint32_t(std::max<size_t>(65536 / f.row_bytes(), 1));
-}
-
-void must(bool good, const char *what) {
-  if (good) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
 }
 
 // --- ours
@@ -121,31 +94,6 @@ void read_libtiff(const frames::frame &f, const std::string &path, uint8_t *pixe
   TIFFClose(tif);
 }
 
-// --- plain calls
-// --------------------------------------------------------------------------------------------------
-
-// The frame through a block of 64 KiB: what any buffered writer or reader must do at least.
-void write_plain(const frames::frame &f, const std::string &path) {
-  const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0666);
-  static uint8_t *const block = static_cast<uint8_t *>(std::aligned_alloc(4096, 65536));
-  for (size_t at = 0; at < f.bytes.size(); at += 65536) {
-    const size_t n = std::min<size_t>(65536, f.bytes.size() - at);
-    std::memcpy(block, f.bytes.data() + at, n);
-    must(pwrite(fd, block, n, off_t(at)) == ssize_t(n), "pwrite");
-  }
-  close(fd);
-}
-void read_plain(const frames::frame &f, const std::string &path, uint8_t *pixels) {
-  const int fd = open(path.c_str(), O_RDONLY);
-  static uint8_t *const block = static_cast<uint8_t *>(std::aligned_alloc(4096, 65536));
-  for (size_t at = 0; at < f.bytes.size(); at += 65536) {
-    const size_t n = std::min<size_t>(65536, f.bytes.size() - at);
-    must(pread(fd, block, n, off_t(at)) == ssize_t(n), "pread");
-    std::memcpy(pixels + at, block, n);
-  }
-  close(fd);
-}
-
 // --- directories
 // --------------------------------------------------------------------------------------------------
 
@@ -200,15 +148,6 @@ void walk_libtiff(const std::string &path) {
 
 // --- registration
 // -------------------------------------------------------------------------------------------------
-
-template <class Operation>
-void time_it(const std::string &name, double bytes, double target, Operation operation) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
-    for (auto _ : state) operation();
-    if (bytes > 0) state.SetBytesProcessed(int64_t(bytes) * state.iterations());
-    if (target > 0) state.counters["target"] = target;
-  })->Unit(benchmark::kMillisecond);
-}
 
 double write_target(uint32_t compression) {
   return compression == 1 ? 1.0 : compression == 32773 ? 3.0 : 1.5;

@@ -8,6 +8,7 @@
 
 #include "core/memory.hpp"
 #include "core/pixel.hpp"
+#include "kernels/copy_bytes.hpp"
 
 namespace qvim::memory {
 namespace {
@@ -58,9 +59,9 @@ uint32_t copy(record<Dim> *im, uint32_t, caller<Direction> *buffer, uint32_t cou
   auto *bytes = static_cast<caller_byte<Direction> *>(buffer);
   return run<Dim>(im, count, at, [&](uint8_t *pixels, uint32_t segment) {
     if constexpr (Direction == towards::buffer)
-      std::memcpy(bytes, pixels, segment * pixel);
+      copy_bytes(bytes, pixels, segment * pixel);
     else
-      std::memcpy(pixels, bytes, segment * pixel);
+      copy_bytes(pixels, bytes, segment * pixel);
     bytes += segment * pixel;
   });
 }

@@ -174,7 +174,7 @@ void read_from_block(bufio &b, uint8_t *data, uint64_t count) {
   if (in_memory(b) && !grow_for(b, count, false)) {
     std::memset(data, 0, count);
   } else if (make_resident(b)) {
-    std::memcpy(data, b.bufp + (b.pos - b.bufpos), count);
+    copy_bytes(data, b.bufp + (b.pos - b.bufpos), count);
   } else {
     if (in_memory(b)) b.chainerr = 1;
     std::memset(data, 0, count);
@@ -223,7 +223,7 @@ void write_any(bufio &b, const uint8_t *data, uint64_t count) {
     } else {
       n = std::min(count, room_in_block(b));
       taken = make_resident(b);
-      if (taken) std::memcpy(b.bufp + (b.pos - b.bufpos), data, n);
+      if (taken) copy_bytes(b.bufp + (b.pos - b.bufpos), data, n);
       if (taken) b.dirty = 1;
       if (!taken && in_memory(b)) b.chainerr = 1;
     }

@@ -9,6 +9,8 @@
 
 #include <qvimage/bufio.h>
 
+#include "kernels/copy_bytes.hpp"
+
 namespace qvim {
 
 // Are these bytes at `pos` in the resident block?
@@ -23,7 +25,7 @@ inline void check_limit(bufio &b) {
 
 inline void read_bytes(bufio &b, void *data, uint64_t count) {
   if (is_resident(b, count) && b.pos < b.filelen && count <= b.filelen - b.pos) {
-    std::memcpy(data, b.bufp + (b.pos - b.bufpos), count);
+    copy_bytes(data, b.bufp + (b.pos - b.bufpos), count);
     b.pos += count;
     check_limit(b);
   } else {
@@ -33,7 +35,7 @@ inline void read_bytes(bufio &b, void *data, uint64_t count) {
 
 inline void write_bytes(bufio &b, const void *data, uint64_t count) {
   if (is_resident(b, count) && b.pos <= b.filelen) {
-    std::memcpy(b.bufp + (b.pos - b.bufpos), data, count);
+    copy_bytes(b.bufp + (b.pos - b.bufpos), data, count);
     b.dirty = 1;
     b.pos += count;
     if (b.pos > b.filelen) b.filelen = b.pos;

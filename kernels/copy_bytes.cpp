@@ -1,0 +1,14 @@
+// Long copies to any address.
+#include "kernels/copy_bytes.hpp"
+
+namespace qvim {
+
+void copy_in_pieces(void *to, const void *from, uint64_t count) {
+  constexpr uint64_t piece = string_copy_from - 64;  // still whole cache lines
+  auto *t = static_cast<uint8_t *>(to);
+  auto *f = static_cast<const uint8_t *>(from);
+  for (; count > piece; count -= piece, t += piece, f += piece) std::memcpy(t, f, piece);
+  std::memcpy(t, f, count);
+}
+
+}  // namespace qvim
