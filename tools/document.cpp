@@ -119,6 +119,7 @@ page::page() {
 volume::volume() { qvimage3_defnull(&image); }
 
 const description &descriptions::at(int64_t page) {
+  if (reader_.info_many == nullptr) page = 0;
   if (page < first_ || page >= first_ + static_cast<int64_t>(held_.size())) fetch(page);
   return held_[static_cast<size_t>(page - first_)];
 }

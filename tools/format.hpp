@@ -24,8 +24,8 @@ class page;
 // has pages that are opened one by one (`read`), or all together as planes (`read_all`), or both.
 struct reader {
   int32_t (*info)(qvimagefileinfo *info, const char *path, int64_t page);
-  int64_t (*info_many)(qvimagefileinfo *infos, int64_t count, const char *path,
-                       int64_t first);  // may be null
+  // Null: all pages of a file are alike.
+  int64_t (*info_many)(qvimagefileinfo *infos, int64_t count, const char *path, int64_t first);
   void (*info_done)(qvimagefileinfo *info);
   int32_t (*read)(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page);
   int32_t (*done)(qvimage *image, qvimage *palette, void **handle);

@@ -127,4 +127,10 @@ std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside,
       steps, std::move(file), std::move(where));
 }
 
+std::unique_ptr<pixels> read_ahead(pixels &page, const std::string &beside) {
+  if (page.threads() == 1 || page.row_bytes() * static_cast<size_t>(page.height()) > most_memory)
+    return nullptr;
+  return kept_in_scratch(page, beside, {}, beside, "the page");
+}
+
 }  // namespace tool

@@ -73,4 +73,8 @@ class pixels {
 std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside, std::span<const step> steps,
                                         std::string file, std::string where);
 
+// For what writes on one thread: pixels that fit into memory, read by several threads before. Null where one
+// thread does as well.
+std::unique_ptr<pixels> read_ahead(pixels &page, const std::string &beside);
+
 }  // namespace tool

@@ -1,5 +1,7 @@
 #include "tiff_layout.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "words.hpp"
@@ -8,10 +10,8 @@ namespace tool {
 
 namespace {
 
-constexpr uint64_t usual_strip = 65536;              // bytes, the library's default
-constexpr int most_bands = 64, good_many_bands = 8;  // enough for most machines; for small ones
-// All bands but the first are coded into memory: pages of more bytes than this are one band.
-constexpr uint64_t most_in_memory = uint64_t{1} << 29;
+constexpr uint64_t usual_strip = 65536;  // bytes, the library's default
+constexpr uint64_t most_bands = 64;
 
 uint64_t row_bytes(const qvimagedata &data, int32_t width) {
   const bool padded = data.pixies == 4 && is_rgb(data.pixelhint);
@@ -19,48 +19,59 @@ uint64_t row_bytes(const qvimagedata &data, int32_t width) {
   return (static_cast<uint64_t>(width) * samples * static_cast<uint64_t>(bits_of(data)) + 7) / 8;
 }
 
-uint64_t largest_divisor(uint64_t of, uint64_t most) {
-  uint64_t divisor = std::min(of, most);
-  while (of % divisor != 0) divisor--;
-  return divisor;
+// All bands but the first are coded into memory: at most a quarter of the machine's.
+uint64_t most_in_memory() {
+  return static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)) / 4;
 }
 
-struct cut {
-  int bands;
-  uint64_t rows;  // of a strip
-};
+// In how many ways strips can be dealt out evenly.
+uint64_t ways(uint64_t strips) {
+  uint64_t ways = 0;
+  for (uint64_t bands = 1; bands <= most_bands; bands++) ways += strips % bands == 0;
+  return ways;
+}
 
-// As many bands of whole strips as there can be, with strips of `least` to `most` rows.
-cut most_even_bands(uint64_t height, uint64_t least, uint64_t most) {
-  for (int bands = most_bands; bands > 1; bands--) {
-    const auto n = static_cast<uint64_t>(bands);
-    if (height % n != 0) continue;
-    const uint64_t rows = largest_divisor(height / n, most);
-    if (rows >= least) return {bands, rows};
+// Rows of a strip: those asked for, or down to half of them where the page divides better.
+uint64_t strip_rows(uint64_t height, uint64_t asked) {
+  uint64_t best = asked, most = height % asked == 0 ? ways(height / asked) : 0;
+  for (uint64_t rows = asked; rows > 0 && rows >= asked / 2; rows--) {
+    if (height % rows != 0 || ways(height / rows) <= most) continue;
+    most = ways(height / rows);
+    best = rows;
   }
-  return {1, most};
+  return best;
+}
+
+// The fewest bands that leave no thread with much more to do than the others.
+int32_t bands_for(uint64_t strips, uint64_t threads) {
+  uint64_t best = 1;
+  double least = 1;  // the part of the page that one thread has to do
+  for (uint64_t bands = 2; bands <= most_bands; bands++) {
+    if (strips % bands != 0) continue;
+    const uint64_t share = (bands + threads - 1) / threads;
+    const double part = static_cast<double>(share) / static_cast<double>(bands);
+    if (part > 0.95 * least) continue;
+    least = part;
+    best = bands;
+  }
+  return static_cast<int32_t>(best);
 }
 
 }  // namespace
 
 tiff_layout tiff_layout_of(const qvimagedata &data, int32_t width, int32_t height,
-                           const qvimagefileinfo &options, bool computed) {
+                           const qvimagefileinfo &options, bool computed, unsigned threads) {
   const bool coded = options.compression > 1;
   const uint64_t row = row_bytes(data, width), rows = static_cast<uint64_t>(height);
-  const tiff_layout one = {1, options.stripsize};
-  if ((!coded && !computed) || row == 0 || row * rows > most_in_memory) return one;
-
+  if (row == 0) return {options.stripsize, 1};
   const uint64_t asked = options.stripsize == 0 ? usual_strip : options.stripsize;
-  const uint64_t strip = std::clamp<uint64_t>(asked / row, 1, rows);
-  cut best = most_even_bands(rows, strip, strip);
-  // Where the strip asked for does not divide the page well, one of half its size may; the strips of uncoded
-  // pages stay as they are.
-  if (coded && best.bands < good_many_bands) {
-    const cut smaller = most_even_bands(rows, (strip + 1) / 2, strip);
-    if (smaller.bands > best.bands) best = smaller;
-  }
-  if (best.bands == 1) return one;
-  return {best.bands, best.rows * row};
+  const uint64_t fitting = std::clamp<uint64_t>(asked / row, 1, rows);
+  // Strips of uncoded pages stay as they are.
+  const uint64_t in_strip = coded ? strip_rows(rows, fitting) : fitting;
+  const bool divides = rows % in_strip == 0 && row * rows <= most_in_memory();
+  const bool useful = threads > 1 && (coded || computed);
+  return {coded ? in_strip * row : options.stripsize,
+          divides && useful ? bands_for(rows / in_strip, threads) : 1};
 }
 
 }  // namespace tool

@@ -1,4 +1,5 @@
-// How a TIFF page is cut: into strips, and into bands of strips that threads code at once.
+// How a TIFF page is cut: into strips, which make the file's bytes, and into bands of strips that threads code
+// at once, which do not.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +9,12 @@
 namespace tool {
 
 struct tiff_layout {
-  int32_t bands;
-  uint64_t strip;  // bytes, as options of the writer say it
+  uint64_t strip;  // bytes, as options of the writer say it; follows from the page and its options alone
+  int32_t bands;   // of as many whole strips each
 };
 
-// Follows from the page and its options alone, never from the number of threads, because bands begin with a
-// strip of their own. `data` describes the pixels; `computed` as in writer::add.
+// `data` describes the pixels. Threads are of use where pages are coded or, as `computed` says, made.
 tiff_layout tiff_layout_of(const qvimagedata &data, int32_t width, int32_t height,
-                           const qvimagefileinfo &options, bool computed);
+                           const qvimagefileinfo &options, bool computed, unsigned threads);
 
 }  // namespace tool

@@ -19,8 +19,7 @@ namespace tool {
 
 namespace {
 
-// In which order an image holds its components: files hold red first and Cb before Cr.
-bool blue_first(int32_t hint) { return hint == QVIM_HINT_BGR || hint == QVIM_HINT_BGRPAD; }
+// Files hold Cb before Cr.
 bool cr_first(int32_t hint) { return hint == QVIM_HINT_YCRCB || hint == QVIM_HINT_YCRCBPAD; }
 
 // Why the library refused what it was given; it says no more than that it did.
@@ -47,15 +46,26 @@ class tiff_writer : public writer {
   }
 
   void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool computed) override {
-    const qvimagedata data = page.data();
-    const tiff_layout layout = tiff_layout_of(data, page.width(), page.height(), options, computed);
+    const tiff_layout layout =
+        tiff_layout_of(page.data(), page.width(), page.height(), options, computed, page.threads());
     options.stripsize = layout.strip;
-    if (handle_ == nullptr || layout.bands != bands_) open(page, layout.bands, options);
+    const auto ahead = layout.bands == 1 && computed ? read_ahead(page, path_) : nullptr;
+    write(ahead ? *ahead : page, palette, options, layout.bands);
+  }
+
+  void finish() override {
+    if (handle_ != nullptr) close();
+  }
+
+ private:
+  void write(pixels &page, qvimage *palette, qvimagefileinfo &options, int32_t bands) {
+    const int32_t hint = page.data().pixelhint;
+    if (handle_ == nullptr || bands != bands_) open(page, bands, options);
     errno = 0;
-    const int32_t code = qvimage_tiffwritesetup(
-        &handle_, page.image(0), palette, &options, blue_first(data.pixelhint),
-        palette != nullptr && blue_first(palette->d.pixelhint), cr_first(data.pixelhint), pages_ > 0);
-    if (code == QVERR_USAGE) throw failure(shown_, code, why_refused(data, options));
+    const int32_t code = qvimage_tiffwritesetup(&handle_, page.image(0), palette, &options, blue_first(hint),
+                                                palette != nullptr && blue_first(palette->d.pixelhint),
+                                                cr_first(hint), pages_ > 0);
+    if (code == QVERR_USAGE) throw failure(shown_, code, why_refused(page.data(), options));
     checked(code, "the page cannot be set up");
     checked(qvimage_tiffwriteifdinit(&handle_), "writing failed");
     in_shares(page.threads(), bands_, [&](unsigned thread, int64_t first, int64_t last) {
@@ -66,11 +76,6 @@ class tiff_writer : public writer {
     pages_++;
   }
 
-  void finish() override {
-    if (handle_ != nullptr) close();
-  }
-
- private:
   // The number of bands is that of a handle: for another one the file is opened anew, behind its last page.
   void open(pixels &page, int32_t bands, qvimagefileinfo &options) {
     if (handle_ != nullptr) close();

@@ -1,6 +1,7 @@
 #include "words.hpp"
 
 #include <array>
+#include <string_view>
 
 #include <qvimage/data.h>
 
@@ -44,6 +45,18 @@ std::string describe_type(const qvimagedata &data) {
 std::string type_name(const qvimagedata &data) {
   return formatted("%s%d", is_float(data) ? "float" : "uint",
                    8 * qvimdatasize(static_cast<uint32_t>(data.pixietype)));
+}
+
+bool blue_first(int32_t hint) { return hint == QVIM_HINT_BGR || hint == QVIM_HINT_BGRPAD; }
+
+bool is_datetime(const std::string &text) {
+  constexpr std::string_view form = "0000:00:00 00:00:00";
+  if (text.size() != form.size()) return false;
+  for (size_t i = 0; i < form.size(); i++) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    if (form[i] == '0' ? !digit : text[i] != form[i]) return false;
+  }
+  return true;
 }
 
 bool is_rgb(int32_t hint) {
