@@ -25,6 +25,7 @@ class raster : public row_source {
   [[nodiscard]] int32_t read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) final;
   [[nodiscard]] int32_t read_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) final;
   [[nodiscard]] int32_t view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pixels) final;
+  bool finds_pixels() const final { return true; }
 
  protected:
   explicit raster(bufio *file) : row_source(file), file_(file) {}

@@ -40,6 +40,7 @@ class run {
       : s_(state_of<const state<Dim>>(im)),
         pixel_bytes_(uint32_t(im->f.pixelsize)),
         window_(box<Dim>::of(&im->wind)),
+        image_(box<Dim>::of(&im->imdim)),
         axes_(axes_of<Dim>(s_.axis)),
         at_(at),
         to_(static_cast<uint8_t *>(buffer)) {}
@@ -92,8 +93,12 @@ class run {
       return code;
     }
     const uint32_t n = std::min(most, extent(axes_[0]) - uint32_t(at_[axes_[0]]));
-    const int32_t code = s_.axis == scan::x ? row(n) : column(n);
-    if (code < 0) return code;
+    if (s_.axis != scan::x) {
+      const int32_t code = column(n, count);
+      pass_lines(1);
+      return code;
+    }
+    if (const int32_t code = row(n); code < 0) return code;
     *count = n;
     pass_lines(1);
     return 0;
@@ -128,29 +133,65 @@ class run {
     return 0;
   }
 
-  // Pixels along y or z, one at a time.
-  int32_t column(uint32_t n) {
+  // Pixels along y or z. *done says how many came before a failure.
+  int32_t column(uint32_t n, uint32_t *done) {
     const bool down = s_.axis == scan::y;
-    for (uint32_t i = 0; i < n; i++) {
-      if (!down || i == 0)
-        if (const int32_t code = select_plane(down ? 0 : i); code < 0) return code;
-      const uint32_t x = position(0), y = position(1) + (down ? i : 0);
-      uint8_t *const to = to_ + uint64_t(i) * s_.selected;
-      uint32_t count = in_plane(x, y, 1);
-      const uint8_t *pixel;
-      if (count == 0) {
+    if (down)
+      if (const int32_t code = select_plane(); code < 0) return code;
+    const bool kept = turns_to_columns(down, n);
+    for (; *done < n; ++*done) {
+      const uint8_t *pixel = nullptr;  // beyond the plane
+      if (const int32_t code = kept ? kept_pixel(down, *done, &pixel) : lone_pixel(down, *done, &pixel);
+          code < 0)
+        return code;
+      uint8_t *const to = to_ + uint64_t(*done) * s_.selected;
+      if (pixel)
+        std::memcpy(to, pixel + s_.first, s_.selected);
+      else
         std::memset(to, 0, s_.selected);
-        continue;
-      }
-      if (const int32_t code = source().view(y, x, &count, &pixel); code < 0) return code;
-      std::memcpy(to, pixel + s_.first, s_.selected);
     }
     return 0;
   }
 
+  // Are the pixels of this run and of those beside it to be kept? Not for a few that can be had by themselves.
+  bool turns_to_columns(bool down, uint32_t n) {
+    constexpr uint32_t few = 16;
+    if (n < few && (down ? source().finds_pixels() : n == 1)) return false;
+    const int along = down ? 1 : Dim::axes - 1;
+    const uint32_t fixed = !down ? position(1) : Dim::axes == 3 ? position(Dim::axes - 1) : 0;
+    const uint32_t from = position(along), lines = image_.extent(along);
+    if (from >= lines || n > lines - from) return false;
+    return source().kept_columns().turn_to({down, fixed, lines, image_.extent(0), pixel_bytes_}, position(0));
+  }
+
+  int32_t kept_pixel(bool down, uint32_t ahead, const uint8_t **pixel) {
+    columns &kept = source().kept_columns();
+    const uint32_t line = position(down ? 1 : Dim::axes - 1) + ahead, first = kept.first();
+    if (!kept.holds(line)) {
+      if (!down)
+        if (const int32_t code = select_plane(ahead); code < 0) return code;
+      const uint32_t y = down ? line : position(1), inside = in_plane(first, y, kept.width());
+      uint8_t *const piece = kept.piece(line);
+      if (inside)
+        if (const int32_t code = source().read(y, first, inside, piece); code < 0) return code;
+      std::memset(piece + uint64_t(inside) * pixel_bytes_, 0, uint64_t(kept.width() - inside) * pixel_bytes_);
+      kept.hold(line);
+    }
+    *pixel = kept.piece(line) + uint64_t(position(0) - first) * pixel_bytes_;
+    return 0;
+  }
+
+  int32_t lone_pixel(bool down, uint32_t ahead, const uint8_t **pixel) {
+    if (!down)
+      if (const int32_t code = select_plane(ahead); code < 0) return code;
+    const uint32_t x = position(0), y = position(1) + (down ? ahead : 0);
+    uint32_t count = in_plane(x, y, 1);
+    return count ? source().view(y, x, &count, pixel) : 0;
+  }
+
   const state<Dim> s_;
   const uint32_t pixel_bytes_;
-  const box<Dim> window_;
+  const box<Dim> window_, image_;
   const std::array<int, Dim::axes> axes_;  // the scanned one first
   point<Dim> at_;                          // of the next line, in the window
   uint8_t *to_;
@@ -199,6 +240,13 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
   s.convert = change.change == adapt::none ? nullptr : adapting_kernel(im->f.pixiesize, change.change);
   s.convert_param = change.param;
   s.swap = is_reversed(im->d, datatype) ? swapping_kernel(im->f.pixiesize) : nullptr;
+  if (axis != scan::x) {
+    locked hold(*s.source);
+    s.source->kept_columns().reserve(
+        uint32_t(im->imdim.se.x),
+        uint32_t(box<Dim>::of(&im->imdim).extent(axis == scan::y ? 1 : Dim::axes - 1)),
+        uint32_t(im->f.pixelsize));
+  }
   im->ioread = slots<Dim>::template read<read<Dim>>;
   im->iolen = slots<Dim>::template length<length<Dim>>;
   return 1;

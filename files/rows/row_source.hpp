@@ -8,6 +8,7 @@
 #include <qvimage/bufio.h>
 
 #include "core/result.hpp"
+#include "files/rows/columns.hpp"
 
 namespace qvim {
 
@@ -29,6 +30,12 @@ class row_source {
   // Where such pixels stand until the next call: *n is lowered to how many can be had at once, at least 1.
   [[nodiscard]] virtual int32_t view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pixels) = 0;
 
+  // Does a pixel cost as little by itself as among the others of its row?
+  virtual bool finds_pixels() const { return false; }
+
+  // For the image over the source.
+  columns &kept_columns() { return columns_; }
+
   // Transfers cannot return errors: they leave the worst here, and the stream ready for another try.
   void latch(int32_t code) {
     latched_ = worst(latched_, code);
@@ -48,6 +55,7 @@ class row_source {
   friend class locked;
   bufio *stream_;
   int32_t latched_ = 0;
+  columns columns_;
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 

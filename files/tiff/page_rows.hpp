@@ -23,6 +23,8 @@ class page_rows {
 
   uint32_t width() const { return width_; }
   uint32_t height() const { return height_; }
+  // Can any part of a row be had by itself?
+  bool plain() const { return plain_; }
 
   // Pixels of the page, from (x, y) on: n of them along the row; so many whole rows. They must lie inside the
   // page. 0, or -10, -7, -2.

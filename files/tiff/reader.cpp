@@ -76,7 +76,6 @@ int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
 }
 
 int32_t reader::read_page(uint64_t offset) {
-  started = false;
   return on_page(read_directory(&file, format, offset, &page, &where));
 }
 
@@ -114,20 +113,40 @@ int32_t reader::list_pages() {
   return page_count ? 0 : because(QVERR_FORMAT, {"the file has no pages"});
 }
 
-int32_t reader::read_colours() {
+int32_t reader::read_colours(array<uint8_t> *entries) {
   if (!page.present[ColorMap]) return 0;
-  return on_page(within({"colour map"}, read_colour_map(&file, format, page, where, &colours)));
+  return on_page(within({"colour map"}, read_colour_map(&file, format, page, where, entries)));
+}
+
+// The place for a page that is not open; null when memory is short.
+reader::open_page *reader::least_used() {
+  owned<open_page> *place = open_;
+  for (owned<open_page> &candidate : open_) {
+    if (!candidate) {
+      candidate = make_owned<open_page>(&file, &format);
+      return candidate.get();
+    }
+    if (candidate->used < (*place)->used) place = &candidate;
+  }
+  return place->get();
 }
 
 int32_t reader::start_page() {
-  // Beside a palette image the entries are the palette's pixels, and stay.
+  open_page *const opened = least_used();
+  if (!opened) return QVERR_MEMORY;
+  opened->number = no_page;
+  if (now_ == opened) now_ = nullptr;
+  // Beside a palette image there are indices.
   const bool expands = page.present[ColorMap] && presented == mapped_as::colours;
-  if (expands)
-    if (const int32_t code = read_colours(); code < 0) return code;
+  int32_t code = expands ? read_colours(&opened->colours) : 0;
+  if (code < 0) return code;
   const uint32_t pixel_bytes = uint32_t(qvimdatasize(uint32_t(data.pixietype)) * data.pixies);
-  const int32_t code = rows.start(page, where, pixel_bytes, expands ? colours.data() : nullptr);
-  started = code == 0;
-  return on_page(code);
+  code = opened->rows.start(page, where, pixel_bytes, expands ? opened->colours.data() : nullptr);
+  if (code < 0) return on_page(code);
+  opened->number = number;
+  opened->used = ++selections_;
+  now_ = opened;
+  return 0;
 }
 
 int32_t reader::turn_to(uint64_t n) {
@@ -141,8 +160,16 @@ int32_t reader::turn_to(uint64_t n) {
 }
 
 int32_t reader::select(uint64_t n) {
-  if (page_count == 0) return started ? 0 : start_page();
-  if (n == number && started) return 0;
+  const bool is_stack = page_count > 0;
+  if (!is_stack) n = number;
+  if (now_ && now_->number == n) return 0;
+  for (owned<open_page> &candidate : open_)
+    if (candidate && candidate->number == n) {
+      now_ = candidate.get();
+      now_->used = ++selections_;
+      return 0;
+    }
+  if (!is_stack) return start_page();
   if (const int32_t code = turn_to(n); code < 0) return code;
   const qvimagedata here = describe(page, presented);
   if (std::memcmp(&here, &data, sizeof here) != 0)
@@ -179,7 +206,7 @@ int32_t open(Record *im, qvimage *palette, tiffhandle **h, const char *path, con
   if (!r) return QVERR_MEMORY;
   int32_t code = r->open(path, fopenmode, bufsize);
   if (code == 0) code = find(*r, im, page);
-  if (code == 0 && !infoonly && palette) code = r->read_colours();
+  if (code == 0 && !infoonly && palette) code = r->read_colours(&r->colours);
   if (code == 0 && !infoonly) code = r->start_page();
   if (code == 0 && palette && r->colours.size())
     code = present_palette(palette, r->page.bits()[0], r->colours);

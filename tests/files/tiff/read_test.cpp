@@ -7,6 +7,7 @@
 
 #include <qvimage/memory.h>
 
+#include "files/rows/columns.hpp"
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
 #include "tests/files/tiff/opened.hpp"
@@ -328,6 +329,57 @@ TEST(TiffAccess, RowsInAnyOrderAreTheSame) {
       for (int i = 0; i < 40; i++) expect_rows(uint32_t(random() % p.height), uint32_t(1 + random() % 100));
       expect_rows(p.height - 1, 1);
       for (uint32_t y = 0; y < std::min(p.height, 400u); y++) expect_rows(y, 1);
+    }
+}
+
+TEST(TiffAccess, ColumnsOfPagesThatAreNotKeptWhole) {
+  constexpr uint32_t different = 50;  // rows, again and again
+  page_spec p{.width = 8200, .height = 8210, .compression = 32773, .rows_per_strip = 1};
+  p.stored = [](uint32_t x, uint32_t y, uint32_t) { return x / 3 % 31 == 0 ? x + y : x / 100 + y * 7; };
+  builder b;
+  std::vector<uint64_t> at, sizes;
+  for (uint32_t y = 0; y < different; y++) {
+    const bytes strip = pack_bits(p, b.encode_row(p, y), p.width);
+    at.push_back(b.file().size());
+    sizes.push_back(strip.size());
+    b.append_bytes(strip);
+  }
+  p.tags[273] = p.tags[279] = {4, {}};
+  for (uint32_t y = 0; y < p.height; y++) {
+    p.tags[273].values.push_back(at[y % different]);
+    p.tags[279].values.push_back(sizes[y % different]);
+  }
+  opened_page o(b.page(p).file());
+  ASSERT_EQ(o.code, 0);
+  ASSERT_GT(uint64_t{p.width} * p.height, qvim::columns::most_bytes);
+  {
+    const fail_allocation fault(0, true);
+    EXPECT_EQ(read_run(o.image, QVIM_YSCAN, 0, 0, 1, 8199, 8209)[0], p.sample(8199, 8209 % different, 0));
+  }
+  for (const uint32_t x : {8199u, 3u, 8200u - 12}) {
+    std::vector<uint64_t> column;
+    for (uint32_t y = 100; y < p.height; y++) column.push_back(p.sample(x, y % different, 0));
+    EXPECT_EQ(read_run(o.image, QVIM_YSCAN, 0, 0, p.height - 100, int32_t(x), 100), column) << x;
+  }
+}
+
+TEST(TiffAccess, RunsFromPlaneToPlaneOfMorePagesThanStayOpen) {
+  builder b;
+  std::vector<page_spec> pages;
+  for (uint32_t z = 0; z < 20; z++) {
+    pages.push_back({.width = z == 7 ? 3000u : 5000u, .height = 3, .compression = 5, .seed = z});
+    b.page(pages.back(), lzw);
+  }
+  opened_stack o(b.file());
+  ASSERT_EQ(o.code, 0);
+  for (const int32_t y : {2, 0, 2})
+    for (const int32_t x : {0, 4095, 4096, 4999, 2999}) {
+      std::vector<uint64_t> run;
+      for (const page_spec &p : pages)
+        run.push_back(uint32_t(x) < p.width ? p.sample(uint32_t(x), uint32_t(y), 0) : 0);
+      EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 20, x, y, 0), run) << x << ", " << y;
+      const auto at = int32_t(x % 20);
+      EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 1, x, y, at)[0], run[size_t(at)]);
     }
 }
 
