@@ -205,7 +205,9 @@ std::unique_ptr<page> document::open(int64_t number, colour_map colours) {
   const qvimagefileinfo &about = info(number);
   const bool one_by_one = format_.read.read != nullptr;
   // A few pages are opened faster one by one.
-  if ((pages_ > 8 || !one_by_one) && stack_ == nullptr) stack_ = std::make_unique<stack>(format_.read, path_);
+  const bool all_together = format_.read.read_all != nullptr;
+  if (((pages_ > 8 && all_together) || !one_by_one) && stack_ == nullptr)
+    stack_ = std::make_unique<stack>(format_.read, path_);
   if (!one_by_one) stack_->check(path_);
   if (stack_ != nullptr && (!one_by_one || stack_->serves(about)))
     return std::make_unique<plane>(*stack_, number, path_);
@@ -217,6 +219,9 @@ std::unique_ptr<page> document::open(int64_t number, colour_map colours) {
 
 // The image over all pages is what the last of the file says, so that this one has to be like the others.
 std::unique_ptr<volume> document::open_volume(int64_t first, int64_t last) {
+  if (format_.read.read_all == nullptr)
+    throw failure(path_, QVERR_UNSUPPORTED,
+                  "a file of this format holds one page, of which there is no mean");
   const std::string one = shape_of(info(pages_ - 1));
   for (int64_t page = first; page <= last; page++) {
     const std::string other = shape_of(info(page));

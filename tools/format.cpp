@@ -8,6 +8,7 @@
 #include <qvimage/error.h>
 
 #include "failure.hpp"
+#include "jpeg.hpp"
 #include "text.hpp"
 #include "tiff.hpp"
 
@@ -15,7 +16,7 @@ namespace tool {
 
 namespace {
 
-const file_format *const formats[] = {&tiff_format};
+const file_format *const formats[] = {&tiff_format, &jpeg_format};
 
 // The first bytes of a file, as far as it has them.
 std::string head_of(const std::string &path) {

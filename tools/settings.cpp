@@ -53,11 +53,11 @@ void settings::exchange_resolution(qvimagefileinfo &options) const {
 
 qvimagefileinfo settings::applied_to(const qvimagefileinfo &info) {
   qvimagefileinfo options = info;
-  format_.apply(arguments_, options);
   if (resolution_) set_resolution(options);
   set_text(options.description, description_);
   set_text(options.software, software_);
   set_text(options.copyright, copyright_);
+  format_.apply(arguments_, options);
   return options;
 }
 

@@ -1,0 +1,181 @@
+#include "jpeg.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+
+#include <qvimage/error.h>
+#include <qvimage/jpeg.h>
+
+#include "document.hpp"
+#include "failure.hpp"
+#include "interrupt.hpp"
+#include "parallel.hpp"
+#include "pixels.hpp"
+#include "progress.hpp"
+#include "text.hpp"
+#include "words.hpp"
+
+namespace tool {
+
+namespace {
+
+// Units as the file counts them, and as pages are described.
+constexpr uint8_t density_inch = 1, density_centimetre = 2;
+constexpr uint32_t unit_inch = 2, unit_centimetre = 3;
+
+bool recognises(std::string_view, std::string_view head) { return head.starts_with("\xFF\xD8\xFF"); }
+
+// Comments are texts, and densities a resolution, as other formats have them.
+int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
+  const int32_t code = qvimage_jpeginfo(info, path, nullptr, 0);
+  if (code < 0) return code;
+  info->description = info->jpg_comment[0];
+  info->software = info->jpg_comment[1];
+  info->copyright = info->jpg_comment[2];
+  if (info->jpg_densityunit == density_inch || info->jpg_densityunit == density_centimetre) {
+    info->resunit = info->jpg_densityunit == density_inch ? unit_inch : unit_centimetre;
+    info->xres[0] = info->jpg_xdensity;
+    info->yres[0] = info->jpg_ydensity;
+    info->xres[1] = info->yres[1] = 1;
+  }
+  return code;
+}
+
+int32_t read(qvimage *image, qvimage *, void **handle, const char *path, int64_t) {
+  auto *mine = static_cast<jpegcontext *>(*handle);
+  const int32_t code = qvimage_jpegread(image, &mine, path, nullptr, 0, nullptr);
+  *handle = mine;
+  return code;
+}
+
+int32_t done(qvimage *image, qvimage *, void **handle) {
+  auto *mine = static_cast<jpegcontext *>(*handle);
+  const int32_t code = qvimage_jpegreaddone(image, &mine);
+  *handle = mine;
+  return code;
+}
+
+bool coded(const qvimagefileinfo &) { return true; }
+std::string kind(const qvimagefileinfo &) { return "JPEG"; }
+
+std::vector<fact> facts(const qvimagefileinfo &info) {
+  if (info.jpg_quality <= 0) return {};
+  const double quality = info.jpg_quality / 10.0;
+  return {{"quality", "quality", formatted("%g", quality), fact::as_number, std::lround(quality), true}};
+}
+
+constexpr option quality_option = {"--quality", "N",
+                                   "of JPEG files, 1 to 100; else IN's, or 90 where it has none"};
+constexpr option writing_options[] = {quality_option};
+constexpr int32_t usual_quality = 900;  // in tenths
+
+void apply(const arguments &arguments, qvimagefileinfo &info) {
+  if (info.jpg_quality == 0 && info.jpg_reserved == 0) info.jpg_quality = usual_quality;
+  if (const auto text = arguments.value(quality_option.name)) {
+    const auto found = numbers<double>(*text, ',', 1, 100);
+    if (!found || found->size() != 1)
+      throw usage_error("--quality takes a number from 1 to 100, not " + printable(*text));
+    info.jpg_quality = static_cast<int32_t>(std::lround(10 * found->front()));
+  }
+  info.jpg_comment[0] = info.description;
+  info.jpg_comment[1] = info.software;
+  info.jpg_comment[2] = info.copyright;
+  const double x = resolution(info.xres), y = resolution(info.yres);
+  if (info.resunit < unit_inch || x > UINT16_MAX || y > UINT16_MAX) return;
+  info.jpg_densityunit = info.resunit == unit_inch ? density_inch : density_centimetre;
+  info.jpg_xdensity = static_cast<uint16_t>(std::lround(x));
+  info.jpg_ydensity = static_cast<uint16_t>(std::lround(y));
+}
+
+class jpeg_writer : public writer {
+ public:
+  jpeg_writer(std::string path, std::string shown) : path_(std::move(path)), shown_(std::move(shown)) {}
+
+  void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool) override {
+    check(page.data(), palette);
+    jpegcontext *context = nullptr;
+    const std::vector<uint32_t> firsts = first_rows(page);
+    const auto bands = static_cast<uint32_t>(firsts.size() - 1);
+    errno = 0;
+    checked(qvimage_jpegwrite0(&context, bands, nullptr, page.image(0), &firsts[1], path_.c_str(), nullptr, 0,
+                               nullptr, &options));
+    // Whatever comes of it, the context is given back.
+    try {
+      in_shares(bands, bands, [&](unsigned thread, int64_t band, int64_t) {
+        write_band(&context, page, thread, static_cast<size_t>(band), firsts);
+      });
+    } catch (...) {
+      qvimage_jpegwrite2(&context, nullptr, page.image(0), path_.c_str(), nullptr, QVERR_IO);
+      throw;
+    }
+    checked(qvimage_jpegwrite2(&context, nullptr, page.image(0), path_.c_str(), nullptr, 0));
+    written_ = true;
+  }
+
+  void finish() override {}
+
+ private:
+  void check(const qvimagedata &data, const qvimage *palette) const {
+    if (written_) refuse("a JPEG file holds one page (--pages chooses it)");
+    if (palette != nullptr) refuse("JPEG files have no palettes (--colour rgb applies one)");
+    if (data.pixietype != QVIM_UINT8 || data.i_bitsused != 8)
+      refuse("JPEG files hold 8-bit samples, not " + describe_type(data) + " ones (--bits 8 makes them)");
+    const bool colours = data.pixies == 3 || data.pixies == 4;
+    if (data.pixies != 1 && !(colours && is_rgb(data.pixelhint) && !blue_first(data.pixelhint)))
+      refuse("JPEG files hold grey or RGB pixels (--colour makes them)");
+  }
+
+  [[noreturn]] void refuse(const std::string &why) const { throw failure(shown_, QVERR_UNSUPPORTED, why); }
+
+  // Of the bands, one for each thread, and the end of the last. Blocks have eight rows.
+  static std::vector<uint32_t> first_rows(pixels &page) {
+    const auto height = static_cast<uint64_t>(page.height());
+    const uint64_t bands = std::clamp<uint64_t>(page.threads(), 1, (height + 7) / 8);
+    std::vector<uint32_t> rows;
+    for (uint64_t i = 0; i < bands; i++) rows.push_back(static_cast<uint32_t>(i * height / bands / 8 * 8));
+    rows.push_back(static_cast<uint32_t>(height));
+    return rows;
+  }
+
+  void write_band(jpegcontext **context, pixels &page, unsigned thread, size_t band,
+                  const std::vector<uint32_t> &firsts) {
+    const int32_t rows[2] = {static_cast<int32_t>(firsts[band]), static_cast<int32_t>(firsts[band + 1])};
+    errno = 0;
+    const int32_t code = qvimage_jpegwrite1(context, static_cast<uint32_t>(band), progress::callback,
+                                            page.image(thread), rows);
+    if (code == 0) return;
+    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
+    if (others_failed()) throw ended_with_others{};
+    page.blame(thread, progress::last_step() - 1);
+    checked(code);
+  }
+
+  void checked(int32_t code) const {
+    if (code < 0) throw failure(shown_, code, reason(code, "writing failed"));
+  }
+
+  const std::string path_, shown_;
+  bool written_ = false;
+};
+
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append) {
+  if (append) throw failure(shown, QVERR_UNSUPPORTED, "a JPEG file holds one page");
+  return std::make_unique<jpeg_writer>(path, shown);
+}
+
+}  // namespace
+
+const file_format jpeg_format = {"JPEG",
+                                 ".jpg .jpeg ",
+                                 recognises,
+                                 {info, nullptr, qvimage_jpeginfodone, read, done, nullptr, nullptr},
+                                 nullptr,
+                                 coded,
+                                 kind,
+                                 facts,
+                                 writing_options,
+                                 apply,
+                                 create};
+
+}  // namespace tool

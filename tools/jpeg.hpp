@@ -1,0 +1,10 @@
+// JPEG files: the entry of the table of formats.
+#pragma once
+
+#include "format.hpp"
+
+namespace tool {
+
+extern const file_format jpeg_format;
+
+}  // namespace tool
