@@ -239,10 +239,7 @@ std::vector<option> step_options_of_convert() {
           component_option, colour_option, decimate_option, bayer_option, lut_option};
 }
 
-step turned_upright(int orientation) {
-  const bool known = orientation >= 1 && orientation <= static_cast<int>(std::size(orientations));
-  return turned(known ? orientations[orientation - 1] : 0);
-}
+step turned_upright(int orientation) { return turned(orientations[orientation - 1]); }
 
 std::vector<step> steps_of(const arguments &arguments) {
   if (arguments.has(normalise_option.name) && !arguments.has(type_option.name) &&

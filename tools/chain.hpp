@@ -59,7 +59,7 @@ struct step {
 std::vector<step> steps_of(const arguments &arguments);
 std::vector<option> step_options_of_convert();
 
-// Brings a page's first row to the top and its first column to the left.
+// Brings a page's first row to the top and its first column to the left; orientations from 1 to 8.
 step turned_upright(int orientation);
 
 // Whether floating-point values are the same numbers as integers, or 0 to 1 stand for all that a pixie holds.

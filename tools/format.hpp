@@ -35,7 +35,7 @@ struct reader {
 
 // What a page says beside its pixels and what qvimagefileinfo has room for.
 struct page_notes {
-  int orientation = 1;            // as TIFF numbers them; 1: the first row is the top
+  int orientation = 1;            // 1 to 8, as TIFF numbers them; 1: the first row is the top
   bool alpha = false;             // the fourth sample is the transparency of RGB pixels
   std::vector<std::string> lost;  // names of what is not carried over into other files
 };

@@ -7,4 +7,7 @@ namespace tool {
 
 extern const file_format jpeg_format;
 
+// jpeg_markers.cpp
+std::unique_ptr<page_extras> jpeg_extras(const std::string &path);
+
 }  // namespace tool

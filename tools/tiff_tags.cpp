@@ -97,8 +97,11 @@ unsigned integer_width(uint64_t type) {
 // The directories of a file. Each page's place is found once.
 class directories {
  public:
-  explicit directories(const std::string &path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    size_ = file_ < 0 ? 0 : static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_END), 0));
+  // The file may begin inside another one.
+  explicit directories(const std::string &path, uint64_t begin = 0)
+      : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), begin_(begin) {
+    const auto bytes = file_ < 0 ? 0 : static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_END), 0));
+    size_ = bytes > begin ? bytes - begin : 0;
     big_endian_ = at(0, 1) == 'M';
     if (at(2, 2) == 43) {
       offset_ = count_ = 8;
@@ -178,12 +181,13 @@ class directories {
 
   // Directories are read from their beginning on.
   void hold(uint64_t position) {
-    const ssize_t got = pread(file_, block_, sizeof block_, static_cast<off_t>(position));
+    const ssize_t got = pread(file_, block_, sizeof block_, static_cast<off_t>(begin_ + position));
     from_ = position;
     held_ = static_cast<uint64_t>(std::max<ssize_t>(got, 0));
   }
 
   const int file_;
+  const uint64_t begin_;
   unsigned char block_[1024];
   uint64_t from_ = 0, held_ = 0;  // what the block holds
   uint64_t size_ = 0;
@@ -206,13 +210,18 @@ struct deep_palette {
   std::vector<uint16_t> entries;  // three of each colour
 };
 
+int orientation_of(directories &directories, int64_t page) {
+  const uint64_t value = directories.value(page, orientation).value_or(1);
+  return value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
+}
+
 class extras : public page_extras {
  public:
   explicit extras(const std::string &path) : directories_(path) {}
 
   page_notes notes(int64_t page) override {
     page_notes notes;
-    notes.orientation = static_cast<int>(directories_.value(page, orientation).value_or(1));
+    notes.orientation = orientation_of(directories_, page);
     notes.alpha = directories_.value(page, photometric) == photometric_rgb;
     for (const uint16_t number : directories_.tags(page)) {
       const auto known = std::ranges::find(known_tags, number, &known_tag::number);
@@ -239,6 +248,11 @@ class extras : public page_extras {
 };
 
 }  // namespace
+
+int orientation_in(const std::string &path, uint64_t position) {
+  directories directories(path, position);
+  return orientation_of(directories, 0);
+}
 
 std::unique_ptr<page_extras> tiff_extras(const std::string &path) { return std::make_unique<extras>(path); }
 

@@ -29,7 +29,8 @@ class Formats(ToolTest):
                 self.assertEqual(found.strings, TEXTS)
 
     def test_the_number_of_threads_makes_no_difference(self):
-        path = self.make("a.tif", picture(1100, 1003, strings=dict(datetime=b"2024:05:06 07:08:09")))
+        strings = dict(datetime=b"2024:05:06 07:08:09")
+        path = self.make("a.tif", tiff.Page(1100, 1003, picture(1100, 17).pixels * 59, strings=strings))
         for name in ("b.jpg",):
             found = set()
             for threads in (1, 2, 5):
@@ -51,6 +52,23 @@ class Formats(ToolTest):
             with self.subTest(text):
                 self.refused(status, f".*{text}.*", "convert", *words, self.make("a.tif", *pages), self.path(name))
                 self.assertEqual(self.files(), ["a.tif"])
+
+    def test_segments_of_jpeg_files_are_named_and_their_orientation_is_applied(self):
+        with open(self.make("a.tif", picture(3, 2, more={274: 6})), "rb") as file:
+            exif = b"Exif\0\0" + file.read()
+        self.good("convert", self.make("b.tif", picture(40, 30)), self.path("b.jpg"))
+        with open(self.path("b.jpg"), "rb") as file:
+            data = file.read()
+        segments = [(0xE1, exif), (0xE2, b"ICC_PROFILE\0\1\1"), (0xE9, b"private")]
+        with open(self.path("c.jpg"), "wb") as file:
+            file.write(data[:2] + b"".join(bytes([0xFF, marker, 0, len(raw) + 2]) + raw for marker, raw in segments))
+            file.write(data[2:])
+        lost = "EXIF, ICC profile, segment APP9"
+        for words, named in ([], f"Orientation 6 (--upright applies it), {lost}"), (["--upright"], lost):
+            done = run("convert", *words, self.path("c.jpg"), self.path("d.tif"))
+            self.assertEqual((done.returncode, done.stderr.decode()),
+                             (0, f"qvimage: {self.path('c.jpg')}: not carried over: {named}\n"))
+            self.assertEqual(tiff.read(self.path("d.tif"))[0].width, 30 if words else 40)
 
     def test_damaged_files_are_blamed(self):
         self.good("convert", self.make("a.tif", picture(90, 80)), self.path("b.jpg"))
