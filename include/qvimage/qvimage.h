@@ -13,6 +13,7 @@
 #include <qvimage/fileinfo.h>
 #include <qvimage/jpeg.h>
 #include <qvimage/kernel.h>
+#include <qvimage/log.h>
 #include <qvimage/memory.h>
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
