@@ -60,10 +60,14 @@ inline void read_plain(const frames::frame &f, const std::string &path, uint8_t 
 }
 
 template <class Operation>
-void time_it(const std::string &name, double bytes, double target, Operation operation) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
-    for (auto _ : state) operation();
-    if (bytes > 0) state.SetBytesProcessed(int64_t(bytes) * state.iterations());
-    if (target > 0) state.counters["target"] = target;
-  })->Unit(benchmark::kMillisecond);
+benchmark::internal::Benchmark *time_it(const std::string &name, double bytes, double target,
+                                        Operation operation) {
+  return benchmark::RegisterBenchmark(name.c_str(),
+                                      [=](benchmark::State &state) {
+                                        for (auto _ : state) operation();
+                                        if (bytes > 0)
+                                          state.SetBytesProcessed(int64_t(bytes) * state.iterations());
+                                        if (target > 0) state.counters["target"] = target;
+                                      })
+      ->Unit(benchmark::kMillisecond);
 }

@@ -2,37 +2,47 @@
 
 namespace qvim::jpeg {
 
-void bit_writer::put_bytes(uint32_t word, int count) {
+uint8_t *bit_writer::put_bytes(uint8_t *to, uint64_t word, int count) const {
   while (count--) {
     const uint8_t byte = uint8_t(word >> 8 * count);
-    staged_[filled_++] = byte;
-    if (stuffing_ && byte == 0xFF) staged_[filled_++] = 0;
+    *to++ = byte;
+    if (stuffing_ && byte == 0xFF) *to++ = 0;
   }
+  return to;
+}
+
+uint8_t *bit_writer::flush(const uint8_t *to) {
+  write_bytes(*stream_, staged_, uint64_t(to - staged_));
+  return staged_;
 }
 
 void bit_writer::append(bit_writer &other) {
-  other.flush();
   bufio *const from = other.stream_;
+  other.filled_ = uint32_t(other.flush(other.staged_ + other.filled_) - other.staged_);
+  run out(*this);
   from->pos = 0;
-  for (uint64_t left = from->filelen; left;) {
-    const uint32_t count = left < 4 ? uint32_t(left) : 4;
-    uint32_t word = 0;
-    read_bytes(*from, &word, count);
-    reserve();
-    put(big_endian(word) >> (32 - 8 * count), 8 * count);
-    left -= count;
-  }
-  reserve();
-  put(uint32_t(other.bits_ & ((uint64_t{1} << other.count_) - 1)), other.count_);
+  uint8_t *bytes;
+  while (const uint64_t count = bufio_ptr2(from, 1, 'r', &bytes))
+    for (uint64_t i = 0; i < count; i++) {
+      if (i % 64 == 0) out.reserve();
+      out.put(bytes[i], 8);
+    }
+  out.reserve();
+  const uint64_t rest = other.waiting();
+  if (other.count_ > 32) out.put(uint32_t(rest >> 32), other.count_ - 32);
+  out.put(uint32_t(rest), other.count_ < 32 ? other.count_ : 32);
 }
 
 void bit_writer::finish() {
-  const uint32_t missing = -count_ % 8;
-  put((1u << missing) - 1, missing);
-  const uint32_t whole = count_ / 8;
-  put_bytes(uint32_t(bits_ & ((uint64_t{1} << count_) - 1)), int(whole));
+  {
+    run out(*this);
+    out.reserve();
+    const uint32_t missing = -count_ % 8;
+    out.put((1u << missing) - 1, missing);
+  }
+  filled_ = uint32_t(put_bytes(staged_ + filled_, waiting(), int(count_ / 8)) - staged_);
   count_ = 0;
-  flush();
+  filled_ = uint32_t(flush(staged_ + filled_) - staged_);
 }
 
 }  // namespace qvim::jpeg

@@ -8,27 +8,69 @@
 #include <cstring>
 
 #include "files/stream/bufio.hpp"
+#include "kernels/clones.hpp"
 
 namespace qvim::jpeg {
 
 // Does any byte of this number consist of ones only?
-template <class T>
-constexpr bool has_byte_of_ones(T v) {
-  constexpr T low = T(~T{0}) / 255, high = low << 7;
+constexpr bool has_byte_of_ones(uint64_t v) {
+  constexpr uint64_t low = ~uint64_t{0} / 255, high = low << 7;
   return ((~v - low) & v & high) != 0;
 }
 
-template <class T>
-inline T big_endian(T v) {
-  if constexpr (std::endian::native == std::endian::big) return v;
-  if constexpr (sizeof(T) == 4) return __builtin_bswap32(v);
-  return T(__builtin_bswap64(v));
+inline uint64_t big_endian(uint64_t v) {
+  return std::endian::native == std::endian::big ? v : __builtin_bswap64(v);
 }
 
 class bit_writer {
  public:
   // Room that one block takes at most: 64 coefficients of at most 32 bits, each byte followed by a zero.
   static constexpr uint32_t block_room = 64 * 4 * 2;
+
+  // The writer while many bits go into it: its numbers stay in the processor until the run ends.
+  class run {
+   public:
+    explicit run(bit_writer &w) : w_(w), bits_(w.bits_), count_(w.count_), to_(w.staged_ + w.filled_) {}
+    ~run() {
+      w_.bits_ = bits_;
+      w_.count_ = count_;
+      w_.filled_ = uint32_t(to_ - w_.staged_);
+    }
+    run(const run &) = delete;
+    run &operator=(const run &) = delete;
+
+    // To be called before each block.
+    QVIM_INLINE void reserve() {
+      if (to_ > w_.staged_ + sizeof w_.staged_ - block_room) to_ = w_.flush(to_);
+    }
+
+    // The lowest `count` bits of a number whose other bits are 0; at most 32.
+    QVIM_INLINE void put(uint32_t bits, uint32_t count) {
+      const uint32_t free = 64 - count_;
+      if (count < free) {
+        bits_ = bits_ << count | bits;
+        count_ += count;
+        return;
+      }
+      const uint32_t left = count - free;
+      const uint64_t word = bits_ << free % 64 | uint64_t(bits) >> left;
+      bits_ = bits;  // those above the lowest `left` are done with
+      count_ = left;
+      if (w_.stuffing_ && has_byte_of_ones(word)) {
+        to_ = w_.put_bytes(to_, word, 8);
+      } else {
+        const uint64_t stored = big_endian(word);
+        std::memcpy(to_, &stored, sizeof stored);
+        to_ += sizeof stored;
+      }
+    }
+
+   private:
+    bit_writer &w_;
+    uint64_t bits_;
+    uint32_t count_;
+    uint8_t *to_;
+  };
 
   void open(bufio *stream, bool stuffing) {
     stream_ = stream;
@@ -38,42 +80,22 @@ class bit_writer {
   }
   bufio *stream() const { return stream_; }
 
-  // To be called before each block.
-  void reserve() {
-    if (filled_ > sizeof staged_ - block_room) flush();
-  }
-
-  // The lowest `count` bits of a number whose other bits are 0; at most 32.
-  void put(uint32_t bits, uint32_t count) {
-    bits_ = bits_ << count | bits;
-    count_ += count;
-    if (count_ >= 32) put_word(uint32_t(bits_ >> (count_ -= 32)));
-  }
-
   // Everything that another writer, without stuffing, wrote to a store in memory.
   void append(bit_writer &other);
 
   // Fills the last byte with ones and writes what is staged.
   void finish();
 
-  // Writes what is staged; bits that fill no word stay.
-  void flush() {
-    write_bytes(*stream_, staged_, filled_);
-    filled_ = 0;
-  }
-
  private:
-  void put_word(uint32_t word) {
-    if (stuffing_ && has_byte_of_ones(word)) return put_bytes(word, 4);
-    word = big_endian(word);
-    std::memcpy(staged_ + filled_, &word, 4);
-    filled_ += 4;
-  }
-  void put_bytes(uint32_t word, int count);
+  uint64_t waiting() const { return count_ ? bits_ & ~uint64_t{0} >> (64 - count_) : 0; }
+  uint8_t *put_bytes(uint8_t *to, uint64_t word, int count) const;
+  // Writes what is staged before there; bits that fill no word stay. Returns where to go on.
+  uint8_t *flush(const uint8_t *to);
 
   bufio *stream_ = nullptr;
-  uint64_t bits_ = 0;  // the lowest count_ of them are still to be written
-  uint32_t count_ = 0, filled_ = 0;
+  uint64_t bits_ = 0;    // the lowest count_ of them are still to be written
+  uint32_t count_ = 0;   // below 64
+  uint32_t filled_ = 0;  // bytes staged
   bool stuffing_ = true;
   uint8_t staged_[4096];
 };

@@ -53,13 +53,14 @@ struct amount {
 };
 
 // Puts code and bits; false when there is no code.
-QVIM_INLINE bool put(bit_writer &out, uint32_t code, const amount &a) {
+QVIM_INLINE bool put(bit_writer::run &out, uint32_t code, const amount &a) {
   const uint32_t length = code & 0xFFFF;
   out.put(code >> 16 << a.category | a.bits, length + a.category);
   return length != 0;
 }
 
-QVIM_INLINE bool write_block(bit_writer &out, const block &b, const code_tables &tables, int32_t &predictor) {
+QVIM_INLINE bool write_block(bit_writer::run &out, const block &b, const code_tables &tables,
+                             int32_t &predictor) {
   const amount difference(b.at[0] - predictor);
   predictor = b.at[0];
   if (difference.category >= categories_dc) return false;
@@ -78,8 +79,9 @@ QVIM_INLINE bool write_block(bit_writer &out, const block &b, const code_tables 
   return coded;
 }
 
-QVIM_CLONES bool write_all(bit_writer &out, const block *blocks, uint32_t count, uint32_t components,
+QVIM_CLONES bool write_all(bit_writer &to, const block *blocks, uint32_t count, uint32_t components,
                            const code_tables *const *tables, int32_t *predictors) {
+  bit_writer::run out(to);
   bool coded = true;
   for (uint32_t i = 0; i < count; ++i)
     for (uint32_t c = 0; c < components; ++c, ++blocks) {

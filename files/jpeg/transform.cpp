@@ -1,8 +1,8 @@
-// The scaled transform of Y. Arai, T. Agui and M. Nakajima, "A fast DCT-SQ scheme for images" (1988): 29
-// additions and 5 multiplications for eight numbers, with the scales of its results left to the factors of the
-// quantisation. Eight columns are computed at once, each number of a column in a vector of its own.
+// The transforms in floating point. Eight columns are computed at once, each number of a column in a vector of its
+// own.
 #include "files/jpeg/transform.hpp"
 
+#include "files/jpeg/forward.hpp"
 #include "files/jpeg/vectors.hpp"
 #include "kernels/shuffle.hpp"
 
@@ -11,24 +11,18 @@ namespace qvim::jpeg {
 namespace {
 
 QVIM_INLINE void forward(floats (&x)[8]) {
-  const floats a0 = x[0] + x[7], a1 = x[1] + x[6], a2 = x[2] + x[5], a3 = x[3] + x[4];
-  const floats s0 = x[3] - x[4], s1 = x[2] - x[5], s2 = x[1] - x[6], s3 = x[0] - x[7];
+  transform_columns(
+      x, [](floats v, rotation r) __attribute__((always_inline)) { return v * rotations[int(r)]; });
+}
 
-  const floats b0 = a0 + a3, b1 = a1 + a2, b2 = a1 - a2, b3 = a0 - a3;
-  const floats c1 = (b2 + b3) * 0.70710677f;
-  x[0] = b0 + b1;
-  x[4] = b0 - b1;
-  x[2] = b3 + c1;
-  x[6] = b3 - c1;
-
-  const floats d0 = s0 + s1, d1 = s1 + s2, d2 = s2 + s3;
-  const floats e5 = (d0 - d2) * 0.38268343f;
-  const floats e2 = d0 * 0.5411961f + e5, e4 = d2 * 1.306563f + e5, e3 = d1 * 0.70710677f;
-  const floats f1 = s3 + e3, f3 = s3 - e3;
-  x[5] = f3 + e2;
-  x[3] = f3 - e2;
-  x[1] = f1 + e4;
-  x[7] = f1 - e4;
+// The samples of lines, as columns.
+QVIM_INLINE void samples(const bytes (&lines)[8], bool upper, floats (&out)[8]) {
+  bytes two[4];
+  columns(lines, upper, two);
+  for (int i = 0; i < 4; ++i) {  // little-endian: zeros become the upper bytes
+    out[2 * i] = to_floats(widened(reinterpret_cast<shorts>(low_pairs(two[i], bytes{}))));
+    out[2 * i + 1] = to_floats(widened(reinterpret_cast<shorts>(high_pairs(two[i], bytes{}))));
+  }
 }
 
 // With `few`, only the first four numbers of each column can differ from 0.
@@ -99,14 +93,10 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t p
                                                 const factors *divisors, block *blocks) {
   for (; count; --count, lines += 8, ++blocks) {
     bytes line[8];
-    for (int i = 0; i < 8; ++i) {
-      line[i] = bytes{};
-      std::memcpy(&line[i], lines + uint64_t(i) * pitch, 8);
-    }
-    ints samples[8];
-    columns<0>(line, samples);
+    for (int i = 0; i < 8; ++i) line[i] = loaded_half(lines + uint64_t(i) * pitch);
     floats x[8];
-    for (int i = 0; i < 8; ++i) x[i] = to_floats(samples[i]) - 128.0f;
+    samples(line, false, x);
+    for (int i = 0; i < 8; ++i) x[i] = x[i] - 128.0f;
     encode(x, *divisors, *blocks);
   }
 }
@@ -117,19 +107,18 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pi
   for (; count; --count, lines += 24, blocks += 3) {
     bytes line[8], rest[8];
     for (int i = 0; i < 8; ++i) {
-      std::memcpy(&line[i], lines + uint64_t(i) * pitch, 16);
-      rest[i] = bytes{};
-      std::memcpy(&rest[i], lines + uint64_t(i) * pitch + 16, 8);
+      line[i] = loaded<bytes>(lines + uint64_t(i) * pitch);
+      rest[i] = loaded_half(lines + uint64_t(i) * pitch + 16);
     }
-    ints part[3][8];  // a byte of the line after the other
-    columns<0>(line, part[0]);
-    columns<1>(line, part[1]);
-    columns<0>(rest, part[2]);
+    floats part[3][8];  // a byte of the line after the other
+    samples(line, false, part[0]);
+    samples(line, true, part[1]);
+    samples(rest, false, part[2]);
     floats y[8], cb[8], cr[8];
     for (int i = 0; i < 8; ++i) {
       const int at = 3 * i;
-      const floats r = to_floats(part[at / 8][at % 8]), g = to_floats(part[(at + 1) / 8][(at + 1) % 8]),
-                   b = to_floats(part[(at + 2) / 8][(at + 2) % 8]);
+      const floats r = part[at / 8][at % 8], g = part[(at + 1) / 8][(at + 1) % 8],
+                   b = part[(at + 2) / 8][(at + 2) % 8];
       y[i] = r * 0.299f + g * 0.587f + b * 0.114f - 128.0f;
       cb[i] = r * -0.1687f - g * 0.3313f + b * 0.5f;
       cr[i] = r * 0.5f - g * 0.4187f - b * 0.0813f;
@@ -147,9 +136,7 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const exten
     decode(*blocks, *extents, *scales, x);
     for (int i = 0; i < 8; ++i) {
       const shorts row = narrowed(to_bytes(x[i] + 128.0f));
-      const bytes packed = __builtin_shufflevector(reinterpret_cast<bytes>(row), bytes{}, 0, 2, 4, 6, 8, 10,
-                                                   12, 14, 16, 17, 18, 19, 20, 21, 22, 23);
-      std::memcpy(lines + uint64_t(i) * pitch, &packed, 8);
+      store_half(lines + uint64_t(i) * pitch, low_bytes(row));
     }
   }
 }

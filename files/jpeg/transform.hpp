@@ -24,6 +24,18 @@ struct factors {
 void set_divisors(const uint16_t *quantisation, factors &of);
 void set_scales(const uint16_t *quantisation, factors &of);
 
+// The same for the encoder in integers, which divides by powers of two. Its coefficients are twice as large. dc is
+// what the DC coefficient is divided by.
+struct steps {
+  uint16_t shifts[2 * block_size], halves[2 * block_size];  // each row twice, for two blocks
+  uint32_t dc;
+};
+void set_steps(const uint16_t *quantisation, steps &of);
+
+// Fractions of 2^15. Of the rotations; of the sum's, what exceeds 1. Of the colours: Y from R, G, B; the share of R
+// and G in Cb; half; the share of G and B in Cr. Not in the header, lest the compiler replace products by others.
+extern const int16_t integer_rotations[4], integer_colours[8];
+
 // How much of a decoded block can differ from 0.
 enum class extent : uint8_t { constant, low_frequencies, all };
 constexpr uint32_t low_frequency_count = 10;  // in the order of files: frequencies whose sum is at most 3
@@ -35,6 +47,10 @@ void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32
                                     const factors *divisors, block *blocks);
 void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
                                    const factors *luminance, const factors *chrominance, block *blocks);
+void QVIM_KERNEL(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *s,
+                                    block *blocks);
+void QVIM_KERNEL(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                   const steps *luminance, const steps *chrominance, block *blocks);
 void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const extent *extents, uint32_t count,
                                     const factors *scales, uint8_t *lines, uint64_t pitch);
 void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,

@@ -45,7 +45,10 @@ int32_t writer::set_form(const qvimage &image, const qvimagefileinfo *options) {
   const int32_t quality = quality_of(options);
   scale_table(luminance_quantisation, quality, quantisation[0]);
   scale_table(chrominance_quantisation, quality, quantisation[1]);
-  for (int slot : {0, 1}) set_divisors(quantisation[slot], divisors[slot]);
+  for (int slot : {0, 1}) {
+    set_divisors(quantisation[slot], divisors[slot]);
+    set_steps(quantisation[slot], integer_steps[slot]);
+  }
   codes[0].set(huffCodeLumaDC, huffSizeLumaDC, huffCodeLumaAC, huffSizeLumaAC);
   codes[1].set(huffCodeChromaDC, huffSizeChromaDC, huffCodeChromaAC, huffSizeChromaAC);
   return 0;
@@ -123,7 +126,11 @@ int32_t writer::fetch(band &b, qvimage *image, uint32_t row) const {
 
 void writer::transform(const band &b, uint32_t first, uint32_t count, block *blocks) const {
   const uint8_t *const lines = b.lines.data() + uint64_t(first) * block_side * components;
-  if (components == 1)
+  if (is_integer && components == 1)
+    jpeg_integer_grey(lines, pitch(), count, &integer_steps[0], blocks);
+  else if (is_integer)
+    jpeg_integer_rgb(lines, pitch(), count, &integer_steps[0], &integer_steps[1], blocks);
+  else if (components == 1)
     jpeg_forward_grey(lines, pitch(), count, &divisors[0], blocks);
   else
     jpeg_forward_rgb(lines, pitch(), count, &divisors[0], &divisors[1], blocks);

@@ -58,6 +58,7 @@ struct writer final : jpegcontext {
   bool is_integer = false;
   uint16_t quantisation[2][block_size];
   factors divisors[2];
+  steps integer_steps[2];
   code_tables codes[2];
   array<band *> bands;
 

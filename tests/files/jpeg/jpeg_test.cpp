@@ -21,6 +21,8 @@
 namespace qvim::jpeg {
 extern "C" decltype(jpeg_forward_rgb) jpeg_forward_rgb_v1, jpeg_forward_rgb_v3, jpeg_forward_rgb_v4;
 extern "C" decltype(jpeg_forward_grey) jpeg_forward_grey_v1, jpeg_forward_grey_v3, jpeg_forward_grey_v4;
+extern "C" decltype(jpeg_integer_rgb) jpeg_integer_rgb_v1, jpeg_integer_rgb_v3, jpeg_integer_rgb_v4;
+extern "C" decltype(jpeg_integer_grey) jpeg_integer_grey_v1, jpeg_integer_grey_v3, jpeg_integer_grey_v4;
 extern "C" decltype(jpeg_inverse_rgb) jpeg_inverse_rgb_v1, jpeg_inverse_rgb_v3, jpeg_inverse_rgb_v4;
 extern "C" decltype(jpeg_inverse_grey) jpeg_inverse_grey_v1, jpeg_inverse_grey_v3, jpeg_inverse_grey_v4;
 }  // namespace qvim::jpeg
@@ -154,13 +156,16 @@ struct transforms {
   int level;  // 0: those of the library
   decltype(&qvim::jpeg::jpeg_forward_rgb) forward_rgb;
   decltype(&qvim::jpeg::jpeg_forward_grey) forward_grey;
+  decltype(&qvim::jpeg::jpeg_integer_rgb) integer_rgb;
+  decltype(&qvim::jpeg::jpeg_integer_grey) integer_grey;
   decltype(&qvim::jpeg::jpeg_inverse_rgb) inverse_rgb;
   decltype(&qvim::jpeg::jpeg_inverse_grey) inverse_grey;
 };
-#define QVIM_TRANSFORMS(n, level)                                                 \
-  {                                                                               \
-    n, qvim::jpeg::jpeg_forward_rgb##level, qvim::jpeg::jpeg_forward_grey##level, \
-        qvim::jpeg::jpeg_inverse_rgb##level, qvim::jpeg::jpeg_inverse_grey##level \
+#define QVIM_TRANSFORMS(n, level)                                                  \
+  {                                                                                \
+    n, qvim::jpeg::jpeg_forward_rgb##level, qvim::jpeg::jpeg_forward_grey##level,  \
+        qvim::jpeg::jpeg_integer_rgb##level, qvim::jpeg::jpeg_integer_grey##level, \
+        qvim::jpeg::jpeg_inverse_rgb##level, qvim::jpeg::jpeg_inverse_grey##level  \
   }
 const transforms versions[] = {QVIM_TRANSFORMS(0, ),
 #if QVIM_TEST_LEVELS
@@ -172,10 +177,12 @@ const transforms versions[] = {QVIM_TRANSFORMS(0, ),
 bytes transformed(const transforms &t, const picture &p) {
   using namespace qvim::jpeg;
   factors divisors, scales;
+  steps in_integers;
   uint16_t table[block_size];
   for (uint32_t i = 0; i < block_size; i++) table[i] = uint16_t(1 + i / 3);
   set_divisors(table, divisors);
   set_scales(table, scales);
+  set_steps(table, in_integers);
   const factors *const all_scales[3] = {&scales, &scales, &scales};
   block blocks[15], grey[15];
   extent extents[15] = {};
@@ -185,6 +192,11 @@ bytes transformed(const transforms &t, const picture &p) {
   t.forward_grey(p.pixels.data(), 120, 15, &divisors, grey);
   std::memcpy(result.data(), blocks, sizeof blocks);
   std::memcpy(result.data() + sizeof blocks, grey, sizeof grey);
+  block integers[30];
+  t.integer_rgb(p.pixels.data(), 120, 5, &in_integers, &in_integers, integers);
+  t.integer_grey(p.pixels.data(), 120, 15, &in_integers, integers + 15);
+  const auto *const first = reinterpret_cast<const uint8_t *>(integers);
+  result.insert(result.end(), first, first + sizeof integers);
   t.inverse_rgb(blocks, extents, 5, all_scales, lines.data(), 160);
   result.insert(result.end(), lines.begin(), lines.end());
   t.inverse_grey(grey, extents, 15, &scales, lines.data(), 160);
