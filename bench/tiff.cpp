@@ -94,6 +94,39 @@ void read_libtiff(const frames::frame &f, const std::string &path, uint8_t *pixe
   TIFFClose(tif);
 }
 
+// --- row by row into the same row, as cameras' frames and scans are gone through
+// ---------------------------------
+
+void read_rows_ours(const frames::frame &f, const std::string &path, uint8_t *row) {
+  qvimage image;
+  tiffhandle *h = nullptr;
+  must(qvimage_tiffread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0, 0) == 0, "read");
+  must(image.ioset(&image, 0, uint32_t(image.d.pixietype), (1u << f.samples) - 1) == 1, "ioset");
+  for (uint32_t y = 0; y < f.height; y++)
+    must(image.ioread(&image, 0, row, f.width, 0, int32_t(y)) == f.width, "ioread");
+  must(qvimage_tiffreaddone(&image, nullptr, &h) == 0, "done");
+}
+void read_rows_libtiff(const frames::frame &f, const std::string &path, uint8_t *row) {
+  TIFF *tif = TIFFOpen(path.c_str(), "rm");
+  for (uint32_t y = 0; y < f.height; y++) must(TIFFReadScanline(tif, row, y, 0) == 1, "libtiff scanline");
+  TIFFClose(tif);
+}
+// The same bytes by blocks of 64 KiB, each row copied out of its block.
+void read_rows_plain(const frames::frame &f, const std::string &path, uint8_t *row) {
+  static std::vector<uint8_t> block(65536);
+  const int fd = open(path.c_str(), O_RDONLY);
+  size_t have = 0, used = 0;
+  for (uint32_t y = 0; y < f.height; y++)
+    for (size_t done = 0; done < f.row_bytes();) {
+      if (used == have) have = size_t(read(fd, block.data(), block.size())), used = 0;
+      must(have > 0 && have <= block.size(), "plain read");
+      const size_t n = std::min(f.row_bytes() - done, have - used);
+      std::memcpy(row + done, block.data() + used, n);
+      done += n, used += n;
+    }
+  close(fd);
+}
+
 // --- directories
 // --------------------------------------------------------------------------------------------------
 
@@ -174,12 +207,20 @@ void register_pixels(const std::string &kind) {
     time_it("tiff_read/" + what + "/qvimage", bytes, read_target(kind, c.compression),
             [&f, path] { read_ours(f, path, pixels.data()); });
     time_it("tiff_read/" + what + "/libtiff", bytes, 0, [&f, path] { read_libtiff(f, path, pixels.data()); });
+    time_it("tiff_rows/" + what + "/qvimage", bytes, 1.0,
+            [&f, path] { read_rows_ours(f, path, pixels.data()); });
+    time_it("tiff_rows/" + what + "/libtiff", bytes, 0,
+            [&f, path] { read_rows_libtiff(f, path, pixels.data()); });
   }
   const std::string path = files() / (kind + "none.tif"), out = files() / "out.tif";
   time_it("tiff_write_plain/" + kind + "/qvimage", bytes, 0.9, [&f, out] { write_ours(f, codings[0], out); });
   time_it("tiff_write_plain/" + kind + "/pwrite", bytes, 0, [&f, out] { write_plain(f, out); });
   time_it("tiff_read_plain/" + kind + "/qvimage", bytes, 0.9,
           [&f, path] { read_ours(f, path, pixels.data()); });
+  time_it("tiff_rows_plain/" + kind + "/qvimage", bytes, 0.9,
+          [&f, path] { read_rows_ours(f, path, pixels.data()); });
+  time_it("tiff_rows_plain/" + kind + "/read", bytes, 0,
+          [&f, path] { read_rows_plain(f, path, pixels.data()); });
   time_it("tiff_read_plain/" + kind + "/pread", bytes, 0, [&f, path] { read_plain(f, path, pixels.data()); });
 }
 

@@ -6,6 +6,7 @@
 #include "core/owned.hpp"
 #include "core/reason.hpp"
 #include "files/codec/codec.hpp"
+#include "kernels/clones.hpp"
 
 namespace {
 
@@ -110,21 +111,26 @@ int32_t encode(pabi_state &s, codecstream &in, codecstream &out) {
   return in.more > 0 ? 0 : 1;
 }
 
-// Whole packets, while there is ample input and room: then each may write as much as the longest, in a fixed
-// number of stores.
-void decode_bulk(codecstream &in, codecstream &out) {
+// Whole packets, while there is ample input: where there is room for the longest, each writes as much as that, in a
+// fixed number of stores.
+QVIM_CLONES void decode_bulk(codecstream &in, codecstream &out) {
   const uint8_t *from = in.next;
   uint8_t *to = out.next;
-  if (bytes_left(in) <= longest || bytes_left(out) < longest) return;
-  while (in.end - from > int32_t(longest) && out.end - to >= int32_t(longest)) {
-    const uint8_t header = *from++;
-    if (header == skipped) continue;
+  while (in.end - from > int32_t(longest)) {
+    const uint8_t header = *from;
+    if (header == skipped) {
+      from++;
+      continue;
+    }
     const packet next = packet::of(header);
-    if (next.literal)
-      std::memcpy(to, from, longest);
+    const int64_t room = out.end - to;
+    if (room < int64_t{next.bytes}) break;
+    const uint32_t size = room < int64_t{longest} ? next.bytes : 0;
+    if (size)
+      next.literal ? std::memcpy(to, from + 1, size) : std::memset(to, from[1], size);
     else
-      std::memset(to, *from, longest);
-    from += next.coded_bytes() - 1;
+      next.literal ? std::memcpy(to, from + 1, longest) : std::memset(to, from[1], longest);
+    from += next.coded_bytes();
     to += next.bytes;
   }
   advance(in, uint64_t(from - in.next));
