@@ -1,13 +1,16 @@
 #include "tests/fault.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <mutex>
 #include <unordered_set>
 
@@ -75,7 +78,7 @@ countdown allocation_fault, call_fault;
 std::atomic<uint64_t> allocations{0}, calls{0};
 std::atomic<uint32_t> failing_calls{0};
 std::atomic<int> failing_errno{0};
-std::atomic<bool> comes_up_short{false};
+std::atomic<bool> comes_up_short{false}, fails_after_that{false}, fails_next{false};
 std::atomic<uint64_t> most_bytes{0};
 std::atomic<bool> disk_limited{false}, disk_full{false};
 std::atomic<int64_t> disk_room{0};
@@ -97,8 +100,16 @@ bool call_fails(call kind) {
 // How many bytes the transfer may move; -1 with errno set when it fails.
 ssize_t allowed(call kind, size_t count) {
   if (call_fails(kind)) return -1;
-  if ((failing_calls & kind) && comes_up_short && call_fault.fails_now())
-    count = std::min<uint64_t>(count, most_bytes);
+  if ((failing_calls & kind) && comes_up_short) {
+    if (fails_next.exchange(false)) {
+      errno = ENOSPC;
+      return -1;
+    }
+    if (call_fault.fails_now()) {
+      count = std::min<uint64_t>(count, most_bytes);
+      fails_next = fails_after_that.load();
+    }
+  }
   if (kind == call_write && disk_limited) {
     const int64_t room = disk_room.fetch_sub(int64_t(count));
     if (room < int64_t(count)) disk_full = true;
@@ -130,6 +141,8 @@ fail_call::fail_call(uint32_t kinds, int64_t n, bool for_ever, int error) {
 }
 fail_call::fail_call(uint32_t kinds, int64_t n, bool for_ever, short_count most) {
   comes_up_short = true;
+  fails_after_that = most.then_fails;
+  fails_next = false;
   most_bytes = most.bytes;
   failing_calls = kinds;
   call_fault.start(n, for_ever);
@@ -156,6 +169,10 @@ void *__real_calloc(size_t, size_t);
 void *__real_realloc(void *, size_t);
 void __real_free(void *);
 FILE *__real_fopen(const char *, const char *);
+FILE *__real_fdopen(int, const char *);
+int __real_open(const char *, int, ...);
+int __real_fdatasync(int);
+int __real_nanosleep(const timespec *, timespec *);
 int __real_fclose(FILE *);
 ssize_t __real_read(int, void *, size_t);
 ssize_t __real_pread(int, void *, size_t, off_t);
@@ -197,6 +214,24 @@ FILE *__wrap_fopen(const char *path, const char *mode) {
   FILE *fp = __real_fopen(path, mode);
   live_streams().add(fp);
   return fp;
+}
+FILE *__wrap_fdopen(int fd, const char *mode) {
+  if (call_fails(call_open)) return nullptr;
+  FILE *fp = __real_fdopen(fd, mode);
+  live_streams().add(fp);
+  return fp;
+}
+int __wrap_open(const char *path, int flags, ...) {
+  if (call_fails(call_open)) return -1;
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t permissions = flags & O_CREAT ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return __real_open(path, flags, permissions);
+}
+int __wrap_fdatasync(int fd) { return call_fails(call_sync) ? -1 : __real_fdatasync(fd); }
+int __wrap_nanosleep(const timespec *time, timespec *left) {
+  return call_fails(call_wait) ? -1 : __real_nanosleep(time, left);
 }
 int __wrap_fclose(FILE *fp) {
   live_streams().remove(fp);

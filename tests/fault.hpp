@@ -3,16 +3,12 @@
 // what they always do unless one of the objects below says otherwise. The C++ runtime's own calls (new,
 // streams) are never touched.
 //
-//   for (bool for_ever : {false, true})
-//     for (int n = 0;; n++) {
-//       fail_allocation fault(n, for_ever);
-//       const int32_t code = operation();
-//       if (!fault.fired()) break;  // it needs only n allocations: done
-//       EXPECT_EQ(code, -2);
-//     }
+//   expect_faults_reported(operation, -7);
 //
 // Faults count the calls of all threads together; one fault of a kind is active at a time.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -38,7 +34,7 @@ class fail_allocation {
 
 // File calls, to be combined with |.
 enum call : uint32_t {
-  call_open = 1,       // fopen
+  call_open = 1,       // fopen, open, fdopen
   call_read = 2,       // read, pread
   call_write = 4,      // write, pwrite
   call_seek = 8,       // lseek
@@ -47,13 +43,16 @@ enum call : uint32_t {
   call_stat = 64,      // fstat
   call_remove = 128,   // remove, unlink
   call_rename = 256,   // rename
-  any_call = 511,
+  call_sync = 512,     // fdatasync
+  call_wait = 1024,    // nanosleep: does not wait
+  any_call = 1023,
   any_but_remove = any_call & ~call_remove
 };
 
 // Transfers move at most so many bytes instead of failing; calls of other kinds are left alone.
 struct short_count {
   uint64_t bytes;
+  bool then_fails = false;  // the call after it does, as when a disk has become full
 };
 
 // While it lives, the calls of these kinds fail with that error, or come up short, once after n that succeed,
@@ -77,3 +76,48 @@ class full_disk {
   full_disk &operator=(const full_disk &) = delete;
   bool fired() const;
 };
+
+// What an operation made of a fault.
+struct faulted {
+  int32_t code;
+  bool fired, for_ever;
+  uint32_t calls;  // the kind of call; 0: an allocation
+};
+
+// Makes all that an operation needs fail in turn - each allocation, then each file call of each of these kinds - once,
+// and from then on for ever. It must answer -2 or `code` then, 0 once nothing failed, and leave nothing allocated or
+// open. `check` sees what became of each run, when the fault is over.
+template <class Operation, class Check>
+void expect_faults_reported(Operation operation, int32_t code, uint32_t calls, Check check) {
+  const auto run = [&](auto &fault, uint32_t kind, bool for_ever, int64_t live, int64_t open) {
+    faulted result{0, false, for_ever, kind};
+    {
+      const auto active = fault();
+      result.code = operation();
+      result.fired = active.fired();
+    }
+    EXPECT_EQ(result.code, !result.fired ? 0 : kind ? code : -2);
+    EXPECT_EQ(live_allocations(), live);
+    EXPECT_EQ(open_files(), open);
+    check(result);
+    return result.fired;
+  };
+  const int64_t live = live_allocations(), open = open_files();
+  for (uint32_t kind = 0; kind <= any_call; kind = kind ? kind << 1 : 1) {
+    if (kind && !(calls & kind)) continue;
+    for (const bool for_ever : {false, true})
+      for (int n = 0;; n++) {
+        SCOPED_TRACE(testing::Message() << (kind ? "call of kind " : "allocation ") << kind << ", " << n
+                                        << (for_ever ? " for ever" : ""));
+        const auto memory = [&] { return fail_allocation(n, for_ever); };
+        const auto call = [&] { return fail_call(kind, n, for_ever, ENOSPC); };
+        if (!(kind ? run(call, kind, for_ever, live, open) : run(memory, kind, for_ever, live, open))) break;
+        ASSERT_LT(n, 5000);
+      }
+  }
+}
+template <class Operation>
+void expect_faults_reported(Operation operation, int32_t code,
+                            uint32_t calls = call_read | call_write | call_close) {
+  expect_faults_reported(operation, code, calls, [](const faulted &) {});
+}

@@ -28,6 +28,7 @@ class temporary_folder {
   std::string operator/(const std::string &name) const { return (path_ / name).string(); }
   std::string path() const { return path_.string(); }
   bool empty() const { return std::filesystem::is_empty(path_); }
+  size_t files() const { return size_t(std::distance(std::filesystem::directory_iterator(path_), {})); }
 
  private:
   std::filesystem::path path_;

@@ -32,6 +32,7 @@ int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32
   }
   const auto window = source->wind;
   const int64_t width = int64_t(window.se.x) - window.nw.x;
+  if (width < 1) return QVERR_USAGE;
   const uint32_t entry = 3 * uint32_t(qvimdatasize(pixietype));
   for (uint32_t done = 0; done < count;) {
     const uint32_t moved = source->ioread(source, 0, static_cast<uint8_t *>(entries) + uint64_t(done) * entry,

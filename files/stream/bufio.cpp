@@ -276,31 +276,31 @@ int32_t choose_block_size(bufio &b, uint64_t size, uint32_t flags) {
   return 0;
 }
 
+// Zeros, so that bytes of a block that nobody fills are never those of former memory.
+int32_t reserve_block(bufio &b) {
+  b.bufmem = qvmallocz(sizeof(file_state) + b.bufsize + page_bytes);
+  if (!b.bufmem) return QVERR_MEMORY;
+  b.bufp = page_aligned(static_cast<file_state *>(b.bufmem) + 1);
+  return 0;
+}
+
 int32_t open_file(bufio &b, const char *path, const char *fopenmode) {
   const bool creates = fopenmode[0] == 'w';
-  b.fp = fopen(path, fopenmode);
-  if (!b.fp)
-    return because(creates ? QVERR_NOTCREATED : QVERR_NOTFOUND,
-                   {"cannot be opened: ", strerrordesc_np(errno)});
-  b.fd = fileno(b.fp);
+  FILE *const fp = fopen(path, fopenmode);
   struct stat info;
-  if (fstat(b.fd, &info) == 0) {
-    b.ownsfp = 1;
-    b.filelen = disk_length(b) = uint64_t(std::max<off_t>(info.st_size, 0));
+  if (fp && fstat(fileno(fp), &info) == 0) {
+    attach(b, fp, uint64_t(std::max<off_t>(info.st_size, 0)));
     return 0;
   }
-  fclose(b.fp);
-  b.fp = nullptr;
-  if (creates) remove(path);
-  return creates ? QVERR_NOTCREATED : QVERR_NOTFOUND;
+  const int32_t code = cannot_open(creates);
+  if (fp) fclose(fp);
+  return code;
 }
 
 int32_t open_block_and_file(bufio &b, const char *path, const char *fopenmode) {
   if (!path || !fopenmode) return QVERR_USAGE;
-  b.bufmem = qvmalloc(sizeof(file_state) + b.bufsize + page_bytes);
-  if (!b.bufmem) return QVERR_MEMORY;
-  b.bufp = page_aligned(static_cast<file_state *>(b.bufmem) + 1);
-  const int32_t code = open_file(b, path, fopenmode);
+  int32_t code = reserve_block(b);
+  if (code == 0) code = open_file(b, path, fopenmode);
   if (code < 0) {
     qvfreep(&b.bufmem);
     b.bufp = nullptr;
@@ -308,10 +308,14 @@ int32_t open_block_and_file(bufio &b, const char *path, const char *fopenmode) {
   return code;
 }
 
+void clear(bufio &b) {
+  std::memset(static_cast<void *>(&b), 0, sizeof b);
+  b.fd = -1;
+}
+
 int32_t open(bufio *b, const char *path, const char *fopenmode, uint64_t size, uint32_t flags) {
   if (!b) return QVERR_USAGE;
-  std::memset(static_cast<void *>(b), 0, sizeof *b);
-  b->fd = -1;
+  clear(*b);
   int32_t code = choose_block_size(*b, size, flags);
   if (code == 0 && !in_memory(*b)) code = open_block_and_file(*b, path, fopenmode);
   if (code < 0) return code;
@@ -332,13 +336,40 @@ void fail_beyond_end(bufio &b, uint64_t position, uint64_t count) {
   because(QVERR_FORMAT, {count, " bytes at byte ", position, " lie beyond the file's ", b.filelen, " bytes"});
 }
 
-int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize, uint32_t flags) {
-  if (bufsize < 0) return QVERR_USAGE;
+namespace {
+
+// bufio_init's size argument for a size as the formats' functions take it.
+uint64_t block_size(int64_t bufsize, uint32_t flags) {
   const uint64_t bytes =
       bufsize ? std::min(uint64_t(bufsize), highest_bufsize) : uint64_t{1} << default_shift;
   // A shift of 0 would mean the default.
   const uint64_t shift = std::max<uint64_t>(uint64_t(std::bit_width(bytes - 1)), 1);
-  return bufio_init(b, path, fopenmode, flags & BUFIO_NOZERO ? bytes : shift, flags);
+  return flags & BUFIO_NOZERO ? bytes : shift;
+}
+
+}  // namespace
+
+int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize, uint32_t flags) {
+  if (bufsize < 0) return QVERR_USAGE;
+  return bufio_init(b, path, fopenmode, block_size(bufsize, flags), flags);
+}
+
+int32_t cannot_open(bool creates) {
+  return because(creates ? QVERR_NOTCREATED : QVERR_NOTFOUND, {"cannot be opened: ", strerrordesc_np(errno)});
+}
+
+int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags) {
+  clear(*b);
+  if (bufsize < 0) return QVERR_USAGE;
+  const int32_t code = choose_block_size(*b, block_size(bufsize, flags), flags);
+  return code < 0 ? code : reserve_block(*b);
+}
+
+void attach(bufio &b, FILE *fp, uint64_t length) {
+  b.fp = fp;
+  b.fd = fileno(fp);
+  b.ownsfp = 1;
+  b.filelen = disk_length(b) = length;
 }
 
 }  // namespace qvim

@@ -53,6 +53,14 @@ void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
 [[nodiscard]] int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize,
                                  uint32_t flags);
 
+// The same in two steps, for files that are opened elsewhere: first what may fail is had (-1, -2; bufio_done gives
+// it back), then the record takes over a stream whose file has so many bytes.
+[[nodiscard]] int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags);
+void attach(bufio &b, FILE *fp, uint64_t length);
+
+// -14 when a file was to be created, else -13, because of errno.
+[[nodiscard]] int32_t cannot_open(bool creates);
+
 // Headers and directories are small and may lie far apart: while it lives, the file is read in small blocks.
 // Pointers into the resident block end with it.
 class small_blocks {

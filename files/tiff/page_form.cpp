@@ -4,7 +4,9 @@
 #include <ctime>
 
 #include <qvimage/data.h>
+#include <qvimage/error.h>
 
+#include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/tiff/writer.hpp"
 
@@ -40,7 +42,9 @@ int32_t set_time(page &p, const char *given) {
   return set_text(p, DateTime, text);
 }
 
-// Depth and format of the samples: 0, or -1 for what no page holds.
+int32_t refuse(words why) { return because(QVERR_USAGE, why); }
+
+// Depth and format of the samples.
 int32_t set_samples(page &p, const qvimagedata &d, uint32_t samples) {
   uint32_t bits, sample_format = 1;
   switch (d.pixietype) {
@@ -49,9 +53,10 @@ int32_t set_samples(page &p, const qvimagedata &d, uint32_t samples) {
     case QVIM_UINT32: bits = uint32_t(d.i_bitsused); break;
     case QVIM_FLOAT32: bits = 32, sample_format = 3; break;
     case QVIM_FLOAT64: bits = 64, sample_format = 3; break;
-    default: return -1;
+    default: return refuse({"pixies of type ", d.pixietype, " are not stored in TIFF files"});
   }
-  if (bits < 1 || bits > 8 * uint32_t(qvimdatasize(uint32_t(d.pixietype)))) return -1;
+  if (bits < 1 || bits > 8 * uint32_t(qvimdatasize(uint32_t(d.pixietype))))
+    return refuse({"pixies of type ", d.pixietype, " have no ", bits, " bits"});
   p.set(SamplesPerPixel, samples);
   p.hold(BitsPerSample, samples);
   p.bits().fill(uint16_t(bits));
@@ -66,10 +71,13 @@ int32_t set_compression(page &p, uint32_t asked, const qvimagedata &d) {
   const bool differenced = code == lzw_differenced || code == arithmetic_differenced;
   if (code == lzw_differenced) code = lzw;
   if (code == arithmetic_differenced) code = arithmetic;
-  if (code != uncompressed && code != lzw && code != packbits && code != arithmetic) return -1;
+  if (code != uncompressed && code != lzw && code != packbits && code != arithmetic)
+    return refuse({"compression ", asked, " is not written"});
   const bool real = d.pixietype & 0x30;
-  if (real && code != uncompressed) return -1;
-  if (code == arithmetic && p.bits()[0] > 12) return -1;
+  if (real && code != uncompressed)
+    return refuse({"floating-point pixels are stored without compression (1) only, not by ", asked});
+  if (code == arithmetic && p.bits()[0] > 12)
+    return refuse({"arithmetic coding takes samples of at most 12 bits, not ", p.bits()[0]});
   p.set(Compression, code);
   if (code == lzw || code == arithmetic) {
     // Differences are defined for whole bytes; the predictive coder has samples of any depth in whole bytes.
@@ -99,10 +107,13 @@ colour colour_of(const qvimagedata &d, bool has_palette) {
 
 }  // namespace
 
-int32_t set_form(page &p, const qvimagedata &d, int64_t width, int64_t height, bool has_palette,
-                 const qvimagefileinfo *options) {
-  if (width < 1 || height < 1 || d.pixies < 1 || d.pixies > 4) return -1;
-  if (options && options->resunit > UINT16_MAX) return -1;
+int32_t set_form(page &p, const qvimage &image, bool has_palette, const qvimagefileinfo *options) {
+  const qvimagedata d = image.d;
+  const int64_t width = int64_t(image.wind.se.x) - image.wind.nw.x,
+                height = int64_t(image.wind.se.y) - image.wind.nw.y;
+  if (width < 1 || height < 1) return refuse({"the image's window is empty"});
+  if (d.pixies < 1 || d.pixies > 4)
+    return refuse({"pixels of ", d.pixies, " pixies are not stored: 1 to 4 are"});
   const colour c = colour_of(d, has_palette);
   p.set(NewSubfileType, 0);
   p.set(ImageWidth, uint32_t(width));
@@ -125,11 +136,14 @@ int32_t set_texts(page &p, const qvimagefileinfo *options) {
   return worst(code, set_text(p, Copyright, options->copyright));
 }
 
-void set_resolutions(page &p, const qvimagefileinfo &options) {
+int32_t set_resolutions(page &p, const qvimagefileinfo &options) {
+  if (options.resunit > 0xFFFF)
+    return refuse({"resolution unit ", options.resunit, " has more than 16 bits"});
   set_resolution(p, XResolution, options.xres);
   set_resolution(p, YResolution, options.yres);
   if (p.present[XResolution] || p.present[YResolution])
     p.set(ResolutionUnit, options.resunit ? options.resunit : tags[ResolutionUnit].initial);
+  return 0;
 }
 
 }  // namespace qvim::tiff

@@ -1,94 +1,204 @@
-// Writing TIFF files: whole images in one call.
-#include <cstdio>
+// Writing TIFF files: the functions of the C interface.
+#include <algorithm>
 
+#include <qvimage/data.h>
+#include <qvimage/error.h>
 #include <qvimage/tiff.h>
 #include <qvimage/views.h>
 
-#include "core/dimension.hpp"
+#include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/tiff/writer.hpp"
 
-namespace {
+namespace qvim::tiff {
 
-using namespace qvim;
-using namespace qvim::tiff;
-
-struct request {
-  qvimagecallback callback;
-  qvimage *palette;
-  qvimagefileinfo *options;
-  uint32_t rgborder, swapmap, yccorder;
-};
-
-int32_t write_page(tiffhandle **h, qvimagecallback callback, qvimage *image, const request &r, bool further) {
-  int32_t code =
-      qvimage_tiffwritesetup(h, image, r.palette, r.options, r.rgborder, r.swapmap, r.yccorder, further);
-  if (code == 0) code = qvimage_tiffwriteifdinit(h);
-  if (code == 0) code = qvimage_tiffwritedata(h, callback, image, 0);
-  if (code == 0) code = qvimage_tiffwriteifdfini(h);
-  return code;
-}
-
-int32_t write_pages(tiffhandle **h, qvimage *image, const request &r) {
-  return write_page(h, r.callback, image, r, false);
-}
-
-// One page a plane. The callback hears of planes, not of their rows.
-int32_t write_pages(tiffhandle **h, qvimage3 *image, const request &r) {
-  const int64_t depth = int64_t(image->wind.se.z) - image->wind.nw.z;
-  if (depth < 1) return -1;
-  for (int64_t z = 0; z < depth; z++) {
-    if (r.callback)
-      if (const int32_t stop = r.callback(z + 1, depth); stop != 0) return stop;
-    qvimage plane;
-    int32_t code = qvimage_def2from3(&plane, image, 0, 2, int32_t(z), 0);
-    if (code == 0) code = write_page(h, nullptr, &plane, r, z > 0);
-    if (code == 0) code = qvimage_tifferror(h);
-    if (code != 0) return code;
-  }
+int32_t writer_of(tiffhandle **h, writer **result) {
+  if (!h || !*h) return QVERR_USAGE;
+  if ((*h)->identity != tiffhandle::writer_mark) return QVERR_HANDLE;
+  *result = static_cast<writer *>(*h);
   return 0;
 }
 
-template <class Record>
-int32_t write_file(Record *image, const char *path, const char *fopenmode, int64_t bufsize,
-                   int64_t appendpage, const request &r) {
-  if (!image || !path) return -1;
-  // An existing file is not given up for an image that cannot be written.
-  page form;
-  const auto &window = image->wind;
-  int32_t code = set_form(form, image->d, int64_t(window.se.x) - window.nw.x,
-                          int64_t(window.se.y) - window.nw.y, false, r.options);
-  if (code < 0) return code;
-  tiffhandle *h = nullptr;
-  code = qvimage_tiffwriteopen(&h, 1, nullptr, nullptr, path, fopenmode, bufsize, appendpage, r.options);
-  if (code == 0) code = write_pages(&h, image, r);
-  if (!h) return code;
-  const bool created = qvimage_tifffileopened(&h) > 0;
-  if (code != 0) revert(*static_cast<writer *>(h));
-  // The result of a stop stays unless something worse follows.
-  const int32_t closed = qvimage_tiffclose(&h);
-  code = code == 0 ? closed : worst(code, closed);
-  qvimage_tifffini(&h, 1);
-  if (code != 0 && created) std::remove(path);
+namespace {
+
+// --- in steps
+
+template <class Step>
+int32_t take_step(tiffhandle **h, Step step) {
+  const public_call call;
+  writer *w;
+  const int32_t code = writer_of(h, &w);
+  return call.result(code < 0 ? code : step(*w));
+}
+
+// Block size of the memory that a band after the first is coded into: a quarter of what is expected of it.
+uint64_t band_block(uint64_t file_block, int32_t bands, const uint32_t size[2], const qvimagedata *d,
+                    uint32_t compression) {
+  constexpr uint64_t smallest = 1024;
+  if (!size || !d) return file_block;
+  const bool by_arithmetic = compression == arithmetic || compression == arithmetic_differenced;
+  const bool small = compression == lzw || compression == lzw_differenced || by_arithmetic;
+  const bool packed = d->pixietype & 0x0F && !by_arithmetic;
+  const int bits = packed ? d->i_bitsused : 8 * qvimdatasize(uint32_t(d->pixietype));
+  const double bytes = double(size[0]) * size[1] * d->pixies * bits / 8 / bands;
+  const double block = bytes / (small ? 16 : 4);
+  return block < double(smallest) ? smallest : block > double(file_block) ? file_block : uint64_t(block);
+}
+
+int32_t open_for_steps(tiffhandle **h, int32_t bands, const uint32_t size[2], const qvimagedata *d,
+                       const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage,
+                       const qvimagefileinfo *options) {
+  constexpr uint64_t usual_block = 65536;
+  if (!h || *h || bands < 1 || appendpage < 0 || bufsize < 0) return QVERR_USAGE;
+  owned<writer> w = make_owned<writer>();
+  if (!w) return QVERR_MEMORY;
+  const uint64_t block = band_block(bufsize ? uint64_t(bufsize) : usual_block, bands, size, d,
+                                    options ? options->compression : 0);
+  if (const int32_t code = w->make_bands(uint32_t(bands), block); code < 0) return code;
+  const int32_t code =
+      w->open(path, fopenmode, bufsize, uint64_t(appendpage), options && options->version == 43,
+              appendpage ? output_file::way::update : output_file::way::itself);
+  if (code == 0) *h = w.release();
   return code;
+}
+
+int32_t release(tiffhandle **h, writer &w) {
+  const int32_t code = worst(w.close(), w.band_error());
+  owned<writer>{&w};
+  *h = nullptr;
+  return code;
+}
+
+// --- in one call
+
+// A page that was planned.
+int32_t write_page(writer &w, const progress &told, qvimage &image, const page_request &r) {
+  int32_t code = w.set_up(image, r);
+  if (code == 0) code = w.begin();
+  if (code == 0) code = w.data(told, image, 0);
+  return code == 0 ? w.finish() : code;
+}
+
+int32_t plan_first(writer &w, qvimage &image, const page_request &r) { return w.plan(image, r); }
+
+int32_t plan_first(writer &w, qvimage3 &image, const page_request &r) {
+  if (image.wind.se.z <= image.wind.nw.z) return because(QVERR_USAGE, {"the image's window has no planes"});
+  qvimage plane;
+  const int32_t code = qvimage_def2from3(&plane, &image, 0, 2, 0, 0);
+  return code < 0 ? code : w.plan(plane, r);
+}
+
+int32_t write_pages(writer &w, const progress &told, qvimage &image, const page_request &r) {
+  return write_page(w, told, image, r);
+}
+
+int32_t write_plane(writer &w, qvimage3 &image, int32_t z, const page_request &r) {
+  qvimage plane;
+  int32_t code = qvimage_def2from3(&plane, &image, 0, 2, z, 0);
+  if (code == 0 && z > 0) code = w.plan(plane, r);
+  if (code == 0) code = write_page(w, progress(), plane, r);
+  return within({"plane ", z + 1, ": "}, code);
+}
+
+// One page a plane. The callback hears of planes, not of their rows.
+int32_t write_pages(writer &w, const progress &told, qvimage3 &image, const page_request &r) {
+  const int32_t depth = image.wind.se.z - image.wind.nw.z;
+  int32_t code = 0;
+  for (int32_t z = 0; z < depth && code == 0; z++) {
+    if (code = told(z + 1, depth); code != 0)
+      return code < 0 ? because(code, {"stopped by the callback at plane ", z + 1}) : code;
+    code = write_plane(w, image, z, r);
+  }
+  return code;
+}
+
+template <class Record>
+int32_t write_file(qvimagecallback callback, Record *image, const char *path, const char *fopenmode,
+                   int64_t bufsize, int64_t appendpage, const page_request &r) {
+  if (!image || !path || appendpage < 0) return QVERR_USAGE;
+  owned<writer> w = make_owned<writer>();
+  if (!w) return QVERR_MEMORY;
+  int32_t code = w->make_bands(1, 0);
+  if (code == 0) code = plan_first(*w, *image, r);
+  if (code == 0)
+    code = w->open(path, fopenmode, bufsize, uint64_t(appendpage), r.options && r.options->version == 43,
+                   appendpage  ? output_file::way::update
+                   : fopenmode ? output_file::way::itself
+                               : output_file::way::beside);
+  return code < 0 ? code : w->end(write_pages(*w, progress(callback), *image, r));
 }
 
 }  // namespace
 
+}  // namespace qvim::tiff
+
+using namespace qvim;
+using namespace qvim::tiff;
+
 extern "C" {
+
+int32_t qvimage_tiffwriteopen(tiffhandle **h, int32_t bands, const uint32_t size[2], const qvimagedata *d,
+                              const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage,
+                              qvimagefileinfo *options) {
+  return public_call().result(
+      open_for_steps(h, bands, size, d, path, fopenmode, bufsize, appendpage, options));
+}
+
+int32_t qvimage_tiffwritesetup(tiffhandle **h, qvimage *image, qvimage *palette, qvimagefileinfo *options,
+                               uint32_t rgborder, uint32_t swapmap, uint32_t yccorder, int32_t) {
+  const page_request r{palette, options, rgborder != 0, swapmap != 0, yccorder != 0};
+  return take_step(h, [&](writer &w) {
+    const int32_t code = image ? w.plan(*image, r) : int32_t{QVERR_USAGE};
+    return code < 0 ? code : w.set_up(*image, r);
+  });
+}
+
+int32_t qvimage_tiffwriteifdinit(tiffhandle **h) {
+  return take_step(h, [](writer &w) { return w.begin(); });
+}
+
+int32_t qvimage_tiffwritedata(tiffhandle **h, qvimagecallback callback, qvimage *image, int32_t number) {
+  return take_step(h, [&](writer &w) {
+    return image && number >= 0 ? w.data(progress(callback), *image, uint32_t(number)) : int32_t{QVERR_USAGE};
+  });
+}
+
+int32_t qvimage_tiffwriteifdfini(tiffhandle **h) {
+  return take_step(h, [](writer &w) { return w.finish(); });
+}
+
+int32_t qvimage_tiffclose(tiffhandle **h) {
+  return take_step(h, [](writer &w) { return w.close(); });
+}
+
+int32_t qvimage_tifffini(tiffhandle **h, int32_t) {
+  return take_step(h, [h](writer &w) { return release(h, w); });
+}
+
+int32_t qvimage_tifferror(tiffhandle **h) {
+  writer *w;
+  const int32_t code = writer_of(h, &w);
+  return code < 0 ? code : w->error();
+}
+
+int32_t qvimage_tifffileopened(tiffhandle **h) {
+  writer *w;
+  const int32_t code = writer_of(h, &w);
+  return code < 0 ? code : w->created();
+}
 
 int32_t qvimage_tiffwrite(qvimagecallback callback, qvimage *image, qvimage *palette, const char *path,
                           const char *fopenmode, int64_t bufsize, int64_t appendpage,
                           qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder) {
-  return write_file(image, path, fopenmode, bufsize, appendpage,
-                    {callback, palette, options, rgborder, swapmap, yccorder});
+  return public_call().result(write_file(callback, image, path, fopenmode, bufsize, appendpage,
+                                         {palette, options, rgborder != 0, swapmap != 0, yccorder != 0}));
 }
 
 int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *palette, const char *path,
                            const char *fopenmode, int64_t bufsize, int64_t appendpage,
                            qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder) {
-  return write_file(image, path, fopenmode, bufsize, appendpage,
-                    {callback, palette, options, rgborder, swapmap, yccorder});
+  return public_call().result(write_file(callback, image, path, fopenmode, bufsize, appendpage,
+                                         {palette, options, rgborder != 0, swapmap != 0, yccorder != 0}));
 }
 
 }  // extern "C"

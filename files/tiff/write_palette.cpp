@@ -1,10 +1,19 @@
 // The colour map of a page from a palette image.
+#include <qvimage/error.h>
+
+#include "core/reason.hpp"
 #include "files/rows/palette.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
 
 namespace {
+
+bool has_entries(const qvimage &palette, uint32_t count) {
+  const auto window = palette.wind;
+  const int64_t width = int64_t(window.se.x) - window.nw.x, height = int64_t(window.se.y) - window.nw.y;
+  return width > 0 && height > 0 && width * height >= count && palette.d.pixies >= 3;
+}
 
 // Fills the bits below the significant ones with copies of them, so that full scale means full scale to
 // everyone, and the top bits are the palette's own.
@@ -15,8 +24,12 @@ uint32_t widened(uint32_t value, uint32_t significant, uint32_t width) {
 
 template <class T>
 int32_t fill(page &p, qvimage *palette, uint32_t entries, bool exchanged) {
+  // Before memory is taken for what the palette does not have.
+  if (!has_entries(*palette, entries))
+    return because(QVERR_USAGE, {"the palette has fewer than ", entries, " colours"});
   array<T> values;
-  if (!values.allocate(3 * uint64_t(entries)) || !p.colours.allocate(3 * uint64_t(entries))) return -2;
+  if (!values.allocate(3 * uint64_t(entries)) || !p.colours.allocate(3 * uint64_t(entries)))
+    return QVERR_MEMORY;
   if (const int32_t code = read_entries(palette, sizeof(T), values.data(), entries); code < 0) return code;
   const bool integer = palette->f.flags & 1;
   constexpr uint32_t width = 8 * sizeof(T);
@@ -31,7 +44,7 @@ int32_t fill(page &p, qvimage *palette, uint32_t entries, bool exchanged) {
 }  // namespace
 
 int32_t set_colours(page &p, qvimage *palette, uint32_t bits, bool exchanged) {
-  if (bits > 30) return -1;
+  if (bits > 30) return because(QVERR_USAGE, {"samples of ", bits, " bits have no colour map"});
   const uint32_t entries = 1u << bits;
   p.hold(ColorMap, 3 * uint64_t(entries));
   return bits <= 16 ? fill<uint16_t>(p, palette, entries, exchanged)

@@ -1,8 +1,12 @@
-// The strips of a page: rows are fetched from the image, encoded, compressed and appended.
-#include <qvimage/data.h>
+// Writing TIFF files: pages and their strips. Rows are fetched from the image, encoded, compressed and appended.
+#include <algorithm>
+#include <numeric>
+
 #include <qvimage/error.h>
 
+#include "core/reason.hpp"
 #include "files/codec/codec.hpp"
+#include "files/rows/image_rows.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
@@ -67,54 +71,105 @@ class strip_sink {
   codecstream out_{};
 };
 
-// A whole row of the image. Some images deliver a row in several pieces; one that stops short would lose
-// data.
-int32_t fetch_row(qvimage *image, uint8_t *row, uint32_t width, int32_t y) {
-  for (uint32_t done = 0; done < width;) {
-    const uint32_t moved = image->ioread(image, 0, row + uint64_t(done) * uint32_t(image->f.pixelsize),
-                                         width - done, int32_t(done), y);
-    if (moved == 0 || moved > width - done) {
-      const int32_t latched = int32_t(image->aeiou(image, 'e', 0, 1, nullptr));
-      return latched < 0 ? latched : QVERR_IO;
-    }
-    done += moved;
-  }
-  return 0;
-}
-
-int32_t write_row(band &b, strip_sink &sink, qvimage *image, uint32_t width, uint32_t y, bool last) {
+int32_t write_row(image_rows &rows, band &b, strip_sink &sink, uint32_t y, bool last) {
   if (b.encoder.verbatim())
-    if (uint8_t *place = sink.place_for(b.encoder.bytes())) return fetch_row(image, place, width, int32_t(y));
-  if (const int32_t code = fetch_row(image, b.encoder.row(), width, int32_t(y)); code < 0) return code;
+    if (uint8_t *place = sink.place_for(b.encoder.bytes())) return rows.fetch(place, y);
+  if (const int32_t code = rows.fetch(b.encoder.row(), y); code != 0) return code;
   return sink.add(b.encoder.encode(), b.encoder.bytes(), last);
 }
 
+constexpr uint64_t usual_strip = 65536;
+
 }  // namespace
 
-int32_t write_band(writer &w, qvimagecallback callback, qvimage *image, uint32_t number) {
-  band &b = w.band_of(number);
-  const page &p = w.page;
-  const uint32_t all = (1u << image->d.pixies) - 1;
-  const int32_t set = image->ioset(image, 0, uint32_t(image->d.pixietype) | QVIM_LSB, all);
-  if (set <= 0) return set < 0 ? set : -1;
+int32_t classic_limit_passed() {
+  return because(QVERR_FORMAT, {"classic TIFF files end at 4 GiB, BigTIFF files do not"});
+}
+
+int32_t writer::plan(const qvimage &image, const page_request &r) {
+  if (step_ == step::directory) return because(QVERR_USAGE, {"a page is begun and not finished"});
+  step_ = step::opened;
+  page = tiff::page();
+  const bool integer = image.d.pixietype & 0x0F;
+  const bool has_palette = !is_none(r.palette) && image.d.pixies == 1 && integer;
+  int32_t code = set_form(page, image, has_palette, r.options);
+  if (code == 0) code = set_texts(page, r.options);
+  if (code == 0 && r.options) code = set_resolutions(page, *r.options);
+  if (code == 0 && has_palette) code = set_colours(page, r.palette, page.bits()[0], r.exchanges_map);
+  if (code == 0) step_ = step::planned;
+  return code;
+}
+
+// Bands of whole strips: the largest strip up to the target's size that divides them all.
+int32_t writer::set_strips(uint64_t target) {
+  const uint64_t height = page.height(), bands = band_count();
+  const auto first_row = [&](uint64_t i) { return uint32_t(i * height / bands); };
+  uint64_t per_strip =
+      std::clamp<uint64_t>((target ? target : usual_strip) / rows_of(page).bytes(), 1, height);
+  if (bands > 1) {
+    uint64_t common = 0;
+    for (uint64_t i = 0; i < bands; i++) common = std::gcd(common, uint64_t(first_row(i + 1) - first_row(i)));
+    while (common % per_strip) per_strip--;
+  }
+  rows_per_strip_ = uint32_t(per_strip);
+  uint64_t strips = 0;
+  for (uint32_t i = 0; i < bands; i++) {
+    band &b = band_of(i);
+    b.first_row = first_row(i);
+    b.end_row = first_row(i + 1);
+    b.first_strip = strips;
+    strips += (b.end_row - b.first_row + per_strip - 1) / per_strip;
+  }
+  page.set(RowsPerStrip, rows_per_strip_);
+  if (!page.offsets.allocate_zeroed(strips) || !page.byte_counts.allocate_zeroed(strips)) return QVERR_MEMORY;
+  page.hold(StripOffsets, strips);
+  page.hold(StripByteCounts, strips);
+  return 0;
+}
+
+int32_t writer::set_up(const qvimage &image, const page_request &r) {
+  if (step_ != step::planned || !output_.is_open())
+    return because(QVERR_USAGE, {"a page is set up in a file that is closed"});
+  step_ = step::opened;
+  if (page.height() < band_count())
+    return because(QVERR_USAGE, {page.height(), " rows are fewer than ", band_count(), " bands"});
+  if (const int32_t code = set_strips(r.options ? r.options->stripsize : 0); code < 0) return code;
+  const row_form form = rows_of(page);
+  const row_changes changes{r.exchanges_rgb, r.exchanges_chroma, page.differenced(), format.order()};
+  for (band *b : bands_) {
+    b->complete = false;
+    if (b->stream == &b->memory) bufio_ptr2truncate(&b->memory, 0);
+    if (const int32_t code = b->encoder.prepare(image, form, changes); code < 0) return code;
+    if (const int32_t code = b->codec.start(page.scalar[Compression], form); code < 0) return code;
+  }
+  step_ = step::set_up;
+  return 0;
+}
+
+int32_t writer::data(const progress &told, qvimage &image, uint32_t number) {
+  if (step_ != step::directory || number >= band_count())
+    return because(QVERR_USAGE, {"no page is begun that has a band ", number});
+  band &b = band_of(number);
+  if (!b.encoder.fits(image))
+    return because(QVERR_USAGE, {"another image was set up than the one to be written"});
+  image_rows rows(image, told);
+  if (const int32_t code = rows.set_up(); code < 0) return code;
 
   b.complete = false;
   strip_sink sink(b.stream, &b.codec);
   uint64_t strip = b.first_strip;
   for (uint32_t y = b.first_row; y < b.end_row; y++) {
-    const uint32_t in_strip = (y - b.first_row) % w.rows_per_strip;
-    const bool last = in_strip == w.rows_per_strip - 1 || y + 1 == b.end_row;
-    if (callback)
-      if (const int32_t stop = callback(int64_t(y) + 1, p.height()); stop != 0) return stop;
+    const uint32_t in_strip = (y - b.first_row) % rows_per_strip_;
+    const bool last = in_strip == rows_per_strip_ - 1 || y + 1 == b.end_row;
     if (in_strip == 0)
       if (const int32_t code = sink.begin(); code < 0) return code;
-    if (const int32_t code = write_row(b, sink, image, p.width(), y, last); code < 0) return code;
+    if (const int32_t code = write_row(rows, b, sink, y, last); code != 0) return code;
     if (!last) continue;
-    w.page.offsets[strip] = sink.offset();
-    w.page.byte_counts[strip] = sink.size();
+    page.offsets[strip] = sink.offset();
+    page.byte_counts[strip] = sink.size();
     strip++;
     if (const int32_t code = bufio_err(b.stream); code < 0) return code;
-    if (passes_classic_limit(w.format, b.stream->filelen)) return QVERR_FORMAT;
+    if (passes_classic_limit(format, b.stream->filelen)) return classic_limit_passed();
   }
   b.complete = true;
   return 0;

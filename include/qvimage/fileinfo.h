@@ -91,10 +91,6 @@ QVIM_ASSERT(offsetof(qvimagefileinfo, fts_date) == 256);
 QVIM_ASSERT(offsetof(qvimagefileinfo, avi_ratenum) == 344);
 QVIM_ASSERT(offsetof(qvimagefileinfo, reserved) == 376);
 
-/* Tells how far a writer has come: step of steps, counted from 1. Writers call it in the thread that writes,
- * before each step; any answer but 0 stops the writing and becomes the writer's result. */
-typedef int32_t (*qvimagecallback)(int64_t step, int64_t steps);
-
 QVIM_END_DECLS
 
 #endif

@@ -20,6 +20,7 @@
 #include <qvimage/npfpix.h>
 #include <qvimage/null.h>
 #include <qvimage/pgm.h>
+#include <qvimage/progress.h>
 #include <qvimage/record.h>
 #include <qvimage/tiff.h>
 #include <qvimage/types.h>

@@ -3,12 +3,16 @@
 #define QVIMAGE_TIFF_H
 
 #include <qvimage/fileinfo.h>
+#include <qvimage/progress.h>
 #include <qvimage/record.h>
 
 QVIM_BEGIN_DECLS
 
 /* An open TIFF file, of a reader or a writer. */
 typedef struct tiffhandle tiffhandle;
+
+/* For appendpage: after the last page, however many there are. */
+#define QVIM_TIFF_END INT64_MAX
 
 /* --- Writing ---------------------------------------------------------------------------------------------
  *
@@ -35,25 +39,43 @@ typedef struct tiffhandle tiffhandle;
  * (null for none; for images of one integer pixie) is an image of at least 2^bits pixels of 3 components: the
  * page becomes an index image with that colour map, of 16-bit values (32-bit above 16 bits).
  *
- * path; fopenmode (null: "w+b", or "r+b" to append); bufsize, the bytes of the file's buffer block, rounded
- * up to a power of two, 0 for 64 KiB; appendpage: 0 creates the file, N > 0 adds to an existing file after
- * its first N pages, in the file's own byte order and form. Pages that followed these are then no longer
- * linked.
+ * path; bufsize, the bytes of the file's buffer block, rounded up to a power of two, 0 for 64 KiB; appendpage: 0
+ * writes a new file, N > 0 adds to an existing one after its first N pages, QVIM_TIFF_END after its last, in the
+ * file's own byte order and form. Pages that followed these are then no longer linked.
+ *
+ * fopenmode, as fopen's; null stands for the best that there is:
+ * - a new file, qvimage_tiffwrite and qvimage3_tiffwrite: a file beside the path, ".qvimage-...", takes the path's
+ *   name once it is whole. What stands under the name until then survives every failure; its owner and permissions
+ *   pass to the new file, symbolic links stay and lead to it (other hard links keep the old one). Where that cannot
+ *   be - special files, links to nothing, folders that take no new file, owners that cannot be given - the path
+ *   itself is written, as with "w+b".
+ * - a new file, in steps: "w+b", the path itself.
+ * - appending: "r+b".
+ * Files opened so are closed when the process becomes another program. A mode that begins with 'w' truncates what
+ * is there at once; it is opened as "w+b" with its letters 'x' (only a new file) and 'e' (closed as above). "r+b"
+ * for a new file writes an existing file anew. Other modes, and 'w' to append, are refused.
+ *
+ * While it is appended to, a file is locked (flock) against other appends, of this process too; a call waits for the
+ * lock for at most 10 seconds. So processes that append to the end of one file at once lose no page.
  *
  * Codes of all write functions; the worst code of all steps is returned:
- * - -1: bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not
- *   written, a palette with too few entries, a mode that begins with 'a', steps out of order.
+ * - -1: bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not written, a
+ *   palette with too few entries, a resunit above 65535, a mode that is refused, steps out of order.
  * - -2: memory.
  * - -7: the file could not be written, or the image did not deliver its pixels (an image that names its own
  *   reason through aeiou 'e' passes that on).
  * - -10: the file to append to is broken or has fewer pages; a classic file would pass 4 GiB.
- * - -13: the file to append to cannot be opened. -14: the file cannot be created.
+ * - -13: the file to append to cannot be opened. -14: the file cannot be created; it is locked by another append.
  * - -64: not the handle of a TIFF file being written.
  * - A set-up code of the image (-11, -19, ...) is passed on.
+ * qvimage_reason says more.
  *
- * When writing fails, a file that the call created is removed and a file appended to gets its former length
- * and links back. An existing file is replaced only once image and options are known to make a page. A page
- * becomes part of a file only once all of it is written. */
+ * Arguments are judged before the file is opened: what cannot be written leaves an existing file alone. When writing
+ * fails later, a regular file that the call created or truncated is removed, through a symbolic link its target; a
+ * link, a FIFO, a device or a file that was only opened never is, nor one that took over the name meanwhile. A file
+ * appended to gets its former length and links back. A page becomes part of a file only once all of it is written.
+ *
+ * Callbacks may be null: then the thread's progress callback hears of the steps (qvimage_progress). */
 
 /* Writes the image's window as one page. The callback (null for none) hears of every row, from 1 to the
  * height; a non-zero answer stops the writing and becomes the result. Sets up the image's runs; the palette's
@@ -68,7 +90,8 @@ int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *p
                            const char *fopenmode, int64_t bufsize, int64_t appendpage,
                            qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
 
-/* The steps of the functions above, for pages of different images in one file, and for pages that several
+/* The steps of the functions above, for pages of different images in one file, for many pages one by one (each costs
+ * the same, however many there are; a call that appends walks along all pages before), and for pages that several
  * threads code: open, then for each page set-up, directory, data, end of directory, then close and release.
  *
  * A page may be cut into bands, band i of n having the rows from i x height / n up to the next band's first.
@@ -96,7 +119,7 @@ int32_t qvimage_tiffwritedata(tiffhandle **h, qvimagecallback callback, qvimage 
 /* Completes the page and links it to the one before it. -1 also while rows of a band are missing. */
 int32_t qvimage_tiffwriteifdfini(tiffhandle **h);
 
-/* Closes the file; a page begun and not completed is dropped. The result is the worst that happened to it. */
+/* Closes the file; a page begun and not completed is dropped, and the link to it goes back. The result is the worst that happened to it. */
 int32_t qvimage_tiffclose(tiffhandle **h);
 
 /* Closes the file if that was not done, releases everything and sets *h to null; bands as at opening. */
@@ -105,8 +128,8 @@ int32_t qvimage_tifffini(tiffhandle **h, int32_t bands);
 /* The latched error of the file, or 0. */
 int32_t qvimage_tifferror(tiffhandle **h);
 
-/* 1 when the file was created by this handle, so that it is the caller's to remove if writing fails; 0 when
- * it was there before. */
+/* 1 when this handle created or truncated a regular file, so that it is the caller's to remove if writing fails; 0
+ * for files that were only opened, and for special files. */
 int32_t qvimage_tifffileopened(tiffhandle **h);
 
 /* --- Reading ---------------------------------------------------------------------------------------------

@@ -1,5 +1,5 @@
-// From an image's rows to a page's rows.
-#include "files/tiff/row_encoder.hpp"
+// From an image's rows to those of a file.
+#include "files/rows/row_encoder.hpp"
 
 #include <cstring>
 
@@ -9,7 +9,7 @@
 
 #include "files/rows/samples.hpp"
 
-namespace qvim::tiff {
+namespace qvim {
 
 namespace {
 
@@ -34,10 +34,9 @@ void differences(const uint8_t *from, uint8_t *to, uint64_t count, int samples, 
 
 }  // namespace
 
-int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &f, const orders &o) {
-  const row_form r = rows_of(p);
+int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_changes &changes) {
   width_ = r.width;
-  height_ = p.height();
+  height_ = uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y);
   samples_ = int(r.samples);
   container_ = r.container();
   bits_ = r.bits;
@@ -47,18 +46,18 @@ int32_t row_encoder::prepare(const qvimage &image, const page &p, const format &
   pixietype_ = image.d.pixietype;
   narrows_ = container_ < pixiesize_;
   drops_pad_ = samples_ < pixies_;
-  exchanges_ = o.rgb && pixies_ > 2;
-  ycc_ = o.ycc && pixies_ > 2;
-  differences_ = p.differenced();
+  exchanges_ = changes.exchanges_rgb && pixies_ > 2;
+  chroma_ = changes.exchanges_chroma && pixies_ > 2;
+  differences_ = changes.differences;
   packs_ = r.packed && bits_ != uint32_t(8 * container_);
-  swaps_ = r.packed && !packs_ && container_ > 1 && f.big_endian;
+  swaps_ = r.packed && !packs_ && container_ > 1 && changes.order == std::endian::big;
   // Whole bytes follow the file's byte order; other depths are one stream of bits, most significant first.
-  pack_mode_ = bits_ % 8 == 0 && !f.big_endian ? 2 : 3;
+  pack_mode_ = bits_ % 8 == 0 && changes.order == std::endian::little ? 2 : 3;
 
   const uint64_t row = uint64_t(width_) * uint64_t(pixies_) * uint64_t(pixiesize_);
-  if (!fetched_.allocate(row)) return QVERR_MEMORY;
-  if ((narrows_ || drops_pad_ || ycc_ || differences_) && !work_.allocate(row)) return QVERR_MEMORY;
-  if (packs_ && !packed_.allocate(bytes_)) return QVERR_MEMORY;
+  if (!fetched_.allocate_zeroed(row)) return QVERR_MEMORY;
+  if ((narrows_ || drops_pad_ || chroma_ || differences_) && !work_.allocate_zeroed(row)) return QVERR_MEMORY;
+  if (packs_ && !packed_.allocate_zeroed(bytes_)) return QVERR_MEMORY;
   return 0;
 }
 
@@ -75,7 +74,7 @@ const uint8_t *row_encoder::encode() {
   if (narrows_) row = narrow(row);
   if (drops_pad_) row = drop_pad(row);
   if (exchanges_) row = exchange(row);
-  if (ycc_) row = exchange_chroma(row);
+  if (chroma_) row = exchange_chroma(row);
   if (differences_) row = difference(row);
   if (swaps_) row = swap_bytes(row);
   return packs_ ? pack(row) : row;
@@ -125,4 +124,4 @@ const uint8_t *row_encoder::pack(const uint8_t *row) {
   return packed_.data();
 }
 
-}  // namespace qvim::tiff
+}  // namespace qvim

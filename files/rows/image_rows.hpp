@@ -1,0 +1,35 @@
+// Rows out of any image, for those who write files of it.
+#pragma once
+
+#include <cstdint>
+
+#include <qvimage/record.h>
+
+#include "core/progress.hpp"
+
+namespace qvim {
+
+class image_rows {
+ public:
+  // Rows of the image's window, told to the callback one by one.
+  image_rows(qvimage &image, const progress &told)
+      : image_(image),
+        told_(told),
+        width_(uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x)),
+        height_(uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y)) {}
+
+  // Sets up the image's runs: all pixies, in its own type, significant bits at the low end. 0, or the image's code;
+  // -1 for images that have no runs.
+  [[nodiscard]] int32_t set_up();
+
+  // Tells of row y, the first being 0, and reads it whole; row has room for pixels of the image. 0; the callback's
+  // answer when that is not 0; the code that the image keeps of why it stopped short, or -7.
+  [[nodiscard]] int32_t fetch(uint8_t *row, uint32_t y);
+
+ private:
+  qvimage &image_;
+  const progress told_;
+  const uint32_t width_, height_;
+};
+
+}  // namespace qvim

@@ -1,0 +1,70 @@
+// From an image's rows to those of a file: component order, differences, byte order, bit packing.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include <qvimage/record.h>
+
+#include "core/owned.hpp"
+#include "files/rows/row_form.hpp"
+
+namespace qvim {
+
+// What happens to samples on their way beside taking the file's form.
+struct row_changes {
+  bool exchanges_rgb = false;     // first and third: the image holds blue, green, red
+  bool exchanges_chroma = false;  // second and third: the image holds Y, Cr, Cb
+  bool differences = false;       // each sample less the one a pixel before it
+  // Of samples of whole bytes. Other depths are one stream of bits, most significant first.
+  std::endian order = std::endian::little;
+};
+
+class row_encoder {
+ public:
+  // Prepares for rows of images like this one: 0, or -2. Of each pixel the first form.samples pixies are taken.
+  // Buffers begin as zeros: what an image leaves alone is never former memory.
+  [[nodiscard]] int32_t prepare(const qvimage &image, const row_form &form, const row_changes &changes);
+  // Is this an image like the one prepared for?
+  bool fits(const qvimage &image) const;
+
+  // Are the image's bytes the file's bytes? Then rows may be fetched straight to where they belong.
+  bool verbatim() const {
+    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !swaps_ && !packs_;
+  }
+  uint64_t bytes() const { return bytes_; }  // of a file's row
+
+  // Where to fetch an image's row for encode(), which returns the file's row.
+  uint8_t *row() { return fetched_.data(); }
+  const uint8_t *encode();
+
+ private:
+  // Steps of encode(), each from the row where it is to where it leaves it.
+  uint8_t *narrow(uint8_t *row);
+  uint8_t *drop_pad(uint8_t *row);
+  uint8_t *exchange(uint8_t *row);
+  uint8_t *exchange_chroma(uint8_t *row);
+  uint8_t *difference(uint8_t *row);
+  uint8_t *swap_bytes(uint8_t *row);
+  const uint8_t *pack(const uint8_t *row);
+
+  uint8_t *other(const uint8_t *row) { return row == fetched_.data() ? work_.data() : fetched_.data(); }
+  uint64_t file_values() const { return uint64_t(width_) * uint64_t(samples_); }
+
+  // The image
+  uint32_t width_ = 0, height_ = 0;
+  int32_t pixietype_ = 0;
+  int pixies_ = 0;
+  int pixiesize_ = 0;
+  // The file
+  int samples_ = 0;
+  int container_ = 0;  // bytes of a sample before it is packed
+  uint32_t bits_ = 0;
+  uint64_t bytes_ = 0;
+  uint32_t pack_mode_ = 0;
+  bool narrows_ = false, drops_pad_ = false, exchanges_ = false, chroma_ = false, differences_ = false;
+  bool swaps_ = false, packs_ = false;
+  array<uint8_t> fetched_, work_, packed_;
+};
+
+}  // namespace qvim

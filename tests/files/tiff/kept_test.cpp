@@ -1,0 +1,313 @@
+// Files that writers meet are never lost: what a failure may remove, what arguments spare, who writes at once.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <thread>
+
+#include <qvimage/null.h>
+#include <qvimage/tiff.h>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+#include "tests/files/tiff/saved.hpp"
+
+namespace {
+
+int32_t stop(int64_t, int64_t) { return -4; }
+
+std::function<void()> in_callback;  // what happens while a file is written
+int32_t call_it(int64_t step, int64_t) { return step == 1 ? in_callback(), 0 : 0; }
+
+class Kept : public testing::Test {
+ protected:
+  int32_t write(const char *mode, qvimagecallback callback = nullptr, int64_t append = 0) {
+    return qvimage_tiffwrite(callback, &image.image, nullptr, path.c_str(), mode, 0, append, nullptr, 0, 0,
+                             0);
+  }
+  mode_t type_of(const std::string &name) const {
+    struct stat s;
+    return lstat(name.c_str(), &s) == 0 ? s.st_mode & S_IFMT : 0;
+  }
+
+  temporary_folder folder;
+  const std::string path = folder / "a.tif", target = folder / "target.tif";
+  const bytes old = {1, 2, 3, 4};
+  frame image{40, 30, 2, 12, 1, QVIM_HINT_GREY};
+};
+
+TEST_F(Kept, FailuresRemoveOnlyWhatTheCallMade) {
+  const auto is = [&](mode_t type, mode_t target_type) {
+    EXPECT_EQ(type_of(path), type);
+    EXPECT_EQ(type_of(target), target_type);
+    EXPECT_TRUE(type != S_IFREG || file_bytes(path) == old);
+  };
+  struct {
+    const char *what;
+    std::function<void()> make;
+    // What stands under the path, and under the link's target, after a failure with each mode.
+    mode_t by_default, in_place, target_by_default, target_in_place;
+  } const cases[] = {
+      {"nothing", [] {}, 0, 0, 0, 0},
+      {"file", [&] { put_file(path, old); }, S_IFREG, 0, 0, 0},
+      {"link to a file", [&] { put_file(target, old), std::filesystem::create_symlink("target.tif", path); },
+       S_IFLNK, S_IFLNK, S_IFREG, 0},
+      {"link to nothing", [&] { std::filesystem::create_symlink(target, path); }, S_IFLNK, S_IFLNK, 0, 0},
+      {"FIFO", [&] { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }, S_IFIFO, S_IFIFO, 0, 0},
+      {"link to a FIFO",
+       [&] {
+         ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+         std::filesystem::create_symlink(target, path);
+       },
+       S_IFLNK, S_IFLNK, S_IFIFO, S_IFIFO},
+      {"socket",
+       [&] {
+         sockaddr_un name{AF_UNIX, {}};
+         path.copy(name.sun_path, sizeof name.sun_path - 1);
+         const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+         ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&name), sizeof name), 0);
+         close(fd);
+       },
+       S_IFSOCK, S_IFSOCK, 0, 0},
+      {"device", [&] { static_cast<void>(mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 3))); }, S_IFCHR,
+       S_IFCHR, 0, 0},
+  };
+  for (const auto &c : cases)
+    for (const char *mode : {(const char *)nullptr, "w+b"}) {
+      SCOPED_TRACE(testing::Message() << c.what << ", mode " << (mode ? mode : "null"));
+      for (const std::string &name : {path, target}) std::remove(name.c_str());
+      c.make();
+      if (type_of(path) == 0 && c.by_default == S_IFCHR) GTEST_SKIP() << "no devices can be made here";
+      EXPECT_LT(write(mode, stop), 0);
+      mode ? is(c.in_place, c.target_in_place) : is(c.by_default, c.target_by_default);
+      EXPECT_EQ(folder.files(), size_t(type_of(path) != 0) + size_t(type_of(target) != 0));
+    }
+}
+
+// In a folder of many writers, a name may stand for another file by the time that the call fails.
+TEST_F(Kept, AFileThatTookOverTheNameStays) {
+  in_callback = [&] {
+    put_file(target, old);
+    std::filesystem::rename(target, path);
+  };
+  const auto fail_later = [](int64_t step, int64_t steps) -> int32_t {
+    return step == steps ? -4 : call_it(step, steps);
+  };
+  EXPECT_EQ(write("w+b", fail_later), -4);
+  EXPECT_EQ(file_bytes(path), old);
+  EXPECT_EQ(folder.files(), 1u);
+}
+
+TEST_F(Kept, APictureIsReplacedWithItsPermissionsAndThroughItsLinks) {
+  put_file(target, old);
+  ASSERT_EQ(chmod(target.c_str(), 0640), 0);
+  std::filesystem::create_symlink("target.tif", path);
+  in_callback = [&] { EXPECT_EQ(file_bytes(target), old) << "it is there while the new one is written"; };
+  ASSERT_EQ(write(nullptr, call_it), 0);
+  EXPECT_EQ(type_of(path), mode_t(S_IFLNK));
+  struct stat s;
+  ASSERT_EQ(stat(target.c_str(), &s), 0);
+  EXPECT_EQ(s.st_mode & 07777, 0640u);
+  EXPECT_EQ(parsed_tiff(file_bytes(target)).pages.size(), 1u);
+  const mode_t mask = umask(027);
+  std::remove(path.c_str());
+  EXPECT_EQ(write(nullptr), 0);
+  umask(mask);
+  ASSERT_EQ(stat(path.c_str(), &s), 0);
+  EXPECT_EQ(s.st_mode & 07777, 0640u) << "a new file has a new file's permissions";
+}
+
+TEST_F(Kept, ArgumentsAreJudgedBeforeAFileIsOpened) {
+  put_file(path, old);
+  frame index(9, 5, 1, 4, 1, QVIM_HINT_INDEX), few(15, 1, 1, 8, 3, QVIM_HINT_RGB), grey(16, 1, 1, 8, 1, 1);
+  qvimage no_window = few.image;
+  no_window.wind = {};
+  const int32_t dims[] = {9, 5, 1};
+  qvimage3 volume;
+  ASSERT_EQ(
+      qvimage3_memdata(&volume, index.stored.data(), index.stored.size(), dims, 0, 0, &index.d, nullptr, 0),
+      0);
+  qvyzwindow none{{0, 0, 1}, {9, 5, 1}};
+  ASSERT_NE(volume.xwind(&volume, &none, 's'), nullptr);
+  qvimagefileinfo unit{};
+  unit.resunit = 65536;
+  unit.xres[0] = unit.xres[1] = 1;
+  for (const char *mode : {(const char *)nullptr, "w+b"}) {
+    const auto with = [&](qvimage *palette, qvimagefileinfo *options = nullptr) {
+      return qvimage_tiffwrite(nullptr, &index.image, palette, path.c_str(), mode, 0, 0, options, 0, 0, 0);
+    };
+    EXPECT_EQ(with(&few.image), -1);
+    EXPECT_EQ(with(&grey.image), -1);
+    EXPECT_EQ(with(&no_window), -1);
+    EXPECT_EQ(with(nullptr, &unit), -1);
+    EXPECT_EQ(qvimage3_tiffwrite(nullptr, &volume, nullptr, path.c_str(), mode, 0, 0, nullptr, 0, 0, 0), -1);
+  }
+  for (const char *mode : {"w+b", "r", "a+", "x", ""}) EXPECT_EQ(write(mode, nullptr, 1), -1) << mode;
+  EXPECT_EQ(file_bytes(path), old);
+  qvimage null_image;
+  qvimage_defnull(&null_image);  // the palette of a page without a map
+  EXPECT_EQ(save(index, path, nullptr, 0, {}, &null_image), 0);
+  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.at(0).value(262), 1u);
+}
+
+TEST_F(Kept, ModesKeepTheirLettersAndTheDefaultClosesInOtherPrograms) {
+  bool closes = false;
+  in_callback = [&] {
+    int found = 0;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      if (std::filesystem::read_symlink(entry, gone).parent_path() !=
+          std::filesystem::canonical(folder.path()))
+        continue;
+      closes = fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC;
+      found++;
+    }
+    EXPECT_EQ(found, 1);
+  };
+  const struct {
+    const char *mode;
+    int64_t append;
+    bool new_only, closes;
+  } cases[] = {{nullptr, 0, false, true}, {"w", 0, false, false},  {"we", 0, false, true},
+               {"wbx", 0, true, false},   {"wxe", 0, true, true},  {nullptr, 1, false, true},
+               {"r+", 1, false, false},   {"rb+e", 1, false, true}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << (c.mode ? c.mode : "null") << ", append " << c.append);
+    std::remove(path.c_str());
+    ASSERT_EQ(c.append ? write(nullptr) : 0, 0);
+    EXPECT_EQ(write(c.mode, call_it, c.append), 0);
+    EXPECT_EQ(closes, c.closes);
+    if (!c.new_only) continue;
+    put_file(path, old);
+    EXPECT_EQ(write(c.mode), -14);
+    EXPECT_EQ(file_bytes(path), old);
+  }
+}
+
+TEST_F(Kept, ProcessesThatAppendAtOnceLoseNoPage) {
+  constexpr int writers = 4, each = 12;
+  ASSERT_EQ(write(nullptr), 0);
+  std::vector<pid_t> children;
+  for (int i = 0; i < writers; i++) {
+    children.push_back(fork());
+    if (children.back() != 0) continue;
+    int32_t code = 0;
+    for (int page = 0; page < each && code == 0; page++) code = write(nullptr, nullptr, QVIM_TIFF_END);
+    _exit(code == 0 ? 0 : 1);
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), size_t{1 + writers * each});
+}
+
+TEST_F(Kept, AnAppendDoesNotWaitForALockForEver) {
+  ASSERT_EQ(write(nullptr), 0);
+  const bytes before = file_bytes(path);
+  const int fd = open(path.c_str(), O_RDONLY);
+  ASSERT_EQ(flock(fd, LOCK_EX), 0);
+  {
+    fail_call no_waiting(call_wait, 0, true);
+    EXPECT_EQ(write(nullptr, nullptr, 1), -14);
+    EXPECT_TRUE(no_waiting.fired());
+  }
+  EXPECT_EQ(file_bytes(path), before);
+  close(fd);
+  EXPECT_EQ(write(nullptr, nullptr, 1), 0);
+  EXPECT_EQ(write(nullptr, nullptr, QVIM_TIFF_END), 0);
+  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), 3u);
+}
+
+// A step that fails between a page and its link must not leave a link to nothing.
+TEST_F(Kept, PagesBeforeOneWhoseLinkIsCutShortStayReachable) {
+  for (const uint64_t most : {uint64_t{10}, uint64_t{3000}}) {
+    tiffhandle *h = nullptr;
+    ASSERT_EQ(qvimage_tiffwriteopen(&h, 1, nullptr, nullptr, path.c_str(), nullptr, 4096, 0, nullptr), 0);
+    const auto page = [&](bool cut) {
+      EXPECT_EQ(qvimage_tiffwritesetup(&h, &image.image, nullptr, nullptr, 0, 0, 0, 0), 0);
+      EXPECT_EQ(qvimage_tiffwriteifdinit(&h), 0);
+      EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &image.image, 0), 0);
+      fail_call fault(call_write, cut ? 1 : 1000, false, short_count{most, true});  // 1: the link's
+      EXPECT_EQ(qvimage_tiffwriteifdfini(&h), cut ? -7 : 0);
+    };
+    page(false);
+    page(true);
+    qvimage_tifffini(&h, 1);
+    EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), 1u);
+  }
+}
+
+TEST_F(Kept, EveryPageOfAnOpenFileCostsTheSame) {
+  frame small(20, 10, 1, 8, 1, QVIM_HINT_GREY);
+  tiffhandle *h = nullptr;
+  ASSERT_EQ(qvimage_tiffwriteopen(&h, 1, nullptr, nullptr, path.c_str(), nullptr, 4096, 0, nullptr), 0);
+  uint64_t most = 0;
+  for (int page = 0; page < 2000; page++) {
+    const uint64_t before = call_count();
+    EXPECT_EQ(qvimage_tiffwritesetup(&h, &small.image, nullptr, nullptr, 0, 0, 0, page > 0), 0);
+    EXPECT_EQ(qvimage_tiffwriteifdinit(&h), 0);
+    EXPECT_EQ(qvimage_tiffwritedata(&h, nullptr, &small.image, 0), 0);
+    EXPECT_EQ(qvimage_tiffwriteifdfini(&h), 0);
+    if (page < 100) most = std::max(most, call_count() - before);
+    EXPECT_LE(call_count() - before, most) << page;
+  }
+  EXPECT_EQ(qvimage_tifffini(&h, 1), 0);
+}
+
+// Some sources leave bytes of their pixels alone.
+TEST_F(Kept, BytesThatASourceLeavesAloneAreZeros) {
+  qvimage lazy = image.image;
+  lazy.ioset = [](qvimage *, uint32_t, uint32_t, uint32_t) { return 1; };
+  lazy.ioread = [](qvimage *, uint32_t, void *, uint32_t count, int32_t, int32_t) { return count; };
+  for (const int32_t bits : {12, 16}) {
+    lazy.d.i_bitsused = bits;
+    mallopt(M_PERTURB, 0x5A);  // fills what malloc returns
+    EXPECT_EQ(qvimage_tiffwrite(nullptr, &lazy, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0), 0);
+    mallopt(M_PERTURB, 0);
+    const parsed_tiff file(file_bytes(path));
+    for (const bytes &strip : file.strips(file.pages.at(0))) EXPECT_EQ(strip, bytes(strip.size()));
+  }
+}
+
+TEST_F(Kept, TheThreadsCallbackHearsOfCallsWithoutOne) {
+  struct heard {
+    std::vector<int64_t> steps;
+    int64_t stop_at;
+  } user{{}, 0};
+  const auto hear = [](void *p, int64_t step, int64_t steps) -> int32_t {
+    auto &u = *static_cast<heard *>(p);
+    EXPECT_EQ(steps % 5, 0);
+    u.steps.push_back(step);
+    return step == u.stop_at ? 17 : 0;
+  };
+  EXPECT_EQ(qvimage_progress(hear, &user), nullptr);
+  EXPECT_EQ(write(nullptr), 0);
+  EXPECT_EQ(user.steps.size(), 30u);
+  EXPECT_EQ(write(nullptr, stop), -4) << "a callback of the call's own hears instead";
+  std::thread([&] { EXPECT_EQ(write(nullptr), 0); }).join();
+  EXPECT_EQ(user.steps.size(), 30u) << "another thread's work is not heard of";
+  user = {{}, 7};
+  EXPECT_EQ(write(nullptr), 17);
+  EXPECT_EQ(user.steps.size(), 7u);
+  const int32_t dims[] = {40, 6, 5};
+  qvimage3 volume;
+  ASSERT_EQ(
+      qvimage3_memdata(&volume, image.stored.data(), image.stored.size(), dims, 0, 0, &image.d, nullptr, 0),
+      0);
+  user = {{}, 0};
+  EXPECT_EQ(qvimage3_tiffwrite(nullptr, &volume, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0), 0);
+  EXPECT_EQ(user.steps, (std::vector<int64_t>{1, 2, 3, 4, 5})) << "planes, not their rows";
+  EXPECT_NE(qvimage_progress(nullptr, nullptr), nullptr);
+}
+
+}  // namespace
