@@ -293,7 +293,10 @@ int32_t open_file(bufio &b, const char *path, const char *fopenmode) {
     return 0;
   }
   const int32_t code = cannot_open(creates);
-  if (fp) fclose(fp);
+  if (fp) {
+    fclose(fp);
+    if (creates) remove_regular(path);
+  }
   return code;
 }
 
@@ -352,6 +355,11 @@ uint64_t block_size(int64_t bufsize, uint32_t flags) {
 int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize, uint32_t flags) {
   if (bufsize < 0) return QVERR_USAGE;
   return bufio_init(b, path, fopenmode, block_size(bufsize, flags), flags);
+}
+
+void remove_regular(const char *path) {
+  struct stat named;
+  if (lstat(path, &named) == 0 && S_ISREG(named.st_mode)) unlink(path);
 }
 
 int32_t cannot_open(bool creates) {

@@ -58,6 +58,10 @@ void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
 [[nodiscard]] int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags);
 void attach(bufio &b, FILE *fp, uint64_t length);
 
+// Removes a file that was created or truncated a moment ago and of which no more can be learned than that its name is
+// no link's, FIFO's or device's.
+void remove_regular(const char *path);
+
 // -14 when a file was to be created, else -13, because of errno.
 [[nodiscard]] int32_t cannot_open(bool creates);
 

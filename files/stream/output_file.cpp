@@ -124,7 +124,12 @@ int32_t output_file::open(const char *path, const char *mode, int64_t bufsize, w
 int32_t output_file::open_itself(const char *path, const char *mode) {
   const bool creates = mode[0] == 'w';
   FILE *const fp = fopen(path, mode);
-  if (!fp || !take(fp)) return cannot_open(creates);
+  if (!fp) return cannot_open(creates);
+  if (!take(fp)) {
+    const int32_t code = cannot_open(creates);
+    if (creates) remove_regular(path);
+    return code;
+  }
   made_ = creates && is_regular_ && realpath(path, name_);
   return 0;
 }

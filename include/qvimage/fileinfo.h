@@ -9,6 +9,7 @@
 #ifndef QVIMAGE_FILEINFO_H
 #define QVIMAGE_FILEINFO_H
 
+#include <qvimage/progress.h>
 #include <qvimage/types.h>
 
 QVIM_BEGIN_DECLS
