@@ -11,6 +11,7 @@
 
 #include "core/reason.hpp"
 #include "files/stream/reader.hpp"
+#include "files/stream/text_writer.hpp"
 
 namespace qvim::pnm {
 
@@ -115,38 +116,20 @@ class parser {
   texts &texts_;
 };
 
-void put(bufio &file, std::string_view text) { write_bytes(file, text.data(), text.size()); }
-
-void put_number(bufio &file, uint32_t value, char after) {
-  char text[16];
-  char *const end = std::to_chars(text, text + sizeof text, value).ptr;
-  *end = after;
-  write_bytes(file, text, uint64_t(end + 1 - text));
+// A comment for each line of the text.
+void put_comment(text_writer &out, std::string_view text) {
+  do {
+    const size_t end = std::min(text.find_first_of("\r\n"), text.size());
+    out.put("# ").put(text.substr(0, end)).put("\n");
+    const bool both = text.substr(end, 2) == "\r\n";
+    text.remove_prefix(std::min(end + 1 + both, text.size()));
+  } while (!text.empty());
 }
 
-// A line of its own for each line of the text.
-void put_comment(bufio &file, std::string_view text) {
-  for (size_t end = 0; end < text.size() + 1; text.remove_prefix(std::min(end + 1, text.size()))) {
-    end = std::min(text.find_first_of("\r\n"), text.size());
-    put(file, "# ");
-    put(file, text.substr(0, end));
-    put(file, "\n");
-    if (end == text.size()) return;
-  }
-}
-
-void put_size(bufio &file, const side &s, float length, uint8_t unit) {
-  if (unit == 0 || !std::isfinite(length)) return;
-  const char *const name = qvimunittostring(unit);
-  if (!name) return;
-  char text[64];
-  const char *const end =
-      std::to_chars(text, text + sizeof text, double(length), std::chars_format::fixed, 6).ptr;
-  put(file, "#");
-  put(file, s.name);
-  put(file, {text, size_t(end - text)});
-  put(file, name);
-  put(file, "\n");
+void put_size(text_writer &out, const side &s, const qvimagehints &size) {
+  const char *const unit = qvimunittostring(size.*s.unit);
+  if (size.*s.unit == 0 || !unit || !std::isfinite(size.*s.length)) return;
+  out.put("#").put(s.name).put(double(size.*s.length), 6).put(unit).put("\n");
 }
 
 }  // namespace
@@ -158,14 +141,13 @@ int32_t read_header(bufio &file, header *h, texts *comments) {
 }
 
 void write_header(bufio &file, const header &h, const qvimagefileinfo *options) {
-  const char mark[] = {'P', h.magic, '\n'};
-  write_bytes(file, mark, sizeof mark);
+  text_writer out(file);
+  out.put("P").put({&h.magic, 1}).put("\n");
   for (auto member : text_members)
-    if (options && options->*member) put_comment(file, options->*member);
-  for (const side &s : sides) put_size(file, s, h.size.*s.length, h.size.*s.unit);
-  put_number(file, h.width, ' ');
-  put_number(file, h.height, '\n');
-  if (h.magic != bits) put_number(file, h.maximum, '\n');
+    if (options && options->*member) put_comment(out, options->*member);
+  for (const side &s : sides) put_size(out, s, h.size);
+  out.put(h.width).put(" ").put(h.height).put("\n");
+  if (h.magic != bits) out.put(h.maximum).put("\n");
 }
 
 }  // namespace qvim::pnm

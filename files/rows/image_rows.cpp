@@ -6,9 +6,9 @@
 
 namespace qvim {
 
-int32_t image_rows::set_up() {
+int32_t image_rows::set_up(uint32_t mode) {
   const uint32_t all = (1u << image_.d.pixies) - 1;
-  const int32_t set = image_.ioset(&image_, 0, uint32_t(image_.d.pixietype) | QVIM_LSB, all);
+  const int32_t set = image_.ioset(&image_, mode, uint32_t(image_.d.pixietype) | QVIM_LSB, all);
   if (set > 0) return 0;
   return within({"the image to be written cannot be set up: "}, set < 0 ? set : int32_t{QVERR_USAGE});
 }

@@ -18,9 +18,11 @@ class image_rows {
         width_(uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x)),
         height_(uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y)) {}
 
-  // Sets up the image's runs: all pixies, in its own type, significant bits at the low end. 0, or the image's code;
-  // -1 for images that have no runs.
-  [[nodiscard]] int32_t set_up();
+  uint32_t height() const { return height_; }
+
+  // Sets up the image's runs in that mode: all pixies, in its own type, significant bits at the low end. 0, or the
+  // image's code; -1 for images that have no runs.
+  [[nodiscard]] int32_t set_up(uint32_t mode = 0);
 
   // Tells of row y, the first being 0, and reads it whole; row has room for pixels of the image. 0; the callback's
   // answer when that is not 0; the code that the image keeps of why it stopped short, or -7.

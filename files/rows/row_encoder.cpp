@@ -49,8 +49,9 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
   exchanges_ = changes.exchanges_rgb && pixies_ > 2;
   chroma_ = changes.exchanges_chroma && pixies_ > 2;
   differences_ = changes.differences;
+  inverts_ = changes.inverts;
   packs_ = r.packed && bits_ != uint32_t(8 * container_);
-  swaps_ = r.packed && !packs_ && container_ > 1 && changes.order == std::endian::big;
+  swaps_ = !packs_ && container_ > 1 && changes.order == std::endian::big;
   // Whole bytes follow the file's byte order; other depths are one stream of bits, most significant first.
   pack_mode_ = bits_ % 8 == 0 && changes.order == std::endian::little ? 2 : 3;
 
@@ -76,6 +77,7 @@ const uint8_t *row_encoder::encode() {
   if (exchanges_) row = exchange(row);
   if (chroma_) row = exchange_chroma(row);
   if (differences_) row = difference(row);
+  if (inverts_) row = invert(row);
   if (swaps_) row = swap_bytes(row);
   return packs_ ? pack(row) : row;
 }
@@ -111,6 +113,11 @@ uint8_t *row_encoder::difference(uint8_t *row) {
   auto *const subtract = container_ == 1 ? differences<uint8_t> : differences<uint16_t>;
   subtract(row, other(row), file_values(), samples_, bits_);
   return other(row);
+}
+
+uint8_t *row_encoder::invert(uint8_t *row) {
+  invert_samples(row, container_, file_values(), bits_);
+  return row;
 }
 
 uint8_t *row_encoder::swap_bytes(uint8_t *row) {

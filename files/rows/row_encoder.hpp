@@ -16,6 +16,7 @@ struct row_changes {
   bool exchanges_rgb = false;     // first and third: the image holds blue, green, red
   bool exchanges_chroma = false;  // second and third: the image holds Y, Cr, Cb
   bool differences = false;       // each sample less the one a pixel before it
+  bool inverts = false;           // within the samples' bits
   // Of samples of whole bytes. Other depths are one stream of bits, most significant first.
   std::endian order = std::endian::little;
 };
@@ -30,7 +31,8 @@ class row_encoder {
 
   // Are the image's bytes the file's bytes? Then rows may be fetched straight to where they belong.
   bool verbatim() const {
-    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !swaps_ && !packs_;
+    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !inverts_ && !swaps_ &&
+           !packs_;
   }
   uint64_t bytes() const { return bytes_; }  // of a file's row
 
@@ -45,6 +47,7 @@ class row_encoder {
   uint8_t *exchange(uint8_t *row);
   uint8_t *exchange_chroma(uint8_t *row);
   uint8_t *difference(uint8_t *row);
+  uint8_t *invert(uint8_t *row);
   uint8_t *swap_bytes(uint8_t *row);
   const uint8_t *pack(const uint8_t *row);
 
@@ -62,7 +65,8 @@ class row_encoder {
   uint32_t bits_ = 0;
   uint64_t bytes_ = 0;
   uint32_t pack_mode_ = 0;
-  bool narrows_ = false, drops_pad_ = false, exchanges_ = false, chroma_ = false, differences_ = false;
+  bool narrows_ = false, drops_pad_ = false, exchanges_ = false, chroma_ = false, differences_ = false,
+       inverts_ = false;
   bool swaps_ = false, packs_ = false;
   array<uint8_t> fetched_, work_, packed_;
 };

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include <qvimage/npfbix.h>
-#include <qvimage/npfpix.h>
 
 #include "files/rows/samples.hpp"
 
@@ -43,13 +42,6 @@ void sum(uint8_t *row, uint64_t values, int samples, uint32_t bits) {
   }
 }
 
-void invert(uint8_t *samples, int size, uint64_t count, uint32_t bits) {
-  const uint32_t highest = 0xFFFFFFFFu >> (bits < 32 ? 32 - bits : 0);
-  if (size == 1) return npfpix1_neg(samples, count, 0, 0, &highest);
-  if (size == 2) return npfpix2_neg(samples, count, 0, 0, &highest);
-  npfpix4_neg(samples, count * uint64_t(size / 4), 0, 0, &highest);  // 64 bits invert as two halves
-}
-
 }  // namespace
 
 row_steps::row_steps(const row_form &form, const changes &c)
@@ -76,7 +68,7 @@ void row_steps::finish(uint8_t *samples, uint64_t count) const {
   if (swapped_bytes_) swap_samples(samples, sample_bytes_, count);
   if (differenced_ && sample_bytes_ == 1) sum<uint8_t>(samples, count, samples_, bits_);
   if (differenced_ && sample_bytes_ == 2) sum<uint16_t>(samples, count, samples_, bits_);
-  if (inverted_) invert(samples, sample_bytes_, count, bits_);
+  if (inverted_) invert_samples(samples, sample_bytes_, count, bits_);
 }
 
 }  // namespace qvim

@@ -14,6 +14,13 @@ void swap_samples(uint8_t *samples, int size, uint64_t count) {
   swapping_kernel(size)(samples, samples, size, size, count, 0, 0);
 }
 
+void invert_samples(uint8_t *samples, int size, uint64_t count, uint32_t bits) {
+  const uint32_t highest = 0xFFFFFFFFu >> (bits < 32 ? 32 - bits : 0);
+  if (size == 1) return npfpix1_neg(samples, count, 0, 0, &highest);
+  if (size == 2) return npfpix2_neg(samples, count, 0, 0, &highest);
+  npfpix4_neg(samples, count * uint64_t(size / 4), 0, 0, &highest);  // 64 bits invert as two halves
+}
+
 npfclx_fn *chroma_exchange(int sample_bytes) {
   switch (sample_bytes) {
     case 1: return npfclx1_YCrCbtoYCbCr;

@@ -10,6 +10,9 @@ namespace qvim {
 // Reverses the bytes of each sample, in place.
 void swap_samples(uint8_t *samples, int size, uint64_t count);
 
+// Each sample less than the highest that so many bits hold, in place.
+void invert_samples(uint8_t *samples, int size, uint64_t count, uint32_t bits);
+
 // Exchanges the second and third sample of pixels. It moves bytes only, so that floating samples are served
 // by the integers of their size; never in place.
 npfclx_fn *chroma_exchange(int sample_bytes);

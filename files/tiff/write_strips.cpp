@@ -135,7 +135,12 @@ int32_t writer::set_up(const qvimage &image, const page_request &r) {
     return because(QVERR_USAGE, {page.height(), " rows are fewer than ", band_count(), " bands"});
   if (const int32_t code = set_strips(r.options ? r.options->stripsize : 0); code < 0) return code;
   const row_form form = rows_of(page);
-  const row_changes changes{r.exchanges_rgb, r.exchanges_chroma, page.differenced(), format.order()};
+  row_changes changes;
+  changes.exchanges_rgb = r.exchanges_rgb;
+  changes.exchanges_chroma = r.exchanges_chroma;
+  changes.differences = page.differenced();
+  // The predictive coder takes samples as the host has them, and stores their low byte first.
+  changes.order = rows_of(page).packed ? format.order() : std::endian::little;
   for (band *b : bands_) {
     b->complete = false;
     if (b->stream == &b->memory) bufio_ptr2truncate(&b->memory, 0);

@@ -7,8 +7,70 @@
 
 QVIM_BEGIN_DECLS
 
-/* An open file. */
+/* An open file, of a reader or a writer. */
 typedef struct pgmhandle pgmhandle;
+
+/* --- Writing ---------------------------------------------------------------------------------------------
+ *
+ * A frame is the window of a 2-D image of unsigned 8- or 16-bit pixies with up to 16 significant bits, 1 or 3
+ * of them a pixel; with allow4 not 0 also 4, of which the first three are written. One pixie of one bit makes
+ * a P4 file, in which a pixel of value 1 is stored as the bit 0, other single pixies a P5 file, three a P6
+ * file. The maximum value is 2^bits - 1 for an image of so many significant bits; samples take one byte when
+ * it is below 256, otherwise two, the most significant one first. Where the image has its significant bits
+ * does not matter. rgborder not 0: first and third component change places (images held in blue, green, red
+ * order; of 4 pixies, too).
+ *
+ * All frames of a file have one size, depth and number of samples. The size of a pixel, from the image, stands
+ * in comments of the form "## PixelWidth=0.010000Millimeter", one a side whose unit is known. Of the options
+ * (null for none) the texts datetime, software, description and copyright become a comment each, one a line
+ * of theirs. Other options are not looked at.
+ *
+ * path; fopenmode (null: "w+b", or "r+b" to append); bufsize, the bytes of the file's buffer block, rounded
+ * up to a power of two, 0 for 64 KiB; appendframes: 0 creates the file, N > 0 adds to a file of exactly N
+ * frames. What follows these, less than a frame, is overwritten. An append to a file whose header says another
+ * size, kind or maximum is refused, and its header stays as it is.
+ *
+ * Codes of all write functions; the worst code of all steps is returned:
+ * - -1: bad arguments: null image, path or handle address, a handle that is set, 2 pixies or more than 4
+ *   (3 without allow4), an empty window, a mode that begins with 'a', a frame unlike the first one.
+ * - -2: memory.
+ * - -7: the file could not be written, or the image did not deliver its pixels (an image that names its own
+ *   reason through aeiou 'e' passes that on).
+ * - -10: the file to append to is no such file, or has another size, kind, maximum or number of frames.
+ * - -13: the file to append to cannot be opened. -14: the file cannot be created.
+ * - -19: other pixie types than unsigned 8 and 16 bits.
+ * - -64: not the handle of such a file being written.
+ * - A set-up code of the image (-11, -19, ...) is passed on.
+ *
+ * When writing fails, a file that the call created is removed, and a file appended to ends after the frames
+ * that it had. A stopped callback is such a failure. */
+
+/* Creates or opens a file for frames like this image and writes the header; no frame yet. *h must be null and is
+ * set when all is well. The callback is not called. */
+int32_t qvimage_pgmwriteinit(qvimagecallback callback, pgmhandle **h, const char *path, const char *fopenmode,
+                             int64_t bufsize, qvimage *image, uint64_t appendframes, qvimagefileinfo *options,
+                             uint32_t rgborder, uint32_t allow4);
+
+/* Appends one frame, of the size, pixie type, bits and pixies of the first image. The callback (null for none)
+ * hears of every row, from 1 to the height, before it is written; a non-zero answer stops the writing and
+ * becomes the result. After a failure the frames before this one are whole, and others may follow. Sets up the
+ * image's runs. */
+int32_t qvimage_pgmwriteadd(pgmhandle **h, qvimagecallback callback, qvimage *frame);
+
+/* Closes the file, releases the handle and sets *h to null. The result is the worst that happened to the file;
+ * if that is a failure, a file that the handle created is removed. */
+int32_t qvimage_pgmwritedone(pgmhandle **h);
+
+/* Writes an image as one frame: the three steps above in one. */
+int32_t qvimage_pgmwrite(qvimagecallback callback, qvimage *image, const char *path, const char *fopenmode,
+                         int64_t bufsize, uint64_t appendframes, qvimagefileinfo *options, uint32_t rgborder,
+                         uint32_t allow4);
+
+/* Writes every plane of the image's window as a frame, in the order of z. The callback hears of planes, from 1
+ * to their number, each before it is written. */
+int32_t qvimage_pgmwriteseq(qvimagecallback callback, qvimage3 *image, const char *path,
+                            const char *fopenmode, int64_t bufsize, uint64_t appendframes,
+                            qvimagefileinfo *options, uint32_t rgborder, uint32_t allow4);
 
 /* --- Reading ---------------------------------------------------------------------------------------------
  *

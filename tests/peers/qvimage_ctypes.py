@@ -79,6 +79,29 @@ def tiffread(path, page=0, palette=False):
     return pixels, described, entries
 
 
+def pgmwrite(path, array, bits, hint, append=0, rgborder=0, allow4=0):
+    record = memory(array, bits, hint)
+    options = Info(description=b"peer test")
+    return lib.qvimage_pgmwrite(None, c.byref(record), os.fsencode(path), None, c.c_int64(0), c.c_uint64(append),
+                                c.byref(options), rgborder, allow4)
+
+
+def pgmread(path):
+    """All frames (frames, height, width, pixies), and the record."""
+    record, handle = Record(), c.c_void_p()
+    code = lib.qvimage3_pgmread(c.byref(record), None, c.byref(handle), os.fsencode(path), None, c.c_int64(0), c.c_uint32(0))
+    if code != 0:
+        return code, None
+    width, height, depth = record.imdim[3:6]
+    pixels = np.zeros((depth, height, width, record.d.pixies), DTYPES[record.d.pixietype])
+    assert IOSET(record.slots[3])(c.addressof(record), 0x40, record.d.pixietype, (1 << record.d.pixies) - 1) == 1
+    count = pixels.size // record.d.pixies
+    assert IOREAD3(record.slots[0])(c.addressof(record), 0, pixels.ctypes.data_as(c.c_void_p), count, 0, 0, 0) == count
+    described = Record.from_buffer_copy(record)
+    assert lib.qvimage3_pgmreaddone(c.byref(record), None, c.byref(handle)) == 0
+    return pixels, described
+
+
 def pixels_of(record):
     width, height = record.imdim[2], record.imdim[3]
     pixels = np.zeros((height, width, record.d.pixies), DTYPES[record.d.pixietype])

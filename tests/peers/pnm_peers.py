@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""netpbm and ImageMagick read our anymap files, and write files for us to read.
+
+QVIMAGE_LIBRARY names the shared library. Prints its random seed."""
+import os
+import random
+import subprocess
+import sys
+import tempfile
+
+import numpy as np
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import qvimage_ctypes as qv
+
+seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
+print("seed", seed)
+rng = np.random.default_rng(seed)
+folder = tempfile.TemporaryDirectory(prefix="qvimage-peers-")
+path = lambda name: os.path.join(folder.name, name)
+passed = failed = 0
+
+
+def check(what, good, detail=""):
+    global passed, failed
+    passed, failed = passed + bool(good), failed + (not good)
+    if not good:
+        print("FAILED", what, detail)
+
+
+def run(*command, given=None):
+    return subprocess.run(command, input=given, capture_output=True, check=True).stdout
+
+
+def numbers(plain):
+    """Kind and samples of a file in text."""
+    words = plain.decode().split()
+    first = 3 if words[0] == "P1" else 4
+    digits = "".join(words[first:]) if words[0] == "P1" else words[first:]
+    return words[0], np.array([int(w) for w in digits])
+
+
+for bits in (1, 2, 4, 8, 9, 12, 16):
+    for pixies in (1, 3):
+        for width, height in ((37, 11), (8, 3), (1, 1), (1000, 2)):
+            what = f"{bits} bits, {pixies} samples, {width} x {height}"
+            dtype = np.uint8 if bits <= 8 else np.uint16
+            source = rng.integers(0, 1 << bits, (height, width, pixies), dtype)
+            packed = bits == 1 and pixies == 1
+
+            check("ours: " + what, qv.pgmwrite(path("o.pnm"), source, bits, 67 if pixies == 3 else 1) == 0)
+            kind, values = numbers(run("pnmtoplainpnm", path("o.pnm")))
+            black = 1 - source if packed else source  # in such files 1 is black
+            check(f"ours: {what}: netpbm", kind == ("P1" if packed else "P3" if pixies == 3 else "P2") and
+                  np.array_equal(values, black.ravel()))
+            form, depth = ("gray" if pixies == 1 else "rgb"), 8 if bits <= 8 else 16
+            magick = np.frombuffer(run("convert", path("o.pnm"), "-depth", str(depth), "-endian", "LSB", form + ":-"), "<u%d" % (depth // 8))
+            top, full = (1 << bits) - 1, (1 << depth) - 1
+            check(f"ours: {what}: ImageMagick", np.array_equal(magick, (source.astype(np.uint64) * full * 2 + top).ravel() // (2 * top)))
+
+            text = f"P{1 if packed else 3 if pixies == 3 else 2}\n# a comment\n{width} {height}\n" + ("" if packed else f"{top}\n")
+            text += "\n".join(map(str, black.ravel())) + "\n"
+            frame = run("pamtopnm", given=text.encode())
+            for frames in (1, 3):
+                with open(path("t.pnm"), "wb") as file:
+                    raster = height * ((width + 7) // 8 if packed else width * pixies * (depth // 8))
+                    file.write(frame + frame[-raster:] * (frames - 1))
+                pixels, record = qv.pgmread(path("t.pnm"))
+                check(f"theirs: {what}, {frames} frames", record is not None and record.d.bitsused == bits and
+                      np.array_equal(pixels, np.stack([source] * frames)), pixels if record is None else "")
+
+blue = rng.integers(0, 256, (5, 7, 3), np.uint8)
+check("ours: blue first", qv.pgmwrite(path("b.ppm"), blue, 8, 3, rgborder=1) == 0)
+check("ours: blue first: netpbm", np.array_equal(numbers(run("pnmtoplainpnm", path("b.ppm")))[1], blue[:, :, ::-1].ravel()))
+for frames in range(1, 4):
+    check("ours: append", qv.pgmwrite(path("b.ppm"), blue, 8, 3, append=frames) == 0)
+described = run("pamfile", path("b.ppm"))
+check("ours: the first frame of four", b"PPM raw, 7 by 5  maxval 255" in described, described)
+check("ours: four frames", qv.pgmread(path("b.ppm"))[0].shape == (4, 5, 7, 3))
+
+print(f"{passed} passed, {failed} failed")
+sys.exit(failed > 0)
