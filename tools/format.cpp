@@ -9,6 +9,7 @@
 
 #include "failure.hpp"
 #include "jpeg.hpp"
+#include "pnm.hpp"
 #include "text.hpp"
 #include "tiff.hpp"
 
@@ -16,7 +17,7 @@ namespace tool {
 
 namespace {
 
-const file_format *const formats[] = {&tiff_format, &jpeg_format};
+const file_format *const formats[] = {&tiff_format, &jpeg_format, &pnm_format};
 
 // The first bytes of a file, as far as it has them.
 std::string head_of(const std::string &path) {

@@ -28,9 +28,10 @@ bool worth_threads(const qvimage *image) {
 
 class memory_page : public page {
  public:
-  memory_page(std::shared_ptr<const scratch> room, const int32_t size[2], const qvimagedata &data)
+  memory_page(std::shared_ptr<const scratch> room, const int32_t size[2], const qvimagedata &data,
+              const qvimagehints &hints)
       : room_(std::move(room)) {
-    check(qvimage_memdata(&image, room_->data(), 0, size, 0, &data, nullptr, 0), "memory", "");
+    check(qvimage_memdata(&image, room_->data(), 0, size, 0, &data, &hints, 0), "memory", "");
   }
 
  private:
@@ -108,6 +109,7 @@ void pixels::blame(unsigned thread, int64_t row) {
 std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside, std::span<const step> steps,
                                         std::string file, std::string where) {
   const qvimagedata data = from.data();
+  const qvimagehints hints = from.image(0)->h;
   const int32_t size[2] = {from.width(), from.height()};
   const size_t row = from.row_bytes();
   const auto room = std::make_shared<const scratch>(row * static_cast<size_t>(size[1]), beside);
@@ -120,9 +122,9 @@ std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside,
   });
   return std::make_unique<pixels>(
       from.threads(),
-      [room, width = size[0], height = size[1], data](unsigned) {
+      [room, width = size[0], height = size[1], data, hints](unsigned) {
         const int32_t both[2] = {width, height};
-        return std::make_unique<memory_page>(room, both, data);
+        return std::make_unique<memory_page>(room, both, data, hints);
       },
       steps, std::move(file), std::move(where));
 }

@@ -6,6 +6,7 @@
 
 #include "failure.hpp"
 #include "text.hpp"
+#include "words.hpp"
 
 namespace tool {
 
@@ -119,6 +120,7 @@ void apply(const arguments &arguments, qvimagefileinfo &info) {
   // Only the strips of pages that stay uncoded are kept: of a coded page the file tells the largest coded
   // strip alone, and one strip for a whole page cannot be coded by several threads.
   if (was_coded || coded(info)) info.stripsize = 0;
+  if (info.datetime != nullptr && !is_datetime(info.datetime)) info.datetime = nullptr;
   if (arguments.has(bigtiff_option.name)) info.version = bigtiff_version;
 }
 

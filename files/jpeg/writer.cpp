@@ -113,7 +113,7 @@ int32_t writer::fetch(band &b, qvimage *image, uint32_t row) const {
                                            int32_t(done), int32_t(row + i));
       if (moved == 0 || moved > width - done) {
         const int32_t latched = int32_t(image->aeiou(image, 'e', 0, 1, nullptr));
-        return within({"row ", row + i + 1, " of the image to be written: "},
+        return within({"row ", row + i + 1, " of the image to be written"},
                       latched < 0 ? latched : int32_t{QVERR_IO});
       }
       done += moved;

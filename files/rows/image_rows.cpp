@@ -22,7 +22,7 @@ int32_t image_rows::fetch(uint8_t *row, uint32_t y) {
                                          width_ - done, int32_t(done), int32_t(y));
     if (moved == 0 || moved > width_ - done) {
       const int32_t latched = int32_t(image_.aeiou(&image_, 'e', 0, 1, nullptr));
-      return within({"row ", y + 1, " of the image to be written: "},
+      return within({"row ", y + 1, " of the image to be written"},
                     latched < 0 ? latched : int32_t{QVERR_IO});
     }
     done += moved;

@@ -125,7 +125,7 @@ class Convert(ToolTest):
             file.seek(400)
             file.write(b"\xff" * 50)
         for words in ([], ["--rotate=90"], ["--type=u16"], ["--mean"]):
-            self.refused(1, r".*b\.tif: Invalid file format \(code -10\): page 1, strip \d+ .*row \d+: LZW.*", "convert",
+            self.refused(1, r".*b\.tif: Invalid file format \(code -10\): .*page 1, strip \d+ .*row \d+: LZW.*", "convert",
                          *words, self.path("b.tif"), self.path("c.tif"))
         self.assertEqual(self.files(), ["a.tif", "b.tif"])
 
