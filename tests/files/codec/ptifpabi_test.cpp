@@ -1,12 +1,10 @@
-// PackBits: code streams against a slow encoder made from the description, and decoding of good and bad ones.
+// PackBits: runs and literals, rows, and bad codes.
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "bench/frames.hpp"
-#include "tests/fault.hpp"
-#include "tests/files/codec/strip_stream.hpp"
+#include "tests/files/codec/contract.hpp"
 
 namespace {
 
@@ -14,52 +12,8 @@ using strip_stream::bytes;
 using strip_stream::constant;
 using strip_stream::outcome;
 
-void slow_encode_row(const uint8_t *row, size_t size, bytes &code) {
-  for (size_t at = 0; at < size;) {
-    const uint8_t *p = row + at;
-    const size_t left = size - at, most = std::min<size_t>(left, 128);
-    size_t n = 1;
-    if (left > 1 && p[0] == p[1]) {
-      while (n < most && p[n] == p[0]) n++;
-      code.push_back(uint8_t(256 - (n - 1)));
-      code.push_back(p[0]);
-    } else {
-      while (n < most && !(n + 2 < left && p[n] == p[n + 1] && p[n] == p[n + 2])) n++;
-      code.push_back(uint8_t(n - 1));
-      code.insert(code.end(), p, p + n);
-    }
-    at += n;
-  }
-}
-
-bytes slow_encode(const bytes &rows, size_t row) {
-  bytes code;
-  for (size_t at = 0; at < rows.size(); at += row) slow_encode_row(rows.data() + at, row, code);
-  return code;
-}
-
-class pabi {
- public:
-  explicit pabi(int32_t row) { EXPECT_EQ(ptifpabi_stateinit(&state_, &row), 0); }
-  ~pabi() { ptifpabi_statedone(&state_); }
-  pabi(const pabi &) = delete;
-  pabi &operator=(const pabi &) = delete;
-
-  outcome run(strip_stream::coder code, const bytes &input, const strip_stream::piece_size &in_piece,
-              const strip_stream::piece_size &room, bool late_end = false) {
-    EXPECT_EQ(ptifpabi_statereset(state_), 0);
-    return strip_stream::run(code, state_, input, in_piece, room, late_end);
-  }
-  outcome encode(const bytes &input) {
-    return run(ptifpabi_encode, input, constant(input.size()), constant(1 << 14));
-  }
-  outcome decode(const bytes &input) {
-    return run(ptifpabi_decode, input, constant(input.size()), constant(1 << 14));
-  }
-  void *state() { return state_; }
-
- private:
-  void *state_ = nullptr;
+struct pabi : strip_stream::coding {
+  explicit pabi(int32_t row) : coding(strip_stream::packbits, {8, row, 1}) {}
 };
 
 bytes operator*(const bytes &one, int times) {
@@ -114,45 +68,10 @@ TEST(Ptifpabi, CodesEveryRowLengthAsTheSlowEncoder) {
     for (uint32_t values : {1, 2, 3, 20, 256}) {
       pabi codec{int32_t(row)};
       const bytes rows = noise(row * 3, uint32_t(row), values);
-      const outcome coded = codec.encode(rows);
-      ASSERT_EQ(coded.output, slow_encode(rows, row)) << row << " bytes of " << values << " values";
-      ASSERT_EQ(coded.consumed, rows.size());
-      const outcome back = codec.decode(coded.output);
-      ASSERT_EQ(back.result, 1);
-      ASSERT_EQ(back.output, rows);
+      ASSERT_EQ(codec.broken(rows, slow::pack(rows, row), constant(rows.size()), constant(1 << 14), false),
+                "")
+          << row << " bytes of " << values << " values";
     }
-}
-
-TEST(Ptifpabi, CodesPhotographs) {
-  for (const frames::frame &f : {frames::grey12(301, 40), frames::rgb8(301, 40), frames::grey16(5000, 3),
-                                 frames::differenced(frames::grey12(301, 40))}) {
-    pabi codec{int32_t(f.row_bytes())};
-    const outcome coded = codec.encode(f.bytes);
-    ASSERT_EQ(coded.output, slow_encode(f.bytes, f.row_bytes()));
-    ASSERT_EQ(codec.decode(coded.output).output, f.bytes);
-  }
-}
-
-TEST(Ptifpabi, SplitsAnywhere) {
-  const size_t row = 150;
-  const bytes rows = noise(row * 2, 3, 2) + bytes{7} * 150 + noise(row * 2, 4, 256),
-              code = slow_encode(rows, row);
-  pabi codec{int32_t(row)};
-  for (size_t size = 1; size <= 300; size++)
-    for (bool late_end : {false, true}) {
-      const auto room = constant(size);
-      ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row), room, late_end).output, code) << size;
-      ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row * 3), room, late_end).output, code) << size;
-      ASSERT_EQ(codec.run(ptifpabi_decode, code, constant(10000), room, late_end).output, rows) << size;
-      ASSERT_EQ(codec.run(ptifpabi_decode, code, room, constant(10000), late_end).output, rows) << size;
-      ASSERT_EQ(codec.run(ptifpabi_decode, code, room, room, late_end).output, rows) << size;
-    }
-  std::mt19937 random(5);
-  const auto piece = [&] { return size_t(random() % 200); };
-  for (int i = 0; i < 300; i++) {
-    ASSERT_EQ(codec.run(ptifpabi_encode, rows, constant(row), piece, i % 2).output, code) << i;
-    ASSERT_EQ(codec.run(ptifpabi_decode, code, piece, piece, i % 2).output, rows) << i;
-  }
 }
 
 TEST(Ptifpabi, ConsumesARowWhenItsCodeIsWritten) {
@@ -189,7 +108,7 @@ TEST(Ptifpabi, SkipsHeadersWithoutBytes) {
   EXPECT_EQ(codec.decode({0x80, 0xFE, 'x'}).output, bytes(3, 'x'));
   EXPECT_EQ(codec.decode({1, 'a', 'b', 0x80, 0x80, 0, 'c', 0x80}).output, (bytes{'a', 'b', 'c'}));
   EXPECT_EQ(codec.decode(bytes{0x80} * 1000).result, 1);
-  EXPECT_EQ(codec.run(ptifpabi_decode, {0, 'a', 0x80}, constant(3), constant(1)).result, 1);
+  EXPECT_EQ(codec.decode({0, 'a', 0x80}, constant(3), constant(1)).result, 1);
 }
 
 TEST(Ptifpabi, RefusesARunThatIsCutOff) {
@@ -205,7 +124,7 @@ TEST(Ptifpabi, RefusesARunThatIsCutOff) {
   pabi codec(1);
   for (const auto &c : cases)
     for (bool late_end : {false, true}) {
-      const outcome o = codec.run(ptifpabi_decode, c.code, constant(1000), constant(1000), late_end);
+      const outcome o = codec.decode(c.code, constant(1000), constant(1000), late_end);
       EXPECT_EQ(o.result, -10);
       EXPECT_EQ(o.output, c.delivered);
       codecstream none{};
@@ -214,38 +133,10 @@ TEST(Ptifpabi, RefusesARunThatIsCutOff) {
   EXPECT_EQ(codec.decode({}).result, 1);
 }
 
-TEST(Ptifpabi, ChecksItsArguments) {
-  codecstream s{};
+TEST(Ptifpabi, RefusesRowsOfNothing) {
   void *state = nullptr;
   for (int32_t row : {0, -1, INT32_MIN}) EXPECT_EQ(ptifpabi_stateinit(&state, &row), -1);
-  const int32_t row = 1;
   EXPECT_EQ(ptifpabi_stateinit(&state, nullptr), -1);
-  EXPECT_EQ(ptifpabi_stateinit(nullptr, &row), -1);
-  EXPECT_EQ(ptifpabi_statereset(nullptr), -1);
-  EXPECT_EQ(ptifpabi_encode(nullptr, &s, &s), -1);
-  EXPECT_EQ(ptifpabi_decode(nullptr, &s, &s), -1);
-  pabi codec(1);
-  EXPECT_EQ(ptifpabi_decode(codec.state(), nullptr, &s), -1);
-  EXPECT_EQ(ptifpabi_decode(codec.state(), &s, nullptr), -1);
-  state = codec.state();
-  EXPECT_EQ(ptifpabi_stateinit(&state, &row), -1);  // there is one
-  ptifpabi_statedone(nullptr);
-}
-
-TEST(Ptifpabi, FailsCleanlyWithoutMemory) {
-  const int64_t before = live_allocations();
-  for (int n = 0;; n++) {
-    void *state = nullptr;
-    const int32_t row = 5;
-    fail_allocation fault(n);
-    int32_t result = ptifpabi_stateinit(&state, &row);
-    if (result == 0) result = strip_stream::run_whole(ptifpabi_encode, state, bytes(100, 1)).result;
-    ptifpabi_statedone(&state);
-    EXPECT_EQ(live_allocations(), before);
-    if (!fault.fired()) break;
-    EXPECT_EQ(result, -2);
-    EXPECT_EQ(state, nullptr);
-  }
 }
 
 }  // namespace

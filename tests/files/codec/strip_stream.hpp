@@ -9,6 +9,8 @@
 
 #include <qvimage/codec.h>
 
+#include "files/codec/codec.hpp"
+
 namespace strip_stream {
 
 using bytes = std::vector<uint8_t>;
@@ -21,6 +23,7 @@ struct outcome {
   uint64_t consumed = 0;
 };
 
+constexpr int32_t enough = 2;    // result when there is as much output as was wanted
 constexpr int32_t stuck = 1000;  // result of a codec that asks for more of what it was given plenty of
 
 // A record over these bytes; `more` is 0.
@@ -35,10 +38,12 @@ inline piece_size constant(size_t size) {
   return [size] { return size; };
 }
 
-// With `late_end` the end of the input is announced only after all of it was consumed.
+// With `late_end` the end of the input is announced only after all of it was consumed. Output ends at `most`. Bits that
+// an encoder leaves are the last byte.
 inline outcome run(coder code, void *state, const bytes &input, const piece_size &in_piece,
-                   const piece_size &room, bool late_end = false) {
+                   const piece_size &room, bool late_end = false, size_t most = SIZE_MAX) {
   outcome o;
+  if (most == 0) return o.result = enough, o;
   codecstream in{}, out{};
   bytes window;
   size_t offered = 0;
@@ -56,7 +61,7 @@ inline outcome run(coder code, void *state, const bytes &input, const piece_size
       in.end = in.start + n;
     }
     in.more = ended ? 0 : 1;
-    bytes place(room());
+    bytes place(std::min(room(), most - o.output.size()));
     out.next = place.data();
     out.end = place.data() + place.size();
     const uint64_t consumed_before = in.count;
@@ -68,6 +73,13 @@ inline outcome run(coder code, void *state, const bytes &input, const piece_size
     if (in.next != next_before || out.next != place.data()) idle = 0;
     o.output.insert(o.output.end(), place.data(), out.next);
     if (out.count != o.output.size()) return o.result = stuck, o;
+    if (o.result == 0 && o.output.size() == most) o.result = enough;
+  }
+  if (o.result == 1 && out.bitcnt > 0) {
+    o.output.push_back(0);
+    out.next = &o.output.back();
+    out.end = out.next + 1;
+    if (!qvim::finish_bits(&out)) o.result = stuck;
   }
   o.consumed = in.count;
   return o;
