@@ -1,6 +1,5 @@
 // Writing JPEG files: the exported functions.
 #include <algorithm>
-#include <cstdio>
 
 #include <qvimage/error.h>
 
@@ -13,19 +12,27 @@ namespace qvim::jpeg {
 
 namespace {
 
+struct target {
+  const char *path, *fopenmode;
+  int64_t bufsize;
+  bufio *memory;
+  output_file::way how;
+};
+
 int32_t begin(jpegcontext **c, uint32_t bands, const qvimage *image, const uint32_t *bandrows,
-              const char *path, const char *fopenmode, int64_t bufsize, bufio *memory,
-              const qvimagefileinfo *info) {
+              const target &to, const qvimagefileinfo *info) {
   if (!c || *c || bands == 0 || !image) return QVERR_USAGE;
   auto w = make_owned<writer>();
   if (!w) return QVERR_MEMORY;
-  if (const int32_t code = w->set_form(*image, info); code < 0) return code;
-  if (bands > most_bands || !(path || memory)) return QVERR_USAGE;
-  if (const int32_t code = w->make_bands(bands, bandrows); code < 0) return code;
-  if (const int32_t code = w->open(path, fopenmode, bufsize, memory); code < 0) return code;
+  int32_t code = w->set_form(*image, info);
+  if (code == 0 && (bands > most_bands || !(to.path || to.memory))) code = QVERR_USAGE;
+  if (code == 0) code = w->make_bands(bands, bandrows);
+  if (code == 0 && !to.memory) code = w->open(to.path, to.fopenmode, to.bufsize, to.how);
+  if (code < 0) return code;
+  if (to.memory) w->open(to.memory);
   w->put_head(info);
-  if (const int32_t code = bufio_err(w->out); code < 0) {
-    if (w->created) remove(path);
+  if ((code = bufio_err(w->out)) < 0) {
+    w->output.drop();
     return code;
   }
   *c = w.release();
@@ -40,30 +47,25 @@ int32_t encode(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage
   const int32_t height = int32_t(w->height);
   const uint32_t first = uint32_t(std::clamp(rows[0], 0, height)),
                  end = uint32_t(std::clamp(rows[1], 0, height));
-  const int32_t code = w->encode(band, callback, image, first, end);
+  const int32_t code = w->encode(band, progress(callback), *image, first, end);
   if (int32_t &kept = w->bands[band]->result; kept == 0 || code < kept) kept = code;
   return code;
 }
 
-int32_t end(jpegcontext **c, const char *path, int32_t error) {
+int32_t end(jpegcontext **c, int32_t error) {
   writer *w;
   if (const int32_t code = behind(c, &w); code < 0) return code;
   const owned<writer> released(w);
   *c = nullptr;
-  const int32_t code = w->finish(error);
-  if (code != 0 && w->created && path) remove(path);
-  return code;
+  return w->finish(error);
 }
 
-int32_t write(qvimage *image, const char *path, const char *fopenmode, int64_t bufsize, bufio *memory,
-              const qvimagefileinfo *info) {
+int32_t write(qvimage *image, const target &to, const qvimagefileinfo *info) {
   if (!image) return QVERR_USAGE;
   jpegcontext *c = nullptr;
-  if (const int32_t code = begin(&c, 1, image, nullptr, path, fopenmode, bufsize, memory, info); code < 0)
-    return code;
+  if (const int32_t code = begin(&c, 1, image, nullptr, to, info); code < 0) return code;
   const int32_t all[2] = {0, highest_side};
-  const int32_t code = encode(&c, 0, nullptr, image, all);
-  return end(&c, path, code);
+  return end(&c, encode(&c, 0, nullptr, image, all));
 }
 
 }  // namespace
@@ -76,14 +78,15 @@ extern "C" {
 
 int32_t qvimage_jpegwrite(void *, qvimage *image, const char *path, const char *fopenmode, int64_t bufsize,
                           bufio *memory, qvimagefileinfo *info) {
-  return public_call().result(qvim::jpeg::write(image, path, fopenmode, bufsize, memory, info));
+  const auto how = fopenmode ? qvim::output_file::way::itself : qvim::output_file::way::beside;
+  return public_call().result(qvim::jpeg::write(image, {path, fopenmode, bufsize, memory, how}, info));
 }
 
 int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *, qvimage *image, const uint32_t *bandrows,
                            const char *path, const char *fopenmode, int64_t bufsize, bufio *memory,
                            qvimagefileinfo *info) {
-  return public_call().result(
-      qvim::jpeg::begin(c, bands, image, bandrows, path, fopenmode, bufsize, memory, info));
+  return public_call().result(qvim::jpeg::begin(
+      c, bands, image, bandrows, {path, fopenmode, bufsize, memory, qvim::output_file::way::itself}, info));
 }
 
 int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
@@ -91,9 +94,8 @@ int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callb
   return public_call().result(qvim::jpeg::encode(c, band, callback, image, rows));
 }
 
-int32_t qvimage_jpegwrite2(jpegcontext **c, void *, qvimage *, const char *path, const char *,
-                           int32_t error) {
-  return public_call().result(qvim::jpeg::end(c, path, error));
+int32_t qvimage_jpegwrite2(jpegcontext **c, void *, qvimage *, const char *, const char *, int32_t error) {
+  return public_call().result(qvim::jpeg::end(c, error));
 }
 
 }  // extern "C"

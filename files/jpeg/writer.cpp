@@ -2,7 +2,6 @@
 #include "files/jpeg/writer.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include <qvimage/error.h>
@@ -15,7 +14,6 @@ namespace qvim::jpeg {
 
 writer::~writer() {
   for (band *b : bands) owned<band> freed(b);
-  bufio_done(&file);
 }
 
 namespace {
@@ -80,16 +78,16 @@ int32_t writer::make_bands(uint32_t count, const uint32_t *first_rows) {
   return 0;
 }
 
-int32_t writer::open(const char *path, const char *fopenmode, int64_t bufsize, bufio *callers) {
-  out = callers;
-  if (!callers) {
-    const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "w+b", bufsize, 0);
-    if (code < 0) return code;
-    out = &file;
-    created = true;
-  }
-  bands[0]->bits.open(out, true);
+int32_t writer::open(const char *path, const char *fopenmode, int64_t bufsize, output_file::way how) {
+  if (const int32_t code = output.open(path, fopenmode, bufsize, how); code < 0) return code;
+  bufio_ptr2truncate(&file, 0);  // a file opened for update is written anew
+  open(&file);
   return 0;
+}
+
+void writer::open(bufio *callers) {
+  out = callers;
+  bands[0]->bits.open(out, true);
 }
 
 // Is this the picture that the file was begun for?
@@ -104,21 +102,10 @@ int32_t writer::check(const qvimage &image) const {
 }
 
 // Eight rows from there on; below the picture its last row once more.
-int32_t writer::fetch(band &b, qvimage *image, uint32_t row) const {
+int32_t writer::fetch(band &b, image_rows &image, uint32_t row) const {
   const uint32_t rows = std::min(block_side, height - row);
-  for (uint32_t i = 0; i < rows; i++) {
-    uint8_t *const to = b.lines.data() + i * pitch();
-    for (uint32_t done = 0; done < width;) {
-      const uint32_t moved = image->ioread(image, 0, to + uint64_t(done) * components, width - done,
-                                           int32_t(done), int32_t(row + i));
-      if (moved == 0 || moved > width - done) {
-        const int32_t latched = int32_t(image->aeiou(image, 'e', 0, 1, nullptr));
-        return within({"row ", row + i + 1, " of the image to be written"},
-                      latched < 0 ? latched : int32_t{QVERR_IO});
-      }
-      done += moved;
-    }
-  }
+  for (uint32_t i = 0; i < rows; i++)
+    if (const int32_t code = image.fetch(b.lines.data() + i * pitch(), row + i); code != 0) return code;
   for (uint32_t i = rows; i < block_side; i++)
     std::memcpy(b.lines.data() + i * pitch(), b.lines.data() + (rows - 1) * pitch(), pitch());
   return 0;
@@ -137,7 +124,7 @@ void writer::transform(const band &b, uint32_t first, uint32_t count, block *blo
 }
 
 // The DC coefficients of the MCU before the band's first one, which another band codes.
-int32_t writer::find_predictors(band &b, qvimage *image) const {
+int32_t writer::find_predictors(band &b, image_rows &image) const {
   if (const int32_t code = fetch(b, image, b.first_row - block_side); code < 0) return code;
   block last[most_components];
   transform(b, mcus() - 1, 1, last);
@@ -158,49 +145,54 @@ int32_t writer::encode_group(band &b) const {
   return 0;
 }
 
-int32_t writer::encode(uint32_t number, qvimagecallback callback, qvimage *image, uint32_t first,
-                       uint32_t end) {
+int32_t writer::encode(uint32_t number, const progress &told, qvimage &image, uint32_t first, uint32_t end) {
   band &b = *bands[number];
-  if (const int32_t code = check(*image); code < 0) return code;
+  if (const int32_t code = check(image); code < 0) return code;
   if (first >= end) return 0;
   if (first != b.next_row || end > b.end_row || (end % block_side && end != height))
     return because(QVERR_USAGE,
                    {"rows ", first + 1, " to ", end, " are not the next ones of band ", number + 1});
-  const uint32_t mask = (1u << components) - 1;
-  const int32_t set = image->ioset(image, 0, QVIM_UINT8 | QVIM_LSB, mask);
-  if (set <= 0)
-    return within({"the image to be written cannot be set up: "}, set < 0 ? set : int32_t{QVERR_USAGE});
-  int32_t code = b.has_predictors ? 0 : find_predictors(b, image);
-  for (; code == 0 && b.next_row < end; b.next_row = std::min(b.next_row + block_side, height)) {
-    if (callback) code = callback(b.next_row, end);
-    if (code == 0) code = fetch(b, image, b.next_row);
+  image_rows rows(image, {});  // they are told of by eights
+  int32_t code = rows.set_up(0, int32_t(components));
+  if (code == 0 && !b.has_predictors) code = find_predictors(b, rows);
+  while (code == 0 && b.next_row < end) {
+    code = told(b.next_row, end);
+    if (code == 0) code = fetch(b, rows, b.next_row);
     if (code == 0) code = encode_group(b);
     if (code == 0) code = bufio_err(b.bits.stream());
-    if (code != 0) break;
+    if (code == 0) b.next_row = std::min(b.next_row + block_side, height);
   }
   return code;
 }
 
+// The most negative of two results, or one that is not 0.
+
+static int32_t stronger(int32_t a, int32_t b) { return a < 0 || b < 0 ? std::min(a, b) : a ? a : b; }
+
 int32_t writer::finish(int32_t result) {
-  for (const band *b : bands)
-    result = result < 0 || b->result < 0 ? std::min(result, b->result) : result ? result : b->result;
+  for (const band *b : bands) result = stronger(result, b->result);
   for (const band *b : bands)
     if (result == 0 && b->next_row != b->end_row)
       result = because(QVERR_USAGE, {"rows from ", b->next_row + 1, " on are missing"});
-  if (result == 0) {
-    bit_writer &bits = bands[0]->bits;
-    for (uint32_t i = 1; i < bands.size(); i++)
-      if (bands[i]->bits.stream()) bits.append(bands[i]->bits);
-    bits.finish();
-    put_end();
-    for (band *b : bands)
-      if (b->bits.stream()) result = worst(result, bufio_err(b->bits.stream()));
-  }
-  if (out == &file) {
-    bufio_done(&file);
-    result = worst(result, bufio_err(&file));
-  }
+  if (result == 0) result = join();
+  if (out != &file) return result;
+  if (result == 0) return output.keep();
+  output.drop();
   return result;
+}
+
+// The bands' data behind each other, and the file's end.
+int32_t writer::join() {
+  bit_writer &bits = bands[0]->bits;
+  int32_t result = 0;
+  for (uint32_t i = 1; i < bands.size(); i++) {
+    if (!bands[i]->bits.stream()) continue;
+    bits.append(bands[i]->bits);
+    result = worst(result, bufio_err(&bands[i]->memory));
+  }
+  bits.finish();
+  put_end();
+  return worst(result, bufio_err(out));
 }
 
 }  // namespace qvim::jpeg

@@ -9,6 +9,8 @@
 #include "files/jpeg/block_writer.hpp"
 #include "files/jpeg/context.hpp"
 #include "files/jpeg/quantisation.hpp"
+#include "files/rows/image_rows.hpp"
+#include "files/stream/output_file.hpp"
 
 namespace qvim::jpeg {
 
@@ -39,21 +41,23 @@ struct writer final : jpegcontext {
   // Checks and sets what the image and the options ask for. -1, -19.
   [[nodiscard]] int32_t set_form(const qvimage &image, const qvimagefileinfo *options);
   [[nodiscard]] int32_t make_bands(uint32_t count, const uint32_t *first_rows);
-  [[nodiscard]] int32_t open(const char *path, const char *fopenmode, int64_t bufsize, bufio *callers);
+  // A new file, or a caller's stream.
+  [[nodiscard]] int32_t open(const char *path, const char *fopenmode, int64_t bufsize, output_file::way how);
+  void open(bufio *callers);
   void put_head(const qvimagefileinfo *options);
 
   // Codes rows from `first` to before `end` of a band.
-  [[nodiscard]] int32_t encode(uint32_t number, qvimagecallback callback, qvimage *image, uint32_t first,
+  [[nodiscard]] int32_t encode(uint32_t number, const progress &told, qvimage &image, uint32_t first,
                                uint32_t end);
 
-  // Joins the bands and ends the file, unless that result or one of the bands' is not 0.
+  // Joins the bands and keeps the file, unless that result or one of the bands' is not 0.
   [[nodiscard]] int32_t finish(int32_t result);
 
   uint32_t slot_of(uint32_t component) const { return component != 0; }
 
   bufio file{};
   bufio *out = nullptr;  // the file or the caller's stream
-  bool created = false;  // the file
+  output_file output{file};
   uint32_t width = 0, height = 0, components = 0;
   bool is_integer = false;
   uint16_t quantisation[2][block_size];
@@ -66,10 +70,11 @@ struct writer final : jpegcontext {
   uint32_t mcus() const { return (width + block_side - 1) / block_side; }
   uint64_t pitch() const { return uint64_t(mcus()) * block_side * components; }
   [[nodiscard]] int32_t check(const qvimage &image) const;
-  [[nodiscard]] int32_t fetch(band &b, qvimage *image, uint32_t row) const;
+  [[nodiscard]] int32_t fetch(band &b, image_rows &image, uint32_t row) const;
   void transform(const band &b, uint32_t first, uint32_t count, block *blocks) const;
-  [[nodiscard]] int32_t find_predictors(band &b, qvimage *image) const;
+  [[nodiscard]] int32_t find_predictors(band &b, image_rows &image) const;
   [[nodiscard]] int32_t encode_group(band &b) const;
+  [[nodiscard]] int32_t join();
   void put_end();
 };
 

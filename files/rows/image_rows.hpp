@@ -15,22 +15,25 @@ class image_rows {
   image_rows(qvimage &image, const progress &told)
       : image_(image),
         told_(told),
+        pixel_bytes_(uint32_t(image.f.pixelsize)),
         width_(uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x)),
         height_(uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y)) {}
 
   uint32_t height() const { return height_; }
 
-  // Sets up the image's runs in that mode: all pixies, in its own type, significant bits at the low end. 0, or the
-  // image's code; -1 for images that have no runs.
-  [[nodiscard]] int32_t set_up(uint32_t mode = 0);
+  // Sets up the image's runs in that mode: all pixies or the first so many, in its own type, significant bits at the
+  // low end. 0, or the image's code; -1 for images that have no runs.
+  [[nodiscard]] int32_t set_up(uint32_t mode = 0) { return set_up(mode, image_.d.pixies); }
+  [[nodiscard]] int32_t set_up(uint32_t mode, int32_t pixies);
 
-  // Tells of row y, the first being 0, and reads it whole; row has room for pixels of the image. 0; the callback's
+  // Tells of row y, the first being 0, and reads it whole; row has room for the pixels set up. 0; the callback's
   // answer when that is not 0; the code that the image keeps of why it stopped short, or -7.
   [[nodiscard]] int32_t fetch(uint8_t *row, uint32_t y);
 
  private:
   qvimage &image_;
   const progress told_;
+  uint32_t pixel_bytes_;
   const uint32_t width_, height_;
 };
 

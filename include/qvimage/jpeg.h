@@ -54,8 +54,10 @@ typedef struct jpegcontext jpegcontext;
 
 /* Writes the image's window. `path` or `memory`, a stream of the caller's, is the output; fopenmode
  * null is "w+b"; bufsize is the file's block in bytes, rounded up to a power of two, 0 for 64 KiB. info
- * may be null. `stream` means nothing. A file that the call created is removed when it fails; a caller's
- * stream is written from its position on, and left open. 0 or a negative code. */
+ * may be null. `stream` means nothing. With fopenmode null the file appears under its name when it is
+ * whole, and what had the name before survives a failure; else a file that the call created or truncated is
+ * removed when it fails. A caller's stream is written from its position on, and left open. 0 or a negative
+ * code. */
 int32_t qvimage_jpegwrite(void *stream, qvimage *image, const char *path, const char *fopenmode,
                           int64_t bufsize, bufio *memory, qvimagefileinfo *info);
 
@@ -68,15 +70,17 @@ int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *stream, qvimag
 
 /* Codes rows[0] to before rows[1] of the window, cut to the image: a band, or its next rows up to a
  * multiple of 8. Different bands may be coded at once by different threads, through records that do not
- * share a source. The callback is told the row and rows[1] before each eight rows; any answer but 0 stops
+ * share a source. The callback, or the thread's (qvimage/progress.h), is told the row and rows[1] before each eight
+ * rows; any answer but 0 stops
  * the band and is the result. The image may be another than the first call's, but has its size and pixels.
  * Reads the eight rows before the band, too. */
 int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
                            const int32_t rows[2]);
 
-/* Joins the bands, ends the file and frees the context; *c becomes null. error is what the caller knows
- * to have failed: when it, or the result of a band, is not 0, the file is given up, and removed at `path`
- * if it was created. The result is the most negative of all codes, or an answer of the callback. */
+/* Joins the bands, ends the file and frees the context; *c becomes null. error is what the caller knows to
+ * have failed: when it, or the result of a band, is not 0, the file is given up, and removed if
+ * qvimage_jpegwrite0 created or truncated it. The result is the most negative of all codes, or an answer of
+ * the callback. stream, image, path and fopenmode mean nothing. */
 int32_t qvimage_jpegwrite2(jpegcontext **c, void *stream, qvimage *image, const char *path,
                            const char *fopenmode, int32_t error);
 
