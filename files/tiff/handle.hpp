@@ -23,12 +23,3 @@ struct tiffhandle {
   bufio file{};
   qvim::tiff::page page;  // the page being written, or the one that was read last
 };
-
-namespace qvim::tiff {
-
-struct writer;
-
-// 0 and the writer behind a handle; -1 without one, -64 when it is no such handle.
-[[nodiscard]] int32_t writer_of(tiffhandle **h, writer **result);
-
-}  // namespace qvim::tiff

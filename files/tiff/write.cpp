@@ -4,20 +4,13 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/tiff.h>
-#include <qvimage/views.h>
 
 #include "core/reason.hpp"
 #include "core/result.hpp"
+#include "files/rows/planes.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
-
-int32_t writer_of(tiffhandle **h, writer **result) {
-  if (!h || !*h) return QVERR_USAGE;
-  if ((*h)->identity != tiffhandle::writer_mark) return QVERR_HANDLE;
-  *result = static_cast<writer *>(*h);
-  return 0;
-}
 
 namespace {
 
@@ -27,7 +20,7 @@ template <class Step>
 int32_t take_step(tiffhandle **h, Step step) {
   const public_call call;
   writer *w;
-  const int32_t code = writer_of(h, &w);
+  const int32_t code = behind(h, &w);
   return call.result(code < 0 ? code : step(*w));
 }
 
@@ -79,39 +72,6 @@ int32_t write_page(writer &w, const progress &told, qvimage &image, const page_r
   return code == 0 ? w.finish() : code;
 }
 
-int32_t plan_first(writer &w, qvimage &image, const page_request &r) { return w.plan(image, r); }
-
-int32_t plan_first(writer &w, qvimage3 &image, const page_request &r) {
-  if (image.wind.se.z <= image.wind.nw.z) return because(QVERR_USAGE, {"the image's window has no planes"});
-  qvimage plane;
-  const int32_t code = qvimage_def2from3(&plane, &image, 0, 2, 0, 0);
-  return code < 0 ? code : w.plan(plane, r);
-}
-
-int32_t write_pages(writer &w, const progress &told, qvimage &image, const page_request &r) {
-  return write_page(w, told, image, r);
-}
-
-int32_t write_plane(writer &w, qvimage3 &image, int32_t z, const page_request &r) {
-  qvimage plane;
-  int32_t code = qvimage_def2from3(&plane, &image, 0, 2, z, 0);
-  if (code == 0 && z > 0) code = w.plan(plane, r);
-  if (code == 0) code = write_page(w, progress(), plane, r);
-  return within({"plane ", z + 1, ": "}, code);
-}
-
-// One page a plane. The callback hears of planes, not of their rows.
-int32_t write_pages(writer &w, const progress &told, qvimage3 &image, const page_request &r) {
-  const int32_t depth = image.wind.se.z - image.wind.nw.z;
-  int32_t code = 0;
-  for (int32_t z = 0; z < depth && code == 0; z++) {
-    if (code = told(z + 1, depth); code != 0)
-      return code < 0 ? because(code, {"stopped by the callback at plane ", z + 1}) : code;
-    code = write_plane(w, image, z, r);
-  }
-  return code;
-}
-
 template <class Record>
 int32_t write_file(qvimagecallback callback, Record *image, const char *path, const char *fopenmode,
                    int64_t bufsize, int64_t appendpage, const page_request &r) {
@@ -119,13 +79,18 @@ int32_t write_file(qvimagecallback callback, Record *image, const char *path, co
   owned<writer> w = make_owned<writer>();
   if (!w) return QVERR_MEMORY;
   int32_t code = w->make_bands(1, 0);
-  if (code == 0) code = plan_first(*w, *image, r);
+  if (code == 0) code = with_first_plane(*image, [&](const qvimage &first) { return w->plan(first, r); });
   if (code == 0)
     code = w->open(path, fopenmode, bufsize, uint64_t(appendpage), r.options && r.options->version == 43,
                    appendpage  ? output_file::way::update
                    : fopenmode ? output_file::way::itself
                                : output_file::way::beside);
-  return code < 0 ? code : w->end(write_pages(*w, progress(callback), *image, r));
+  if (code < 0) return code;
+  return w->end(
+      for_each_plane(*image, progress(callback), [&](qvimage &page, const progress &told, int32_t z) {
+        const int32_t planned = z > 0 ? w->plan(page, r) : 0;
+        return planned < 0 ? planned : write_page(*w, told, page, r);
+      }));
 }
 
 }  // namespace
@@ -177,13 +142,13 @@ int32_t qvimage_tifffini(tiffhandle **h, int32_t) {
 
 int32_t qvimage_tifferror(tiffhandle **h) {
   writer *w;
-  const int32_t code = writer_of(h, &w);
+  const int32_t code = behind(h, &w);
   return code < 0 ? code : w->error();
 }
 
 int32_t qvimage_tifffileopened(tiffhandle **h) {
   writer *w;
-  const int32_t code = writer_of(h, &w);
+  const int32_t code = behind(h, &w);
   return code < 0 ? code : w->created();
 }
 

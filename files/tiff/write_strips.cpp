@@ -6,7 +6,7 @@
 
 #include "core/reason.hpp"
 #include "files/codec/codec.hpp"
-#include "files/rows/image_rows.hpp"
+#include "files/rows/write_rows.hpp"
 #include "files/tiff/writer.hpp"
 
 namespace qvim::tiff {
@@ -31,11 +31,7 @@ class strip_sink {
   }
 
   // A place in the stream for a whole row as it is, or null where the row would cross the end of a block.
-  uint8_t *place_for(uint64_t bytes) {
-    if (*codec_ || bytes > room()) return nullptr;
-    uint8_t *place;
-    return bufio_ptr2(stream_, bytes, 'w', &place) == bytes ? place : nullptr;
-  }
+  uint8_t *place_for(uint64_t bytes) { return *codec_ ? nullptr : place_in_block(*stream_, bytes); }
 
   uint64_t offset() const { return start_; }
   uint64_t size() const { return stream_->pos - start_; }

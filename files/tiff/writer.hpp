@@ -40,6 +40,8 @@ struct page_request {
 // of the file in the last of these.
 class writer : public tiffhandle {
  public:
+  static constexpr mark kind = writer_mark;
+
   writer() : tiffhandle(writer_mark), output_(file) {}
   ~writer();
 
