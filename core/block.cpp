@@ -41,7 +41,7 @@ int32_t set_up(qvimbxtstate *state, record<Dim> *im, uint32_t mode, uint32_t dat
   state->datatype = uint16_t(datatype);
   state->colourmask = uint8_t(colourmask);
   state->colours = uint8_t(colours);
-  if (colours != 1 && colours != d.pixies) return QVERR_COLOUR;
+  if (colours != 1 && (colours == 0 || colours != d.pixies)) return QVERR_COLOUR;
   const int32_t code = keeping_setups(
       im, [&] { return im->ioset(im, run_mode<Dim>(mode), image_datatype(d, datatype), colourmask); });
   if (code < 0) return code;
@@ -57,7 +57,7 @@ int32_t set_up(qvimbxtstate *state, record<Dim> *im, uint32_t mode, uint32_t dat
 uint32_t value_mask(const qvimagedata &d) {
   if (!is_integer(d.pixietype)) return 0;
   const uint32_t significant = d.i_bitsused >= 32 ? 0xFFFFFFFFu : (1u << (d.i_bitsused & 31)) - 1;
-  const int32_t unused = 8 * qvimdatasize(uint32_t(d.pixietype)) - d.i_bitsused;
+  const uint32_t unused = 8 * uint32_t(qvimdatasize(uint32_t(d.pixietype))) - uint32_t(d.i_bitsused);
   return d.i_bitsxsb == QVIM_LSB ? significant : significant << (unused & 31);
 }
 

@@ -26,7 +26,10 @@ inline bool supported_without_conversion(const qvimage3 *im, uint32_t datatype) 
 }
 
 // The colour mask that selects every pixie.
-constexpr uint32_t all_pixies(int32_t pixies) { return pixies >= 32 ? 0xFFFFFFFFu : (1u << pixies) - 1; }
+inline constexpr int32_t most_pixies = 32;
+constexpr uint32_t all_pixies(int32_t pixies) {
+  return pixies >= most_pixies ? 0xFFFFFFFFu : pixies <= 0 ? 0 : (1u << pixies) - 1;
+}
 
 template <class T>
 T load(const void *from) {

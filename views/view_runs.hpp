@@ -20,8 +20,9 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
 
   static int32_t ioset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_runs<Dim>(im);
-    const int32_t code =
-        descend(im, -5, [&](auto *) { return Kind::set_runs(im, mode, datatype, colourmask); });
+    const int32_t code = descend(im, -5, [&](auto *) {
+      return im->d.pixies ? Kind::set_runs(im, mode, datatype, colourmask) : QVERR_COLOUR;
+    });
     // A source that moves nothing, having lost its window, accepts pixels of no size too.
     if (code < 0 || state_in(im).pixel_bytes == 0) clear_runs<Dim>(im);
     return code;

@@ -9,6 +9,7 @@
 
 #include <qvimage/block.h>
 #include <qvimage/data.h>
+#include <qvimage/error.h>
 #include <qvimage/types.h>
 
 #include "core/dimension.hpp"
@@ -61,10 +62,18 @@ struct view_window {
     if (!im) return call.result(-1);
     if (!reference) return call.result(fail(im, -1));
     const source_image *source = begin(im, reference, shared);
+    if (!can_be_presented(source->d)) return fail(im, -1);
     const int32_t code = Kind::build(im, source, arguments...);
     return call.result(code < 0 ? fail(im, code) : finish(im));
   }
   static int32_t build(image *, const source_image *) { return 0; }
+  // Has it no more components than a colour mask can select, nor pixies more bits than they hold? A null image
+  // has none of either.
+  static bool can_be_presented(const qvimagedata &d) {
+    const int32_t width = 8 * qvimdatasize(uint32_t(d.pixietype));
+    return d.pixies >= 0 && d.pixies <= most_pixies &&
+           (!is_integer(d.pixietype) || width == 0 || (d.i_bitsused >= 0 && d.i_bitsused <= width));
+  }
 
   // Clears the record and takes over the source's description and, where the view has all axes of the source,
   // its size; along an axis of its own the view is one pixel deep. The source is an address or a relative
@@ -76,6 +85,7 @@ struct view_window {
     source_image *source = source_of(im);
     im->d = source->d;
     im->f = source->f;
+    qviminitfacts(&im->f, &im->d);
     im->h = source->h;
     state_in(im).shared = shared;
     if constexpr (has_source_axes) {

@@ -1,0 +1,201 @@
+// Every constructor of views over a source that says anything of its pixels and its size, and serves whatever it
+// is asked for: nothing is divided by zero, goes on for ever, or reaches beyond a buffer.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+#include <memory>
+
+#include <qvimage/qvimage.h>
+
+#include "core/dimension.hpp"
+#include "core/null.hpp"
+#include "fuzz/input.hpp"
+
+namespace {
+
+using qvim::call_length, qvim::call_read, qvim::call_write, qvim::three_d, qvim::two_d;
+
+uint32_t bytes_asked_for(uint32_t datatype, uint32_t mask) {
+  return uint32_t(qvimdatasize(datatype) * std::popcount(mask));
+}
+
+// A kind that believes its callers. It notes the bytes of a pixel, and touches all that it is given.
+template <class Dim>
+struct credulous {
+  using image = qvim::record<Dim>;
+  using position = qvim::point<Dim>;
+
+  static int32_t ioset(image *im, uint32_t, uint32_t datatype, uint32_t mask) {
+    return note(im, 0, datatype, mask);
+  }
+  static int32_t bxts(image *im, uint32_t, uint32_t datatype, uint32_t mask) {
+    return note(im, 4, datatype, mask);
+  }
+  static int32_t note(image *im, int place, uint32_t datatype, uint32_t mask) {
+    const uint32_t pixel = bytes_asked_for(datatype, mask);
+    std::memcpy(im->iostate + place, &pixel, sizeof pixel);
+    return 1;
+  }
+  static uint64_t noted(const image *im, int place) {
+    uint32_t pixel;
+    std::memcpy(&pixel, im->iostate + place, sizeof pixel);
+    return pixel;
+  }
+  static uint32_t read(image *im, uint32_t, void *buffer, uint32_t count, const position &) {
+    std::memset(buffer, 0x5A, count * noted(im, 0));
+    return count;
+  }
+  static uint32_t write(image *im, uint32_t, const void *buffer, uint32_t count, const position &) {
+    const auto *bytes = static_cast<const volatile uint8_t *>(buffer);
+    for (uint64_t i = 0; i < count * noted(im, 0); i++) (void)bytes[i];
+    return count;
+  }
+  static uint32_t length(image *, uint32_t count, const position &) { return count; }
+  static uint32_t bxta(image *im, uint32_t, void *buffer, qvxyzcoord *, uint32_t count, uint32_t) {
+    std::memset(buffer, 0x5A, count * noted(im, 4));
+    return count;
+  }
+  static uint32_t aeiou(image *, uint32_t, int32_t, int32_t, void *) { return 0; }
+  static void *xwind(image *im, typename Dim::window *window, int32_t letter) {
+    if (letter == 's' && window) im->wind = *window;
+    return im;
+  }
+
+  static void build(image *im, fuzz_input &from) {
+    qvim::fail(im, 0);
+    describe(im->d, from);
+    qviminitfacts(&im->f, &im->d);
+    im->imdim = any_window(from);
+    im->wind = from.up_to(3) ? im->imdim : any_window(from);
+    im->ioset = ioset;
+    im->bxts = bxts;
+    im->ioread = qvim::slots<Dim>::template read<read>;
+    im->iorite = qvim::slots<Dim>::template write<write>;
+    im->iolen = qvim::slots<Dim>::template length<length>;
+    im->bxta = bxta;
+    im->aeiou = aeiou;
+    im->xwind = xwind;
+  }
+  // Mostly with something wrong somewhere.
+  static void describe(qvimagedata &d, fuzz_input &from) {
+    static const int32_t types[] = {1, 2, 4, 8, 16, 32, 0, 3, 0x101, -1};
+    static const int32_t pixies[] = {1, 3, 4, 0, 2, 5, 31, 32, 33, -1, 0x40000000, INT32_MAX, INT32_MIN};
+    static const int32_t hints[] = {1, 3, 67, 36, 19, 35, 99, 68, 0, 17, -1, 255};
+    static const int32_t bits[] = {8, 16, 12, 1, 0, 7, 31, 32, 33, 64, -1, INT32_MAX, INT32_MIN};
+    d = {};
+    d.pixietype = types[from.up_to(9)];
+    d.pixies = pixies[from.up_to(12)];
+    d.pixelhint = hints[from.up_to(11)];
+    d.i_bitsused = bits[from.up_to(12)];
+    d.i_bitsxsb = int32_t(from.up_to(4) << 8);
+    d.i_dirtyread = uint16_t(from.up_to(1) << 10);
+    d.i_dirtyrite = uint16_t(from.up_to(1) << 10);
+    d.i_endian = uint16_t(from.up_to(1) << 11);
+  }
+  static typename Dim::window any_window(fuzz_input &from) {
+    static const int32_t ends[] = {7, 16, 300, 1, 0, 2000, -1, INT32_MAX, INT32_MIN};
+    qvim::box<Dim> b{};
+    for (int axis = 0; axis < Dim::axes; axis++) {
+      b.se[axis] = ends[from.up_to(8)];
+      if (from.up_to(7) == 0) b.nw[axis] = ends[from.up_to(8)];
+    }
+    return std::bit_cast<typename Dim::window>(b);
+  }
+};
+
+// Room for the entries of any pixie of 16 bits.
+const uint16_t entries[65536] = {};
+
+// The view's constructor, in the 3-D form where the source is that. Indices of 32 bits would need larger tables.
+int32_t make(qvimage *v, qvimage *s, fuzz_input &from) {
+  const uint8_t shared = uint8_t(from.up_to(1));
+  const void *const tables[4] = {entries, entries, entries, entries};
+  const auto any = [&] { return int32_t(from.up_to(300)) - 20; };
+  switch (from.up_to(9)) {
+    case 0: return qvimage_converter(v, s, nullptr, shared, from.byte() & 1, from.byte(), from.byte() & 1);
+    case 1:
+      return (s->d.pixietype & 0xFF) == QVIM_UINT32
+                 ? -1
+                 : qvimage_lut2(v, s, shared, tables, tables, any() % 6, any(), 0, from.up_to(3));
+    case 2: return qvimage_lutconvert(v, s, 1u << from.up_to(31), from.up_to(1));
+    case 3: return qvimage_decimate(v, s, 0, from.up_to(9), from.up_to(9), from.up_to(4), from.up_to(4));
+    case 4: return qvimage_rotate_filt(v, s, shared, from.byte());
+    case 5: return qvimage_yodd(v, s, shared, from.up_to(1));
+    case 6: return qvimage_cachemonitor(v, s, shared, from.up_to(1));
+    case 7: return qvimage_colorconverter(v, s, any(), shared);
+    case 8: return qvimage_colorslice(v, s, shared, 1u << from.up_to(31), 0);
+    default: return qvimage_Beyer4_filter(v, s, shared, from.byte());
+  }
+}
+int32_t make(qvimage *v, qvimage3 *s, fuzz_input &from) {
+  if (from.up_to(1)) return qvimage_stack(v, s);
+  const int32_t plane = int32_t(from.byte()) - 9;
+  return qvimage_def2from3(v, s, from.up_to(5), from.up_to(5), plane, from.byte());
+}
+int32_t make(qvimage3 *v, qvimage *s, fuzz_input &from) { return qvimage_def3from2(v, s, from.up_to(1)); }
+int32_t make(qvimage3 *v, qvimage3 *s, fuzz_input &from) {
+  const uint8_t shared = uint8_t(from.up_to(1));
+  switch (from.up_to(4)) {
+    case 0: return qvimage3_converter(v, s, nullptr, shared, from.byte() & 1, from.byte(), from.byte() & 1);
+    case 1: return qvimage3_def3from3(v, s, int32_t(from.up_to(9)) - 5, 0, 0, shared);
+    case 2: return qvimage3_colorconverter(v, s, from.byte(), shared);
+    case 3: return qvimage3_colorslice(v, s, shared, 1u << from.up_to(31), 0);
+    default: return qvimage3_Beyer4_filter(v, s, shared, from.byte());
+  }
+}
+
+template <class Dim>
+void use(qvim::record<Dim> *im, fuzz_input &from) {
+  static const uint32_t types[] = {1, 2, 4, 8, 16, 32, 0, 3};
+  static const uint32_t masks[] = {1, 7, 15, 0, 3, 0xFF, 0xFFFFFFFF, 0x80000000};
+  const uint32_t datatype =
+      (from.up_to(1) ? uint32_t(im->d.pixietype) & 0xFF : types[from.up_to(7)]) | from.up_to(15) << 8;
+  const uint32_t mode = from.byte() & (QVIM_YSCAN | QVIM_ZSCAN | QVIM_WRAP);
+  const uint32_t mask = masks[from.up_to(7)], count = 1 + from.up_to(3000);
+  const uint64_t bytes = uint64_t(count) * bytes_asked_for(datatype, mask);
+  const auto buffer = std::make_unique<uint8_t[]>(bytes);
+  qvim::point<Dim> at{};
+  for (int32_t &coordinate : at) coordinate = int32_t(from.up_to(20));
+  im->ioset(im, mode, datatype, mask);
+  require(call_length(im, count, at) <= count);
+  require(call_read(im, 0, buffer.get(), count, at) <= count);
+  require(call_write(im, 0, buffer.get(), count, at) <= count);
+  im->bxts(im, 0, datatype, mask);
+  std::array<qvxyzcoord, 300> list{};
+  for (qvxyzcoord &entry : list) entry = {int32_t(from.up_to(20)), int32_t(from.up_to(7)), 0};
+  require(im->bxta(im, QVIM_LIST, buffer.get(), list.data(), std::min(count, 300u), from.up_to(6)) <= 300);
+  qvimagemap map{};
+  im->imapset(im, mode | QVIM_STEP, datatype, mask);
+  qvim::call_map(im, &map, at);
+  im->aeiou(im, 'I', 0, 0, nullptr);
+  im->aeiou(im, 'i', 0, 0, nullptr);
+}
+
+template <class View, class Source>
+void judge(fuzz_input &from) {
+  qvim::record<Source> source;
+  credulous<Source>::build(&source, from);
+  qvim::record<View> view;
+  const int32_t code = make(&view, &source, from);
+  require(code <= 0);
+  use<View>(&view, from);
+  if constexpr (View::axes == 2) {
+    qvimage above;
+    make(&above, &view, from);
+    use<two_d>(&above, from);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz_input from(data, size);
+  switch (from.up_to(4)) {
+    case 0: judge<three_d, three_d>(from); break;
+    case 1: judge<two_d, three_d>(from); break;
+    case 2: judge<three_d, two_d>(from); break;
+    default: judge<two_d, two_d>(from);
+  }
+  return 0;
+}
