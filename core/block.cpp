@@ -17,17 +17,16 @@ namespace {
 using namespace qvim;
 
 constexpr uint32_t stage_bytes = 2048;
-constexpr uint32_t passed_on = 0x10000;  // the one mode bit of a 2-D caller that reaches ioset
-constexpr int32_t direct = 0xD;          // mapped, one mapping spans the lines
+constexpr int32_t direct = capability::maps | capability::of_memory | capability::spans_lines;
 
 template <class Dim>
 uint32_t run_mode(uint32_t mode) {
-  return QVIM_TRUST | (Dim::axes == 2 ? mode & passed_on : 0);
+  return QVIM_TRUST | (Dim::axes == 2 ? mode & passing::through_blocks : 0);
 }
 
 // Pixies travel as numbers in the image's own bits; the state's kernels and a swap do the rest.
 uint32_t image_datatype(const qvimagedata &d, uint32_t datatype) {
-  return datatype & ~uint32_t(QVIM_MSB | QVIM_LSB | (is_integer(d.pixietype) ? QVIM_SWAPPED : 0));
+  return type_word(datatype).without(justification | (is_integer(d.pixietype) ? QVIM_SWAPPED : 0)).bits;
 }
 
 template <class Dim>
@@ -35,7 +34,8 @@ int32_t set_up(qvimbxtstate *state, record<Dim> *im, uint32_t mode, uint32_t dat
   state->rdkernel = state->wrkernel = nullptr;
   const qvimagedata d = im->d;
   const int32_t size = qvimdatasize(uint32_t(d.pixietype));
-  if (uint32_t(d.pixietype) != (datatype & 0xFF) || d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
+  if (uint32_t(d.pixietype) != type_word(datatype).type() || d.pixietype == QVIM_UINT64)
+    return QVERR_DATATYPE;
   if (colourmask > all_pixies(d.pixies) || colourmask > 0xFF) return QVERR_COLOUR;
   const int colours = __builtin_popcount(colourmask);
   state->datatype = uint16_t(datatype);
@@ -171,7 +171,7 @@ class transfer {
 template <class Dim>
 uint32_t act(const qvimbxtstate *state, record<Dim> *im, uint32_t mode, void *buffer, const qvxyzcoord *list,
              uint32_t count, uint32_t op) {
-  if (!state->rdkernel || uint32_t(im->d.pixietype) != (state->datatype & 0xFFu)) return 0;
+  if (!state->rdkernel || uint32_t(im->d.pixietype) != type_word(state->datatype).type()) return 0;
   transfer<Dim> t(*state, im);
   return keeping_setups(im, [&] { return t.run(mode, static_cast<uint8_t *>(buffer), list, count, op); });
 }

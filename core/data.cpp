@@ -5,8 +5,11 @@
 #include <qvimage/data.h>
 
 #include "core/dimension.hpp"
+#include "kernels/words.hpp"
 
 namespace {
+
+using namespace qvim;
 
 struct name {
   int32_t code;
@@ -74,16 +77,13 @@ int32_t code_of(const Table &table, const char *text) {
   return -1;
 }
 
-bool is_integer(int32_t pixietype) { return pixietype & 0x0F; }
-bool is_real(int32_t pixietype) { return pixietype & 0x30; }
-
 template <class Record>
 bool served_without_conversion(const Record *im, uint32_t datatype) {
-  if (uint32_t(im->d.pixietype) != (datatype & 0xFF)) return false;
+  if (uint32_t(im->d.pixietype) != type_word(datatype).type()) return false;
   if (!is_integer(im->d.pixietype)) return true;
   if ((datatype & QVIM_SWAPPED) != im->d.i_endian) return false;
-  if (im->d.i_bitsxsb == (QVIM_MSB | QVIM_LSB)) return true;
-  const uint32_t justified = datatype & (QVIM_MSB | QVIM_LSB);
+  if (im->d.i_bitsxsb == int32_t(all_bits_used)) return true;
+  const uint32_t justified = datatype & justification;
   if (justified && !(justified & uint32_t(im->d.i_bitsxsb))) return false;
   if (im->d.i_dirtyread & QVIM_DIRTY && !(datatype & QVIM_DIRTY)) return false;
   return (im->d.i_dirtyrite & datatype) == (datatype & QVIM_DIRTY);
@@ -106,7 +106,7 @@ int32_t contiguous_selection(int32_t pixies, uint32_t mask, First *first) {
 extern "C" {
 
 int32_t qvimdatasize(uint32_t type) {
-  switch (type & 0xFF) {
+  switch (type_word(type).type()) {
     case QVIM_UINT8: return 1;
     case QVIM_UINT16: return 2;
     case QVIM_UINT32:
@@ -142,7 +142,7 @@ int32_t qviminitdata(qvimagedata *data, int32_t pixietype, int32_t bitsused, int
   data->pixelhint = pixelhint;
   if (is_integer(pixietype)) {
     data->i_bitsused = bitsused ? bitsused : 8 * size;
-    data->i_bitsxsb = data->i_bitsused == 8 * size ? QVIM_MSB | QVIM_LSB : QVIM_LSB;
+    data->i_bitsxsb = data->i_bitsused == 8 * size ? int32_t(all_bits_used) : QVIM_LSB;
   } else {
     data->r_minvalue = 0.0f;
     data->r_maxvalue = 1.0f;

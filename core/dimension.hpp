@@ -8,6 +8,8 @@
 #include <qvimage/record.h>
 #include <qvimage/window.h>
 
+#include "kernels/words.hpp"
+
 namespace qvim {
 
 struct two_d {
@@ -88,8 +90,9 @@ constexpr std::array<int, Dim::axes> axes_of(scan s) {
 // The scan bits of a mode word; false when they name no axis of this dimension.
 template <class Dim>
 constexpr bool scan_of_mode(uint32_t mode, scan *result) {
-  *result = scan((mode & 6) >> 1);
-  return (mode & 6) >> 1 < uint32_t(Dim::axes);
+  const uint32_t axis = (mode & scan_bits) / QVIM_YSCAN;
+  *result = scan(axis);
+  return axis < uint32_t(Dim::axes);
 }
 
 // Slot functions have their coordinates side by side; library code has them in a point. slots<Dim> turns a

@@ -7,15 +7,15 @@
 namespace {
 
 constexpr const char *messages[] = {
-#define QVIM_ERROR(code, message) message,
-#include "core/errors.inc"
+#define QVIM_ERROR(number, name, text) text,
+#include <qvimage/errors.inc>
 #undef QVIM_ERROR
 };
 static_assert(std::size(messages) == 64);
 
 constexpr int32_t codes[] = {
-#define QVIM_ERROR(code, message) code,
-#include "core/errors.inc"
+#define QVIM_ERROR(number, name, text) number,
+#include <qvimage/errors.inc>
 #undef QVIM_ERROR
 };
 constexpr bool in_order() {

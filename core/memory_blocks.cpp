@@ -88,7 +88,7 @@ template <class Dim>
 int32_t bxts(record<Dim> *im, uint32_t, uint32_t datatype, uint32_t colourmask) {
   clear_blocks<Dim>(im);
   const qvimagedata d = im->d;
-  if (uint32_t(d.pixietype) != (datatype & 0xFF)) return QVERR_DATATYPE;
+  if (uint32_t(d.pixietype) != type_word(datatype).type()) return QVERR_DATATYPE;
   int32_t first;
   const int32_t pixies = qvimcolormap(d.pixies, colourmask, &first);
   if (pixies == 0) return QVERR_COLOUR;

@@ -8,8 +8,8 @@
 namespace qvim::memory {
 namespace {
 
-constexpr int32_t mapped = 0x4005;
-constexpr int32_t mapped_across_lines = 0x400D;
+constexpr int32_t mapped = capability::maps | capability::of_memory | capability::memory_image;
+constexpr int32_t mapped_across_lines = mapped | capability::spans_lines;
 
 // Do the window's lines follow each other in memory without a gap, from its first pixel to its last?
 template <class Dim>

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <qvimage/data.h>
+#include <qvimage/error.h>
 #include <qvimage/null.h>
 
 #include "core/kind.hpp"
@@ -75,7 +76,7 @@ extern "C" {
   uint32_t twin##nopbxtp(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; } \
   uint32_t twin##nopbxta(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 0; } \
   int32_t twin##nopbxtw(Record *, uint32_t, void *, qvxyzcoord *, uint32_t, uint32_t) { return 1; }  \
-  int32_t twin##nopimapset(Record *, uint32_t, uint32_t, uint32_t) { return -11; }                   \
+  int32_t twin##nopimapset(Record *, uint32_t, uint32_t, uint32_t) { return QVERR_UNSUPPORTED; }     \
   int32_t twin##nopimap(Record *, qvimagemap *map, __VA_ARGS__) { return no_mapping(map); }          \
   int32_t twin##nopimapr(Record *, qvimagemap *map) { return no_mapping(map); }
 QVIM_NOPS(qvim, qvimage, int32_t, int32_t)
@@ -86,7 +87,7 @@ void qvimage3_defnull(qvimage3 *image) { make_null<three_d>(image, "NULL3"); }
 
 int32_t qvimage_defnop(qvimage *image, const int32_t imdim[2], const qvimagedata *data,
                        const qvimagehints *hints) {
-  if (!image) return -1;
+  if (!image) return QVERR_USAGE;
   // Through a copy: the arguments may lie in the record.
   qvimage built;
   qvimage_defnull(&built);

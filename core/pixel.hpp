@@ -6,10 +6,9 @@
 
 #include <qvimage/data.h>
 
-namespace qvim {
+#include "kernels/words.hpp"
 
-inline bool is_integer(int32_t pixietype) { return pixietype & 0x0F; }
-inline bool is_real(int32_t pixietype) { return pixietype & 0x30; }
+namespace qvim {
 
 // Are the pixies stored in the reverse of the host's byte order? Only integers have a byte order.
 inline bool is_reversed(const qvimagedata &d) { return is_integer(d.pixietype) && d.i_endian & QVIM_SWAPPED; }

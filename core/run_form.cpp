@@ -57,7 +57,7 @@ bool serves(const qvimagedata &d, uint32_t datatype) {
 
 int32_t choose_form(const qvimagedata &d, const qvimagefacts &f, uint32_t stride, uint32_t datatype,
                     uint32_t colourmask, run_form *form) {
-  if (uint32_t(d.pixietype) != (datatype & 0xFF)) return QVERR_DATATYPE;
+  if (uint32_t(d.pixietype) != type_word(datatype).type()) return QVERR_DATATYPE;
   int32_t first;
   const int32_t pixies = qvimcolormap(d.pixies, colourmask, &first);
   if (pixies == 0) return QVERR_COLOUR;

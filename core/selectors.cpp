@@ -11,7 +11,7 @@
 namespace qvim {
 
 adaptation adapt_pixies(const qvimagedata &d, bool writing, uint32_t datatype) {
-  if (!is_integer(d.pixietype) || d.i_bitsxsb == (QVIM_MSB | QVIM_LSB)) return {};
+  if (!is_integer(d.pixietype) || d.i_bitsxsb == int32_t(all_bits_used)) return {};
   const uint32_t shift = 8 * uint32_t(qvimdatasize(uint32_t(d.pixietype))) - uint32_t(d.i_bitsused);
   const uint32_t significant = d.i_bitsused >= 32 ? 0xFFFFFFFFu : (1u << (d.i_bitsused & 31)) - 1;
   const uint32_t stored = d.i_bitsxsb == QVIM_LSB ? significant : significant << (shift & 31);

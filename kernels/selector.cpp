@@ -6,7 +6,11 @@
 #include <qvimage/npfbix.h>
 #include <qvimage/types.h>
 
+#include "kernels/words.hpp"
+
 namespace {
+
+using qvim::justification, qvim::type_word;
 
 // --- kernels by what they do ---------------------------------------------------------------------
 
@@ -82,18 +86,18 @@ constexpr from_real_kernels real_to_integer[2][3] = {
 
 // --- the selection -------------------------------------------------------------------------------
 
-constexpr uint32_t justified = QVIM_MSB | QVIM_LSB;
 constexpr uint64_t low_bits(uint32_t n) { return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1; }
 
 struct side {
-  uint32_t word, bits;
+  type_word word;
+  uint32_t bits;
   int32_t size;
 
-  bool integer() const { return word & 0x0F; }
-  bool is_double() const { return (word & 0xFF) == QVIM_FLOAT64; }
+  bool integer() const { return word.integer(); }
+  bool is_double() const { return word.type() == QVIM_FLOAT64; }
   uint32_t width() const { return 8 * uint32_t(size); }
   // The end of the significant bits, counted from the container's least significant end.
-  uint32_t top() const { return word & QVIM_LSB ? std::min(bits, width()) : width(); }
+  uint32_t top() const { return word.has(QVIM_LSB) ? std::min(bits, width()) : width(); }
   uint64_t significant() const {
     const uint32_t n = std::min(bits, width());
     return low_bits(n) << (top() - n);
@@ -111,7 +115,7 @@ constexpr uint64_t shifted(uint64_t value, moving way, uint32_t by) {
 }
 
 npfbix_fn *real_to_real(const side &from, const side &to) {
-  const uint32_t source = from.word & 0xFF, destination = to.word & 0xFF;
+  const uint32_t source = from.word.type(), destination = to.word.type();
   if (source == QVIM_FLOAT32)
     return destination == QVIM_FLOAT32   ? npfbix_ftof_n
            : destination == QVIM_FLOAT64 ? npfbix_ftod_n
@@ -125,7 +129,7 @@ npfbix_fn *real_to_real(const side &from, const side &to) {
 
 // Must a mask keep the other bits of the source out? Not when they do not reach the destination anyway.
 bool needs_mask(const side &from, const side &to, moving way, uint32_t shift, uint64_t significant) {
-  if (!(from.word & QVIM_DIRTY) || (to.integer() && to.word & QVIM_DIRTY)) return false;
+  if (!from.word.has(QVIM_DIRTY) || (to.integer() && to.word.has(QVIM_DIRTY))) return false;
   const uint64_t others = low_bits(from.width()) & ~significant;
   const uint64_t reached = low_bits(to.integer() ? to.width() : 32);
   return shifted(others, way, shift) & reached;
@@ -149,7 +153,7 @@ selection select(const side &from, const side &to, bool strided, bool writing, b
   const uint32_t e = from.integer() ? from.top() : normalised ? to.bits : from.bits;
   const uint32_t f = to.integer() ? to.top() : normalised ? from.bits : to.bits;
   const side &caller = writing ? from : to;
-  const bool as_stored = caller.integer() && !(caller.word & justified);
+  const bool as_stored = caller.integer() && !caller.word.has(justification);
   const moving way = as_stored || e == f ? stay : f > e ? left : right;
   selection s;
   s.shift = way == left ? f - e : way == right ? e - f : 0;

@@ -20,7 +20,7 @@ struct bayer : view<Dim, bayer<Dim>> {
   using typename base::source_image;
 
   static constexpr char device[] = "Bayer*4";
-  static constexpr view_traits traits{2, 1, 0x10000, true};
+  static constexpr view_traits traits{2, 1, chain_flag::selects, true};
 
   struct [[gnu::packed]] state : view_state<Dim> {
     uint8_t phase;  // where the first component lies in a cell: bit 0 its column, bit 1 its row
@@ -29,7 +29,7 @@ struct bayer : view<Dim, bayer<Dim>> {
   };
 
   static int32_t build(image *im, const source_image *source, uint32_t phase) {
-    if (source->d.pixietype != QVIM_UINT8 && source->d.pixietype != QVIM_UINT16) return -19;
+    if (const int32_t code = base::check_narrow(source->d); code < 0) return code;
     state_in(im).phase = phase & 3;
     im->d.pixies = 4;
     im->d.pixelhint = QVIM_HINT_BAYER4;
@@ -45,8 +45,8 @@ struct bayer : view<Dim, bayer<Dim>> {
     const uint32_t lines = base::source_mode(along_z ? mode & ~uint32_t{QVIM_ZSCAN} : mode, true);
     const int32_t code = source->ioset(source, lines, datatype, 1);
     if (code < 0) return code;
-    if (colourmask != all_pixies(4)) return -21;
-    if (!base::set_scan(im, mode, datatype, colourmask)) return -1;
+    if (colourmask != all_pixies(4)) return QVERR_COLOUR;
+    if (!base::set_scan(im, mode, datatype, colourmask)) return QVERR_USAGE;
     state &st = state_in(im);
     st.by_lines = true;
     st.pixie = uint8_t(qvimdatasize(datatype));

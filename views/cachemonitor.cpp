@@ -9,7 +9,7 @@ using namespace qvim;
 
 struct cachemonitor : view<two_d, cachemonitor> {
   static constexpr char device[] = "QVIMCAM";
-  static constexpr view_traits traits{0, 0, 0, true};
+  static constexpr view_traits traits{0, 0, chain_flag::none, true};
   static constexpr uint32_t access_query = 'c' << 8 | 'm';
   enum : uint32_t { was_read = 0x8000, was_written = 0x4000 };
 

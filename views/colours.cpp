@@ -20,7 +20,7 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
   using typename base::source_image;
 
   static constexpr const char *device = Dim::axes == 2 ? "QVIMCLR" : "QVIMCLR3";
-  static constexpr view_traits traits{2, 1, 0x40000, false};
+  static constexpr view_traits traits{2, 1, chain_flag::converts, false};
 
   struct [[gnu::packed]] state : view_state<Dim> {
     colour_steps steps;
@@ -34,8 +34,9 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
   static int32_t build(image *im, const source_image *source, int32_t hint) {
     state &st = state_in(im);
     const qvimagedata d = source->d;
-    if (qvimdatasize(uint32_t(d.pixietype)) == 0 || d.pixietype == QVIM_UINT64) return -19;
-    if (!choose_colours(d, hint, &st.steps)) return -21;
+    if (qvimdatasize(uint32_t(d.pixietype)) == 0 || d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
+    if (!choose_colours(d, hint, &st.steps))
+      return because(QVERR_COLOUR, {"no way from hint ", d.pixelhint, " to hint ", hint});
     im->d.pixies = hint & 15;
     im->d.pixelhint = hint;
     base::serve_numbers(im);
@@ -48,10 +49,11 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
   }
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!supported_without_conversion(im, datatype)) return -19;
-    if (!base::set_scan(im, mode, datatype, colourmask) || state_in(im).run_scan == scan::z) return -1;
+    if (!supported_without_conversion(im, datatype)) return QVERR_DATATYPE;
+    if (!base::set_scan(im, mode, datatype, colourmask) || state_in(im).run_scan == scan::z)
+      return QVERR_USAGE;
     const uint32_t all = all_pixies(source_of(im)->d.pixies);
-    const int32_t code = base::set_source(im, mode, base::numbers_of(datatype), all);
+    const int32_t code = base::set_source(im, mode, type_word(datatype).as_numbers().bits, all);
     if (code < 0) return code;
     int32_t first;
     const int32_t pixies = im->d.pixies, selected = qvimcolormap(pixies, colourmask, &first);
@@ -61,7 +63,7 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
       state_in(im).component = uint32_t(first) * state_in(im).pixie;
       base::template install_runs<read_component, write_component>(im);
     } else {
-      return -21;
+      return QVERR_COLOUR;
     }
     return 1;
   }

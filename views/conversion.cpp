@@ -18,14 +18,15 @@ bool has_kernels(uint32_t type) { return type != QVIM_UINT64 && qvimdatasize(typ
 
 // Pixies on one side of a conversion: a type word and the number of significant bits.
 struct side {
-  uint32_t word, bits;
+  type_word word;
+  uint32_t bits;
 
-  uint32_t type() const { return word & 0xFF; }
-  bool integer() const { return is_integer(int32_t(word)); }
-  uint32_t size() const { return uint32_t(qvimdatasize(word)); }
+  uint32_t type() const { return word.type(); }
+  bool integer() const { return word.integer(); }
+  uint32_t size() const { return uint32_t(word.size()); }
   bool partial() const { return integer() && bits < 8 * size(); }
   // Of partial pixies: the place of the lowest significant bit, and all of them.
-  uint32_t lowest() const { return word & QVIM_LSB ? 0 : 8 * size() - bits; }
+  uint32_t lowest() const { return word.has(QVIM_LSB) ? 0 : 8 * size() - bits; }
   uint32_t significant() const { return uint32_t(((uint64_t{1} << bits) - 1) << lowest()); }
 };
 
@@ -37,14 +38,14 @@ struct selection : conversion::step {
 selection select(const side &from, const side &to, uint32_t direction, uint8_t mode) {
   npfbix_fn *kernel = nullptr;
   uint32_t shift, mask;
-  qvimselectpfbixfunc(from.size(), to.size(), from.word, to.word, direction, from.bits, to.bits, mode,
-                      &kernel, &shift, &mask);
+  qvimselectpfbixfunc(from.size(), to.size(), from.word.bits, to.word.bits, direction, from.bits, to.bits,
+                      mode, &kernel, &shift, &mask);
   return {{kernel, shift, mask}};
 }
 
 // Kernels that normalise have one argument for mask and scale, the scale: they let all bits through.
 bool lacks_mask(uint8_t mode, const side &from, const side &to) {
-  return mode == normalised && !to.integer() && from.partial() && from.word & QVIM_DIRTY;
+  return mode == normalised && !to.integer() && from.partial() && from.word.has(QVIM_DIRTY);
 }
 
 void choose_reading(conversion &c, const side &stored, const side &caller, uint8_t mode) {
@@ -53,20 +54,20 @@ void choose_reading(conversion &c, const side &stored, const side &caller, uint8
 }
 
 void choose_writing(conversion &c, side caller, side stored, bool tolerant, uint8_t mode) {
-  const bool justified = caller.word & (QVIM_MSB | QVIM_LSB);
-  const bool vague = caller.integer() && caller.word & QVIM_DIRTY && !justified;
+  const bool justified = caller.word.has(justification);
+  const bool vague = caller.integer() && caller.word.has(QVIM_DIRTY) && !justified;
   // Where the caller does not say which bits are significant, the stored form tells; reals count from below.
   if (vague && stored.integer()) {
-    caller.word &= ~uint32_t{QVIM_DIRTY};
+    caller.word = caller.word.without(QVIM_DIRTY);
   } else if (vague) {
-    caller.word |= QVIM_LSB;
+    caller.word = caller.word.with(QVIM_LSB);
     caller.bits = stored.bits = std::min(caller.bits, 8 * caller.size());
   }
-  if (stored.integer()) stored.word = (stored.word & ~uint32_t{QVIM_DIRTY}) | (tolerant ? QVIM_DIRTY : 0);
+  if (stored.integer()) stored.word = stored.word.without(QVIM_DIRTY).with(tolerant ? QVIM_DIRTY : 0);
   const bool scales = mode == normalised && !caller.integer() && stored.partial();
   c.limit = scales ? stored.significant() >> stored.lowest() : 0;
   c.raise = uint8_t(scales ? stored.lowest() : 0);
-  if (scales) stored = {stored.word | QVIM_MSB | QVIM_LSB, 8 * stored.size()};  // all that the scale covers
+  if (scales) stored = {stored.word.with(all_bits_used), 8 * stored.size()};  // all that the scale covers
   c.write = select(caller, stored, 1, mode);
   c.given_bits = lacks_mask(mode, caller, stored) ? caller.significant() : 0;
   // Unused bits of the image stay clean unless it does without.
@@ -114,10 +115,10 @@ bool presents_itself(const qvimagedata &image, const presentation &p, uint32_t d
   if (!stored.integer()) stored.bits = p.bits ? 8 * uint32_t(qvimdatasize(datatype)) : 0;
   if (!p.mask_undefined && p.bits == stored.bits) return true;
   // Values at the high end with more bits than the image has there would fill its unused ones.
-  const bool high = stored.partial() && !(stored.word & QVIM_LSB);
+  const bool high = stored.partial() && !stored.word.has(QVIM_LSB);
   if (high && datatype & QVIM_MSB && p.bits > stored.bits && !image.i_dirtyrite) return false;
-  const uint32_t unmasked = p.mask_undefined ? stored.word & ~uint32_t{QVIM_DIRTY} : stored.word;
-  return select({stored.word | p.mask_undefined, stored.bits}, {datatype, p.bits}, 0, p.mode) ==
+  const type_word unmasked = p.mask_undefined ? stored.word.without(QVIM_DIRTY) : stored.word;
+  return select({stored.word.with(p.mask_undefined), stored.bits}, {datatype, p.bits}, 0, p.mode) ==
          select({unmasked, stored.bits}, {datatype, stored.bits}, 0, p.mode);
 }
 
@@ -126,7 +127,7 @@ bool conversion::choose(const qvimagedata &image, const presentation &p, uint32_
   const side caller{datatype, p.bits ? p.bits : 8 * uint32_t(qvimdatasize(datatype))},
       stored{stored_word(image), is_integer(image.pixietype) ? uint32_t(image.i_bitsused) : caller.bits};
   if (!has_kernels(caller.type()) || !has_kernels(stored.type())) return false;
-  choose_reading(*this, {stored.word | p.mask_undefined, stored.bits}, caller, p.mode);
+  choose_reading(*this, {stored.word.with(p.mask_undefined), stored.bits}, caller, p.mode);
   choose_writing(*this, caller, stored, stored.integer() && image.i_dirtyrite, p.mode);
   image_size = uint8_t(stored.size());
   caller_size = uint8_t(caller.size());

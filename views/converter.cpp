@@ -21,7 +21,7 @@ struct converter : view<Dim, converter<Dim>> {
   using typename base::source_image;
 
   static constexpr char device[] = "QVIMCONV";
-  static constexpr view_traits traits{1, 1, 0x40000, false};
+  static constexpr view_traits traits{1, 1, chain_flag::converts, false};
 
   struct [[gnu::packed]] state : view_state<Dim> {
     presentation how;
@@ -59,15 +59,16 @@ struct converter : view<Dim, converter<Dim>> {
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     source_image *source = source_of(im);
-    if (!(colourmask & all_pixies(source->d.pixies))) return -21;
-    if (!base::set_scan(im, mode, datatype, colourmask)) return -1;
+    if (!(colourmask & all_pixies(source->d.pixies))) return QVERR_COLOUR;
+    if (!base::set_scan(im, mode, datatype, colourmask)) return QVERR_USAGE;
     if (is_identity(im, datatype)) {
       const int32_t code = base::set_source(im, mode, datatype, colourmask);
       if (code >= 0) return base::install_runs_through(im), 1;
-      if (code != -19 || datatype == stored_word(source->d)) return code;  // only another type may help
+      if (code != QVERR_DATATYPE || datatype == stored_word(source->d))
+        return code;  // only another type may help
     }
-    if (!choose(state_in(im).runs, im, datatype, colourmask)) return -19;
-    if (state_in(im).run_scan == scan::z) return -1;
+    if (!choose(state_in(im).runs, im, datatype, colourmask)) return QVERR_DATATYPE;
+    if (state_in(im).run_scan == scan::z) return QVERR_USAGE;
     const int32_t code = base::set_source(im, mode | QVIM_STEP, stored_word(source->d), colourmask);
     if (code < 0) return code;
     base::template install_runs<read, write>(im);
@@ -130,15 +131,15 @@ struct converter : view<Dim, converter<Dim>> {
 
   static int32_t bxts(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
-    if (base::is_own_source(im)) return -5;
+    if (base::is_own_source(im)) return QVERR_LOGIC;
     const uint32_t stored = stored_word(source_of(im)->d);
     if (is_identity(im, datatype)) {
       const int32_t code = base::bxts_through(im, mode, datatype, colourmask);
-      if (code != -19 || datatype == stored) return code;  // only another type may help
+      if (code != QVERR_DATATYPE || datatype == stored) return code;  // only another type may help
     }
-    if (!choose(state_in(im).blocks, im, datatype, colourmask)) return -19;
+    if (!choose(state_in(im).blocks, im, datatype, colourmask)) return QVERR_DATATYPE;
     const int32_t code =
-        base::descend(im, -5, [&](auto *source) { return source->bxts(source, 0, stored, colourmask); });
+        base::descend(im, [&](auto *source) { return source->bxts(source, 0, stored, colourmask); });
     return code < 0 ? code : base::install_blocks(im, convert_blocks);
   }
 
@@ -156,7 +157,7 @@ struct converter : view<Dim, converter<Dim>> {
     const source_image *source = source_of(im);
     const bool integer = is_integer(source->d.pixietype);
     if (!is_identity(im, datatype) || (integer && (datatype & QVIM_SWAPPED) != source->d.i_endian))
-      return -19;
+      return QVERR_DATATYPE;
     return base::imapset_through(im, mode, datatype, colourmask);
   }
 };

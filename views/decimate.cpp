@@ -11,7 +11,7 @@ using namespace qvim;
 
 struct decimate : view<two_d, decimate> {
   static constexpr char device[] = "QVIMDECI";
-  static constexpr view_traits traits{2, 1, 0x10000, true};
+  static constexpr view_traits traits{2, 1, chain_flag::selects, true};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     uint32_t period[2], phase[2];
@@ -20,16 +20,19 @@ struct decimate : view<two_d, decimate> {
   static int32_t build(qvimage *im, const qvimage *source, std::array<uint32_t, 2> period,
                        std::array<uint32_t, 2> phase) {
     const auto whole = box<two_d>::of(&source->wind);
-    if (im->d.pixies > 1) return -1;
+    if (im->d.pixies > 1)
+      return because(QVERR_USAGE, {"the source has ", im->d.pixies, " components, not one"});
     position size;
     for (int axis = 0; axis < 2; axis++) {
-      if (period[axis] == 0 || phase[axis] >= period[axis]) return -1;
+      if (phase[axis] >= period[axis])
+        return because(QVERR_USAGE, {"phase ", phase[axis], " of a period of ", period[axis]});
       size[axis] = int32_t(whole.extent(axis) / period[axis]);
-      if (size[axis] == 0) return -1;
+      if (size[axis] == 0)
+        return because(QVERR_USAGE, {"the source is smaller than a period of ", period[axis]});
       state_in(im).period[axis] = period[axis];
       state_in(im).phase[axis] = phase[axis];
     }
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
+    if (const int32_t code = check_narrow(im->d); code < 0) return code;
     set_size(im, size);
     return 0;
   }
@@ -46,7 +49,8 @@ struct decimate : view<two_d, decimate> {
 
   // Runs along a line whose pixels are all shown go to the source as they are.
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -1);
+    if (!set_scan(im, mode, datatype, colourmask))
+      return refuse_scan(im, mode, datatype, colourmask, QVERR_USAGE);
     const int32_t code = set_source(im, mode, datatype, colourmask);
     if (code < 0) return code;
     install_runs_through(im);

@@ -10,7 +10,7 @@ using namespace qvim;
 
 struct def2from3 : view<two_d, def2from3, three_d> {
   static constexpr char device[] = "QVIM3to2";
-  static constexpr view_traits traits{1, 1, 0, true};
+  static constexpr view_traits traits{1, 1, chain_flag::none, true};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     uint8_t axes[2];  // the source's axes along the view's x and y
@@ -34,7 +34,8 @@ struct def2from3 : view<two_d, def2from3, three_d> {
     const auto is_axis = [](uint32_t code) {
       return code == QVIM_XSCAN || code == QVIM_YSCAN || code == QVIM_ZSCAN;
     };
-    if (!is_axis(xaxis) || !is_axis(yaxis) || xaxis == yaxis) return -1;
+    if (!is_axis(xaxis) || !is_axis(yaxis) || xaxis == yaxis)
+      return because(QVERR_USAGE, {"scan bits ", xaxis, " and ", yaxis, " name no two axes"});
     st.axes[0] = uint8_t(xaxis / 2);
     st.axes[1] = uint8_t(yaxis / 2);
     set_size(im, {size[st.axes[0]], size[st.axes[1]]});
@@ -48,7 +49,8 @@ struct def2from3 : view<two_d, def2from3, three_d> {
     st.joined = int8_t(axis);
     st.frame = size[axis] > 0 ? size[axis] : 1;  // an empty frame is never reached
     position joined{size[0], size[1]};
-    if (__builtin_mul_overflow(size[axis], size[2], &joined[axis])) return -15;
+    if (__builtin_mul_overflow(size[axis], size[2], &joined[axis]))
+      return because(QVERR_SPACE, {"the joined frames are longer than 2^31 - 1 pixels"});
     set_size(im, joined);
     return 0;
   }
@@ -77,10 +79,11 @@ struct def2from3 : view<two_d, def2from3, three_d> {
   }
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
+    if (!set_scan(im, mode, datatype, colourmask))
+      return refuse_scan(im, mode, datatype, colourmask, QVERR_UNSUPPORTED);
     const state &st = state_in(im);
     const uint32_t along = st.axes[int(st.run_scan)] * 2u;
-    const int32_t code = set_source(im, (mode & ~6u) | along, datatype, colourmask);
+    const int32_t code = set_source(im, (mode & ~scan_bits) | along, datatype, colourmask);
     if (code < 0) return code;
     install_runs_through(im);
     return code;

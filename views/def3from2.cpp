@@ -9,7 +9,7 @@ using namespace qvim;
 
 struct def3from2 : view<three_d, def3from2, two_d> {
   static constexpr char device[] = "QVIM2to3";
-  static constexpr view_traits traits{1, 1, 0, true};
+  static constexpr view_traits traits{1, 1, chain_flag::none, true};
 
   using state = view_state<three_d>;
 

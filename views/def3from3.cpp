@@ -9,7 +9,7 @@ using namespace qvim;
 
 struct def3from3 : view<three_d, def3from3> {
   static constexpr char device[] = "QVIM3to3";
-  static constexpr view_traits traits{1, 1, 0, true};
+  static constexpr view_traits traits{1, 1, chain_flag::none, true};
 
   struct [[gnu::packed]] state : view_state<three_d> {
     int32_t offset;
@@ -18,7 +18,7 @@ struct def3from3 : view<three_d, def3from3> {
 
   static int32_t build(qvimage3 *im, const qvimage3 *source, int32_t frameoffset) {
     const int32_t depth = im->imdim.se.z;  // the source's, or that of its window
-    if (depth == 0) return -1;
+    if (depth == 0) return QVERR_USAGE;
     state_in(im).offset = frameoffset;
     state_in(im).depth = depth;
     im->imdim = source->imdim;
@@ -49,7 +49,7 @@ struct def3from3 : view<three_d, def3from3> {
 
   static constexpr auto bxts = bxts_through;
   static int32_t imapset(qvimage3 *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    const bool through_frames = renumbers(im) && (mode & 6) == QVIM_ZSCAN;
+    const bool through_frames = renumbers(im) && (mode & scan_bits) == QVIM_ZSCAN;
     const int32_t answer = imapset_through(im, mode, datatype, colourmask);
     return answer < 0 || !through_frames ? answer : view::imapset(im, mode, datatype, colourmask);
   }

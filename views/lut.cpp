@@ -33,7 +33,7 @@ struct lut : view<Dim, lut<Dim>> {
   using typename base::source_image;
 
   static constexpr const char *device = Dim::axes == 2 ? "QVIMLUT2" : "QVIMLUT3";
-  static constexpr view_traits traits{2, 1, 0x40000, true};
+  static constexpr view_traits traits{2, 1, chain_flag::converts, true};
 
   struct [[gnu::packed]] state : view_state<Dim> {
     const void *read_tables[most_tables], *write_tables[most_tables];
@@ -49,17 +49,18 @@ struct lut : view<Dim, lut<Dim>> {
   static int32_t build(image *im, const source_image *source, table_list read, table_list write,
                        int32_t pixies, int32_t pixelhint, uint32_t flags) {
     const qvimagedata d = source->d;
-    if (!read || !write || d.pixies >= 5) return -1;
+    if (!read || !write) return because(QVERR_USAGE, {"no tables"});
+    if (d.pixies > most_tables) return because(QVERR_USAGE, {d.pixies, " components, tables serve 4"});
     if (pixies && (pixies < 0 || pixies > most_tables || (pixelhint & 15) > most_tables || d.pixies != 1))
-      return -1;
+      return because(QVERR_USAGE, {"pseudo-colour makes up to 4 components of one"});
     state &st = state_in(im);
     const bool all_used = d.i_bitsused == 8 * qvimdatasize(uint32_t(d.pixietype));
     st.translate = translation(d.pixietype, !(flags & unmasked) && !all_used);
-    if (!st.translate) return -19;
+    if (!st.translate) return because(QVERR_DATATYPE, {"no tables of such pixies"});
     if (pixies) im->d.pixies = pixies, im->d.pixelhint = pixelhint;
     st.tables = uint8_t(std::min(im->d.pixies, flags & three_tables ? 3 : most_tables));
     for (int i = 0; i < st.tables; i++) {
-      if (!read[i] || !write[i]) return -1;
+      if (!read[i] || !write[i]) return because(QVERR_USAGE, {"no table for component ", i + 1});
       st.read_tables[i] = read[i];
       st.write_tables[i] = write[i];
     }
@@ -71,18 +72,19 @@ struct lut : view<Dim, lut<Dim>> {
   }
 
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!supported_without_conversion(im, datatype)) return -19;
+    if (!supported_without_conversion(im, datatype)) return QVERR_DATATYPE;
     int32_t first;
     const int32_t pixies = im->d.pixies, selected = qvimcolormap(pixies, colourmask, &first);
-    if (selected != 1 && selected != pixies) return -21;
-    if (!base::set_scan(im, mode, datatype, colourmask) || state_in(im).run_scan == scan::z) return -1;
+    if (selected != 1 && selected != pixies) return QVERR_COLOUR;
+    if (!base::set_scan(im, mode, datatype, colourmask) || state_in(im).run_scan == scan::z)
+      return QVERR_USAGE;
     state &st = state_in(im);
     const bool pseudo_colour = pixies != source_of(im)->d.pixies;
     st.first = uint8_t(first);
     st.selected = uint8_t(selected);
     st.source_pixel = uint8_t(pseudo_colour ? st.pixie : selected * st.pixie);
     const int32_t code =
-        base::set_source(im, mode, base::numbers_of(datatype), pseudo_colour ? 1 : colourmask);
+        base::set_source(im, mode, type_word(datatype).as_numbers().bits, pseudo_colour ? 1 : colourmask);
     if (code < 0) return code;
     if (pseudo_colour)
       base::template install_reads<read>(im);

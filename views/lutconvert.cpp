@@ -11,7 +11,7 @@ using namespace qvim;
 
 struct lutconvert : view<two_d, lutconvert> {
   static constexpr char device[] = "QVIMLUT";
-  static constexpr view_traits traits{2, 1, 0x10000, false};
+  static constexpr view_traits traits{2, 1, chain_flag::selects, false};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     int8_t spread;  // logarithm of how many entries one of the source becomes; negative: how many become one
@@ -22,7 +22,7 @@ struct lutconvert : view<two_d, lutconvert> {
     const auto table = box<two_d>::of(&source->imdim);
     if (table.extent(1) != 1 || !std::has_single_bit(table.extent(0)) || !std::has_single_bit(entries) ||
         entries > uint32_t(INT32_MAX))
-      return -1;
+      return QVERR_USAGE;
     set_size(im, {int32_t(entries), 1});
     state_in(im).spread = int8_t(std::countr_zero(entries) - std::countr_zero(table.extent(0)));
     state_in(im).decimate = decimate;
@@ -42,11 +42,11 @@ struct lutconvert : view<two_d, lutconvert> {
   }
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if ((datatype & 0xFF) != uint32_t(im->d.pixietype)) return -19;
-    if (colourmask & ~all_pixies(im->d.pixies)) return -21;
+    if (type_word(datatype).type() != uint32_t(im->d.pixietype)) return QVERR_DATATYPE;
+    if (colourmask & ~all_pixies(im->d.pixies)) return QVERR_COLOUR;
     const int32_t code = source_of(im)->ioset(source_of(im), source_mode(mode, false), datatype, colourmask);
     if (code < 0) return code;
-    if (!set_scan(im, mode, datatype, colourmask)) return -11;
+    if (!set_scan(im, mode, datatype, colourmask)) return QVERR_UNSUPPORTED;
     install_runs_through(im);
     return 1;
   }

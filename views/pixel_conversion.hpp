@@ -85,7 +85,7 @@ uint32_t transfer_chunk(typename Kind::image *im, const pixel_conversion &s, uin
   alignas(64) uint8_t staging[staging_bytes], former[staging_bytes];
   auto *source = Kind::source_of(im);
   const uint64_t pixies = uint64_t(n) * s.colours, bytes = pixies * s.change.image_size;
-  const uint32_t passed = mode & ~(uint32_t{QVIM_LIST} | 0x800u);
+  const uint32_t passed = mode & ~(QVIM_LIST | passing::stays);
   if (op == QVIM_OP_READ)
     std::memset(staging, unread, bytes);
   else

@@ -15,7 +15,7 @@ using namespace qvim;
 
 struct rotate : view<two_d, rotate> {
   static constexpr char device[] = "QVIMROTA";
-  static constexpr view_traits traits{2, 1, 0x20000, false};
+  static constexpr view_traits traits{2, 1, chain_flag::turns, false};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     uint8_t transposed;
@@ -23,7 +23,7 @@ struct rotate : view<two_d, rotate> {
   };
 
   static int32_t build(qvimage *im, const qvimage *, uint32_t flags) {
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
+    if (const int32_t code = check_narrow(im->d); code < 0) return code;
     state &st = state_in(im);
     st.transposed = flags & 1;
     st.mirrored[0] = bool(flags & 4);
@@ -69,8 +69,9 @@ struct rotate : view<two_d, rotate> {
   // --- runs ----------------------------------------------------------------------------------------
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!(colourmask & all_pixies(im->d.pixies))) return -21;
-    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
+    if (!(colourmask & all_pixies(im->d.pixies))) return QVERR_COLOUR;
+    if (!set_scan(im, mode, datatype, colourmask))
+      return refuse_scan(im, mode, datatype, colourmask, QVERR_UNSUPPORTED);
     const state &st = state_in(im);
     const int32_t code = set_source(im, st.transposed ? mode ^ QVIM_YSCAN : mode, datatype, colourmask);
     if (code < 0) return code;

@@ -16,7 +16,7 @@ struct slice : view<Dim, slice<Dim>> {
   using typename base::source_image;
 
   static constexpr char device[] = "ClrSlice";
-  static constexpr view_traits traits{1, 1, 0, true};
+  static constexpr view_traits traits{1, 1, chain_flag::none, true};
 
   struct [[gnu::packed]] state : view_state<Dim> {
     uint32_t mask;    // selects the component in the source
@@ -27,7 +27,8 @@ struct slice : view<Dim, slice<Dim>> {
   };
 
   static int32_t build(image *im, const source_image *source, uint32_t mask) {
-    if (qvimcolormap(source->d.pixies, mask, nullptr) != 1) return -1;
+    if (qvimcolormap(source->d.pixies, mask, nullptr) != 1)
+      return because(QVERR_USAGE, {"mask ", mask, " selects not one of ", source->d.pixies, " components"});
     state_in(im).mask = mask;
     im->d.pixies = 1;
     qviminitfacts(&im->f, &im->d);
@@ -36,15 +37,15 @@ struct slice : view<Dim, slice<Dim>> {
 
   // A source that has no access to single components is read and written in whole pixels.
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!base::set_scan(im, mode, datatype, colourmask)) return -1;
-    if (colourmask != 1) return -21;
+    if (!base::set_scan(im, mode, datatype, colourmask)) return QVERR_USAGE;
+    if (colourmask != 1) return QVERR_COLOUR;
     state &st = state_in(im);
     base::install_runs_through(im);
     if (base::set_source(im, mode, datatype, st.mask) >= 0) return 1;
     const int32_t pixies = source_of(im)->d.pixies;
     const int32_t code = base::set_source(im, mode, datatype, all_pixies(pixies));
     if (code < 0) return code;
-    if ((datatype & 0xFF) == QVIM_UINT64) return -19;
+    if (type_word(datatype).type() == QVIM_UINT64) return QVERR_DATATYPE;
     st.pixie = uint32_t(qvimdatasize(datatype));
     st.first = uint32_t(__builtin_ctz(st.mask)) * st.pixie;
     st.pixel = uint32_t(pixies) * st.pixie;

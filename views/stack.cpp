@@ -15,7 +15,7 @@ using namespace qvim;
 
 struct stack : view<two_d, stack, three_d> {
   static constexpr char device[] = "QVIMSTAK";
-  static constexpr view_traits traits{2, 1, 0x2000000, false};
+  static constexpr view_traits traits{2, 1, chain_flag::averages, false};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     uint32_t frames;
@@ -31,11 +31,12 @@ struct stack : view<two_d, stack, three_d> {
   static constexpr uint32_t most_frames(int32_t pixiesize) { return pixiesize == 1 ? 1u << 24 : 65537; }
 
   static int32_t build(qvimage *im, const qvimage3 *source) {
-    if (im->d.pixietype != QVIM_UINT8 && im->d.pixietype != QVIM_UINT16) return -19;
+    if (const int32_t code = check_narrow(im->d); code < 0) return code;
     const auto seen = box<three_d>::of(&source->wind);
     state &st = state_in(im);
     st.frames = seen.extent(2);
-    if (st.frames > most_frames(im->f.pixiesize)) return -15;
+    if (st.frames > most_frames(im->f.pixiesize))
+      return because(QVERR_SPACE, {"sums of ", st.frames, " frames do not fit 32 bits"});
     choose_finish(st, im->f.pixiesize);
     serve_numbers(im);
     im->d.i_dirtyrite = 0;
@@ -63,9 +64,10 @@ struct stack : view<two_d, stack, three_d> {
   // The source gives numbers; what the caller's word says beyond the type is done to their mean.
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     state &st = state_in(im);
-    if (int32_t(datatype & 0xFF) != im->d.pixietype) return -19;
-    const uint32_t asked = numbers_of(datatype);
-    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, asked, colourmask, -11);
+    if (type_word(datatype).type() != uint32_t(im->d.pixietype)) return QVERR_DATATYPE;
+    const uint32_t asked = type_word(datatype).as_numbers().bits;
+    if (!set_scan(im, mode, datatype, colourmask))
+      return refuse_scan(im, mode, asked, colourmask, QVERR_UNSUPPORTED);
     const int32_t code = set_source(im, mode, asked, colourmask);
     if (code < 0) return code;
     const adaptation change = adapt_pixies(im->d, false, datatype);

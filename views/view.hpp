@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/kind.hpp"
 #include "views/view_runs.hpp"
 #include "views/view_window.hpp"
 
@@ -30,6 +31,10 @@ namespace qvim {
 
 // How a kind answers queries: the images it adds to the chain counts, the flag bit it sets there, and whether
 // other queries are passed to the source.
+namespace chain_flag {
+inline constexpr uint32_t none = 0, selects = 0x10000, turns = 0x20000, converts = 0x40000,
+                          averages = 0x2000000;
+}
 struct view_traits {
   uint8_t adds_for_blocks;  // 'b'
   uint8_t adds;             // 'i', 'm'
@@ -71,7 +76,7 @@ struct view : view_runs<Dim, Kind, SourceDim> {
   static int32_t bxts_through(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_blocks<Dim>(im);
     const int32_t code =
-        descend(im, -5, [&](auto *source) { return source->bxts(source, mode, datatype, colourmask); });
+        descend(im, [&](auto *source) { return source->bxts(source, mode, datatype, colourmask); });
     return code < 0 ? code : install_blocks(im, bxta_through);
   }
   static int32_t install_blocks(image *im, decltype(image::bxta) transfer) {
@@ -119,7 +124,7 @@ struct view : view_runs<Dim, Kind, SourceDim> {
 
   static int32_t imapset(image *im, uint32_t, uint32_t, uint32_t) {
     clear_mapping<Dim>(im);
-    return -11;
+    return QVERR_UNSUPPORTED;
   }
 
   // For kinds whose pixels lie in the source as they are: maps what the source maps, within this window.
@@ -129,8 +134,8 @@ struct view : view_runs<Dim, Kind, SourceDim> {
     const bool known = scan_of_mode<Dim>(mode, &s);
     const uint32_t asked = source_mode(mode, known && mode & QVIM_WRAP && !Kind::lines_agree(im, s));
     const int32_t answer =
-        descend(im, -5, [&](auto *source) { return source->imapset(source, asked, datatype, colourmask); });
-    if (answer < 0 || !known) return std::min(answer, -1);
+        descend(im, [&](auto *source) { return source->imapset(source, asked, datatype, colourmask); });
+    if (answer < 0 || !known) return std::min(answer, int32_t{QVERR_USAGE});
     state_in(im).map_length = fn::length_by_mode(im, (mode & QVIM_TRUST) | asked);
     im->imap = slots<Dim>::template map<map_through>;
     im->imapr = unmap_through;
@@ -165,19 +170,13 @@ struct view : view_runs<Dim, Kind, SourceDim> {
       default: break;
     }
     if (traits.forwards) return ask_source();
-    switch (code) {
-      case 'B': return 0xFFFFFFFF / sizeof(qvxyzcoord);
-      case 'I': {
-        const int32_t bytes = im->f.pixelsize;
-        return 0xFFFFFFFF / uint32_t(bytes > 0 ? bytes : 1);
-      }
-      case 'e': return arg2 ? ask_source() : 0;
-      default: return 0;
-    }
+    if (code == 'e') return arg2 ? ask_source() : 0;
+    return kind_answer<Dim>(im, code, 0);
   }
   static uint32_t chained(uint32_t answer, uint8_t adds, uint32_t flag) {
-    const uint32_t images = std::min((answer & 0xFF) + adds, 255u);
-    return (answer & ~0xFFu) | images | flag;
+    constexpr uint32_t chain_count = 0xFF;  // the field of the answer that counts images
+    const uint32_t images = std::min((answer & chain_count) + adds, chain_count);
+    return (answer & ~chain_count) | images | flag;
   }
 };
 

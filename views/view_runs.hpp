@@ -20,7 +20,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
 
   static int32_t ioset(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
     clear_runs<Dim>(im);
-    const int32_t code = descend(im, -5, [&](auto *) {
+    const int32_t code = descend(im, [&](auto *) {
       return im->d.pixies ? Kind::set_runs(im, mode, datatype, colourmask) : QVERR_COLOUR;
     });
     // A source that moves nothing, having lost its window, accepts pixels of no size too.
@@ -48,7 +48,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
   }
   // The code for a scan order that the image has not. What the source refuses in every order comes first.
   static int32_t refuse_scan(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask, int32_t code) {
-    const int32_t of_source = set_source(im, mode & ~6u, datatype, colourmask);
+    const int32_t of_source = set_source(im, mode & ~scan_bits, datatype, colourmask);
     return of_source < 0 ? of_source : code;
   }
   static uint32_t source_mode(uint32_t mode, bool by_lines) {
@@ -68,7 +68,8 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
 
   // Runs that the source serves in the caller's data type.
   static int32_t set_runs(image *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
-    if (!set_scan(im, mode, datatype, colourmask)) return refuse_scan(im, mode, datatype, colourmask, -11);
+    if (!set_scan(im, mode, datatype, colourmask))
+      return refuse_scan(im, mode, datatype, colourmask, QVERR_UNSUPPORTED);
     const int32_t code = set_source(im, mode, datatype, colourmask);
     if (code >= 0) install_runs_through(im);
     return code;
@@ -170,8 +171,8 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
   }
 
   // The mode words with which transfers reach the source.
-  static uint32_t read_mode(uint32_t mode) { return mode & ~0x800u; }
-  static uint32_t write_mode(uint32_t mode) { return (mode & ~0x800u) | 0x1000u; }
+  static uint32_t read_mode(uint32_t mode) { return mode & ~passing::stays; }
+  static uint32_t write_mode(uint32_t mode) { return read_mode(mode) | passing::marks_writes; }
 
   static uint32_t read_through(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     source_image *source = source_of(im);

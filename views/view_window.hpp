@@ -53,16 +53,22 @@ struct view_window {
     return step.too_deep() || is_own_source(im) ? refusal : act(source_of(im));
   }
 
+  template <class Act>
+  static int32_t descend(image *im, Act act) {
+    return descend(im, int32_t{QVERR_LOGIC}, act);
+  }
+
   // --- construction ------------------------------------------------------------------------------
 
   // A constructor: begin, what the kind changes, finish. A negative code of the kind leaves the null image.
   template <class... Arguments>
   static int32_t make(image *im, source_image *reference, uint8_t shared, const Arguments &...arguments) {
     const public_call call;
-    if (!im) return call.result(-1);
-    if (!reference) return call.result(fail(im, -1));
+    if (!im) return call.result(because(QVERR_USAGE, {"no record to fill"}));
+    if (!reference) return call.result(fail(im, because(QVERR_USAGE, {"no source"})));
     const source_image *source = begin(im, reference, shared);
-    if (!can_be_presented(source->d)) return fail(im, -1);
+    if (!can_be_presented(source->d))
+      return call.result(fail(im, because(QVERR_USAGE, {"the source's description is none"})));
     const int32_t code = Kind::build(im, source, arguments...);
     return call.result(code < 0 ? fail(im, code) : finish(im));
   }
@@ -73,6 +79,12 @@ struct view_window {
     const int32_t width = 8 * qvimdatasize(uint32_t(d.pixietype));
     return d.pixies >= 0 && d.pixies <= most_pixies &&
            (!is_integer(d.pixietype) || width == 0 || (d.i_bitsused >= 0 && d.i_bitsused <= width));
+  }
+
+  // For kinds that have kernels for integers of 8 and 16 bits only.
+  static int32_t check_narrow(const qvimagedata &d) {
+    if (d.pixietype == QVIM_UINT8 || d.pixietype == QVIM_UINT16) return 0;
+    return because(QVERR_DATATYPE, {"the source's pixies are no integers of 8 or 16 bits"});
   }
 
   // Clears the record and takes over the source's description and, where the view has all axes of the source,
@@ -145,7 +157,7 @@ struct view_window {
     im->imapset = Kind::imapset;
   }
 
-  // For kinds that compute with values: what they serve, and ask their source for, are clean numbers at the
+  // For kinds that compute with values: what they serve are clean numbers at the
   // low end of the container, in the host's byte order.
   static void serve_numbers(image *im) {
     qviminitfacts(&im->f, &im->d);
@@ -153,7 +165,6 @@ struct view_window {
     im->d.i_dirtyread = im->d.i_endian = 0;
     if (im->d.i_bitsxsb == QVIM_MSB) im->d.i_bitsxsb = QVIM_LSB;
   }
-  static uint32_t numbers_of(uint32_t datatype) { return (datatype & ~0xF00u) | QVIM_LSB; }
 
   // --- geometry ----------------------------------------------------------------------------------
 

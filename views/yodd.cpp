@@ -9,14 +9,14 @@ using namespace qvim;
 
 struct yodd : view<two_d, yodd> {
   static constexpr char device[] = "QVIMYOdd";
-  static constexpr view_traits traits{1, 1, 0x10000, true};
+  static constexpr view_traits traits{1, 1, chain_flag::selects, true};
 
   struct [[gnu::packed]] state : view_state<two_d> {
     uint8_t odd;
   };
 
   static int32_t build(qvimage *im, const qvimage *source, uint32_t selector) {
-    if (selector > 1 || (selector && box<two_d>::of(&source->wind).extent(1) == 1)) return -1;
+    if (selector > 1 || (selector && box<two_d>::of(&source->wind).extent(1) == 1)) return QVERR_USAGE;
     state_in(im).odd = uint8_t(selector);
     return 0;
   }

@@ -5,23 +5,11 @@
 
 #include <qvimage/base.h>
 
-/* The codes that this library produces by itself; qverrnomesg knows the text of these and of all others. */
+/* QVERR_USAGE (-1) to QVERR_HANDLE (-64): the list tells their numbers, names and texts. */
 enum {
-  QVERR_USAGE = -1,         /* bad arguments */
-  QVERR_MEMORY = -2,        /* allocation failed, or a size that cannot be had */
-  QVERR_LOGIC = -5,         /* a view over itself, a broken chain */
-  QVERR_IO = -7,            /* a file could not be read or written */
-  QVERR_FORMAT = -10,       /* the file is not what it says it is */
-  QVERR_UNSUPPORTED = -11,  /* valid, but not provided here */
-  QVERR_NOTFOUND = -13,     /* no such file */
-  QVERR_NOTCREATED = -14,   /* the file cannot be created */
-  QVERR_SPACE = -15,        /* a table or an extent is too small */
-  QVERR_DATATYPE = -19,     /* this data type is not served */
-  QVERR_COLOUR = -21,       /* this selection of components is not served */
-  QVERR_NOTINSTALLED = -27, /* what it stands on is not there */
-  QVERR_X11 = -49,          /* pixels behind X11 could not be reached */
-  QVERR_CODING = -63,       /* data that a code cannot express */
-  QVERR_HANDLE = -64        /* the handle is of another kind, or destroyed */
+#define QVIM_ERROR(number, name, text) name = number,
+#include <qvimage/errors.inc>
+#undef QVIM_ERROR
 };
 
 QVIM_BEGIN_DECLS
