@@ -1,71 +1,11 @@
 // Raw values behind a colour filter array, regrouped by cell.
 #include <gtest/gtest.h>
 
+#include <qvimage/qvimage.h>
+
 #include "tests/fault.hpp"
-#include "tests/views/geometry_model.hpp"
-#include "tests/views/view_scene.hpp"
 
 namespace {
-
-using namespace model;
-using qvim::three_d;
-using qvim::two_d;
-
-QVIM_EITHER_DIMENSION(make_bayer, qvimage_Beyer4_filter, qvimage3_Beyer4_filter)
-
-template <class Dim>
-struct cells : view_scene<Dim> {
-  using scene = view_scene<Dim>;
-  using scene::g, scene::r, scene::stored, scene::view;
-  int phase = 0;
-
-  void set_up(int seed) {
-    g.seed(uint64_t(seed));
-    pixel_choice choice;
-    choice.types = {QVIM_UINT8, QVIM_UINT16};
-    choice.most_pixies = 1;
-    choice.most = {chance(g, 5) ? 3000 : 9, chance(g, 5) ? 3000 : 9, 3};
-    stored = random_pixels(g, Dim::axes, choice);
-    phase = between(g, 0, 3);
-    ASSERT_NO_FATAL_FAILURE(scene::set_up(
-        [&](auto *v, auto *s, uint8_t share) { return make_bayer(v, s, share, uint32_t(phase)); }));
-    r = {random_mode(g, Dim::axes), uint32_t(stored.d.pixietype) | random_flags(g), 15};
-  }
-
-  bits expected(const pos &at, int component) const {
-    const frame reach = this->shared ? frame_of(view.wind) : frame{{}, this->within.size};
-    pos p = cell_value(reach, this->in_view(at), phase, component);
-    if (!this->shared) p = sum(p, this->within.nw);
-    return as_read(stored, stored.get(p, 0), r.datatype);
-  }
-};
-
-template <class Dim>
-void reads_whole_cells(int seed) {
-  cells<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text());
-  s.check_reads([&](const pos &at, int c) { return s.expected(at, c); });
-  s.r.datatype = uint32_t(s.stored.d.pixietype) | uint32_t(s.stored.d.i_bitsxsb);
-  ASSERT_EQ(s.view.bxts(&s.view, 0, s.r.datatype, 15), 1);
-  qvxyzcoord list[20];
-  uint8_t out[20 * 8];
-  for (auto &e : list) {
-    const pos p = random_pos(s.g, s.size());
-    e = {p[0], p[1], p[2]};
-  }
-  ASSERT_EQ(s.view.bxta(&s.view, QVIM_LIST, out, list, 20, QVIM_OP_READ), 20u);
-  for (int i = 0; i < 20; i++)
-    for (int c = 0; c < 4; c++) {
-      const pos at{list[i].x, list[i].y, list[i].z};
-      ASSERT_NO_FATAL_FAILURE(expect_pixie(out + (i * 4 + c) * s.r.size(), s.r, s.expected(at, c), at, c));
-    }
-}
-
-TEST(Bayer, ReadsWholeCells) {
-  for_seeds(1200, reads_whole_cells<two_d>);
-  for_seeds(1200, reads_whole_cells<three_d>);
-}
 
 TEST(Bayer, OrdersComponentsByPhase) {
   uint8_t cell[4] = {10, 20, 30, 40};

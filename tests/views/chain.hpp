@@ -90,10 +90,20 @@ class chain {
   static form random_form(fuzz_input &from) {
     static const int32_t types[] = {QVIM_UINT8,  QVIM_UINT16,  QVIM_UINT8,   QVIM_UINT16,
                                     QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64, QVIM_UINT64};
-    static const int32_t hints[] = {QVIM_HINT_GREY,  QVIM_HINT_GREY, QVIM_HINT_RGB,    QVIM_HINT_BGR,
-                                    QVIM_HINT_CMYK,  QVIM_HINT_BSH,  QVIM_HINT_RGBPAD, QVIM_HINT_COMPLEX,
-                                    QVIM_HINT_YCRCB, QVIM_HINT_CMY};
-    const int32_t type = types[from.up_to(7)], hint = hints[from.up_to(9)];
+    static const int32_t hints[] = {QVIM_HINT_GREY,
+                                    QVIM_HINT_GREY,
+                                    QVIM_HINT_RGB,
+                                    QVIM_HINT_BGR,
+                                    QVIM_HINT_CMYK,
+                                    QVIM_HINT_BSH,
+                                    QVIM_HINT_RGBPAD,
+                                    QVIM_HINT_COMPLEX,
+                                    QVIM_HINT_YCRCB,
+                                    QVIM_HINT_CMY,
+                                    QVIM_HINT_BGRPAD,
+                                    5,
+                                    9};
+    const int32_t type = types[from.up_to(7)], hint = hints[from.up_to(12)];
     const int width = 8 * qvimdatasize(uint32_t(type));
     const bool all_bits = !is_integer(uint32_t(type)) || width == 64 || from.up_to(2) == 0;
     form f;
@@ -117,6 +127,12 @@ class chain {
     record.deep = from.up_to(1);
     stored_.dims = {int(1 + from.up_to(200)), int(1 + from.up_to(8)),
                     record.deep ? int(1 + from.up_to(3)) : 1};
+    // Lines and columns that do not pass through a stage at once.
+    const uint32_t longer = from.up_to(15);
+    if (longer < 2) {
+      stored_.dims[longer] = int(1500 + from.up_to(1500));
+      stored_.dims[1 - longer] = std::min(stored_.dims[1 - longer], 4);
+    }
     // Tables are images of one line.
     if (!record.deep && from.up_to(5) == 0) stored_.dims = {1 << from.up_to(8), 1, 1};
     stored_.pitch = uint32_t(stored_.dims[0] * stored_.d.pixies * stored_.size()) + from.up_to(3);
@@ -126,6 +142,7 @@ class chain {
     stored_.fill(g, stored_.dirty());
     expected_ = stored_;
     require(record.with([&](auto *im, auto) { return build(im, stored_); }) == 0);
+    if (from.up_to(7) == 0) record.with([](auto *im, auto dim) { refuse_parts<decltype(dim)>(im); });
     images_.push_back(std::make_unique<memory_image>(record, expected_));
     stays_.push_back(false);
   }
@@ -247,9 +264,10 @@ class chain {
   }
 
   bool add_colours(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
-    static const int32_t hints[] = {QVIM_HINT_RGB, QVIM_HINT_BGR, QVIM_HINT_RGBPAD, QVIM_HINT_YCRCB,
-                                    QVIM_HINT_BSH, QVIM_HINT_CMY, QVIM_HINT_CMYK,   QVIM_HINT_GREY};
-    const int32_t hint = hints[from.up_to(7)];
+    static const int32_t hints[] = {QVIM_HINT_RGB,  QVIM_HINT_BGR,  QVIM_HINT_RGBPAD,
+                                    QVIM_HINT_BSH,  QVIM_HINT_CMY,  QVIM_HINT_YCRCB,
+                                    QVIM_HINT_CMYK, QVIM_HINT_GREY, QVIM_HINT_BGRPAD};
+    const int32_t hint = hints[from.up_to(8)];
     const int32_t code = view.deep
                              ? qvimage3_colorconverter(view.volume(), volume_below(source), hint, shared)
                              : qvimage_colorconverter(view.flat(), flat_below(source), hint, shared);

@@ -110,6 +110,7 @@ class comparison {
     const bool serves = model().serves(r);
     if (!chain_.runs_turn() && (r.mode & 6) < QVIM_ZSCAN) require((code >= 0) == serves);
     require(code < 0 || serves);
+    require_nothing_outside(r);
     for (uint32_t calls = 1 + from.up_to(3); calls > 0; calls--) {
       const pos at = random_position(from, top().window().size);
       const size_t count = 1 + from.up_to(from.up_to(3) ? 255 : 3000);
@@ -169,6 +170,15 @@ class comparison {
 
  private:
   chain chain_;
+
+  void require_nothing_outside(const request &r) {
+    if (r.mode & QVIM_TRUST) return;
+    const extent size = top().window().size;
+    uint8_t pixel[32 * 8] = {};
+    for (const pos &at :
+         {pos{-1, 0}, pos{0, -1}, pos{size[0], 0}, pos{0, size[1]}, pos{INT32_MAX, INT32_MIN}})
+      require(length(top(), 1, at) == 0 && read(top(), pixel, 1, at) == 0 && write(top(), pixel, 1, at) == 0);
+  }
 
   chain_link &top() { return chain_.top(); }
   image &model() { return chain_.as_modelled(); }

@@ -26,32 +26,8 @@ struct geometry {
   }
 };
 
-template <class Source, class View>
-struct kind {
-  using source_dim = Source;
-  using view_dim = View;
-  static constexpr bool shares = true, keeps_imdim = false;
-  static constexpr int scans = View::axes;
-  static pixel_choice choice() { return {}; }
-  void pick(generator &, const extent &) {}
-  extent size(const extent &e) const { return e; }
-};
-
-struct decimated : kind<two_d, two_d> {
-  static constexpr bool shares = false;
-  static pixel_choice choice() {
-    pixel_choice c;
-    c.types = {QVIM_UINT8, QVIM_UINT16};
-    c.most_pixies = 1;
-    return c;
-  }
+struct decimated {
   int period[2], phase[2];
-  void pick(generator &g, const extent &e) {
-    for (int axis = 0; axis < 2; axis++) {
-      period[axis] = between(g, 1, chance(g, 20) ? e[axis] : std::min(e[axis], 4));
-      phase[axis] = between(g, 0, period[axis] - 1);
-    }
-  }
   extent size(const extent &e) const { return {e[0] / period[0], e[1] / period[1], 1}; }
   int32_t build(qvimage *view, qvimage *source, bool) const {
     return qvimage_decimate(view, source, 77, uint32_t(period[0]), uint32_t(period[1]), uint32_t(phase[0]),
@@ -64,16 +40,8 @@ struct decimated : kind<two_d, two_d> {
   }
 };
 
-struct rotated : kind<two_d, two_d> {
-  static pixel_choice choice() {
-    pixel_choice c;
-    c.types = {QVIM_UINT8, QVIM_UINT16};
-    c.most_pixies = 9;
-    c.most = {70, 40, 1};
-    return c;
-  }
+struct rotated {
   uint32_t flags;
-  void pick(generator &g, const extent &) { flags = uint32_t(between(g, 0, 7)); }
   extent size(const extent &e) const { return flags & 1 ? extent{e[1], e[0], 1} : e; }
   int32_t build(qvimage *view, qvimage *source, bool shared) const {
     return qvimage_rotate_filt(view, source, shared, flags);
@@ -88,9 +56,8 @@ struct rotated : kind<two_d, two_d> {
   }
 };
 
-struct halved : kind<two_d, two_d> {  // in its lines
+struct halved {  // in its lines
   uint32_t odd;
-  void pick(generator &g, const extent &e) { odd = e[1] > 1 ? uint32_t(between(g, 0, 1)) : 0; }
   int32_t build(qvimage *view, qvimage *source, bool shared) const {
     return qvimage_yodd(view, source, shared, odd);
   }
@@ -106,18 +73,15 @@ struct halved : kind<two_d, two_d> {  // in its lines
   }
 };
 
-struct deepened : kind<two_d, three_d> {
-  static constexpr int scans = 2;
+struct deepened {
   int32_t build(qvimage3 *view, qvimage *source, bool shared) const {
     return qvimage_def3from2(view, source, shared);
   }
   pos place(const geometry &of, const pos &at) const { return {of.same(at, 0), of.same(at, 1), 0}; }
 };
 
-struct renumbered : kind<three_d, three_d> {
-  static constexpr bool keeps_imdim = true;
+struct renumbered {
   int32_t offset;
-  void pick(generator &g, const extent &) { offset = chance(g, 20) ? 0 : between(g, -9, 9); }
   int32_t build(qvimage3 *view, qvimage3 *source, bool shared) const {
     return qvimage3_def3from3(view, source, offset, 3, 4, shared);
   }
@@ -128,8 +92,7 @@ struct renumbered : kind<three_d, three_d> {
   }
 };
 
-struct monitored : kind<two_d, two_d> {
-  static constexpr bool keeps_imdim = true;
+struct monitored {
   int32_t build(qvimage *view, qvimage *source, bool shared) const {
     return qvimage_cachemonitor(view, source, shared, 0);
   }
@@ -146,15 +109,6 @@ struct frames_presented {
   pos place(const geometry &of, const pos &at) const;
 };
 
-inline frames_presented random_presentation(generator &g, const extent &source) {
-  frames_presented p;
-  const uint8_t layouts[] = {0, 0, below, beside};
-  p.flags = one_of(g, layouts);
-  p.xaxis = 2 * uint32_t(between(g, 0, 2));
-  p.yaxis = (p.xaxis + 2 * uint32_t(between(g, 1, 2))) % 6;
-  p.plane = between(g, 0, source[3 - p.xaxis / 2 - p.yaxis / 2] - 1);
-  return p;
-}
 inline extent size_of(const frames_presented &p, const extent &s) {
   if (p.flags == below) return {s[0], s[1] * s[2], 1};
   if (p.flags == beside) return {s[0] * s[2], s[1], 1};

@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "core/null.hpp"
 #include "core/pixel.hpp"
 #include "tests/views/colours_model.hpp"
 #include "tests/views/converter_model.hpp"
@@ -124,11 +125,29 @@ class image {
   }
 };
 
+// A memory image without access to single components, until its window is set.
+template <class Dim>
+auto served_ioset = decltype(qvim::record<Dim>::ioset){};
+template <class Dim>
+int32_t whole_pixels_only(qvim::record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t mask) {
+  qvim::clear_runs<Dim>(im);
+  if (mask != uint32_t(ones(im->d.pixies))) return QVERR_COLOUR;
+  return served_ioset<Dim>(im, mode, datatype, mask);
+}
+template <class Dim>
+void refuse_parts(qvim::record<Dim> *im) {
+  served_ioset<Dim> = im->ioset;
+  im->ioset = whole_pixels_only<Dim>;
+}
+
 class memory_image : public image {
  public:
   memory_image(const chain_link &of, pixels &stored) : image(of), stored_(stored) {}
   bool serves(const request &r) const override {
-    return int(r.datatype & 0xFF) == stored_.d.pixietype && selects(r.mask);
+    const bool parts =
+        record.with([](auto *im, auto dim) { return im->ioset != whole_pixels_only<decltype(dim)>; });
+    return int(r.datatype & 0xFF) == stored_.d.pixietype && selects(r.mask) &&
+           (parts || r.colours() == stored_.d.pixies);
   }
   bool reaches(const pos &at) const override { return holds(record.window().size, at); }
   bool writable() const override { return true; }
@@ -154,7 +173,10 @@ class memory_image : public image {
     }
   }
   uint64_t allowed(uint32_t datatype) const override { return list_allowed(datatype); }
-  bool lists(const request &r) const override { return serves(r) && stored_.d.pixietype != QVIM_UINT64; }
+  bool lists(const request &r) const override {
+    return int(r.datatype & 0xFF) == stored_.d.pixietype && selects(r.mask) &&
+           stored_.d.pixietype != QVIM_UINT64;
+  }
   bits list_read(const pos &at, int pixie, const request &r) const override { return read(at, pixie, r); }
   void list_write(const pos &at, const std::vector<bits> &v, const request &r) override { write(at, v, r); }
   std::optional<pos> in_memory(const pos &at) const override { return sum(record.window().nw, at); }

@@ -1,113 +1,14 @@
 // Images whose values pass through tables, and tables with another number of entries.
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <cstring>
+#include <vector>
+
+#include <qvimage/qvimage.h>
 
 #include "tests/fault.hpp"
-#include "tests/views/view_scene.hpp"
 
 namespace {
-
-using namespace model;
-using qvim::three_d;
-using qvim::two_d;
-
-struct tables {
-  std::vector<std::vector<uint8_t>> bytes;
-  const void *list[4]{};
-
-  // Entries are what the image holds: no bits beyond those used.
-  tables(generator &g, const pixels &of, int count, int index_bits) : bytes(size_t(count)) {
-    for (int i = 0; i < count; i++) {
-      bytes[size_t(i)].resize(size_t(of.size()) << index_bits);
-      for (size_t k = 0; k < size_t{1} << index_bits; k++)
-        store(&bytes[size_t(i)][k * size_t(of.size())], of.size(), false, g() & ones(of.used()));
-      list[i] = bytes[size_t(i)].data();
-    }
-  }
-  uint64_t entry(int table, uint64_t index, int size) const {
-    return load(&bytes[size_t(table)][size_t(index) * size_t(size)], size, false);
-  }
-};
-
-int32_t make_lut(qvimage *v, qvimage *s, uint8_t share, const tables &r, const tables &w, int pixies,
-                 uint32_t flags) {
-  return qvimage_lut2(v, s, share, r.list, w.list, pixies, pixies ? 16 + pixies : 0, 0, flags);
-}
-int32_t make_lut(qvimage3 *v, qvimage3 *s, uint8_t share, const tables &r, const tables &w, int pixies,
-                 uint32_t) {
-  return qvimage_lut3(v, s, share, r.list, w.list, pixies, pixies ? 16 + pixies : 0, 0);
-}
-
-template <class Dim>
-struct translated : view_scene<Dim> {
-  using scene = view_scene<Dim>;
-  using scene::g, scene::r, scene::stored, scene::view;
-  int pseudo = 0, count = 0;
-  uint32_t flags = 0;
-  std::optional<tables> read, write;
-
-  void set_up(int seed) {
-    g.seed(uint64_t(seed));
-    pseudo = chance(g, 30) ? between(g, 1, 4) : 0;
-    pixel_choice choice;
-    choice.types = {QVIM_UINT8, QVIM_UINT16};
-    choice.most_pixies = pseudo ? 1 : 4;
-    choice.most = {chance(g, 10) ? 2500 : 60, 9, 4};
-    stored = random_pixels(g, Dim::axes, choice);
-    flags = Dim::axes == 2 ? uint32_t(between(g, 0, 3)) : 0;
-    count = std::min(pseudo ? pseudo : stored.d.pixies, flags & 1 ? 3 : 4);
-    const int index_bits = flags & 2 ? 8 * stored.size() : stored.used();
-    read.emplace(g, stored, count, index_bits);
-    write.emplace(g, stored, count, index_bits);
-    ASSERT_NO_FATAL_FAILURE(scene::set_up([&](auto *v, auto *s, uint8_t share) {
-      return make_lut(v, s, share, *read, *write, pseudo, flags);
-    }));
-    ASSERT_EQ(view.d.pixies, pseudo ? pseudo : stored.d.pixies);
-    r = {random_mode(g, 2), uint32_t(stored.d.pixietype) | (chance(g, 50) ? uint32_t(view.d.i_bitsxsb) : 0),
-         this->one_or_all()};
-    if (stored.tolerant() && chance(g, 50)) r.datatype |= QVIM_DIRTY;
-  }
-  // Numbers in the low bits, whatever the source's justification.
-  bits expected(const pos &at, int pixie) const {
-    const uint64_t number =
-        as_read(stored, stored.get(this->in_source(at), pseudo ? 0 : pixie), QVIM_LSB).value;
-    return {pixie < count ? read->entry(pixie, number, stored.size()) : number};
-  }
-  uint64_t given() { return g() & ones(stored.used()); }
-  void apply(pixels &to, const pos &at, const std::vector<uint64_t> &v) const {
-    for (int c = 0; c < r.colours(); c++) {
-      const int pixie = r.first() + c;
-      const uint64_t number = pixie < count ? write->entry(pixie, v[size_t(c)], stored.size()) : v[size_t(c)];
-      to.put(this->in_source(at), pixie, as_written(stored, number, QVIM_LSB));
-    }
-  }
-};
-
-template <class Dim>
-void translates(int seed) {
-  translated<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text() + " pseudo " + std::to_string(s.pseudo) + " flags " + std::to_string(s.flags));
-  s.check_reads([&](const pos &at, int pixie) { return s.expected(at, pixie); });
-  pixels after = s.stored;
-  const auto apply = [&](const pos &at, const std::vector<uint64_t> &v) { s.apply(after, at, v); };
-  if (s.pseudo > 1) {
-    uint8_t nothing[32] = {};
-    EXPECT_EQ(qvim::call_write(&s.view, 0, nothing, 1, {}), 0u);
-  } else {
-    s.check_writes([&] { return s.given(); }, apply);
-    expect_equal(s.stored, after);
-    s.check_blocks([&](const pos &at, int pixie) { return s.expected(at, pixie); }, [&] { return s.given(); },
-                   apply);
-  }
-  expect_equal(s.stored, after);
-}
-
-TEST(LookupTable, TranslatesWhatPasses) {
-  for_seeds(700, translates<two_d>);
-  for_seeds(700, translates<three_d>);
-}
 
 struct LookupTableFixed : testing::Test {
   void SetUp() override {

@@ -1,107 +1,14 @@
 // One component of an image seen as an image of its own.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <vector>
+
+#include <qvimage/qvimage.h>
+
 #include "tests/fault.hpp"
-#include "tests/views/view_scene.hpp"
 
 namespace {
-
-using namespace model;
-using qvim::three_d;
-using qvim::two_d;
-
-QVIM_EITHER_DIMENSION(make_slice, qvimage_colorslice, qvimage3_colorslice)
-
-// Images without access to single components: memory images that refuse it.
-template <class Dim>
-auto serving_ioset = decltype(qvim::record<Dim>::ioset){};
-template <class Dim>
-int32_t whole_pixels_only(qvim::record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t mask) {
-  if (mask != uint32_t(ones(im->d.pixies))) return -21;
-  return serving_ioset<Dim>(im, mode, datatype, mask);
-}
-
-template <class Dim>
-struct sliced : view_scene<Dim> {
-  using scene = view_scene<Dim>;
-  using scene::g, scene::r, scene::stored, scene::view, scene::source;
-  int component = 0;
-
-  void set_up(int seed) {
-    g.seed(uint64_t(seed));
-    stored = random_pixels(g, Dim::axes);
-    component = between(g, 0, stored.d.pixies - 1);
-    ASSERT_NO_FATAL_FAILURE(scene::set_up(
-        [&](auto *v, auto *s, uint8_t share) { return make_slice(v, s, share, 1u << component, 0u); }));
-    if (chance(g, 50)) {
-      serving_ioset<Dim> = source.ioset;
-      source.ioset = whole_pixels_only<Dim>;
-    }
-    r = {random_mode(g, Dim::axes), uint32_t(stored.d.pixietype) | random_flags(g), 1};
-  }
-  bits expected(const pos &at) const {
-    return as_read(stored, stored.get(this->in_source(at), component), r.datatype);
-  }
-};
-
-template <class Dim>
-void reads_its_component(int seed) {
-  sliced<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text());
-  s.check_reads([&](const pos &at, int) { return s.expected(at); });
-}
-
-template <class Dim>
-void writes_only_its_component(int seed) {
-  sliced<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text());
-  // Other components pass through the caller's form where whole pixels are read and written: their unused
-  // bits need not come back.
-  pixels after = s.stored;
-  s.check_writes([&] { return random_given(s.g, s.stored, s.r.datatype); },
-                 [&](const pos &at, const std::vector<uint64_t> &v) {
-                   const pos there = s.in_source(at);
-                   for (int c = 0; c < s.stored.d.pixies; c++)
-                     after.put(there, c,
-                               c == s.component ? as_written(s.stored, v[0], s.r.datatype)
-                                                : bits{s.stored.get(there, c), s.stored.significant()});
-                 });
-  expect_equal(s.stored, after);
-}
-
-template <class Dim>
-void transfers_scattered_pixels(int seed) {
-  sliced<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  s.r.datatype = uint32_t(s.stored.d.pixietype) | (s.stored.integer() ? uint32_t(s.stored.d.i_bitsxsb) : 0);
-  SCOPED_TRACE(s.text());
-  pixels after = s.stored;
-  s.check_blocks([&](const pos &at, int) { return s.expected(at); },
-                 [&] { return random_given(s.g, s.stored, s.r.datatype); },
-                 [&](const pos &at, const std::vector<uint64_t> &v) {
-                   const pos there = s.in_source(at);
-                   for (int c = 0; c < s.stored.d.pixies; c++)
-                     after.put(there, c,
-                               c == s.component ? as_written(s.stored, v[0], s.r.datatype)
-                                                : bits{s.stored.get(there, c), s.stored.significant()});
-                 });
-  expect_equal(s.stored, after);
-}
-
-TEST(ColourSlice, ReadsItsComponent) {
-  for_seeds(600, reads_its_component<two_d>);
-  for_seeds(600, reads_its_component<three_d>);
-}
-TEST(ColourSlice, WritesOnlyItsComponent) {
-  for_seeds(600, writes_only_its_component<two_d>);
-  for_seeds(600, writes_only_its_component<three_d>);
-}
-TEST(ColourSlice, TransfersScatteredPixels) {
-  for_seeds(400, transfers_scattered_pixels<two_d>);
-  for_seeds(400, transfers_scattered_pixels<three_d>);
-}
 
 struct ColourSliceFixed : testing::Test {
   void SetUp() override {

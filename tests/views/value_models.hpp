@@ -215,14 +215,18 @@ class component_image : public aligned {
   component_image(const chain_link &of, image &source, bool shared, int component)
       : aligned(of, source, shared), component_(component) {}
   bool serves(const request &r) const override {
-    return r.mask == 1 && (source_.serves(single(r)) || source_.serves(all(r)));
+    const bool taken_apart = has_kernels(r.datatype & 0xFF) && source_.serves(all(r));
+    return r.mask == 1 && (source_.serves(single(r)) || taken_apart);
   }
   bits read(const pos &at, int, const request &r) const override {
     return source_.read(place(at), component_, source_.serves(single(r)) ? single(r) : all(r));
   }
-  // Whatever has no access to single components is not writable.
   void write(const pos &at, const std::vector<bits> &values, const request &r) override {
-    source_.write(place(at), values, single(r));
+    if (source_.serves(single(r))) return source_.write(place(at), values, single(r));
+    std::vector<bits> pixel;
+    for (int c = 0; c < source_.record.data().pixies; c++)
+      pixel.push_back(c == component_ ? values[0] : source_.read(place(at), c, all(r)));
+    source_.write(place(at), pixel, all(r));
   }
 
  private:
