@@ -145,7 +145,7 @@ int32_t qvimage_jpegread(qvimage *view, jpegcontext **c, const char *path, const
 
 int32_t qvimage_jpegreaddone(qvimage *view, jpegcontext **c) {
   qvimage_defnull(view);
-  return public_call().result(release<jpeg::reader>(c));
+  return release<jpeg::reader>(c);
 }
 
 int32_t qvimage_jpegreadinfo(jpegcontext *c, qvimagefileinfo *info) {

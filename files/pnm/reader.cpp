@@ -105,7 +105,7 @@ int32_t qvimage3_pgmread(qvimage3 *image, qvimage *second, pgmhandle **h, const 
 int32_t qvimage3_pgmreaddone(qvimage3 *image, qvimage *second, pgmhandle **h) {
   qvimage3_defnull(image);
   qvimage_defnull(second);
-  return public_call().result(release<pnm::reader>(h));
+  return release<pnm::reader>(h);
 }
 
 int32_t qvimage_pgmreadinfo(pgmhandle *h, qvimagefileinfo *info) {
