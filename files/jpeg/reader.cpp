@@ -40,7 +40,7 @@ struct reader final : jpegcontext, row_source {
 
   [[nodiscard]] int32_t open(const char *path, const char *fopenmode, int64_t bufsize) {
     if (stream == &file) {
-      const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rb", bufsize, BUFIO_LOCKED);
+      const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, BUFIO_LOCKED);
       if (code < 0) return code;
     }
     const critical section(stream);

@@ -35,7 +35,7 @@ struct reader final : pgmhandle, raster {
 
 int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
   if (!path) return QVERR_USAGE;
-  int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rb", bufsize, 0);
+  int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, 0);
   if (code == 0) code = read_header(file, &head, &comments);
   if (code < 0) return code;
   const uint64_t frames = head.frames(file.filelen);

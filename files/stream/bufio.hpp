@@ -69,8 +69,9 @@ void remove_regular(const char *path);
 // Pointers into the resident block end with it.
 class small_blocks {
  public:
-  explicit small_blocks(bufio &file) : file_(file), size_(file.bufsize), shift_(file.bufshift) {
-    if (size_ > small) set(small, small_shift);
+  explicit small_blocks(bufio &file, bool wanted = true)
+      : file_(file), size_(file.bufsize), shift_(file.bufshift) {
+    if (wanted && size_ > small) set(small, small_shift);
   }
   ~small_blocks() {
     if (file_.bufsize != size_) set(size_, shift_);

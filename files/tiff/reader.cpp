@@ -70,7 +70,7 @@ reader::~reader() {
 }
 
 int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
-  if (const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rb", bufsize, 0); code < 0)
+  if (const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, 0); code < 0)
     return code;
   return read_header(&file, &format);
 }

@@ -1,4 +1,6 @@
 // Writing TIFF files: the file, from its opening to its end.
+#include <algorithm>
+
 #include <qvimage/error.h>
 #include <qvimage/tiff.h>
 
@@ -54,12 +56,26 @@ int32_t writer::begin_file() {
   return bufio_err(&file);
 }
 
+namespace {
+
+// Moves on to that page: 1, or what stopped it on the way.
+int32_t walk_to(chain &walk, uint64_t page) {
+  int32_t moved = 1;
+  while (moved > 0 && walk.passed() < page) moved = walk.next();
+  return moved;
+}
+
+}  // namespace
+
+// Directories that lie side by side come many in one block; for others a large block is read in vain.
 int32_t writer::find_end(uint64_t pages) {
-  const small_blocks steps(file);
   if (const int32_t code = read_header(&file, &format); code < 0) return code;
   chain walk(&file, format);
-  int32_t moved = 1;
-  while (moved > 0 && (pages == QVIM_TIFF_END || walk.passed() < pages)) moved = walk.next();
+  int32_t moved = walk_to(walk, std::min<uint64_t>(pages, 1));
+  const uint64_t first = walk.directory();
+  if (moved > 0) moved = walk_to(walk, std::min<uint64_t>(pages, 2));
+  const small_blocks steps(file, walk.directory() - first > file.bufsize / 4);
+  if (moved > 0) moved = walk_to(walk, pages);
   if (moved < 0) return moved;
   if (walk.code() < 0) return within({"pages of the file to append to: "}, walk.code());
   if (moved == 0 && pages != QVIM_TIFF_END)

@@ -86,7 +86,7 @@ int32_t qvimage_jpegwrite2(jpegcontext **c, void *stream, qvimage *image, const 
 
 /* Opens a file, or reads from a caller's stream at its position, and makes `view` a read-only image
  * ("JPEG") over it: pixel type 1, all 8 bits used, 1 pixie of hint 1 or 3 of hint 67. *c must be null and
- * is set; it and a caller's stream live until qvimage_jpegreaddone. fopenmode null is "rb".
+ * is set; it and a caller's stream live until qvimage_jpegreaddone. fopenmode null is "rbe".
  *
  * Pixels are decoded eight rows at a time when they are read; where rows begin in the data is remembered,
  * so that rows above the last one read are found at once. A file that is broken or ends early delivers the

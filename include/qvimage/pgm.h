@@ -91,7 +91,7 @@ int32_t qvimage_pgmwriteseq(qvimagecallback callback, qvimage3 *image, const cha
  * Several threads may read from one file at once, each with its own copy of the image record; a lock in the
  * handle is held during each ioread.
  *
- * Parameters: fopenmode null is "rb"; bufsize is the file's block in bytes, rounded up to a power of two, 0 for
+ * Parameters: fopenmode null is "rbe"; bufsize is the file's block in bytes, rounded up to a power of two, 0 for
  * 64 KiB. second and lenient have no effect but that second (null for none) is made a null image.
  *
  * Codes of all functions that open a file:

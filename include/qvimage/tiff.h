@@ -167,7 +167,7 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  * Several threads may read from one file at once, each with its own copy of the image record; a lock in the
  * handle is held during each ioread.
  *
- * Parameters: fopenmode null is "rb"; bufsize is the file's block in bytes, rounded up to a power of two, 0
+ * Parameters: fopenmode null is "rbe"; bufsize is the file's block in bytes, rounded up to a power of two, 0
  * for 64 KiB; pages count from 0.
  *
  * Codes of all functions that open a file:

@@ -13,6 +13,8 @@
 #include <functional>
 #include <thread>
 
+#include <qvimage/error.h>
+#include <qvimage/jpeg.h>
 #include <qvimage/null.h>
 #include <qvimage/tiff.h>
 
@@ -80,16 +82,28 @@ TEST_F(Kept, FailuresRemoveOnlyWhatTheCallMade) {
       {"device", [&] { static_cast<void>(mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 3))); }, S_IFCHR,
        S_IFCHR, 0, 0},
   };
-  for (const auto &c : cases)
-    for (const char *mode : {(const char *)nullptr, "w+b"}) {
-      SCOPED_TRACE(testing::Message() << c.what << ", mode " << (mode ? mode : "null"));
-      for (const std::string &name : {path, target}) std::remove(name.c_str());
-      c.make();
-      if (type_of(path) == 0 && c.by_default == S_IFCHR) GTEST_SKIP() << "no devices can be made here";
-      EXPECT_LT(write(mode, stop), 0);
-      mode ? is(c.in_place, c.target_in_place) : is(c.by_default, c.target_by_default);
-      EXPECT_EQ(folder.files(), size_t(type_of(path) != 0) + size_t(type_of(target) != 0));
-    }
+  frame grey(40, 30, 1, 8, 1, QVIM_HINT_GREY);
+  const std::pair<const char *, std::function<int32_t(const char *mode)>> writers[] = {
+      {"TIFF",
+       [&](auto mode) {
+         return qvimage_tiffwrite(nullptr, &grey.image, nullptr, path.c_str(), mode, 0, 0, nullptr, 0, 0, 0);
+       }},
+      {"JPEG", [&](auto mode) {
+         return qvimage_jpegwrite(nullptr, &grey.image, path.c_str(), mode, 0, nullptr, nullptr);
+       }}};
+  qvimage_progress([](void *, int64_t, int64_t) { return -4; }, nullptr);
+  for (const auto &[format, write] : writers)
+    for (const auto &c : cases)
+      for (const char *mode : {(const char *)nullptr, "w+b"}) {
+        SCOPED_TRACE(testing::Message() << format << ", " << c.what << ", mode " << (mode ? mode : "null"));
+        for (const std::string &name : {path, target}) std::remove(name.c_str());
+        c.make();
+        if (type_of(path) == 0 && c.by_default == S_IFCHR) continue;  // no devices can be made here
+        EXPECT_LT(write(mode), 0);
+        mode ? is(c.in_place, c.target_in_place) : is(c.by_default, c.target_by_default);
+        EXPECT_EQ(folder.files(), size_t(type_of(path) != 0) + size_t(type_of(target) != 0));
+      }
+  qvimage_progress(nullptr, nullptr);
 }
 
 // In a folder of many writers, a name may stand for another file by the time that the call fails.
@@ -226,6 +240,42 @@ TEST_F(Kept, AnAppendDoesNotWaitForALockForEver) {
   EXPECT_EQ(write(nullptr, nullptr, 1), 0);
   EXPECT_EQ(write(nullptr, nullptr, QVIM_TIFF_END), 0);
   EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.size(), 3u);
+}
+
+TEST_F(Kept, ReasonsSayWhoIsToBlame) {
+  const auto expect = [&](int32_t code, const char *words) {
+    EXPECT_LT(code, 0);
+    EXPECT_NE(std::string(qvimage_reason()).find(words), std::string::npos)
+        << qvimage_reason() << " lacks " << words;
+  };
+  frame real(4, 4, QVIM_FLOAT32, 0, 1, 0), five(4, 4, 1, 8, 5, 0);
+  qvimagefileinfo lzw = options_for(5, 16 * 60);
+  expect(save(real, path, &lzw), "without compression (1) only, not by 5");
+  expect(save(five, path), "pixels of 5 pixies");
+  expect(write("a+b"), "\"a+b\"");
+  expect(save(image, folder / "no/folder.tif"), "No such file or directory");
+  expect(write(nullptr, stop), "row 1");
+  ASSERT_EQ(write(nullptr), 0);
+  EXPECT_STREQ(qvimage_reason(), "");
+  expect(write(nullptr, nullptr, 3), "has 1 pages, not 3");
+  {
+    full_disk disk(100);
+    expect(write(nullptr), "No space left on device");
+  }
+  // A damaged source: its second strip, from row 17 on, is no LZW data.
+  ASSERT_EQ(save(image, target, &lzw), 0);
+  bytes damaged = file_bytes(target);
+  const parsed_tiff whole(damaged);
+  std::fill_n(damaged.begin() + long(whole.pages.at(0).tags.at(273).values.at(1)), 20, uint8_t(0xFF));
+  put_file(target, damaged);
+  qvimage source;
+  tiffhandle *h = nullptr;
+  ASSERT_EQ(qvimage_tiffread(&source, nullptr, &h, target.c_str(), nullptr, 0, 0, 0), 0);
+  const int32_t code =
+      qvimage_tiffwrite(nullptr, &source, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0);
+  expect(code, "row 17 of the image to be written: ");
+  expect(code, "strip 2");
+  EXPECT_EQ(qvimage_tiffreaddone(&source, nullptr, &h), 0);
 }
 
 // A step that fails between a page and its link must not leave a link to nothing.
