@@ -33,12 +33,6 @@ struct kind {
   static constexpr auto imapset = memory::imapset<Dim>;
 };
 
-bool is_valid(const qvimagedata &d) {
-  const int32_t size = (d.pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(d.pixietype));
-  if (size == 0 || d.pixies < 1 || d.pixies > 32) return false;
-  return is_real(d.pixietype) || (d.i_bitsused >= 1 && d.i_bitsused <= 8 * size);
-}
-
 template <class Dim>
 bool all_positive(const int32_t *dims) {
   for (int axis = 0; axis < Dim::axes; axis++)

@@ -24,6 +24,13 @@ inline bool supported_without_conversion(const qvimage3 *im, uint32_t datatype) 
   return qvim3datasupportedwoutconversion(im, datatype);
 }
 
+// Does the description say what pixels are made of?
+inline bool is_valid(const qvimagedata &d) {
+  const int32_t size = (d.pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(d.pixietype));
+  if (size == 0 || d.pixies < 1 || d.pixies > 32) return false;
+  return is_real(d.pixietype) || (d.i_bitsused >= 1 && d.i_bitsused <= 8 * size);
+}
+
 // The colour mask that selects every pixie.
 inline constexpr int32_t most_pixies = 32;
 constexpr uint32_t all_pixies(int32_t pixies) {

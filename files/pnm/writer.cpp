@@ -144,7 +144,8 @@ int32_t add_frame(pgmhandle **h, qvimagecallback callback, qvimage *frame) {
 int32_t close(pgmhandle **h) {
   writer *w;
   if (const int32_t code = behind(h, &w); code < 0) return code;
-  return worst(w->end(0), release<writer>(h));
+  const int32_t code = w->end(0);
+  return worst(code, release<writer>(h));
 }
 
 template <class Record>

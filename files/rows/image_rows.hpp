@@ -21,14 +21,16 @@ class image_rows {
 
   uint32_t height() const { return height_; }
 
-  // Sets up the image's runs in that mode: all pixies or the first so many, in its own type, significant bits at the
-  // low end. 0, or the image's code; -1 for images that have no runs.
+  // Sets up the image's runs in that mode: all pixies or the first so many, in its own type, significant bits
+  // at the low end. 0, or the image's code; -1 for images that have no runs.
   [[nodiscard]] int32_t set_up(uint32_t mode = 0) { return set_up(mode, image_.d.pixies); }
   [[nodiscard]] int32_t set_up(uint32_t mode, int32_t pixies);
 
-  // Tells of row y, the first being 0, and reads it whole; row has room for the pixels set up. 0; the callback's
-  // answer when that is not 0; the code that the image keeps of why it stopped short, or -7.
-  [[nodiscard]] int32_t fetch(uint8_t *row, uint32_t y);
+  // Tells of a row and reads it whole: row y, the first being 0, as one after `before` others. `row` has room
+  // for the pixels set up. 0; the callback's answer when that is not 0; the code that the image keeps of why
+  // it stopped short, or -7.
+  [[nodiscard]] int32_t fetch(uint8_t *row, uint32_t y, uint32_t before);
+  [[nodiscard]] int32_t fetch(uint8_t *row, uint32_t y) { return fetch(row, y, y); }
 
  private:
   qvimage &image_;

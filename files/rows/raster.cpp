@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <qvimage/npfbix.h>
+
 #include "files/stream/bufio.hpp"
 
 namespace qvim {
@@ -43,8 +45,23 @@ int32_t raster::unpack(uint64_t position, uint64_t count, uint8_t *to) {
   return bufio_err(file_);
 }
 
+// Whole samples of pictures of their own, put side by side.
+int32_t raster::gather(uint64_t position, uint32_t n, uint8_t *to) {
+  const auto size = uint64_t(steps_.sample_bytes());
+  int32_t code = 0;
+  for (uint32_t count; n > 0 && code == 0; n -= count, position += count * size, to += count * pixel_bytes_) {
+    count = uint32_t(std::min<uint64_t>(n, part_bytes / size));
+    for (uint32_t s = 0; s < layout_.form.samples && code == 0; s++) {
+      code = read_samples(position + s * layout_.component_pitch, count, packed_);
+      npfbix_zntozn_n(packed_, to + s * size, int64_t(size), int64_t(pixel_bytes_), count, uint32_t(size), 0);
+    }
+  }
+  return code;
+}
+
 int32_t raster::read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
   const uint64_t samples = layout_.form.samples;
+  if (layout_.component_pitch) return gather(position(y) + x * uint64_t(steps_.sample_bytes()), n, to);
   if (!steps_.unpacks()) return read_samples(position(y) + x * pixel_bytes_, n * samples, to);
   while (x % 8 && n > 0) {  // up to a pixel that begins with a byte
     uint32_t count = std::min(n, 8 - x % 8);
@@ -61,7 +78,8 @@ int32_t raster::read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
 int32_t raster::read_rows(uint32_t y, uint32_t rows, uint8_t *to, uint32_t *done) {
   const uint64_t row_bytes = layout_.form.width * pixel_bytes_;
   // Rows without gaps are read many at once.
-  const bool at_once = !steps_.unpacks() && layout_.pitch == row_bytes && !layout_.bottom_up;
+  const bool at_once =
+      !steps_.unpacks() && !layout_.component_pitch && layout_.pitch == row_bytes && !layout_.bottom_up;
   const uint64_t portion = !at_once            ? 1
                            : steps_.finishes() ? std::max(cached_bytes / row_bytes, uint64_t{1})
                                                : rows;

@@ -1,5 +1,5 @@
-// Rows that stand in a file sample by sample, equally far apart: those of formats without compression. Any pixel is
-// found at once, and nothing is allocated.
+// Rows that stand in a file sample by sample, equally far apart: those of formats without compression. Any
+// pixel is found at once, and nothing is allocated.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +17,9 @@ class raster : public row_source {
     uint32_t height;
     uint64_t pitch;  // bytes from a row to the one that follows it in the file
     bool bottom_up;  // the file begins with the lowest row
+    // Bytes from a sample to the next one of its pixel, where samples of a kind make pictures of their own:
+    // rows of those have the pitch. 0: side by side.
+    uint64_t component_pitch = 0;
   };
 
   [[nodiscard]] int32_t select(uint64_t plane) final { return find(plane, &begin_); }
@@ -42,6 +45,7 @@ class raster : public row_source {
   }
   int32_t read_samples(uint64_t position, uint64_t count, uint8_t *to);
   int32_t unpack(uint64_t position, uint64_t count, uint8_t *to);
+  int32_t gather(uint64_t position, uint32_t n, uint8_t *to);
 
   static constexpr uint32_t part_bytes = 2048;
 

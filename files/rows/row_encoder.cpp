@@ -44,12 +44,14 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
   pixies_ = image.d.pixies;
   pixiesize_ = image.f.pixiesize;
   pixietype_ = image.d.pixietype;
+  bitsused_ = image.d.i_bitsused;
   narrows_ = container_ < pixiesize_;
   drops_pad_ = samples_ < pixies_;
   exchanges_ = changes.exchanges_rgb && pixies_ > 2;
   chroma_ = changes.exchanges_chroma && pixies_ > 2;
   differences_ = changes.differences;
   inverts_ = changes.inverts;
+  offset_ = changes.offset;
   packs_ = r.packed && bits_ != uint32_t(8 * container_);
   swaps_ = !packs_ && container_ > 1 && changes.order == std::endian::big;
   // Whole bytes follow the file's byte order; other depths are one stream of bits, most significant first.
@@ -64,7 +66,7 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
 
 bool row_encoder::fits(const qvimage &image) const {
   const bool integer = image.d.pixietype & 0x0F;
-  return (!integer || uint32_t(image.d.i_bitsused) == bits_) &&
+  return (!integer || image.d.i_bitsused == bitsused_) &&
          int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
          int64_t(image.wind.se.y) - image.wind.nw.y == height_ && image.d.pixietype == pixietype_ &&
          image.d.pixies == pixies_ && image.f.pixiesize == pixiesize_;
@@ -78,6 +80,7 @@ const uint8_t *row_encoder::encode() {
   if (chroma_) row = exchange_chroma(row);
   if (differences_) row = difference(row);
   if (inverts_) row = invert(row);
+  if (offset_) row = shift_values(row);
   if (swaps_) row = swap_bytes(row);
   return packs_ ? pack(row) : row;
 }
@@ -117,6 +120,11 @@ uint8_t *row_encoder::difference(uint8_t *row) {
 
 uint8_t *row_encoder::invert(uint8_t *row) {
   invert_samples(row, container_, file_values(), bits_);
+  return row;
+}
+
+uint8_t *row_encoder::shift_values(uint8_t *row) {
+  add_to_samples(row, container_, file_values(), offset_);
   return row;
 }
 

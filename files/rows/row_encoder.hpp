@@ -17,22 +17,23 @@ struct row_changes {
   bool exchanges_chroma = false;  // second and third: the image holds Y, Cr, Cb
   bool differences = false;       // each sample less the one a pixel before it
   bool inverts = false;           // within the samples' bits
+  uint64_t offset = 0;            // added to integers, modulo their container
   // Of samples of whole bytes. Other depths are one stream of bits, most significant first.
   std::endian order = std::endian::little;
 };
 
 class row_encoder {
  public:
-  // Prepares for rows of images like this one: 0, or -2. Of each pixel the first form.samples pixies are taken.
-  // Buffers begin as zeros: what an image leaves alone is never former memory.
+  // Prepares for rows of images like this one: 0, or -2. Of each pixel the first form.samples pixies are
+  // taken. Buffers begin as zeros: what an image leaves alone is never former memory.
   [[nodiscard]] int32_t prepare(const qvimage &image, const row_form &form, const row_changes &changes);
   // Is this an image like the one prepared for?
   bool fits(const qvimage &image) const;
 
   // Are the image's bytes the file's bytes? Then rows may be fetched straight to where they belong.
   bool verbatim() const {
-    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !inverts_ && !swaps_ &&
-           !packs_;
+    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !inverts_ && !offset_ &&
+           !swaps_ && !packs_;
   }
   uint64_t bytes() const { return bytes_; }  // of a file's row
 
@@ -48,6 +49,7 @@ class row_encoder {
   uint8_t *exchange_chroma(uint8_t *row);
   uint8_t *difference(uint8_t *row);
   uint8_t *invert(uint8_t *row);
+  uint8_t *shift_values(uint8_t *row);
   uint8_t *swap_bytes(uint8_t *row);
   const uint8_t *pack(const uint8_t *row);
 
@@ -56,7 +58,7 @@ class row_encoder {
 
   // The image
   uint32_t width_ = 0, height_ = 0;
-  int32_t pixietype_ = 0;
+  int32_t pixietype_ = 0, bitsused_ = 0;
   int pixies_ = 0;
   int pixiesize_ = 0;
   // The file
@@ -65,6 +67,7 @@ class row_encoder {
   uint32_t bits_ = 0;
   uint64_t bytes_ = 0;
   uint32_t pack_mode_ = 0;
+  uint64_t offset_ = 0;
   bool narrows_ = false, drops_pad_ = false, exchanges_ = false, chroma_ = false, differences_ = false,
        inverts_ = false;
   bool swaps_ = false, packs_ = false;

@@ -49,6 +49,7 @@ row_steps::row_steps(const row_form &form, const changes &c)
       sample_bytes_(form.container()),
       samples_(int(form.samples)),
       values_(form.values()),
+      offset_(c.offset),
       differenced_(c.differenced),
       inverted_(c.inverted) {
   if (form.packed && bits_ != uint32_t(8 * sample_bytes_)) {
@@ -69,6 +70,7 @@ void row_steps::finish(uint8_t *samples, uint64_t count) const {
   if (differenced_ && sample_bytes_ == 1) sum<uint8_t>(samples, count, samples_, bits_);
   if (differenced_ && sample_bytes_ == 2) sum<uint16_t>(samples, count, samples_, bits_);
   if (inverted_) invert_samples(samples, sample_bytes_, count, bits_);
+  if (offset_) add_to_samples(samples, sample_bytes_, count, offset_);
 }
 
 }  // namespace qvim

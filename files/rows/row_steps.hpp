@@ -17,6 +17,7 @@ class row_steps {
   struct changes {
     std::endian order;  // of samples of several whole bytes, and of packed ones of three
     bool differenced, inverted;
+    uint64_t offset = 0;  // added to integers of whole bytes, modulo their container
   };
 
   row_steps() = default;
@@ -28,7 +29,7 @@ class row_steps {
   void unpack(const uint8_t *bytes, uint8_t *samples, uint64_t count) const;
 
   // Is there anything for finish() to do?
-  bool finishes() const { return swapped_bytes_ || differenced_ || inverted_; }
+  bool finishes() const { return swapped_bytes_ || differenced_ || inverted_ || offset_; }
   // In place, on samples of a whole row, or of part of one where there are no differences.
   void finish(uint8_t *samples, uint64_t count) const;
 
@@ -41,6 +42,7 @@ class row_steps {
   int sample_bytes_ = 1;
   int samples_ = 1;  // of a pixel
   uint64_t values_ = 0;
+  uint64_t offset_ = 0;
   bool swapped_bytes_ = false, differenced_ = false, inverted_ = false;
 };
 

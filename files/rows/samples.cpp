@@ -1,5 +1,7 @@
 #include "files/rows/samples.hpp"
 
+#include <cstring>
+
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 #include <qvimage/npfpix.h>
@@ -7,6 +9,29 @@
 #include "core/selectors.hpp"
 
 namespace qvim {
+
+namespace {
+
+template <class T>
+void add(uint8_t *samples, uint64_t count, T value) {
+  for (uint64_t i = 0; i < count; i++, samples += sizeof(T)) {
+    T sample;
+    std::memcpy(&sample, samples, sizeof sample);
+    sample = T(sample + value);
+    std::memcpy(samples, &sample, sizeof sample);
+  }
+}
+
+}  // namespace
+
+void add_to_samples(uint8_t *samples, int size, uint64_t count, uint64_t value) {
+  switch (size) {
+    case 1: return add(samples, count, uint8_t(value));
+    case 2: return add(samples, count, uint16_t(value));
+    case 4: return add(samples, count, uint32_t(value));
+    default: return add(samples, count, value);
+  }
+}
 
 void swap_samples(uint8_t *samples, int size, uint64_t count) {
   if (size == 2) return npfbix2_swab(samples, 2, count);

@@ -22,21 +22,6 @@ namespace qvim {
 
 namespace {
 
-// The mode to open with, for one that a caller gave.
-struct open_mode {
-  char text[8] = "";
-
-  // "w+b" with the letters 'x' and 'e': writers go back to patch what they wrote. False for modes that do not
-  // write, and for 'a', with which the system writes at the file's end whatever the position.
-  bool set(const char *asked, bool updates) {
-    const bool writes = asked[0] == 'w' && !updates;
-    if (!writes && (asked[0] != 'r' || !std::strchr(asked, '+'))) return false;
-    std::snprintf(text, sizeof text, "%c+b%s%s", asked[0], writes && std::strchr(asked, 'x') ? "x" : "",
-                  std::strchr(asked, 'e') ? "e" : "");
-    return true;
-  }
-};
-
 // Waits for the lock as long as it is others'. File systems without locks have none to wait for.
 bool lock(int fd, int64_t *waited_ms) {
   while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
@@ -134,7 +119,8 @@ int32_t output_file::open_itself(const char *path, const char *mode) {
   return 0;
 }
 
-// The lock is a file's, not a name's: a file that lost its name while this one waited is not the one to write.
+// The lock is a file's, not a name's: a file that lost its name while this one waited is not the one to
+// write.
 int32_t output_file::open_locked(const char *path, const char *mode) {
   for (int64_t waited_ms = 0;;) {
     FILE *const fp = fopen(path, mode);

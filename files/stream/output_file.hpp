@@ -1,20 +1,37 @@
 // The file behind a stream that is written: how it is opened, and what becomes of it in the end.
 //
-// Writers end it in one of three ways: keep() when all is well, drop() when it is not, close() where their caller
-// decides. What drop() removes is only what open() made: a regular file that it created or truncated, while its own
-// name still stands for it; never a link, a FIFO, a device, a socket, or what was only opened.
+// Writers end it in one of three ways: keep() when all is well, drop() when it is not, close() where their
+// caller decides. What drop() removes is only what open() made: a regular file that it created or truncated,
+// while its own name still stands for it; never a link, a FIFO, a device, a socket, or what was only opened.
 #pragma once
 
 #include <sys/types.h>
 
 #include <climits>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 
 #include <qvimage/bufio.h>
 
 struct stat;
 
 namespace qvim {
+
+// The mode to open with, for one that a caller gave.
+struct open_mode {
+  char text[8] = "";
+
+  // "w+b" with the letters 'x' and 'e': writers go back to patch what they wrote. False for modes that do not
+  // write, and for 'a', with which the system writes at the file's end whatever the position.
+  bool set(const char *asked, bool updates) {
+    const bool writes = asked[0] == 'w' && !updates;
+    if (!writes && (asked[0] != 'r' || !std::strchr(asked, '+'))) return false;
+    std::snprintf(text, sizeof text, "%c+b%s%s", asked[0], writes && std::strchr(asked, 'x') ? "x" : "",
+                  std::strchr(asked, 'e') ? "e" : "");
+    return true;
+  }
+};
 
 class output_file {
  public:
@@ -34,11 +51,11 @@ class output_file {
   output_file(const output_file &) = delete;
   output_file &operator=(const output_file &) = delete;
 
-  // Opens the stream for writing and reading back, with blocks of so many bytes as open_bufio takes them. mode: as
-  // fopen's, null for the way's own, which close in programs that this one becomes; 'w' is opened as "w+b" with
-  // the letters 'x' and 'e' that it has. 0, or: -1 for a null path, a mode that does not serve the way (anything
-  // but 'w' and 'r+'; 'w' for updates) or a negative size; -2; -13 when a file that should exist cannot be opened;
-  // -14 when one cannot be created, or others have it locked for too long.
+  // Opens the stream for writing and reading back, with blocks of so many bytes as open_bufio takes them.
+  // mode: as fopen's, null for the way's own, which close in programs that this one becomes; 'w' is opened as
+  // "w+b" with the letters 'x' and 'e' that it has. 0, or: -1 for a null path, a mode that does not serve the
+  // way (anything but 'w' and 'r+'; 'w' for updates) or a negative size; -2; -13 when a file that should
+  // exist cannot be opened; -14 when one cannot be created, or others have it locked for too long.
   [[nodiscard]] int32_t open(const char *path, const char *mode, int64_t bufsize, way how);
 
   bool is_open() const { return is_open_; }
@@ -47,7 +64,8 @@ class output_file {
 
   // Writes what is left and closes the stream: 0, or the worst that happened to it.
   [[nodiscard]] int32_t close();
-  // The same, and gives the file its name; on failure nothing is left of it. Also -14: the name cannot be given.
+  // The same, and gives the file its name; on failure nothing is left of it. Also -14: the name cannot be
+  // given.
   [[nodiscard]] int32_t keep();
   // Closes the stream and removes what open() made.
   void drop();

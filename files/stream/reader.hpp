@@ -135,8 +135,12 @@ class checked_reader {
            bytes <= end_ - position;
   }
 
-  // For what the bytes mean rather than where they lie.
-  void fail(words cause) { code_ = worst(code_, because(QVERR_FORMAT, cause)); }
+  // For what the bytes mean rather than where they lie. What follows from bytes that could not be read is no
+  // failure of its own.
+  void fail(words cause) {
+    if (bufio_err(stream_) < 0) return;
+    code_ = worst(code_, because(QVERR_FORMAT, cause));
+  }
 
   // The worst failure of this reader and its stream, or 0.
   [[nodiscard]] int32_t code() const { return worst(code_, bufio_err(stream_)); }

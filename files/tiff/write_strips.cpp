@@ -1,4 +1,5 @@
-// Writing TIFF files: pages and their strips. Rows are fetched from the image, encoded, compressed and appended.
+// Writing TIFF files: pages and their strips. Rows are fetched from the image, encoded, compressed and
+// appended.
 #include <algorithm>
 #include <numeric>
 
@@ -6,6 +7,7 @@
 
 #include "core/reason.hpp"
 #include "files/codec/codec.hpp"
+#include "files/rows/palette.hpp"
 #include "files/rows/write_rows.hpp"
 #include "files/tiff/writer.hpp"
 

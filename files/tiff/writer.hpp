@@ -35,9 +35,9 @@ struct page_request {
   bool exchanges_rgb, exchanges_map, exchanges_chroma;
 };
 
-// The steps answer 0, -1 out of order or for what they cannot serve, -2, and what the file answers. Each page is
-// planned and set up; its directory is begun, its bands are written, and it is finished. The page becomes part
-// of the file in the last of these.
+// The steps answer 0, -1 out of order or for what they cannot serve, -2, and what the file answers. Each page
+// is planned and set up; its directory is begun, its bands are written, and it is finished. The page becomes
+// part of the file in the last of these.
 class writer : public tiffhandle {
  public:
   static constexpr mark kind = writer_mark;
@@ -45,8 +45,8 @@ class writer : public tiffhandle {
   writer() : tiffhandle(writer_mark), output_(file) {}
   ~writer();
 
-  // Judges what the page is to be and keeps it: everything that needs no file, so that a file need not be opened
-  // for what cannot be written.
+  // Judges what the page is to be and keeps it: everything that needs no file, so that a file need not be
+  // opened for what cannot be written.
   [[nodiscard]] int32_t plan(const qvimage &image, const page_request &r);
 
   // Makes room for bands: beside the first, in memory in blocks of so many bytes.
@@ -63,8 +63,8 @@ class writer : public tiffhandle {
 
   // A page that was not finished goes away again.
   [[nodiscard]] int32_t close();
-  // The end of a file written in one go: keeps it, or, when the code is not 0, leaves everything as it was. The
-  // worst code of all.
+  // The end of a file written in one go: keeps it, or, when the code is not 0, leaves everything as it was.
+  // The worst code of all.
   [[nodiscard]] int32_t end(int32_t code);
 
   bool created() const { return output_.created(); }
@@ -106,9 +106,6 @@ inline bool passes_classic_limit(const format &f, uint64_t length) {
   return !f.bigtiff && length > 0xFFFFFFFF;
 }
 [[nodiscard]] int32_t classic_limit_passed();
-
-// Is this image none at all, as readers leave palettes of pages without a map?
-inline bool is_none(const qvimage *palette) { return !palette || palette->d.pixies == 0; }
 
 // What a page says of an image: 0, or -1 for what no page holds.
 [[nodiscard]] int32_t set_form(page &p, const qvimage &image, bool has_palette,

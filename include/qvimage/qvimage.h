@@ -4,13 +4,16 @@
 
 #include <qvimage/alloc.h>
 #include <qvimage/arith.h>
+#include <qvimage/avi.h>
 #include <qvimage/block.h>
+#include <qvimage/bmp.h>
 #include <qvimage/bufio.h>
 #include <qvimage/codec.h>
 #include <qvimage/colour.h>
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/fileinfo.h>
+#include <qvimage/fits.h>
 #include <qvimage/jpeg.h>
 #include <qvimage/kernel.h>
 #include <qvimage/log.h>
@@ -21,6 +24,7 @@
 #include <qvimage/null.h>
 #include <qvimage/pgm.h>
 #include <qvimage/progress.h>
+#include <qvimage/raw.h>
 #include <qvimage/record.h>
 #include <qvimage/tiff.h>
 #include <qvimage/types.h>

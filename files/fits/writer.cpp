@@ -1,0 +1,230 @@
+// Writing FITS files: frame by frame, or whole images in one call.
+#include <qvimage/colour.h>
+#include <qvimage/data.h>
+#include <qvimage/error.h>
+#include <qvimage/window.h>
+
+#include "core/reason.hpp"
+#include "core/result.hpp"
+#include "files/fits/card.hpp"
+#include "files/fits/write_header.hpp"
+#include "files/rows/planes.hpp"
+#include "files/rows/write_rows.hpp"
+#include "files/stream/handle.hpp"
+#include "files/stream/number_writer.hpp"
+#include "files/stream/output_file.hpp"
+
+namespace qvim::fits {
+
+namespace {
+
+struct request {
+  const char *path, *fopenmode;
+  int64_t bufsize;
+};
+
+class writer final : public fitshandle {
+ public:
+  static constexpr mark kind = writer_mark;
+
+  writer() : fitshandle(writer_mark), output_(file) {}
+
+  // What the file is to be, from an image of its first frame; then the file. In between nothing has been
+  // touched.
+  [[nodiscard]] int32_t plan(const qvimage &image, const qvimagehints &size, int64_t frames,
+                             const qvimagefileinfo *options);
+  [[nodiscard]] int32_t open(const request &r, output_file::way how, const qvimagefileinfo *options);
+  [[nodiscard]] int32_t add(const progress &told, qvimage &frame, const char *observed);
+  // Keeps the file, or, when the code is not 0, leaves nothing of it. The worst code of all.
+  [[nodiscard]] int32_t end(int32_t code);
+
+ private:
+  int32_t write_frame(const progress &told, qvimage &frame);
+  int32_t queue_observation(const char *observed);
+
+  static constexpr uint64_t most_frames = 0x7FFFFFFF;
+  static constexpr uint32_t most_queued = 256;
+
+  output_file output_;
+  row_encoder encoder_;
+  content content_{};
+  later_cards later_;
+  uint64_t complete_ = 0;  // where the last frame ends
+  uint64_t frames_ = 0;    // written
+  uint32_t queued_ = 0;    // observations since the queue was flushed
+  int32_t worst_ = 0;
+};
+
+int32_t writer::plan(const qvimage &image, const qvimagehints &size, int64_t frames,
+                     const qvimagefileinfo *options) {
+  if (bitpix_of(image.d.pixietype) == 0)
+    return because(QVERR_DATATYPE, {"FITS files have no 64-bit integers"});
+  if (frames > int64_t(most_frames)) return because(QVERR_USAGE, {"more than ", most_frames, " frames"});
+  if (image.wind.se.x <= image.wind.nw.x || image.wind.se.y <= image.wind.nw.y)
+    return because(QVERR_USAGE, {"the window is empty"});
+  content_ = {image.d,
+              size,
+              uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x),
+              uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y),
+              frames,
+              options ? options->fts_layout : 0};
+  qvimage rows = image;
+  if (content_.is_planar()) rows.d.pixies = 1;
+  qviminitfacts(&rows.f, &rows.d);
+  row_changes changes;
+  changes.order = std::endian::big;
+  changes.offset = content_.offset();
+  const row_form form{content_.width, uint32_t(rows.d.pixies), 8 * uint32_t(image.f.pixiesize), false};
+  return encoder_.prepare(rows, form, changes);
+}
+
+int32_t writer::open(const request &r, output_file::way how, const qvimagefileinfo *options) {
+  if (const int32_t code = output_.open(r.path, r.fopenmode, r.bufsize, how); code < 0) return code;
+  bufio_ptr2truncate(&file, 0);  // a file opened for update is written anew
+  write_header(file, content_, options, &later_);
+  complete_ = file.pos;
+  const int32_t code = bufio_err(&file);
+  if (code < 0) output_.drop();
+  return code;
+}
+
+int32_t writer::write_frame(const progress &told, qvimage &frame) {
+  image_rows rows(frame, told);
+  const int32_t code = rows.set_up();
+  return code == 0 ? write_rows(file, rows, encoder_) : code;
+}
+
+int32_t writer::add(const progress &told, qvimage &frame, const char *observed) {
+  if (worst_ < 0) return worst_;
+  if (!content_.is_sequence() && frames_ > 0)
+    return because(QVERR_USAGE, {"the file is one image, not a sequence"});
+  file.pos = complete_;
+  int32_t code = 0;
+  for (int32_t p = 0; code == 0 && p < (content_.is_planar() ? frame.d.pixies : 1); p++) {
+    qvimage component = frame;
+    if (content_.is_planar()) code = qvimage_colorslice(&component, &frame, 1, 1 << p, 0);
+    if (code == 0 && !encoder_.fits(component))
+      code = because(QVERR_USAGE, {"the frame is unlike the first one"});
+    if (code == 0) code = write_frame(told, component);
+  }
+  if (code == 0 && observed) code = queue_observation(observed);
+  if (code == 0) {
+    complete_ = file.pos;
+    frames_++;
+  } else if (bufio_err(&file) == 0) {
+    bufio_ptr2truncate(&file, complete_);
+  }
+  worst_ = worst(worst_, bufio_err(&file));
+  return code;
+}
+
+int32_t writer::queue_observation(const char *observed) {
+  char text[annotation_bytes];
+  if (!format_observation(observed, later_.axis, text))
+    return because(QVERR_SPACE, {"the observation's text is longer than ", annotation_bytes, " characters"});
+  if (later_.observations == 0 || frames_ >= uint64_t(content_.frames)) return 0;
+  const uint64_t place = later_.observations + frames_ * card_bytes + annotation_place;
+  if (queued_ > most_queued) {
+    bufio_queueflush(&file);
+    queued_ = 0;
+  }
+  queued_++;
+  if (bufio_queuewrite(&file, place, text, sizeof text) == 0) return 0;
+  bufio_queueflush(&file);
+  return bufio_queuewrite(&file, place, text, sizeof text);
+}
+
+int32_t writer::end(int32_t code) {
+  if (code == 0) code = worst_;
+  if (code == 0) {
+    file.pos = complete_;
+    number_writer(file, std::endian::big).zeros(block_end(complete_) - complete_);
+    if (content_.is_sequence() && frames_ != uint64_t(content_.frames)) {
+      bufio_queueflush(&file);
+      bufio_flush(&file);  // the pixels before the number that tells of them
+      correct_header(file, content_, later_, frames_);
+    }
+    return output_.keep();
+  }
+  output_.drop();
+  return code;
+}
+
+int32_t open_for_frames(fitshandle **h, const qvywindow *wind, const qvyzwindow *wind3, const qvimage *image,
+                        int64_t frames, const request &r, const qvimagefileinfo *options) {
+  if (!h || *h || !image || !r.path || !wind == !wind3)
+    return because(QVERR_USAGE, {"one window, an image, a path and a place for the handle are needed"});
+  qvimage described = *image;
+  if (wind) described.wind = *wind;
+  if (wind3) qvimwind3to2(wind3, &described.wind);
+  auto w = make_owned<writer>();
+  if (!w) return QVERR_MEMORY;
+  int32_t code = w->plan(described, image->h, frames, options);
+  if (code == 0) code = w->open(r, output_file::way::itself, options);
+  if (code == 0) *h = w.release();
+  return code;
+}
+
+int32_t add_frame(fitshandle **h, qvimagecallback callback, qvimage *frame, const qvimagefileinfo *info) {
+  writer *w;
+  if (const int32_t code = behind(h, &w); code < 0) return code;
+  if (!frame) return because(QVERR_USAGE, {"no frame"});
+  return w->add(progress(callback), *frame, info ? info->fts_date_obs : nullptr);
+}
+
+int32_t close(fitshandle **h) {
+  writer *w;
+  if (const int32_t code = behind(h, &w); code < 0) return code;
+  const int32_t code = w->end(0);
+  return worst(code, release<writer>(h));
+}
+
+template <class Record>
+int32_t write_file(qvimagecallback callback, Record *image, int64_t frames, const request &r,
+                   const qvimagefileinfo *options) {
+  if (!image || !r.path) return because(QVERR_USAGE, {image ? "no path" : "no image"});
+  auto w = make_owned<writer>();
+  if (!w) return QVERR_MEMORY;
+  int32_t code = with_first_plane(
+      *image, [&](const qvimage &first) { return w->plan(first, image->h, frames, options); });
+  if (code == 0)
+    code = w->open(r, r.fopenmode ? output_file::way::itself : output_file::way::beside, options);
+  if (code < 0) return code;
+  return w->end(for_each_plane(
+      *image, progress(callback),
+      [&](qvimage &frame, const progress &told, int32_t) { return w->add(told, frame, nullptr); }));
+}
+
+}  // namespace
+
+}  // namespace qvim::fits
+
+using namespace qvim;
+
+extern "C" {
+
+int32_t qvimage_fitswriteinit(fitshandle **h, const qvywindow *wind, const qvyzwindow *wind3, qvimage *image,
+                              const char *path, const char *fopenmode, int64_t bufsize, int64_t frames,
+                              qvimagefileinfo *options) {
+  return public_call().result(
+      fits::open_for_frames(h, wind, wind3, image, frames, {path, fopenmode, bufsize}, options));
+}
+
+int32_t qvimage_fitswriteadd(fitshandle **h, qvimagecallback callback, qvimage *frame, qvimagefileinfo *fr) {
+  return public_call().result(fits::add_frame(h, callback, frame, fr));
+}
+
+int32_t qvimage_fitswritedone(fitshandle **h) { return public_call().result(fits::close(h)); }
+
+int32_t qvimage_fitswrite(qvimagecallback callback, qvimage *image, uint64_t, const char *path,
+                          const char *fopenmode, int64_t bufsize, qvimagefileinfo *options) {
+  return public_call().result(fits::write_file(callback, image, -1, {path, fopenmode, bufsize}, options));
+}
+
+int32_t qvimage3_fitswriteseq(qvimagecallback callback, qvimage3 *image, uint64_t, const char *path,
+                              const char *fopenmode, int64_t bufsize, qvimagefileinfo *options) {
+  const int64_t frames = image ? int64_t(image->wind.se.z) - image->wind.nw.z : 0;
+  return public_call().result(fits::write_file(callback, image, frames, {path, fopenmode, bufsize}, options));
+}
+
+}  // extern "C"

@@ -1,0 +1,340 @@
+// FITS files: the header's cards, what images become in them and what they become again.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <qvimage/qvimage.h>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+
+namespace {
+
+using bytes = std::vector<uint8_t>;
+
+// Frames of noise with clean bits, as a 3-D memory image.
+struct volume {
+  volume(int32_t type, int32_t bits, int32_t pixies, int32_t hint, int32_t width, int32_t height,
+         int32_t depth) {
+    const int32_t dims[3] = {width, height, depth};
+    const int size = qvimdatasize(uint32_t(type));
+    const size_t count = size_t(width) * size_t(height) * size_t(depth) * size_t(pixies);
+    pixels.resize(count * size_t(size));
+    std::mt19937 random(unsigned(type * 31 + bits * 7 + pixies));
+    for (size_t i = 0; i < count; i++) {
+      const uint64_t n = random();
+      const float real = float(int32_t(n)) / 1024;
+      const double wide = double(int32_t(n)) / 4096;
+      const uint64_t clean = bits == 0 ? n : n & ((uint64_t{1} << bits) - 1);
+      const void *const value = type == QVIM_FLOAT32   ? static_cast<const void *>(&real)
+                                : type == QVIM_FLOAT64 ? static_cast<const void *>(&wide)
+                                                       : &clean;
+      std::memcpy(&pixels[i * size_t(size)], value, size_t(size));
+    }
+    EXPECT_EQ(qvimage3_memory2(&image, pixels.data(), dims, 0, type, bits, pixies, hint, 0,
+                               QVIM_UNIT_MILLIMETER, QVIM_UNIT_SECOND, 0.5f, 0.25f, 2.0f),
+              0);
+  }
+  qvimage plane(int32_t z) {
+    qvimage result;
+    EXPECT_EQ(qvimage_def2from3(&result, &image, 0, 2, z, 0), 0);
+    return result;
+  }
+  bytes pixels;
+  qvimage3 image;
+};
+
+// What an open file delivers, whole.
+bytes all_pixels(qvimage3 &image) {
+  const size_t count = size_t(image.imdim.se.x) * size_t(image.imdim.se.y) * size_t(image.imdim.se.z);
+  bytes result(count * size_t(image.f.pixelsize));
+  EXPECT_EQ(image.ioset(&image, QVIM_WRAP, uint32_t(image.d.pixietype), (1u << image.d.pixies) - 1), 1);
+  EXPECT_EQ(image.ioread(&image, 0, result.data(), uint32_t(count), 0, 0, 0), count);
+  return result;
+}
+
+// The cards of a header, without trailing blanks.
+std::vector<std::string> cards_of(const std::string &path) {
+  const bytes file = file_bytes(path);
+  std::vector<std::string> cards;
+  for (size_t at = 0; at + 80 <= file.size(); at += 80) {
+    std::string card(file.begin() + long(at), file.begin() + long(at) + 80);
+    card.erase(card.find_last_not_of(' ') + 1);
+    cards.push_back(card);
+    if (card == "END") break;
+  }
+  return cards;
+}
+std::string card_of(const std::string &path, const std::string &start) {
+  for (const std::string &card : cards_of(path))
+    if (card.rfind(start, 0) == 0) return card;
+  return "";
+}
+
+class Fits : public testing::Test {
+ protected:
+  const temporary_folder folder_;
+  const std::string path_ = folder_ / "a.fits";
+};
+
+TEST_F(Fits, HeadersAreCardsAsTheyAreWrittenDown) {
+  const int32_t dims[2] = {640, 480};
+  bytes pixels(640 * 480, 7);
+  qvimage image;
+  ASSERT_EQ(qvimage_memory(&image, pixels.data(), dims, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  qvimagefileinfo options{};
+  char day[] = "2026-11-25", observer[] = "O'Hara", lines[] = "first 'line'\nsecond";
+  char history[] = "0123456789012345678901234567890123456789012345678901234567890123456789";
+  options.fts_date = day, options.fts_observer = observer, options.fts_comment = lines,
+  options.fts_history = history;
+  ASSERT_EQ(qvimage_fitswrite(nullptr, &image, 0, path_.c_str(), nullptr, 0, &options), 0);
+  const std::vector<std::string> expected = {
+      "SIMPLE  =                    T",
+      "BITPIX  =                    8",
+      "NAXIS   =                    3",
+      "NAXIS1  =                    1",
+      "NAXIS2  =                  640",
+      "NAXIS3  =                  480",
+      "DATAMIN =                    0",
+      "DATAMAX =                  255",
+      "DATE    = '2026-11-25'",
+      "OBSERVER= 'O''Hara'",
+      "COMMENT   'first ''line'''",
+      "COMMENT   'second'",
+      "HISTORY   '01234567890123456789012345678901234567890123456789012345678901234567'",
+      "HISTORY   '89'",
+      "          AXIS1UNT= 'Grey'",
+      "          AXIS2UNT= 'Unknown'",
+      "          AXIS3UNT= 'Unknown'",
+      "END"};
+  std::vector<std::string> found = cards_of(path_);
+  found[14] = found[14].substr(0, 20) + "'Grey'";  // the hint's name is told by the library
+  EXPECT_EQ(found, expected);
+  EXPECT_EQ(card_of(path_, "          AXIS1UNT"),
+            "          AXIS1UNT= '" + std::string(qvimhinttostring(1)) + "'");
+  const bytes file = file_bytes(path_);
+  EXPECT_EQ(file.size() % 2880, 0u);
+  EXPECT_EQ(bytes(file.begin() + 2880, file.begin() + 2880 + long(pixels.size())), pixels);
+  EXPECT_EQ(file.size(), 2880 + (pixels.size() + 2879) / 2880 * 2880);
+}
+
+TEST_F(Fits, EveryTypeAndLayoutComesBack) {
+  struct row {
+    int32_t type, bits, pixies, hint;
+    uint32_t layout;
+    const char *bzero;
+  };
+  for (const row &r : {row{QVIM_UINT8, 0, 1, 1, 0, ""},
+                       {QVIM_UINT8, 0, 1, 1, 2, ""},
+                       {QVIM_UINT8, 3, 3, 67, 1, ""},
+                       {QVIM_UINT8, 0, 3, 67, 0, ""},
+                       {QVIM_UINT16, 12, 1, 1, 0, ""},
+                       {QVIM_UINT16, 0, 1, 1, 0, "32768"},
+                       {QVIM_UINT16, 0, 3, 3, 1, "32768"},
+                       {QVIM_UINT32, 0, 3, 67, 0, "2147483648"},
+                       {QVIM_UINT32, 31, 4, 36, 0, ""},
+                       {QVIM_FLOAT32, 0, 1, 1, 0, ""},
+                       {QVIM_FLOAT32, 0, 3, 67, 0, ""},
+                       {QVIM_UINT8, 1, 2, 2, 1, ""}})
+    for (int32_t depth : {1, 4}) {
+      SCOPED_TRACE(testing::Message()
+                   << r.type << " " << r.bits << " x " << r.pixies << " layout " << r.layout);
+      volume v(r.type, r.bits, r.pixies, r.hint, 37, 11, depth);
+      qvimagefileinfo options{};
+      options.fts_layout = r.layout;
+      char object[] = "M 31";
+      options.fts_object = object;
+      qvimage first = v.plane(0);
+      ASSERT_EQ(depth == 1 ? qvimage_fitswrite(nullptr, &first, 0, path_.c_str(), nullptr, 4096, &options)
+                           : qvimage3_fitswriteseq(nullptr, &v.image, 0, path_.c_str(), nullptr, 0, &options),
+                0)
+          << qvimage_reason();
+      EXPECT_EQ(card_of(path_, "BZERO"),
+                *r.bzero ? "BZERO   = " + std::string(20 - std::strlen(r.bzero), ' ') + r.bzero : "");
+      qvimage3 image;
+      fitshandle *h = nullptr;
+      ASSERT_EQ(qvimage3_fitsread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0), 0) << qvimage_reason();
+      EXPECT_EQ(image.imdim.se.z, depth);
+      EXPECT_EQ(image.d.pixelhint, qvimstringtohint(qvimhinttostring(r.hint)));
+      EXPECT_EQ(image.d.i_bitsused, v.image.d.i_bitsused);
+      EXPECT_EQ(image.h.pixelwidth, 0.5f);
+      EXPECT_EQ(image.h.heightunits, QVIM_UNIT_MILLIMETER);
+      EXPECT_EQ(image.h.pixeldepth, depth > 1 ? 2.0f : 0.0f);
+      EXPECT_EQ(all_pixels(image), v.pixels);
+      // One component of a column, across planes.
+      ASSERT_EQ(image.ioset(&image, QVIM_YSCAN, uint32_t(r.type), 1u << (r.pixies - 1)), 1);
+      bytes column(size_t(11) * size_t(image.f.pixiesize)), model;
+      ASSERT_EQ(image.ioread(&image, 0, column.data(), 11, 36, 0, depth - 1), 11u);
+      for (int y = 0; y < 11; y++) {
+        const size_t pixel = size_t((depth - 1) * 11 * 37 + y * 37 + 36), size = size_t(image.f.pixiesize);
+        const auto at = v.pixels.begin() + long((pixel * size_t(r.pixies) + size_t(r.pixies) - 1) * size);
+        model.insert(model.end(), at, at + long(size));
+      }
+      EXPECT_EQ(column, model);
+      qvimagefileinfo info;
+      ASSERT_EQ(qvimage_fitsreadinfo(h, &info, 0), 0);
+      EXPECT_STREQ(info.fts_object, "M 31");
+      qvimage_fitsinfodone(&info);
+      EXPECT_EQ(info.fts_object, nullptr);
+      ASSERT_EQ(qvimage3_fitsreaddone(&image, nullptr, &h), 0);
+    }
+}
+
+TEST_F(Fits, SequencesEndWithTheFramesThatWereWritten) {
+  volume v(QVIM_UINT16, 0, 1, 1, 20, 10, 9);
+  for (int declared : {10, 7, 2, 0}) {
+    fitshandle *h = nullptr;
+    qvimage first = v.plane(0);
+    first.h = v.image.h;
+    ASSERT_EQ(
+        qvimage_fitswriteinit(&h, &first.wind, nullptr, &first, path_.c_str(), nullptr, 0, declared, nullptr),
+        0);
+    for (int z = 0; z < 7; z++) {
+      qvimage frame = v.plane(z);
+      qvimagefileinfo info{};
+      std::string observed = "2026-11-25T12:00:0" + std::to_string(z);
+      info.fts_date_obs = observed.data();
+      ASSERT_EQ(qvimage_fitswriteadd(&h, nullptr, &frame, &info), 0);
+      if (z != 3) continue;
+      const auto stop = [](int64_t row, int64_t) { return row == 5 ? 9 : 0; };
+      ASSERT_EQ(qvimage_fitswriteadd(&h, stop, &frame, nullptr), 9);  // no part of the file
+      std::string longer(80, 'x');
+      info.fts_date_obs = longer.data();
+      ASSERT_EQ(qvimage_fitswriteadd(&h, nullptr, &frame, &info), QVERR_SPACE);
+    }
+    ASSERT_EQ(qvimage_fitswritedone(&h), 0);
+    EXPECT_EQ(h, nullptr);
+    EXPECT_EQ(card_of(path_, "NAXIS4"), "NAXIS4  =                    7");
+    EXPECT_EQ(card_of(path_, "          AXIS4DIM"), "          AXIS4DIM=            14.000000");
+    std::vector<qvimagefileinfo> infos(9);
+    ASSERT_EQ(qvimage_fitsinfoN(infos.data(), 9, path_.c_str(), nullptr, 0, 0), 7);
+    for (int z = 0; z < 7; z++) {
+      const std::string observed = "2026-11-25T12:00:0" + std::to_string(z);
+      if (z < declared)
+        EXPECT_STREQ(infos[size_t(z)].fts_date_obs, observed.c_str());
+      else
+        EXPECT_EQ(infos[size_t(z)].fts_date_obs, nullptr);
+      qvimage_fitsinfodone(&infos[size_t(z)]);
+    }
+    qvimage3 image;
+    ASSERT_EQ(qvimage3_fitsread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0), 0) << qvimage_reason();
+    EXPECT_EQ(all_pixels(image), bytes(v.pixels.begin(), v.pixels.begin() + 7 * 20 * 10 * 2));
+    ASSERT_EQ(qvimage3_fitsreaddone(&image, nullptr, &h), 0);
+  }
+}
+
+TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
+  struct row {
+    std::vector<std::string> cards;  // behind SIMPLE
+    int32_t strict, lenient;         // codes, or the frames
+    int32_t width, pixies, bits;
+  };
+  const auto card = [](const std::string &keyword, const std::string &value) {
+    return keyword + std::string(8 - keyword.size(), ' ') + "= " + value;
+  };
+  const std::string b8 = card("BITPIX", "8"), b16 = card("BITPIX", "16 / bits"), n2 = card("NAXIS", "2");
+  const std::string x = card("NAXIS1", "6"), y = card("NAXIS2", "5"), n3 = card("NAXIS", "3"),
+                    n4 = card("NAXIS", "4");
+  const std::string grey = "          AXIS1UNT= '" + std::string(qvimhinttostring(67)) + "'";
+  const row table[] = {
+      {{b8, n2, x, y}, 1, 1, 6, 1, 8},
+      {{b16, n2, x, y, card("DATAMAX", "4095"), card("BZERO", "3.2768E4")}, 1, 1, 6, 1, 12},
+      {{b16, n2, x, y, card("BSCALE", "2")}, QVERR_UNSUPPORTED, 1, 6, 1, 16},
+      {{b16, n2, x, y, card("BZERO", "40000")}, QVERR_UNSUPPORTED, 1, 6, 1, 16},
+      {{b16, n2, x, y, card("DATAMIN", "-5")}, QVERR_UNSUPPORTED, 1, 6, 1, 16},
+      {{b16, n2, x, y, card("DATAMAX", "0")}, 1, 1, 6, 1, 1},
+      {{b16, n2, x, y, card("DATAMAX", "2.56D2")}, 1, 1, 6, 1, 9},
+      {{b8, n3, x, y, card("NAXIS3", "7")}, 7, 7, 6, 1, 8},
+      {{b8, n3, card("NAXIS1", "3"), card("NAXIS2", "6"), card("NAXIS3", "5"), grey}, 1, 1, 6, 3, 8},
+      {{b8, n4, x, y, card("NAXIS3", "2"), card("NAXIS4", "2")},
+       QVERR_UNSUPPORTED,
+       QVERR_UNSUPPORTED,
+       0,
+       0,
+       0},
+      {{b8, card("NAXIS", "5"), x, y, card("NAXIS3", "1"), card("NAXIS4", "1")},
+       QVERR_UNSUPPORTED,
+       QVERR_UNSUPPORTED,
+       0,
+       0,
+       0},
+      {{b8, card("NAXIS", "1"), x}, QVERR_UNSUPPORTED, 1, 6, 1, 8},
+      {{card("BITPIX", "-64"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
+      {{card("BITPIX", "-16"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
+      {{b8, n2, card("NAXIS1", "0"), y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
+      {{b8, n2, card("NAXIS1", "99999999999999999999"), y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
+      {{b8, n2, card("NAXIS1", "2147483647"), card("NAXIS2", "2147483647")},
+       QVERR_FORMAT,
+       QVERR_FORMAT,
+       0,
+       0,
+       0},
+      {{b8, n3, x, y, card("NAXIS3", "99")}, QVERR_FORMAT, 96, 6, 1, 8},
+      {{n2, b8, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0}};
+  for (const row &r : table) {
+    std::string text;
+    for (const auto &c : {std::vector<std::string>{card("SIMPLE", "                   T")}, r.cards, {"END"}})
+      for (const std::string &one : c) text += one + std::string(80 - one.size(), ' ');
+    text.resize(2880, ' ');
+    SCOPED_TRACE(r.cards.back());
+    text.resize(2 * 2880, '\1');
+    put_file(path_, bytes(text.begin(), text.end()));
+    for (uint32_t lenient : {0u, 1u}) {
+      const int32_t wanted = lenient ? r.lenient : r.strict;
+      qvimage3 image;
+      fitshandle *h = nullptr;
+      const int32_t code = qvimage3_fitsread(&image, nullptr, &h, path_.c_str(), nullptr, 0, lenient);
+      EXPECT_EQ(code, std::min(wanted, 0)) << qvimage_reason();
+      if (code < 0) {
+        EXPECT_STREQ(std::string(image.devname, 8).c_str(), "NULL3");
+        EXPECT_NE(std::string(qvimage_reason()), "");
+        continue;
+      }
+      EXPECT_EQ(image.imdim.se.z, wanted);
+      EXPECT_EQ(image.imdim.se.x, r.width);
+      EXPECT_EQ(image.d.pixies, r.pixies);
+      EXPECT_EQ(image.d.i_bitsused, r.bits);
+      qvimage3_fitsreaddone(&image, nullptr, &h);
+    }
+  }
+}
+
+TEST_F(Fits, FailuresAreReportedAndLeaveWhatWasThere) {
+  volume v(QVIM_UINT16, 0, 3, 67, 40, 300, 2);
+  const bytes before = {1, 2, 3};
+  put_file(path_, before);
+  expect_faults_reported(
+      [&] { return qvimage3_fitswriteseq(nullptr, &v.image, 0, path_.c_str(), nullptr, 4096, nullptr); },
+      QVERR_IO, call_write | call_close,
+      [&](const faulted &f) {
+        if (f.fired) {
+          EXPECT_EQ(file_bytes(path_), before);
+        }
+        put_file(path_, before);
+      });
+  ASSERT_EQ(qvimage3_fitswriteseq(nullptr, &v.image, 0, path_.c_str(), nullptr, 0, nullptr), 0);
+  expect_faults_reported(
+      [&] {
+        qvimagefileinfo info;
+        const int32_t code = qvimage_fitsinfo(&info, path_.c_str(), nullptr, 0, 0);
+        qvimage_fitsinfodone(&info);
+        return code;
+      },
+      QVERR_IO, call_read);
+  qvimage plane = v.plane(0);
+  fitshandle *h = nullptr;
+  EXPECT_EQ(qvimage_fitswriteinit(&h, nullptr, nullptr, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
+            QVERR_USAGE);
+  EXPECT_EQ(
+      qvimage_fitswriteinit(&h, &plane.wind, &v.image.wind, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
+      QVERR_USAGE);
+  volume wide(QVIM_UINT64, 0, 1, 1, 4, 4, 1);
+  EXPECT_EQ(qvimage3_fitswriteseq(nullptr, &wide.image, 0, path_.c_str(), nullptr, 0, nullptr),
+            QVERR_DATATYPE);
+  EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), QVERR_USAGE);
+}
+
+}  // namespace

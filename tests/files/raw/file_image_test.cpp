@@ -1,0 +1,200 @@
+// Images over raw files: against a memory image over the same bytes, which has a model of its own.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include <qvimage/qvimage.h>
+
+#include "tests/fault.hpp"
+#include "tests/files.hpp"
+
+namespace {
+
+using bytes = std::vector<uint8_t>;
+
+struct choices {
+  std::mt19937 random;
+  uint32_t below(uint32_t n) { return random() % n; }
+};
+
+qvimagedata any_description(choices &from) {
+  constexpr int types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_UINT64, QVIM_FLOAT32, QVIM_FLOAT64};
+  const int type = types[from.below(6)], container = 8 * qvimdatasize(uint32_t(type));
+  qvimagedata d;
+  EXPECT_EQ(qviminitdata(&d, type, from.below(2) ? 0 : 1 + int(from.below(uint32_t(container))),
+                         1 + int(from.below(4)), 0),
+            1);
+  if (type > QVIM_UINT64) return d;
+  if (d.i_bitsused < container && from.below(2)) d.i_bitsxsb = QVIM_MSB;
+  if (from.below(2)) d.i_endian = QVIM_SWAPPED;
+  return d;
+}
+
+// The same calls on both; what differs is a failure.
+void use_both(choices &from, qvimage &raw, qvimage &memory) {
+  const uint32_t types = uint32_t(memory.d.pixietype);
+  for (int round = 0; round < 12; round++) {
+    if (from.below(4) == 0) {
+      qvywindow w{{int32_t(from.below(4)), int32_t(from.below(4))}, {}};
+      w.se = {w.nw.x + 1 + int32_t(from.below(uint32_t(memory.imdim.se.x - w.nw.x))),
+              w.nw.y + 1 + int32_t(from.below(uint32_t(memory.imdim.se.y - w.nw.y)))};
+      ASSERT_EQ(!raw.xwind(&raw, &w, 's'), !memory.xwind(&memory, &w, 's'));
+    }
+    const uint32_t mode = (from.below(2) ? QVIM_YSCAN : 0) | (from.below(2) ? QVIM_WRAP : 0);
+    const uint32_t flags[] = {0, QVIM_LSB, QVIM_MSB, QVIM_SWAPPED, QVIM_DIRTY};
+    const uint32_t type = types | flags[from.below(5)] | flags[from.below(5)];
+    const uint32_t first = from.below(uint32_t(memory.d.pixies));
+    const uint32_t mask = from.below(2) ? (1u << memory.d.pixies) - 1 : 1u << first;
+    const int32_t code = memory.ioset(&memory, mode, type, mask);
+    ASSERT_EQ(raw.ioset(&raw, mode, type, mask), code);
+    const int32_t x = int32_t(from.below(8)) - 1, y = int32_t(from.below(8)) - 1;
+    bytes there(4096), here(4096);
+    for (auto &b : there) b = uint8_t(from.random());
+    here = there;
+    const uint32_t n = 1 + from.below(40);
+    ASSERT_EQ(raw.iolen(&raw, n, x, y), memory.iolen(&memory, n, x, y));
+    if (from.below(2)) {
+      ASSERT_EQ(raw.iorite(&raw, 0, here.data(), n, x, y), memory.iorite(&memory, 0, there.data(), n, x, y));
+    } else {
+      ASSERT_EQ(raw.ioread(&raw, 0, here.data(), n, x, y), memory.ioread(&memory, 0, there.data(), n, x, y));
+      ASSERT_EQ(here, there) << "type " << type << " mask " << mask << " mode " << mode;
+    }
+    if (raw.imapset(&raw, 0, types, (1u << memory.d.pixies) - 1) <= 0) continue;
+    qvimagemap map;
+    if (raw.imap(&raw, &map, x, y) == 1) {
+      ASSERT_EQ(memory.ioset(&memory, 0, types, (1u << memory.d.pixies) - 1), 1);
+      const uint32_t length = uint32_t(map.length);
+      ASSERT_EQ(memory.ioread(&memory, 0, there.data(), length, x, y), length);
+      ASSERT_EQ(std::memcmp(there.data(), reinterpret_cast<void *>(map.address), length * map.step), 0);
+    }
+  }
+}
+
+TEST(RawFileImage, IsTheMemoryImageOfTheSameBytes) {
+  const temporary_folder folder;
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE(seed);
+  choices from{std::mt19937(seed)};
+  for (int round = 0; round < 400; round++) {
+    const qvimagedata d = any_description(from);
+    qvimagefacts facts{};
+    qviminitfacts(&facts, &d);
+    const uint32_t size[2] = {5 + from.below(5), 5 + from.below(5)};
+    const int32_t dims[2] = {int32_t(size[0]), int32_t(size[1])};
+    bytes pixels(uint64_t{size[0]} * size[1] * uint32_t(facts.pixelsize));
+    for (auto &b : pixels) b = uint8_t(from.random());
+    const bool in_memory = from.below(2), from_nothing = from.below(4) == 0;
+    if (from_nothing) std::fill(pixels.begin(), pixels.end(), uint8_t(0));
+    const std::string path = folder / "raster";
+    put_file(path, from_nothing ? bytes() : pixels);
+    bufio stream;
+    const uint64_t block = uint64_t{1} << from.below(13);  // down to a byte: pixels across blocks
+    ASSERT_EQ(bufio_init(&stream, path.c_str(), "r+b", block, BUFIO_NOZERO | (in_memory ? BUFIO_MEMORY : 0)),
+              0);
+    if (in_memory && !from_nothing) bufio_io(&stream, pixels.data(), pixels.size(), 'w');
+    qvimage raw, memory;
+    ASSERT_EQ(qvimage_filebufio(&raw, &stream, size, &d), 0);
+    ASSERT_EQ(qvimage_memdata(&memory, pixels.data(), 0, dims, 0, &d, nullptr, 0), 0);
+    use_both(from, raw, memory);
+    if (HasFatalFailure()) return;
+    const uint32_t latched = raw.aeiou(&raw, 'e', 1, 0, nullptr);
+    EXPECT_TRUE(latched == 0 || (from_nothing && int32_t(latched) == QVERR_FORMAT));
+    bytes written(pixels.size());
+    stream.pos = 0;
+    bufio_io(&stream, written.data(), written.size(), 'r');
+    EXPECT_EQ(written, pixels);
+    bufio_done(&stream);
+    if (in_memory) continue;
+    written = file_bytes(path);
+    written.resize(pixels.size());
+    EXPECT_EQ(written, pixels);
+  }
+}
+
+TEST(RawFileImage, OfAnySizeIsEditedInPlace) {
+  const temporary_folder folder;
+  const std::string path = folder / "large";
+  put_file(path, {});
+  const uint32_t size[2] = {1u << 17, 1u << 18};  // 96 GiB of 3-byte pixels
+  std::filesystem::resize_file(path, uint64_t{3} << 35);
+  qvimage image;
+  bufio *h = nullptr;
+  ASSERT_EQ(qvimage_file(&image, &h, path.c_str(), "r+b", size, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 0), 0);
+  ASSERT_EQ(image.ioset(&image, 0, QVIM_UINT8, 2), 1);
+  const uint8_t value = 77;
+  ASSERT_EQ(image.iorite(&image, 0, &value, 1, (1 << 17) - 1, (1 << 18) - 1), 1u);
+  ASSERT_EQ(qvimage_filedone(&image, &h), 0);
+  ASSERT_EQ(qvimage_file(&image, &h, path.c_str(), "rb", size, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 4096), 0);
+  uint8_t pixel[3] = {9, 9, 9};
+  ASSERT_EQ(image.ioset(&image, 0, QVIM_UINT8, 7), 1);
+  ASSERT_EQ(image.ioread(&image, 0, pixel, 1, (1 << 17) - 1, (1 << 18) - 1), 1u);
+  EXPECT_EQ(std::vector<int>(pixel, pixel + 3), (std::vector<int>{0, 77, 0}));
+  ASSERT_EQ(qvimage_filedone(&image, &h), 0);
+  EXPECT_EQ(h, nullptr);
+}
+
+TEST(RawFileImage, BeginsEmptyAndRefusesWhatIsNone) {
+  const temporary_folder folder;
+  const std::string path = folder / "new";
+  const uint32_t size[2] = {640, 480}, none[2] = {0, 4}, huge[2] = {1u << 31, 4};
+  qvimage image;
+  bufio *h = nullptr;
+  ASSERT_EQ(qvimage_file(&image, &h, path.c_str(), nullptr, size, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  uint8_t value = 5;
+  ASSERT_EQ(image.ioset(&image, 0, QVIM_UINT8, 1), 1);
+  EXPECT_EQ(image.ioread(&image, 0, &value, 1, 3, 3), 1u);
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(int32_t(image.aeiou(&image, 'e', 1, 0, nullptr)), QVERR_FORMAT);
+  EXPECT_EQ(image.aeiou(&image, 'e', 0, 0, nullptr), 0u);
+  qvimage_filedone(&image, &h);
+  struct row {
+    const char *path, *mode;
+    const uint32_t *size;
+    uint32_t pixies;
+    int32_t code;
+  };
+  const std::string absent = folder / "absent", nowhere = folder / "no/where";
+  for (const row &r : {row{path.c_str(), "rb", none, 1, QVERR_LOGIC},
+                       {path.c_str(), "wb", huge, 1, QVERR_LOGIC},
+                       {path.c_str(), "wb", nullptr, 1, QVERR_USAGE},
+                       {path.c_str(), "wb", size, 0, QVERR_USAGE},
+                       {nullptr, "wb", size, 1, QVERR_USAGE},
+                       {absent.c_str(), "rb", size, 1, QVERR_NOTFOUND},
+                       {nowhere.c_str(), "wb", size, 1, QVERR_NOTCREATED}}) {
+    EXPECT_EQ(qvimage_file(&image, &h, r.path, r.mode, r.size, QVIM_UINT8, 0, r.pixies, 0, 0), r.code);
+    EXPECT_EQ(h, nullptr);
+    EXPECT_STREQ(image.devname, "NULL2");
+  }
+  EXPECT_FALSE(file_exists(absent));
+}
+
+TEST(RawFiles, AreTheWindowsPixels) {
+  const temporary_folder folder;
+  const std::string path = folder / "raster";
+  std::vector<uint16_t> pixels(100 * 10 * 3);
+  for (size_t i = 0; i < pixels.size(); i++) pixels[i] = uint16_t(i * 7);
+  const int32_t dims[2] = {100, 10};
+  qvimage image;
+  ASSERT_EQ(qvimage_memory(&image, pixels.data(), dims, 0, QVIM_UINT16, 0, 3, QVIM_HINT_RGB, 0), 0);
+  ASSERT_EQ(qvimage_filewrite(nullptr, &image, path.c_str(), nullptr, 0), 0);
+  const auto *all = reinterpret_cast<const uint8_t *>(pixels.data());
+  EXPECT_EQ(file_bytes(path), bytes(all, all + 6000));
+  qvywindow window{{20, 3}, {60, 5}};
+  image.xwind(&image, &window, 's');
+  ASSERT_EQ(qvimage_filewrite(nullptr, &image, path.c_str(), "wb", 4096), 0);
+  bytes expected(all + (3 * 100 + 20) * 6, all + (3 * 100 + 60) * 6);
+  expected.insert(expected.end(), all + (4 * 100 + 20) * 6, all + (4 * 100 + 60) * 6);
+  EXPECT_EQ(file_bytes(path), expected);
+  // Stopped, or refused: what stood there stays, nothing else does.
+  const auto stop = [](int64_t step, int64_t) { return step == 1 ? 42 : 0; };
+  EXPECT_EQ(qvimage_filewrite(stop, &image, path.c_str(), nullptr, 0), 42);
+  EXPECT_EQ(file_bytes(path), expected);
+  EXPECT_EQ(qvimage_filewrite(stop, &image, (folder / "new").c_str(), "wb", 0), 42);
+  EXPECT_FALSE(file_exists(folder / "new"));
+  EXPECT_EQ(qvimage_filewrite(nullptr, nullptr, path.c_str(), nullptr, 0), QVERR_USAGE);
+  EXPECT_EQ(qvimage_filewrite(nullptr, &image, path.c_str(), "rb", 0), QVERR_USAGE);
+}
+
+}  // namespace
