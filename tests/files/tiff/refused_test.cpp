@@ -384,6 +384,10 @@ TEST(TiffFaults, EveryFailedReadIsReported) {
       }
       if (code == 0) {
         EXPECT_EQ(latched, fired ? -7 : 0);
+        if (fired) {
+          const std::string reason = qvimage_reason();
+          EXPECT_TRUE(reason.starts_with("page 2, strip ") && reason.ends_with(": Input/output error")) << reason;
+        }
         EXPECT_EQ(pixels, std::vector<uint64_t>(all.begin(), all.begin() + long(pixels.size())));
         EXPECT_EQ(read_run(im, QVIM_WRAP, 0, 0, 3000 * 40, 0, 0, 1), all);  // it was a passing fault
         EXPECT_EQ(qvimage3_tiffreaddone(&im, nullptr, &h), 0);
