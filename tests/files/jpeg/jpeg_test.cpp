@@ -42,7 +42,8 @@ struct picture {
     std::minstd_rand noise(1);
     for (size_t i = 0; i < pixels.size(); i++) {
       const int x = int(i) / n % w, y = int(i) / n / w, c = int(i) % n;
-      pixels[i] = uint8_t((x * x / 40 + 3 * y + 40 * c) % 160 + (x > w / 2 ? 60 : 0) + int(noise() % 8));
+      pixels[i] = uint8_t((x % 256 * (x % 256) / 40 + 3 * y + 40 * c) % 160 + (x > w / 2 ? 60 : 0) +
+                          int(noise() % 8));
     }
     reset(image);
   }
