@@ -1,5 +1,5 @@
-// JPEG files in memory: this library and libjpeg-turbo, in its fastest setting, over the same pixels. Quality 90,
-// no subsampling, one thread unless said.
+// JPEG files in memory: this library and libjpeg-turbo, in its fastest setting, over the same pixels.
+// Quality 90, no subsampling, one thread unless said.
 #include <benchmark/benchmark.h>
 
 // jpeglib.h needs what comes before it.

@@ -1,5 +1,5 @@
-// Any bytes as a JPEG file: described, and its rows read in turn, then in any order; what arrives twice must be
-// the same twice, and the same through a stream in memory.
+// Any bytes as a JPEG file: described, and its rows read in turn, then in any order; what arrives twice must
+// be the same twice, and the same through a stream in memory.
 #include <algorithm>
 #include <cstring>
 #include <random>

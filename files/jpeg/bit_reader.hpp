@@ -1,5 +1,5 @@
-// The bits of entropy-coded data, most significant first. Zeros after bytes of ones are passed over. Beyond the
-// end of the data come zeros, and overrun() tells.
+// The bits of entropy-coded data, most significant first. Zeros after bytes of ones are passed over. Beyond
+// the end of the data come zeros, and overrun() tells.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,6 @@
-// The scaled transform of Y. Arai, T. Agui and M. Nakajima, "A fast DCT-SQ scheme for images" (1988): 29 additions and 5
-// multiplications for eight numbers, with the scales of its results left to the quantisation.
+// The scaled transform of Y. Arai, T. Agui and M. Nakajima, "A fast DCT-SQ scheme for images" (1988): 29
+// additions and 5 multiplications for eight numbers, with the scales of its results left to the
+// quantisation.
 #pragma once
 
 #include "kernels/clones.hpp"

@@ -31,9 +31,8 @@ struct head {
   array<char> comments[comment_count];
   uint64_t data_begin = 0, data_end = 0;  // of the entropy-coded data, in the stream
 
-  // Parses from the stream's position to the end of the picture. 0, or:
-  // -10: not such a file. -11: a sound file that is not served. -2, -7. A file that ends within the data of its
-  // pixels is one all the same.
+  // Parses from the stream's position to the end of the picture. 0, or: -10: not such a file. -11: a sound
+  // file that is not served. -2, -7. A file that ends within the data of its pixels is one all the same.
   [[nodiscard]] int32_t read(bufio &stream);
 };
 

@@ -1,7 +1,8 @@
-// The encoder's transform in integers of 16 bits. Two MCUs are computed at once, one in each half of a vector.
+// The encoder's transform in integers of 16 bits. Two MCUs are computed at once, one in each half of a
+// vector.
 //
-// Samples are doubled: results then need all 16 bits. All products are of 16 bits, rounded: numbers times fractions
-// of 2^15.
+// Samples are doubled: results then need all 16 bits. All products are of 16 bits, rounded: numbers times
+// fractions of 2^15.
 #include "files/jpeg/forward.hpp"
 #include "files/jpeg/transform.hpp"
 #include "files/jpeg/vectors.hpp"

@@ -1,5 +1,5 @@
-// The transforms in floating point. Eight columns are computed at once, each number of a column in a vector of its
-// own.
+// The transforms in floating point. Eight columns are computed at once, each number of a column in a vector
+// of its own.
 #include "files/jpeg/transform.hpp"
 
 #include "files/jpeg/forward.hpp"
@@ -48,8 +48,8 @@ QVIM_INLINE void inverse(floats (&x)[8]) {
   x[3] = b3 - d4;
 }
 
-// Columns of samples, an eighth of a block each, to the quantised coefficients: rounded to the nearest, halves
-// upwards.
+// Columns of samples, an eighth of a block each, to the quantised coefficients: rounded to the nearest,
+// halves upwards.
 QVIM_INLINE void encode(floats (&x)[8], const factors &divisors, block &out) {
   forward(x);
   transpose(x);

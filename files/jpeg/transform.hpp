@@ -24,16 +24,17 @@ struct factors {
 void set_divisors(const uint16_t *quantisation, factors &of);
 void set_scales(const uint16_t *quantisation, factors &of);
 
-// The same for the encoder in integers, which divides by powers of two. Its coefficients are twice as large. dc is
-// what the DC coefficient is divided by.
+// The same for the encoder in integers, which divides by powers of two. Its coefficients are twice as large.
+// dc is what the DC coefficient is divided by.
 struct steps {
   uint16_t shifts[2 * block_size], halves[2 * block_size];  // each row twice, for two blocks
   uint32_t dc;
 };
 void set_steps(const uint16_t *quantisation, steps &of);
 
-// Fractions of 2^15. Of the rotations; of the sum's, what exceeds 1. Of the colours: Y from R, G, B; the share of R
-// and G in Cb; half; the share of G and B in Cr. Not in the header, lest the compiler replace products by others.
+// Fractions of 2^15. Of the rotations; of the sum's, what exceeds 1. Of the colours: Y from R, G, B; the
+// share of R and G in Cb; half; the share of G and B in Cr. Not in the header, lest the compiler replace
+// products by others.
 extern const int16_t integer_rotations[4], integer_colours[8];
 
 // How much of a decoded block can differ from 0.

@@ -45,8 +45,8 @@ QVIM_INLINE floats to_floats(ints v) { return __builtin_convertvector(v, floats)
 QVIM_INLINE ints truncated(floats v) { return __builtin_convertvector(v, ints); }
 QVIM_INLINE ints widened(shorts v) { return __builtin_convertvector(v, ints); }
 
-// The first of a, the first of b, the second of a, ...: of their lower and of their upper halves, or of those of
-// each 16 bytes.
+// The first of a, the first of b, the second of a, ...: of their lower and of their upper halves, or of
+// those of each 16 bytes.
 QVIM_INLINE bytes low_pairs(bytes a, bytes b) {
   return __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
 }
@@ -106,7 +106,8 @@ QVIM_INLINE void transpose(floats (&m)[8]) {
   }
 }
 
-// Eight lines of bytes become columns, top to bottom, a half of a vector each; the lines' lower or upper halves.
+// Eight lines of bytes become columns, top to bottom, a half of a vector each; the lines' lower or upper
+// halves.
 template <class V>
 QVIM_INLINE void columns(const V (&lines)[8], bool upper, V (&out)[4]) {
   V four[4];  // lines i and i + 4

@@ -17,8 +17,9 @@ namespace qvim::jpeg {
 constexpr uint32_t mcus_at_once = 8;
 constexpr uint32_t most_bands = 246384;
 
-// Rows that are coded by themselves, so that several threads may code one picture. The first band goes straight to the
-// output, the others go into memory until they are joined. A band's coding touches nothing but the band.
+// Rows that are coded by themselves, so that several threads may code one picture. The first band goes
+// straight to the output, the others go into memory until they are joined. A band's coding touches nothing
+// but the band.
 struct band {
   bufio memory{};
   bit_writer bits;

@@ -70,10 +70,9 @@ int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *stream, qvimag
 
 /* Codes rows[0] to before rows[1] of the window, cut to the image: a band, or its next rows up to a
  * multiple of 8. Different bands may be coded at once by different threads, through records that do not
- * share a source. The callback, or the thread's (qvimage/progress.h), is told the row and rows[1] before each eight
- * rows; any answer but 0 stops
- * the band and is the result. The image may be another than the first call's, but has its size and pixels.
- * Reads the eight rows before the band, too. */
+ * share a source. The callback, or the thread's (qvimage/progress.h), is told the row and rows[1] before
+ * each eight rows; any answer but 0 stops the band and is the result. The image may be another than the
+ * first call's, but has its size and pixels. Reads the eight rows before the band, too. */
 int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
                            const int32_t rows[2]);
 
