@@ -1,4 +1,4 @@
-// A chain of up to five views over a memory image, as a fuzz input says, with the model of each record.
+// A chain of up to twelve views over a memory image, as a fuzz input says, with the model of each record.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@ class chain {
  public:
   explicit chain(fuzz_input &from) : relative_(from.up_to(1)) {
     make_image(from);
-    for (uint32_t views = from.up_to(5); views > 0; views--) {
+    for (uint32_t views = from.up_to(from.up_to(9) ? 5 : 12); views > 0; views--) {
       if (from.up_to(2) == 0) set_window(from, top());
       links_.push_back({array_, links_.size()});
       if (!add_view(from, links_[links_.size() - 2], links_.back())) links_.pop_back();
@@ -61,7 +61,7 @@ class chain {
  private:
   pixels stored_, expected_;  // the image's own, and those of the model
   // The records, one after the other, at an address that is a multiple of 4.
-  static constexpr size_t most_records = 6;
+  static constexpr size_t most_records = 13;
   alignas(8) uint8_t places_[2][4 + most_records * sizeof(qvimage)]{};
   uint8_t *array_ = places_[0];
   const bool relative_;  // they refer to each other by where they lie in the array

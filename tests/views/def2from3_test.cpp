@@ -28,9 +28,6 @@ TEST_F(Def2From3Fixed, RefusesBadArgumentsWithTheNullImage) {
     EXPECT_EQ(qvimage_def2from3(&view, &source, axes.xaxis, axes.yaxis, 0, 0), -1);
     EXPECT_STREQ(view.devname, "NULL2");
   }
-  EXPECT_EQ(qvimage_def2from3(&view, nullptr, 0, 2, 0, 0), -1);
-  EXPECT_STREQ(view.devname, "NULL2");
-  EXPECT_EQ(qvimage_def2from3(nullptr, &source, 0, 2, 0, 0), -1);
 }
 
 TEST_F(Def2From3Fixed, RefusesJoinedFramesLongerThanAnImage) {
@@ -45,15 +42,12 @@ TEST_F(Def2From3Fixed, RefusesJoinedFramesLongerThanAnImage) {
 
 TEST_F(Def2From3Fixed, DescribesTheSourceWithoutDepth) {
   ASSERT_EQ(qvimage_def2from3(&view, &source, 0, 2, 1, 0), 0);
-  EXPECT_EQ(std::memcmp(view.devname, "QVIM3to2", 8), 0);
   EXPECT_EQ(std::memcmp(&view.d, &source.d, sizeof view.d), 0);
   EXPECT_EQ(view.f.pixelsize, 1);
   EXPECT_EQ(view.h.pixelwidth, 0.5f);
   EXPECT_EQ(view.h.pixelheight, 0.25f);
   EXPECT_EQ(view.h.pixeldepth, 0.0f);
   EXPECT_EQ(view.h.depthunits, 0);
-  for (const uint32_t code : {uint32_t('b'), uint32_t('i'), uint32_t('m')})
-    EXPECT_EQ(view.aeiou(&view, code, 0, 0, nullptr), source.aeiou(&source, code, 0, 0, nullptr) + 1);
 }
 
 TEST_F(Def2From3Fixed, StopsARunAlongJoinedFramesAtEachFrame) {
@@ -66,32 +60,6 @@ TEST_F(Def2From3Fixed, StopsARunAlongJoinedFramesAtEachFrame) {
   EXPECT_EQ(view.ioread(&view, 0, out, 24, 3, 1), 14u);  // columns 3 and, in the next frame, 4 to 7
   const uint8_t expected[14] = {7, 11, 12, 16, 20, 13, 17, 21, 14, 18, 22, 15, 19, 23};
   EXPECT_EQ(std::memcmp(out, expected, 14), 0);
-}
-
-TEST_F(Def2From3Fixed, IsReadOnByViewsOverIt) {
-  qvimage over;
-  ASSERT_EQ(qvimage_def2from3(&view, &source, 0, 2, 0, beside), 0);
-  ASSERT_EQ(qvimage_converter(&over, &view, nullptr, 0, 0, 0, 0), 0);
-  ASSERT_EQ(over.ioset(&over, 0, QVIM_UINT16, 1), 1);
-  uint16_t out[8] = {};
-  ASSERT_EQ(over.ioread(&over, 0, out, 100, 1, 2), 7u);  // across both frames in one call
-  const uint16_t expected[7] = {9, 10, 11, 20, 21, 22, 23};
-  EXPECT_EQ(std::memcmp(out, expected, sizeof expected), 0);
-}
-
-TEST_F(Def2From3Fixed, RefusesOtherScansAndItself) {
-  ASSERT_EQ(qvimage_def2from3(&view, &source, 0, 2, 0, 0), 0);
-  for (const uint32_t mode : {4u, 6u}) {
-    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
-    EXPECT_EQ(view.ioset(&view, mode, QVIM_UINT8, 1), -11);
-    EXPECT_EQ(view.iolen(&view, 1, 0, 0), 0u);  // and what was set up before is gone
-  }
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), -19);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 2), -21);
-  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT8, 1), -11);
-  view.source[0] = -65;
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), -5);
-  EXPECT_EQ(view.bxts(&view, 0, QVIM_UINT8, 1), -5);
 }
 
 TEST_F(Def2From3Fixed, KeepsToThePlaneThatTheSourceHas) {
