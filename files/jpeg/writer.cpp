@@ -24,6 +24,9 @@ bool is_served(const qvimagedata &d) {
 }
 uint32_t components_of(const qvimagedata &d) { return d.pixies == 1 ? 1 : 3; }
 
+// The most negative of two results; without one, the first that is not 0: a callback's answer.
+int32_t stronger(int32_t a, int32_t b) { return a < 0 || b < 0 ? std::min(a, b) : a ? a : b; }
+
 }  // namespace
 
 int32_t writer::set_form(const qvimage &image, const qvimagefileinfo *options) {
@@ -165,11 +168,8 @@ int32_t writer::encode(uint32_t number, const progress &told, qvimage &image, ui
   return code;
 }
 
-// The most negative of two results, or one that is not 0.
-
-static int32_t stronger(int32_t a, int32_t b) { return a < 0 || b < 0 ? std::min(a, b) : a ? a : b; }
-
-int32_t writer::finish(int32_t result) {
+int32_t writer::finish(int32_t error) {
+  int32_t result = std::min(error, 0);
   for (const band *b : bands) result = stronger(result, b->result);
   for (const band *b : bands)
     if (result == 0 && b->next_row != b->end_row)

@@ -51,8 +51,8 @@ struct writer final : jpegcontext {
   [[nodiscard]] int32_t encode(uint32_t number, const progress &told, qvimage &image, uint32_t first,
                                uint32_t end);
 
-  // Joins the bands and keeps the file, unless that result or one of the bands' is not 0.
-  [[nodiscard]] int32_t finish(int32_t result);
+  // Joins the bands and keeps the file, unless that code is negative or a band's result not 0.
+  [[nodiscard]] int32_t finish(int32_t error);
 
   uint32_t slot_of(uint32_t component) const { return component != 0; }
 

@@ -76,10 +76,10 @@ int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *stream, qvimag
 int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
                            const int32_t rows[2]);
 
-/* Joins the bands, ends the file and frees the context; *c becomes null. error is what the caller knows to
- * have failed: when it, or the result of a band, is not 0, the file is given up, and removed if
- * qvimage_jpegwrite0 created or truncated it. The result is the most negative of all codes, or an answer of
- * the callback. stream, image, path and fopenmode mean nothing. */
+/* Joins the bands, ends the file and frees the context; *c becomes null. error is the negative code of what
+ * the caller knows to have failed, else 0: when there is one, or the result of a band is not 0, the file is
+ * given up, and removed if qvimage_jpegwrite0 created or truncated it. The result is the most negative of all
+ * codes, or an answer of the callback. stream, image, path and fopenmode mean nothing. */
 int32_t qvimage_jpegwrite2(jpegcontext **c, void *stream, qvimage *image, const char *path,
                            const char *fopenmode, int32_t error);
 
