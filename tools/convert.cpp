@@ -95,8 +95,9 @@ class conversion {
 
  private:
   void write(const std::string &path, bool append) {
-    progress progress(mean_ ? 1 : pages_.count());
-    const auto writer = format_.create(path, out_, append);
+    const int64_t count = mean_ ? 1 : pages_.count();
+    progress progress(count);
+    const auto writer = format_.create(path, out_, append, count);
     const int64_t last = mean_ ? pages_.first : pages_.last;
     for (int64_t page = pages_.first; page <= last; page++) {
       progress.next_unit();

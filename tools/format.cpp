@@ -7,7 +7,10 @@
 
 #include <qvimage/error.h>
 
+#include "avi.hpp"
+#include "bmp.hpp"
 #include "failure.hpp"
+#include "fits.hpp"
 #include "jpeg.hpp"
 #include "pnm.hpp"
 #include "text.hpp"
@@ -17,7 +20,8 @@ namespace tool {
 
 namespace {
 
-const file_format *const formats[] = {&tiff_format, &jpeg_format, &pnm_format};
+const file_format *const formats[] = {&tiff_format, &jpeg_format, &pnm_format,
+                                      &bmp_format,  &fits_format, &avi_format};
 
 // The first bytes of a file, as far as it has them.
 std::string head_of(const std::string &path) {
@@ -70,8 +74,11 @@ const file_format &format_of_name(const std::string &path) {
 
 std::vector<option> options_of_formats() {
   std::vector<option> all;
-  for (const file_format *format : formats)
-    all.insert(all.end(), format->options.begin(), format->options.end());
+  for (const file_format *format : formats) {
+    for (const option &option : format->options) {
+      if (std::ranges::find(all, option.name, &option::name) == all.end()) all.push_back(option);
+    }
+  }
   return all;
 }
 

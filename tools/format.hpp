@@ -80,8 +80,10 @@ struct file_format {
   // Options of convert for this format's files, and what they make of a page's description. Throws usage_error.
   std::span<const option> options;
   void (*apply)(const arguments &arguments, qvimagefileinfo &info);
-  // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
-  std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append);
+  // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so. `pages` are
+  // how many will be written.
+  std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append,
+                                    int64_t pages);
 };
 
 const file_format &format_of_content(const std::string &path);  // throws a failure that tells what it is not

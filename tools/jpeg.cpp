@@ -9,6 +9,7 @@
 
 #include "document.hpp"
 #include "failure.hpp"
+#include "handle.hpp"
 #include "interrupt.hpp"
 #include "parallel.hpp"
 #include "pixels.hpp"
@@ -43,17 +44,12 @@ int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
 }
 
 int32_t read(qvimage *image, qvimage *, void **handle, const char *path, int64_t) {
-  auto *mine = static_cast<jpegcontext *>(*handle);
-  const int32_t code = qvimage_jpegread(image, &mine, path, nullptr, 0, nullptr);
-  *handle = mine;
-  return code;
+  return with_handle<jpegcontext>(
+      handle, [&](jpegcontext **c) { return qvimage_jpegread(image, c, path, nullptr, 0, nullptr); });
 }
 
 int32_t done(qvimage *image, qvimage *, void **handle) {
-  auto *mine = static_cast<jpegcontext *>(*handle);
-  const int32_t code = qvimage_jpegreaddone(image, &mine);
-  *handle = mine;
-  return code;
+  return with_handle<jpegcontext>(handle, [&](jpegcontext **c) { return qvimage_jpegreaddone(image, c); });
 }
 
 bool coded(const qvimagefileinfo &) { return true; }
@@ -65,19 +61,10 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
   return {{"quality", "quality", formatted("%g", quality), fact::as_number, std::lround(quality), true}};
 }
 
-constexpr option quality_option = {"--quality", "N",
-                                   "of JPEG files, 1 to 100; else IN's, or 90 where it has none"};
 constexpr option writing_options[] = {quality_option};
-constexpr int32_t usual_quality = 900;  // in tenths
 
 void apply(const arguments &arguments, qvimagefileinfo &info) {
-  if (info.jpg_quality == 0 && info.jpg_reserved == 0) info.jpg_quality = usual_quality;
-  if (const auto text = arguments.value(quality_option.name)) {
-    const auto found = numbers<double>(*text, ',', 1, 100);
-    if (!found || found->size() != 1)
-      throw usage_error("--quality takes a number from 1 to 100, not " + printable(*text));
-    info.jpg_quality = static_cast<int32_t>(std::lround(10 * found->front()));
-  }
+  apply_quality(arguments, info);
   info.jpg_comment[0] = info.description;
   info.jpg_comment[1] = info.software;
   info.jpg_comment[2] = info.copyright;
@@ -159,12 +146,23 @@ class jpeg_writer : public writer {
   bool written_ = false;
 };
 
-std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append) {
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append, int64_t) {
   if (append) throw failure(shown, QVERR_UNSUPPORTED, "a JPEG file holds one page");
   return std::make_unique<jpeg_writer>(path, shown);
 }
 
 }  // namespace
+
+void apply_quality(const arguments &arguments, qvimagefileinfo &info) {
+  constexpr int32_t usual_quality = 900;  // in tenths
+  if (info.jpg_quality == 0 && info.jpg_reserved == 0) info.jpg_quality = usual_quality;
+  const auto text = arguments.value(quality_option.name);
+  if (!text) return;
+  const auto found = numbers<double>(*text, ',', 1, 100);
+  if (!found || found->size() != 1)
+    throw usage_error("--quality takes a number from 1 to 100, not " + printable(*text));
+  info.jpg_quality = static_cast<int32_t>(std::lround(10 * found->front()));
+}
 
 const file_format jpeg_format = {"JPEG",
                                  ".jpg .jpeg ",

@@ -1,19 +1,13 @@
 #include "pnm.hpp"
 
-#include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <optional>
-#include <utility>
 
-#include <qvimage/error.h>
 #include <qvimage/pgm.h>
 
 #include "document.hpp"
-#include "failure.hpp"
-#include "interrupt.hpp"
-#include "pixels.hpp"
+#include "handle.hpp"
 #include "progress.hpp"
+#include "serial_writer.hpp"
 #include "text.hpp"
 #include "words.hpp"
 
@@ -41,17 +35,13 @@ int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
 }
 
 int32_t read_all(qvimage3 *image, void **handle, const char *path) {
-  auto *mine = static_cast<pgmhandle *>(*handle);
-  const int32_t code = qvimage3_pgmread(image, nullptr, &mine, path, nullptr, 0, 0);
-  *handle = mine;
-  return code;
+  return with_handle<pgmhandle>(
+      handle, [&](pgmhandle **h) { return qvimage3_pgmread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
 int32_t done_all(qvimage3 *image, void **handle) {
-  auto *mine = static_cast<pgmhandle *>(*handle);
-  const int32_t code = qvimage3_pgmreaddone(image, nullptr, &mine);
-  *handle = mine;
-  return code;
+  return with_handle<pgmhandle>(handle,
+                                [&](pgmhandle **h) { return qvimage3_pgmreaddone(image, nullptr, h); });
 }
 
 bool coded(const qvimagefileinfo &) { return false; }
@@ -68,54 +58,29 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
 void apply(const arguments &, qvimagefileinfo &) {}
 
 // Frames behind one header, all alike.
-class pnm_writer : public writer {
+class pnm_writer : public serial_writer {
  public:
-  pnm_writer(std::string path, std::string shown, bool append)
-      : path_(std::move(path)),
-        shown_(std::move(shown)),
-        frames_(append ? open_document(path_)->pages() : 0) {}
-
-  ~pnm_writer() override {
-    if (handle_ != nullptr) qvimage_pgmwritedone(&handle_);
-  }
-
-  void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool computed) override {
-    if (palette != nullptr)
-      throw failure(shown_, QVERR_UNSUPPORTED, "anymaps have no palettes (--colour rgb applies one)");
-    const auto ahead = computed ? read_ahead(page, path_) : nullptr;
-    write(ahead ? *ahead : page, options);
-  }
-
-  void finish() override {
-    errno = 0;
-    if (handle_ != nullptr) checked(qvimage_pgmwritedone(&handle_));
-  }
+  pnm_writer(const std::string &file, const std::string &shown, bool append)
+      : serial_writer(file, shown), frames_(append ? open_document(file)->pages() : 0) {}
+  ~pnm_writer() override { end(); }
 
  private:
-  void write(pixels &page, qvimagefileinfo &options) {
-    qvimage *image = page.image(0);
+  int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
+    if (palette != nullptr) refuse("anymaps have no palettes (--colour rgb applies one)");
     const int32_t hint = image->d.pixelhint;
-    errno = 0;
-    if (handle_ == nullptr)
-      checked(qvimage_pgmwriteinit(nullptr, &handle_, path_.c_str(), nullptr, 0, image,
-                                   static_cast<uint64_t>(frames_), &options, blue_first(hint), is_rgb(hint)));
-    const int32_t code = qvimage_pgmwriteadd(&handle_, progress::callback, image);
-    if (code == 0) return;
-    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
-    page.blame(0, progress::last_step() - 1);
-    checked(code);
+    return qvimage_pgmwriteinit(nullptr, &handle_, path(), nullptr, 0, image, static_cast<uint64_t>(frames_),
+                                &options, blue_first(hint), is_rgb(hint));
   }
-
-  void checked(int32_t code) const {
-    if (code < 0) throw failure(shown_, code, reason(code, "these pixels cannot be stored as an anymap"));
+  int32_t page(qvimage *image, qvimage *, qvimagefileinfo &) override {
+    return qvimage_pgmwriteadd(&handle_, progress::callback, image);
   }
+  int32_t end() override { return handle_ == nullptr ? 0 : qvimage_pgmwritedone(&handle_); }
 
-  const std::string path_, shown_;
   const int64_t frames_;  // of the file, before
   pgmhandle *handle_ = nullptr;
 };
 
-std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append) {
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append, int64_t) {
   return std::make_unique<pnm_writer>(path, shown, append);
 }
 

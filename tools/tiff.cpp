@@ -5,6 +5,7 @@
 #include <qvimage/tiff.h>
 
 #include "failure.hpp"
+#include "handle.hpp"
 #include "text.hpp"
 #include "words.hpp"
 
@@ -33,32 +34,25 @@ int64_t info_many(qvimagefileinfo *infos, int64_t count, const char *path, int64
   return qvimage_tiffinfoN(infos, count, path, nullptr, info_block, first);
 }
 
-// Calls the library with a handle of its own type.
-template <class Call>
-int32_t with_handle(void **handle, Call call) {
-  auto *mine = static_cast<tiffhandle *>(*handle);
-  const int32_t code = call(&mine);
-  *handle = mine;
-  return code;
-}
-
 int32_t read(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page) {
-  return with_handle(handle, [&](tiffhandle **h) {
+  return with_handle<tiffhandle>(handle, [&](tiffhandle **h) {
     return qvimage_tiffread(image, palette, h, path, nullptr, 0, static_cast<uint64_t>(page), 0);
   });
 }
 
 int32_t done(qvimage *image, qvimage *palette, void **handle) {
-  return with_handle(handle, [&](tiffhandle **h) { return qvimage_tiffreaddone(image, palette, h); });
+  return with_handle<tiffhandle>(handle,
+                                 [&](tiffhandle **h) { return qvimage_tiffreaddone(image, palette, h); });
 }
 
 int32_t read_all(qvimage3 *image, void **handle, const char *path) {
-  return with_handle(
+  return with_handle<tiffhandle>(
       handle, [&](tiffhandle **h) { return qvimage3_tiffread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
 int32_t done_all(qvimage3 *image, void **handle) {
-  return with_handle(handle, [&](tiffhandle **h) { return qvimage3_tiffreaddone(image, nullptr, h); });
+  return with_handle<tiffhandle>(handle,
+                                 [&](tiffhandle **h) { return qvimage3_tiffreaddone(image, nullptr, h); });
 }
 
 // --- words

@@ -120,7 +120,7 @@ class tiff_writer : public writer {
 
 }  // namespace
 
-std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append) {
+std::unique_ptr<writer> create_tiff(const std::string &path, const std::string &shown, bool append, int64_t) {
   return std::make_unique<tiff_writer>(path, shown, append);
 }
 

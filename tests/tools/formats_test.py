@@ -10,19 +10,32 @@ TEXTS = dict(description=b"a frame", software=b"camera 3", copyright=b"me")
 class Formats(ToolTest):
     def test_pages_go_there_and_back(self):
         """Within so much of every value; the rest of the page stays."""
-        resolution = ((300, 1), (150, 1), 2)
+        resolution = ((120, 1), (60, 1), 3)
         texts = dict(TEXTS, datetime=b"2024:05:06 07:08:09")
-        grey, colour = (picture(40, 30, samples=n, strings=texts, resolution=resolution) for n in (1, 3))
+        make = lambda **more: picture(40, 30, strings=texts, resolution=resolution, **more)
+        grey, colour, deep = make(), make(samples=3), make(bits=16)
+        palette = palette_picture(40, 30, bits=4)
+        palette.palette = [value // 257 * 257 for value in palette.palette]
+        no_date = TEXTS.keys()
         cases = [
-            ("b.jpg", grey, ["--quality=100"], 2, resolution),
-            ("b.jpeg", colour, ["--quality=100"], 6, resolution),
-            ("b.pgm", grey, [], 0, None),
-            ("b.ppm", colour, [], 0, None),
-            ("b.pnm", picture(40, 30, samples=3, bits=16, strings=texts), [], 0, None),
-            ("b.pgm", picture(40, 30, bits=12, strings=texts), ["--rotate=180", "--flip=x", "--flip=y"], 0, None),
-            ("b.pbm", picture(41, 30, bits=1, strings=texts), [], 0, None),
+            ("b.jpg", grey, ["--quality=100"], 2, True, no_date),
+            ("b.jpeg", colour, ["--quality=100"], 6, True, no_date),
+            ("b.pgm", grey, [], 0, False, texts),
+            ("b.ppm", colour, [], 0, False, texts),
+            ("b.pnm", make(samples=3, bits=16), [], 0, False, texts),
+            ("b.pgm", make(bits=12), ["--rotate=180", "--flip=x", "--flip=y"], 0, False, texts),
+            ("b.pbm", make(bits=1), [], 0, False, texts),
+            ("b.bmp", grey, [], 0, True, ()),
+            ("b.bmp", colour, [], 0, True, ()),
+            ("b.bmp", palette, [], 0, False, ()),
+            ("b.fits", deep, [], 0, False, ["description"]),
+            ("b.fits", colour, [], 0, False, ["description"]),
+            ("b.fits", make(bits=32, real=True), [], 0, False, ["description"]),
+            ("b.avi", grey, [], 0, False, texts),
+            ("b.avi", colour, [], 0, False, texts),
+            ("b.avi", grey, ["--codec=mjpg"], 9, False, texts),
         ]
-        for name, page, words, most, resolution in cases:
+        for name, page, words, most, sized, kept in cases:
             with self.subTest(name=name, page=page.shape()[:6]):
                 there, back = self.path(name), self.path("back.tif")
                 self.good("convert", *words, self.make("a.tif", page), there)
@@ -30,10 +43,23 @@ class Formats(ToolTest):
                 (found,) = tiff.read(back)
                 self.assertEqual(found.shape(), page.shape())
                 self.assertLessEqual(max(abs(p - q) for p, q in zip(found.pixels, as_stored(page))), most)
-                self.assertEqual(found.resolution, resolution)
-                if name.startswith("b.j"):
-                    found.strings["datetime"] = texts["datetime"]  # has no place there
-                self.assertEqual(found.strings, texts)
+                if sized:
+                    ratios = [n / d for n, d in found.resolution[:2]]
+                    self.assertEqual((ratios, found.resolution[2]), ([120, 60], 3))
+                if "datetime" not in kept:
+                    found.strings.pop("datetime", None)
+                self.assertEqual(found.strings, {name: texts[name] for name in kept})
+
+    def test_frames_are_pages(self):
+        pages = [tiff.Page(9, 8, [i] * 72) for i in range(12)]
+        path = self.make("a.tif", *pages)
+        for name, kind in (("b.fits", "FITS"), ("b.avi", "AVI")):
+            self.good("convert", path, self.path(name))
+            self.assertIn(f"{kind}, 12 pages", self.good("info", self.path(name)))
+            self.good("convert", "--pages=3-", self.path(name), self.path("c.tif"))
+            found = tiff.read(self.path("c.tif"))
+            self.assertEqual([page.pixels for page in found], [page.pixels for page in pages[2:]])
+            self.good("diff", path, self.path(name))
 
     def test_frames_of_anymaps_are_pages(self):
         pages = [tiff.Page(9, 8, [i] * 72) for i in range(12)]
@@ -81,6 +107,11 @@ class Formats(ToolTest):
             ("b.pgm", [picture(9, 8, bits=32)], [], 1, "-19"),
             ("b.pgm", [page, picture(9, 7)], [], 1, "page|frame"),
             ("b.pgm", [palette_picture(9, 8)], [], 1, "anymaps have no palettes"),
+            ("b.bmp", [page, page], [], 1, "a BMP file holds one page .--pages"),
+            ("b.bmp", [picture(9, 8, bits=16)], [], 1, "BMP files have 1, 4, 8, 24 or 32 bits a pixel"),
+            ("b.fits", [page, picture(9, 7)], [], 1, "-1"),
+            ("b.avi", [picture(9, 8, samples=4)], [], 1, "hold grey or RGB pixels .--colour"),
+            ("b.avi", [page], ["--rate=0"], 2, "--rate takes N or N,M"),
             ("b.tif", [page], ["--quality=50"], 2, "--quality is for JPEG files, not for TIFF"),
         ]
         for name, pages, words, status, text in cases:

@@ -1,0 +1,119 @@
+#include "avi.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include <qvimage/avi.h>
+#include <qvimage/error.h>
+
+#include "failure.hpp"
+#include "handle.hpp"
+#include "jpeg.hpp"
+#include "progress.hpp"
+#include "serial_writer.hpp"
+#include "text.hpp"
+#include "words.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr char bitmaps[] = "DIB ", motion_jpeg[] = "MJPG";
+
+bool recognises(std::string_view, std::string_view head) {
+  return head.starts_with("RIFF") && head.substr(8).starts_with("AVI ");
+}
+
+int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
+  return qvimage_aviinfo(info, path, nullptr, 0);
+}
+
+int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+  return with_handle<avihandle>(
+      handle, [&](avihandle **h) { return qvimage3_aviread(image, nullptr, h, path, nullptr, 0, 0); });
+}
+
+int32_t done_all(qvimage3 *image, void **handle) {
+  return with_handle<avihandle>(handle,
+                                [&](avihandle **h) { return qvimage3_avireaddone(image, nullptr, h); });
+}
+
+bool is_motion_jpeg(const qvimagefileinfo &info) {
+  return std::memcmp(info.avi_handler, motion_jpeg, 4) == 0;
+}
+
+bool coded(const qvimagefileinfo &info) { return is_motion_jpeg(info); }
+std::string kind(const qvimagefileinfo &) { return "AVI"; }
+
+std::vector<fact> facts(const qvimagefileinfo &info) {
+  const std::string codec = is_motion_jpeg(info) ? "mjpg" : "bitmaps";
+  const double rate = info.avi_rateden == 0 ? 25 : static_cast<double>(info.avi_ratenum) / info.avi_rateden;
+  return {{"codec", "codec", codec, fact::as_words, 0, true},
+          {"rate", "rate", formatted("%g frames a second", rate)}};
+}
+
+constexpr option codec_option = {"--codec", "bitmaps|mjpg", "of AVI files; else IN's, or bitmaps"};
+constexpr option rate_option = {"--rate", "N[,M]",
+                                "N frames in M seconds (M: 1) of AVI files; else IN's, or 25"};
+constexpr option writing_options[] = {codec_option, rate_option, quality_option};
+
+void apply(const arguments &arguments, qvimagefileinfo &info) {
+  apply_quality(arguments, info);
+  if (const auto codec = arguments.value(codec_option.name)) {
+    const char *const handlers[] = {bitmaps, motion_jpeg};
+    std::memcpy(info.avi_handler, handlers[chosen(codec_option, *codec)], 4);
+  }
+  const auto rate = arguments.value(rate_option.name);
+  if (!rate) return;
+  const auto found = numbers<int64_t>(*rate, ',', 1, INT32_MAX);
+  if (!found || found->size() > 2)
+    throw usage_error("--rate takes N or N,M, numbers from 1 on, not " + printable(*rate));
+  info.avi_ratenum = static_cast<uint32_t>(found->front());
+  info.avi_rateden = found->size() == 2 ? static_cast<uint32_t>(found->back()) : 1;
+}
+
+class avi_writer : public serial_writer {
+ public:
+  avi_writer(const std::string &file, const std::string &shown, int64_t pages)
+      : serial_writer(file, shown), pages_(pages) {}
+  ~avi_writer() override { end(); }
+
+ private:
+  int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
+    constexpr uint32_t extended = 2;  // of any length
+    if (image->d.pixies > 1 && !is_rgb(image->d.pixelhint))
+      refuse("AVI files hold grey or RGB pixels (--colour makes them)");
+    return qvimage_aviwriteinit(nullptr, &handle_, path(), nullptr, image, 0, nullptr, palette, &options, 0,
+                                palette != nullptr && red_first(palette),
+                                static_cast<uint32_t>(std::min<int64_t>(pages_, INT32_MAX)), extended);
+  }
+  int32_t page(qvimage *image, qvimage *, qvimagefileinfo &options) override {
+    return qvimage_aviwriteadd(progress::callback, &handle_, path(), &options, image, red_first(image));
+  }
+  int32_t end() override { return handle_ == nullptr ? 0 : qvimage_aviwritedone(nullptr, &handle_, path()); }
+
+  const int64_t pages_;
+  avihandle *handle_ = nullptr;
+};
+
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append,
+                               int64_t pages) {
+  if (append) throw failure(shown, QVERR_UNSUPPORTED, "frames are not added to AVI files");
+  return std::make_unique<avi_writer>(path, shown, pages);
+}
+
+}  // namespace
+
+const file_format avi_format = {"AVI",
+                                ".avi ",
+                                recognises,
+                                {info, nullptr, qvimage_aviinfodone, nullptr, nullptr, read_all, done_all},
+                                nullptr,
+                                coded,
+                                kind,
+                                facts,
+                                writing_options,
+                                apply,
+                                create};
+
+}  // namespace tool

@@ -1,0 +1,10 @@
+// AVI files: the entry of the table of formats.
+#pragma once
+
+#include "format.hpp"
+
+namespace tool {
+
+extern const file_format avi_format;
+
+}  // namespace tool

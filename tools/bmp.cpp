@@ -1,0 +1,91 @@
+#include "bmp.hpp"
+
+#include <cmath>
+
+#include <qvimage/bmp.h>
+#include <qvimage/error.h>
+
+#include "failure.hpp"
+#include "handle.hpp"
+#include "progress.hpp"
+#include "serial_writer.hpp"
+#include "text.hpp"
+#include "words.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr uint32_t colour_palette = 1;                  // of bmp_palettekind
+constexpr uint32_t unit_inch = 2, unit_centimetre = 3;  // of resunit
+constexpr double inches_a_metre = 1 / 0.0254;
+
+bool recognises(std::string_view, std::string_view head) { return head.starts_with("BM"); }
+
+int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
+  const int32_t code = qvimage_bmpinfo(info, path, nullptr, 0, 0);
+  if (code < 0) return code;
+  info->palette = info->bmp_palettekind == colour_palette;
+  if (info->bmp_xppm <= 0 || info->bmp_yppm <= 0) return code;
+  info->resunit = unit_centimetre;
+  info->xres[0] = static_cast<uint32_t>(info->bmp_xppm);
+  info->yres[0] = static_cast<uint32_t>(info->bmp_yppm);
+  info->xres[1] = info->yres[1] = 100;
+  return code;
+}
+
+int32_t read(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t) {
+  return with_handle<bmphandle>(
+      handle, [&](bmphandle **h) { return qvimage_bmpread(image, palette, h, path, nullptr, 0, 1, 0, 0); });
+}
+
+int32_t done(qvimage *image, qvimage *palette, void **handle) {
+  return with_handle<bmphandle>(handle,
+                                [&](bmphandle **h) { return qvimage_bmpreaddone(image, palette, h); });
+}
+
+bool coded(const qvimagefileinfo &) { return false; }
+std::string kind(const qvimagefileinfo &) { return "BMP"; }
+std::vector<fact> facts(const qvimagefileinfo &) { return {}; }
+
+void apply(const arguments &, qvimagefileinfo &info) {
+  const double a_metre = info.resunit == unit_inch         ? inches_a_metre
+                         : info.resunit == unit_centimetre ? 100
+                                                           : 0;
+  const double x = resolution(info.xres) * a_metre, y = resolution(info.yres) * a_metre;
+  info.bmp_xppm = x <= INT32_MAX ? static_cast<int32_t>(std::lround(x)) : 0;
+  info.bmp_yppm = y <= INT32_MAX ? static_cast<int32_t>(std::lround(y)) : 0;
+}
+
+class bmp_writer : public serial_writer {
+ public:
+  bmp_writer(const std::string &file, const std::string &shown) : serial_writer(file, shown) {}
+
+ private:
+  int32_t begin(qvimage *, qvimage *, qvimagefileinfo &) override { return 0; }
+  int32_t page(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
+    if (written_) refuse("a BMP file holds one page (--pages chooses it)");
+    const int32_t hint = image->d.pixelhint;
+    if (image->d.pixies > 1 && !is_rgb(hint))
+      refuse("BMP files hold grey or RGB pixels (--colour makes them)");
+    written_ = true;
+    return qvimage_bmpwrite(progress::callback, image, palette, path(), "w+b", 0, &options, red_first(image),
+                            palette != nullptr && red_first(palette), 0);
+  }
+  int32_t end() override { return 0; }
+  bool written_ = false;
+};
+
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append, int64_t) {
+  if (append) throw failure(shown, QVERR_UNSUPPORTED, "a BMP file holds one page");
+  return std::make_unique<bmp_writer>(path, shown);
+}
+
+}  // namespace
+
+const file_format bmp_format = {
+    "BMP",   ".bmp ", recognises, {info, nullptr, qvimage_bmpinfodone, read, done, nullptr, nullptr},
+    nullptr, coded,   kind,       facts,
+    {},      apply,   create};
+
+}  // namespace tool

@@ -1,0 +1,100 @@
+#include "fits.hpp"
+
+#include <qvimage/error.h>
+#include <qvimage/fits.h>
+
+#include "failure.hpp"
+#include "handle.hpp"
+#include "progress.hpp"
+#include "serial_writer.hpp"
+#include "text.hpp"
+
+namespace tool {
+
+namespace {
+
+bool recognises(std::string_view, std::string_view head) { return head.starts_with("SIMPLE  ="); }
+
+int32_t info(qvimagefileinfo *info, const char *path, int64_t page) {
+  const int32_t code = qvimage_fitsinfo(info, path, nullptr, 0, static_cast<uint64_t>(page));
+  if (code >= 0) info->description = info->fts_comment;
+  return code;
+}
+
+int64_t info_many(qvimagefileinfo *infos, int64_t count, const char *path, int64_t first) {
+  const int64_t found = qvimage_fitsinfoN(infos, count, path, nullptr, 0, first);
+  for (int64_t i = 0; i < found; i++) infos[i].description = infos[i].fts_comment;
+  return found;
+}
+
+int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+  return with_handle<fitshandle>(
+      handle, [&](fitshandle **h) { return qvimage3_fitsread(image, nullptr, h, path, nullptr, 0, 0); });
+}
+
+int32_t done_all(qvimage3 *image, void **handle) {
+  return with_handle<fitshandle>(handle,
+                                 [&](fitshandle **h) { return qvimage3_fitsreaddone(image, nullptr, h); });
+}
+
+bool coded(const qvimagefileinfo &) { return false; }
+std::string kind(const qvimagefileinfo &) { return "FITS"; }
+
+std::vector<fact> facts(const qvimagefileinfo &info) {
+  std::vector<fact> facts = {
+      {"bitpix", "BITPIX", formatted("%d", info.fts_bitpix), fact::as_number, info.fts_bitpix}};
+  struct {
+    const char *key;
+    const char *text;
+  } const texts[] = {{"object", info.fts_object},
+                     {"observer", info.fts_observer},
+                     {"origin", info.fts_origin},
+                     {"observed", info.fts_date_obs}};
+  for (const auto &[key, text] : texts) {
+    if (text != nullptr) facts.push_back({key, key, printable(text)});
+  }
+  return facts;
+}
+
+void apply(const arguments &, qvimagefileinfo &info) { info.fts_comment = info.description; }
+
+class fits_writer : public serial_writer {
+ public:
+  fits_writer(const std::string &file, const std::string &shown, int64_t pages)
+      : serial_writer(file, shown), pages_(pages) {}
+  ~fits_writer() override { end(); }
+
+ private:
+  int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
+    if (palette != nullptr) refuse("FITS files have no palettes (--colour rgb applies one)");
+    constexpr int64_t no_frames = -1;
+    const qvywindow window = image->wind;
+    return qvimage_fitswriteinit(&handle_, &window, nullptr, image, path(), nullptr, 0,
+                                 pages_ == 1 ? no_frames : pages_, &options);
+  }
+  int32_t page(qvimage *image, qvimage *, qvimagefileinfo &options) override {
+    return qvimage_fitswriteadd(&handle_, progress::callback, image, &options);
+  }
+  int32_t end() override { return handle_ == nullptr ? 0 : qvimage_fitswritedone(&handle_); }
+
+  const int64_t pages_;
+  fitshandle *handle_ = nullptr;
+};
+
+std::unique_ptr<writer> create(const std::string &path, const std::string &shown, bool append,
+                               int64_t pages) {
+  if (append) throw failure(shown, QVERR_UNSUPPORTED, "frames are not added to FITS files");
+  return std::make_unique<fits_writer>(path, shown, pages);
+}
+
+}  // namespace
+
+const file_format fits_format = {
+    "FITS",     ".fits .fit .fts ",
+    recognises, {info, info_many, qvimage_fitsinfodone, nullptr, nullptr, read_all, done_all},
+    nullptr,    coded,
+    kind,       facts,
+    {},         apply,
+    create};
+
+}  // namespace tool
