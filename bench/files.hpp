@@ -1,5 +1,5 @@
-// What benchmarks of file formats have in common: a folder, registration, and the plain calls that any reader or writer
-// must do at least.
+// What benchmarks of file formats have in common: a folder, registration, and the plain calls that any reader
+// or writer must do at least.
 #pragma once
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,5 @@
-// Why a call failed, in words: what qvimage_reason answers. One text of bounded length a thread, nothing allocated.
+// Why a call failed, in words: what qvimage_reason answers. One text of bounded length a thread, nothing
+// allocated.
 //
 // Whoever finds the cause states it, and the layers above it add where it was found:
 //
@@ -10,8 +11,8 @@
 //
 // Words are read by people: pages, strips, rows and samples count from 1 in them, bytes from 0.
 //
-// Exported functions that can fail are doors: they hold a public_call. Only the outermost one on the thread counts, so
-// that the library may call its own functions. Transfers, which answer no code, hold a transfer.
+// Exported functions that can fail are doors: they hold a public_call. Only the outermost one on the thread
+// counts, so that the library may call its own functions. Transfers, which answer no code, hold a transfer.
 #pragma once
 
 #include <concepts>
@@ -40,18 +41,18 @@ class word {
 
 using words = std::initializer_list<word>;
 
-// States a cause, and passes its code on. Of several in one call the worst counts, and among equals the first: what
-// follows it is mostly its consequence. Outside of exported functions nothing is stated.
+// States a cause, and passes its code on. Of several in one call the worst counts, and among equals the
+// first: what follows it is mostly its consequence. Outside of exported functions nothing is stated.
 int32_t because(int32_t code, words cause);
 
-// Puts a place before the cause that was stated, if this is a failure, and passes its code on. When another cause was
-// stated than this one, or none, the code's own text takes its place.
+// Puts a place before the cause that was stated, if this is a failure, and passes its code on. When another
+// cause was stated than this one, or none, the code's own text takes its place.
 int32_t within(words place, int32_t code);
 
 namespace reason {
 
-// Two numbers that every call may touch: at fixed places of the thread's memory, which costs no function call. The
-// text is touched by failures only.
+// Two numbers that every call may touch: at fixed places of the thread's memory, which costs no function
+// call. The text is touched by failures only.
 struct state {
   int32_t code;      // of the cause that was stated; 0: none
   uint16_t doors;    // calls of exported functions inside each other

@@ -1,5 +1,5 @@
-// Strip codecs: any code decodes, or fails with a documented result, and whatever rows are coded come back; neither
-// depends on the pieces in which input and room come.
+// Strip codecs: any code decodes, or fails with a documented result, and whatever rows are coded come back;
+// neither depends on the pieces in which input and room come.
 #pragma once
 
 #include "fuzz/input.hpp"

@@ -1,5 +1,5 @@
-// Every constructor of views over a source that says anything of its pixels and its size, and serves whatever it
-// is asked for: nothing is divided by zero, goes on for ever, or reaches beyond a buffer.
+// Every constructor of views over a source that says anything of its pixels and its size, and serves whatever
+// it is asked for: nothing is divided by zero, goes on for ever, or reaches beyond a buffer.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -107,7 +107,8 @@ struct credulous {
 // Room for the entries of any pixie of 16 bits.
 const uint16_t entries[65536] = {};
 
-// The view's constructor, in the 3-D form where the source is that. Indices of 32 bits would need larger tables.
+// The view's constructor, in the 3-D form where the source is that. Indices of 32 bits would need larger
+// tables.
 int32_t make(qvimage *v, qvimage *s, fuzz_input &from) {
   const uint8_t shared = uint8_t(from.up_to(1));
   const void *const tables[4] = {entries, entries, entries, entries};

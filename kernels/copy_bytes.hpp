@@ -1,6 +1,6 @@
-// Long copies to any address. glibc makes them by the processor's string instruction from a size of 2, 4 or 8 KiB on, by
-// the width of its vectors; where their destination is not aligned, that takes up to three times as long as vectors do on
-// AMD's Zen. So such copies are made in pieces below the smallest of these sizes.
+// Long copies to any address. glibc makes them by the processor's string instruction from a size of 2, 4 or 8
+// KiB on, by the width of its vectors; where their destination is not aligned, that takes up to three times
+// as long as vectors do on AMD's Zen. So such copies are made in pieces below the smallest of these sizes.
 #pragma once
 
 #include <cstdint>

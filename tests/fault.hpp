@@ -84,9 +84,9 @@ struct faulted {
   uint32_t calls;  // the kind of call; 0: an allocation
 };
 
-// Makes all that an operation needs fail in turn - each allocation, then each file call of each of these kinds - once,
-// and from then on for ever. It must answer -2 or `code` then, 0 once nothing failed, and leave nothing allocated or
-// open. `check` sees what became of each run, when the fault is over.
+// Makes all that an operation needs fail in turn - each allocation, then each file call of each of these
+// kinds - once, and from then on for ever. It must answer -2 or `code` then, 0 once nothing failed, and leave
+// nothing allocated or open. `check` sees what became of each run, when the fault is over.
 template <class Operation, class Check>
 void expect_faults_reported(Operation operation, int32_t code, uint32_t calls, Check check) {
   const auto run = [&](auto &fault, uint32_t kind, bool for_ever, int64_t live, int64_t open) {

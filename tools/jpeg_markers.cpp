@@ -1,5 +1,5 @@
-// The segments of JPEG files that the library passes over: listed here, so that convert can say what it leaves
-// behind.
+// The segments of JPEG files that the library passes over: listed here, so that convert can say what it
+// leaves behind.
 #include <algorithm>
 #include <cstdio>
 #include <memory>

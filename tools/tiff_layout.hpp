@@ -1,5 +1,5 @@
-// How a TIFF page is cut: into strips, which make the file's bytes, and into bands of strips that threads code
-// at once, which do not.
+// How a TIFF page is cut: into strips, which make the file's bytes, and into bands of strips that threads
+// code at once, which do not.
 #pragma once
 
 #include <cstdint>

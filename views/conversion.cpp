@@ -108,8 +108,8 @@ uint32_t stored_word(const qvimagedata &image) {
   return is_integer(image.pixietype) ? type | uint32_t(image.i_bitsxsb) | image.i_dirtyread : type;
 }
 
-// It does when the bits and the masking make no difference to the kernel. Where the image is a view that serves
-// another type, its own bits and mode hold for that.
+// It does when the bits and the masking make no difference to the kernel. Where the image is a view that
+// serves another type, its own bits and mode hold for that.
 bool presents_itself(const qvimagedata &image, const presentation &p, uint32_t datatype) {
   side stored{stored_word(image), uint32_t(image.i_bitsused)};
   if (!stored.integer()) stored.bits = p.bits ? 8 * uint32_t(qvimdatasize(datatype)) : 0;

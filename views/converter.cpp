@@ -93,8 +93,8 @@ struct converter : view<Dim, converter<Dim>> {
     });
   }
 
-  // The components that the source leaves alone in staged pixels, its pads: the same ones in all of them. Where
-  // the first pixel does not look like it there are none.
+  // The components that the source leaves alone in staged pixels, its pads: the same ones in all of them.
+  // Where the first pixel does not look like it there are none.
   static pixie_set pads(image *im, uint32_t mode, const uint8_t *staging, uint32_t n,
                         const point<Dim> &place) {
     source_image *source = source_of(im);

@@ -57,7 +57,8 @@ inline void bring_others(const conversion &change, uint8_t *staging, uint8_t *va
     if (!left_alone[i]) std::memcpy(values + i * size, brought + i * size, size);
 }
 
-// Which of a chunk's pixies the source left as they were: those whose bytes are the former ones are read again.
+// Which of a chunk's pixies the source left as they were: those whose bytes are the former ones are read
+// again.
 template <class Kind>
 pixie_set left_alone(typename Kind::image *im, const pixel_conversion &s, uint32_t mode,
                      const uint8_t *staging, const uint8_t *former, qvxyzcoord *list, uint32_t n) {

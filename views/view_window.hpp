@@ -73,8 +73,8 @@ struct view_window {
     return call.result(code < 0 ? fail(im, code) : finish(im));
   }
   static int32_t build(image *, const source_image *) { return 0; }
-  // Has it no more components than a colour mask can select, nor pixies more bits than they hold? A null image
-  // has none of either.
+  // Has it no more components than a colour mask can select, nor pixies more bits than they hold? A null
+  // image has none of either.
   static bool can_be_presented(const qvimagedata &d) {
     const int32_t width = 8 * qvimdatasize(uint32_t(d.pixietype));
     return d.pixies >= 0 && d.pixies <= most_pixies &&

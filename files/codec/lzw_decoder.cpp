@@ -101,8 +101,8 @@ int32_t decoder::accept(uint32_t code) {
   return 0;
 }
 
-// Writes what there is room for of the pending string; true when all of it is out. A string that does not go out at
-// once is unfolded first, so that many small pieces of it cost no more than one.
+// Writes what there is room for of the pending string; true when all of it is out. A string that does not go
+// out at once is unfolded first, so that many small pieces of it cost no more than one.
 bool decoder::deliver(codecstream &out) {
   if (pending_ == 0) return true;
   const uint32_t length = facts_of(previous_).length();

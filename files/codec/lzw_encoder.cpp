@@ -28,9 +28,9 @@ void pad(bit_buffer &buffer) {
 
 }  // namespace
 
-// Four neighbouring bytes at a time have a secret place. Within such four no two strings share a slot, since these are
-// apart modulo 5. The numbers are those of Steele, Lea and Flood, "Fast splittable pseudorandom number generators",
-// OOPSLA 2014.
+// Four neighbouring bytes at a time have a secret place. Within such four no two strings share a slot, since
+// these are apart modulo 5. The numbers are those of Steele, Lea and Flood, "Fast splittable pseudorandom
+// number generators", OOPSLA 2014.
 void encoder::reset(uint64_t seed) {
   stage_ = stage::start;
   for (uint32_t byte = 0; byte < 256; byte += 4) {
@@ -93,8 +93,8 @@ void encoder::emit(uint32_t code, bit_buffer &buffer) const {
   buffer.count += width_;
 }
 
-// The slot of a string, or the free one where it belongs. Where strings meet cannot be foreseen, so that no pixels
-// drive them into one heap; and only the sum waits for the code.
+// The slot of a string, or the free one where it belongs. Where strings meet cannot be foreseen, so that no
+// pixels drive them into one heap; and only the sum waits for the code.
 inline uint32_t encoder::find(uint32_t code, uint32_t byte) const {
   uint32_t slot = (code * 5 + spread_[byte]) % slots;
   while (table_[slot] && pairs_[table_[slot]] != pair(code, byte)) slot = (slot + 1) % slots;

@@ -7,8 +7,8 @@ namespace qvim::lzw {
 
 class encoder {
  public:
-  // The seed is the caller's secret: what it spreads cannot be foreseen by whoever makes the pixels. The code is the same
-  // with any.
+  // The seed is the caller's secret: what it spreads cannot be foreseen by whoever makes the pixels. The code
+  // is the same with any.
   void reset(uint64_t seed);
   [[nodiscard]] int32_t run(codecstream &in, codecstream &out);
 

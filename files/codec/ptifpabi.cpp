@@ -111,8 +111,8 @@ int32_t encode(pabi_state &s, codecstream &in, codecstream &out) {
   return in.more > 0 ? 0 : 1;
 }
 
-// Whole packets, while there is ample input: where there is room for the longest, each writes as much as that, in a
-// fixed number of stores.
+// Whole packets, while there is ample input: where there is room for the longest, each writes as much as
+// that, in a fixed number of stores.
 QVIM_CLONES void decode_bulk(codecstream &in, codecstream &out) {
   const uint8_t *from = in.next;
   uint8_t *to = out.next;

@@ -45,8 +45,8 @@ inline constexpr char *qvimagefileinfo::*text_members[] = {
     &qvimagefileinfo::datetime, &qvimagefileinfo::software, &qvimagefileinfo::description,
     &qvimagefileinfo::copyright};
 
-// Reads the header; comments that are no sizes go to the texts, in order. 0, -2, -7, or -10 for anything else than a
-// header.
+// Reads the header; comments that are no sizes go to the texts, in order. 0, -2, -7, or -10 for anything else
+// than a header.
 [[nodiscard]] int32_t read_header(bufio &file, header *h, texts *comments);
 
 // Writes it to a stream's beginning; options may be null. Failures latch in the stream.

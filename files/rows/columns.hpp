@@ -1,5 +1,5 @@
-// Pieces of rows that are kept for the runs down a plane, or from plane to plane, beside the one they were read for: a
-// row is decoded once for many columns, a page turned to once for many pixels.
+// Pieces of rows that are kept for the runs down a plane, or from plane to plane, beside the one they were
+// read for: a row is decoded once for many columns, a page turned to once for many pixels.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,8 @@ namespace qvim {
 
 class columns {
  public:
-  // So much memory at most; it is taken when runs along y or z are set up, and lives as long as the file is open.
+  // So much memory at most; it is taken when runs along y or z are set up, and lives as long as the file is
+  // open.
   static constexpr uint64_t most_bytes = uint64_t{64} << 20;
   // Bytes of a piece in runs from plane to plane, whose rows are far from each other.
   static constexpr uint64_t most_across_planes = 4096;
@@ -18,8 +19,8 @@ class columns {
   // Room for the runs of an image: `lines` pixels each, side by side. When memory is short there is none.
   void reserve(uint32_t width, uint32_t lines, uint32_t pixel_bytes);
 
-  // Which runs: their direction, the plane in which they go down or the row in which they go through, how long they
-  // are, how many lie side by side.
+  // Which runs: their direction, the plane in which they go down or the row in which they go through, how
+  // long they are, how many lie side by side.
   struct bundle {
     bool down;
     uint32_t fixed, lines, width, pixel_bytes;

@@ -24,8 +24,8 @@ int32_t with_first_plane(qvimage3 &image, Function f) {
   return code < 0 ? code : f(plane);
 }
 
-// Each plane to the function, until one answers other than 0. Whoever wants to know hears of the rows of a 2-D image,
-// which the function tells, and of the planes of a 3-D image.
+// Each plane to the function, until one answers other than 0. Whoever wants to know hears of the rows of a
+// 2-D image, which the function tells, and of the planes of a 3-D image.
 template <class Function>
 int32_t for_each_plane(qvimage &image, const progress &told, Function f) {
   return f(image, told, 0);

@@ -153,7 +153,8 @@ class run {
     return 0;
   }
 
-  // Are the pixels of this run and of those beside it to be kept? Not for a few that can be had by themselves.
+  // Are the pixels of this run and of those beside it to be kept? Not for a few that can be had by
+  // themselves.
   bool turns_to_columns(bool down, uint32_t n) {
     constexpr uint32_t few = 16;
     if (n < few && (down ? source().finds_pixels() : n == 1)) return false;

@@ -53,13 +53,13 @@ void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
 [[nodiscard]] int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize,
                                  uint32_t flags);
 
-// The same in two steps, for files that are opened elsewhere: first what may fail is had (-1, -2; bufio_done gives
-// it back), then the record takes over a stream whose file has so many bytes.
+// The same in two steps, for files that are opened elsewhere: first what may fail is had (-1, -2; bufio_done
+// gives it back), then the record takes over a stream whose file has so many bytes.
 [[nodiscard]] int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags);
 void attach(bufio &b, FILE *fp, uint64_t length);
 
-// Removes a file that was created or truncated a moment ago and of which no more can be learned than that its name is
-// no link's, FIFO's or device's.
+// Removes a file that was created or truncated a moment ago and of which no more can be learned than that its
+// name is no link's, FIFO's or device's.
 void remove_regular(const char *path);
 
 // -14 when a file was to be created, else -13, because of errno.

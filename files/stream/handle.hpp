@@ -1,5 +1,5 @@
-// Handles of open files, as callers hold them. The public type begins with a mark, by which a handle of one kind can
-// be told from another, and from any other memory; what derives from it has that mark as its `kind`.
+// Handles of open files, as callers hold them. The public type begins with a mark, by which a handle of one
+// kind can be told from another, and from any other memory; what derives from it has that mark as its `kind`.
 #pragma once
 
 #include <cstdint>

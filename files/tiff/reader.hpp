@@ -36,8 +36,8 @@ struct reader final : tiffhandle, row_source {
   [[nodiscard]] int32_t start_page();
   // Reads the directory of a page of the stack.
   [[nodiscard]] int32_t turn_to(uint64_t n);
-  // Turns to the pixels of a page of the stack (the only page otherwise). -10 when it has other pixels than the
-  // stack.
+  // Turns to the pixels of a page of the stack (the only page otherwise). -10 when it has other pixels than
+  // the stack.
   [[nodiscard]] int32_t select(uint64_t n) override;
   uint32_t width() const override { return now_->rows.width(); }
   uint32_t height() const override { return now_->rows.height(); }

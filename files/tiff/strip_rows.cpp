@@ -96,8 +96,8 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
   return 0;
 }
 
-// The codec takes the file's bytes where they lie in the resident block, or a copy whose bits are reversed. Others
-// may have moved the block since the last row, so it is asked for anew each time.
+// The codec takes the file's bytes where they lie in the resident block, or a copy whose bits are reversed.
+// Others may have moved the block since the last row, so it is asked for anew each time.
 int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   codecstream out{};
   out.next = out.start = to;
@@ -106,8 +106,8 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
   while (out.next < out.end && result == 0) {
     uint8_t nothing = 0, *bytes = &nothing;
     file_->pos = fed_;
-    // The predictive coder looks at bits behind those that it needs: a sound strip has it use up to two bytes that are
-    // not there.
+    // The predictive coder looks at bits behind those that it needs: a sound strip has it use up to two bytes
+    // that are not there.
     static constexpr uint64_t most_padding = 2;
     const bool pads = fed_ >= end_ && compression_ == arithmetic;
     uint64_t n = fed_ < end_ ? std::min(bufio_ptr2(file_, end_ - fed_, 'r', &bytes), end_ - fed_) : 0;

@@ -26,10 +26,10 @@ class strip_rows {
   // there from row y on. -10 when the file ends before them, -7.
   [[nodiscard]] int32_t locate(uint32_t y, uint32_t most, uint64_t *position, uint32_t *count);
 
-  // Compressed pages: decodes row y and those after it in its strip, `most` at most, one behind the other. The next
-  // rows of a strip go on from there, and so do those that have been decoded ahead; any other starts again at the
-  // strip's beginning. *count says
-  // how many rows came, before a failure too: -10 for a broken or short strip, -7, -2.
+  // Compressed pages: decodes row y and those after it in its strip, `most` at most, one behind the other.
+  // The next rows of a strip go on from there, and so do those that have been decoded ahead; any other starts
+  // again at the strip's beginning. *count says how many rows came, before a failure too: -10 for a broken or
+  // short strip, -7, -2.
   [[nodiscard]] int32_t decode(uint32_t y, uint32_t most, uint8_t *to, uint32_t *count);
 
   // Names strip and row in the reason for a failure.
@@ -57,7 +57,8 @@ class strip_rows {
   uint64_t padding_ = 0;                    // bytes that the codec took behind the end
   codecstream in_{};
 
-  // Short rows are decoded many at once into a place of their own: a call of the codec costs more than they do.
+  // Short rows are decoded many at once into a place of their own: a call of the codec costs more than they
+  // do.
   static constexpr uint64_t short_row = 1024, room_ahead = 16384;
   array<uint8_t> ahead_;
   uint32_t rows_ahead_ = 0;  // that fit there; 0: none are decoded ahead

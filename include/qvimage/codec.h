@@ -49,10 +49,10 @@ typedef struct codecstream {
 QVIM_ASSERT(sizeof(codecstream) == 48);
 
 /* LZW (TIFF Compression 5): codes of 9 to 12 bits, most significant bit first. A strip begins with Clear
- * (256) and ends with End of Information (257) and zero bits up to a whole byte. Where the encoder's table keeps a string
- * is a secret of the state, so that no input can make it slow; the code does not depend on it. The state takes some 80 KiB
- * and no other memory; parameters are ignored. A strip goes one way: calling the other operation before
- * statereset gives -1. */
+ * (256) and ends with End of Information (257) and zero bits up to a whole byte. Where the encoder's table
+ * keeps a string is a secret of the state, so that no input can make it slow; the code does not depend on it.
+ * The state takes some 80 KiB and no other memory; parameters are ignored. A strip goes one way: calling the
+ * other operation before statereset gives -1. */
 int32_t ptiflzw_stateinit(void **state, const void *unused);
 int32_t ptiflzw_statereset(void *state);
 void ptiflzw_statedone(void **state);

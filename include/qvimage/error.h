@@ -22,17 +22,18 @@ const char *qverrnomesg(int32_t code);
 /* Bytes of the longest reason with its terminator. */
 enum { QVIM_REASON_SIZE = 256 };
 
-/* Why the calling thread's last call failed, in words: "page 3, strip 12 at byte 40960: LZW code 413 before it is
- * defined". Constructors and functions that work on files set it: after a failure it is never empty, after a
- * success it is "". A transfer (ioread, iorite, block transfers) that fails to read or write a file sets it, too;
- * one that succeeds leaves it, so that it can be asked for after a short count; see aeiou 'e'. So do functions that
- * only free, close or ask.
+/* Why the calling thread's last call failed, in words: "page 3, strip 12 at byte 40960: LZW code 413 before
+ * it is defined". Constructors and functions that work on files set it: after a failure it is never empty,
+ * after a success it is "". A transfer (ioread, iorite, block transfers) that fails to read or write a file
+ * sets it, too; one that succeeds leaves it, so that it can be asked for after a short count; see aeiou 'e'.
+ * So do functions that only free, close or ask.
  *
- * Pages, strips, rows and samples count from 1 in these words, as people count them, and from 0 in all arguments;
- * bytes of a file count from 0 in both. The words are for people: they may change, the codes do not.
+ * Pages, strips, rows and samples count from 1 in these words, as people count them, and from 0 in all
+ * arguments; bytes of a file count from 0 in both. The words are for people: they may change, the codes do
+ * not.
  *
- * Never null, at most QVIM_REASON_SIZE bytes with the terminator, longer ones cut off. The text belongs to the thread
- * and is valid until its next call into the library. Allocates nothing. */
+ * Never null, at most QVIM_REASON_SIZE bytes with the terminator, longer ones cut off. The text belongs to
+ * the thread and is valid until its next call into the library. Allocates nothing. */
 const char *qvimage_reason(void);
 
 QVIM_END_DECLS

@@ -13,9 +13,9 @@ typedef int32_t (*qvimagecallback)(int64_t step, int64_t steps);
 /* The same with a pointer of the caller's. */
 typedef int32_t (*qvimageprogress)(void *user, int64_t step, int64_t steps);
 
-/* Sets the calling thread's progress callback and returns the one that stood before (null for none); null takes
- * it away. Writers and other calls with a callback argument call it in place of that argument where it is null;
- * it is asked for when they begin. `user` is passed on as it is. Other threads are not concerned. */
+/* Sets the calling thread's progress callback and returns the one that stood before (null for none); null
+ * takes it away. Writers and other calls with a callback argument call it in place of that argument where it
+ * is null; it is asked for when they begin. `user` is passed on as it is. Other threads are not concerned. */
 qvimageprogress qvimage_progress(qvimageprogress callback, void *user);
 
 QVIM_END_DECLS

@@ -1,5 +1,5 @@
-// What the strip codecs have in common, for tests and fuzz targets: the code is that of the slow coder, what was coded
-// comes back, and neither depends on the pieces in which input and room come.
+// What the strip codecs have in common, for tests and fuzz targets: the code is that of the slow coder, what
+// was coded comes back, and neither depends on the pieces in which input and room come.
 #pragma once
 
 #include <string>

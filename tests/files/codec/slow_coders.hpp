@@ -1,5 +1,5 @@
-// The strip codecs as their descriptions say, without any haste: strings in a map, bits in a list, neighbours looked up
-// in the picture.
+// The strip codecs as their descriptions say, without any haste: strings in a map, bits in a list, neighbours
+// looked up in the picture.
 #pragma once
 
 #include <algorithm>

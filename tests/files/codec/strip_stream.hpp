@@ -38,8 +38,8 @@ inline piece_size constant(size_t size) {
   return [size] { return size; };
 }
 
-// With `late_end` the end of the input is announced only after all of it was consumed. Output ends at `most`. Bits that
-// an encoder leaves are the last byte.
+// With `late_end` the end of the input is announced only after all of it was consumed. Output ends at `most`.
+// Bits that an encoder leaves are the last byte.
 inline outcome run(coder code, void *state, const bytes &input, const piece_size &in_piece,
                    const piece_size &room, bool late_end = false, size_t most = SIZE_MAX) {
   outcome o;
