@@ -1,5 +1,5 @@
-// Fields of traced lines: any field string makes a line of values of any sizes, reads nothing beyond them, and
-// begins with the names.
+// Fields of traced lines: any field string makes a line of values of any sizes, which begins with the names;
+// nothing beyond the values is read.
 #include <cstring>
 #include <memory>
 #include <string>

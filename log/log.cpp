@@ -54,8 +54,8 @@ class locked {
   int error_ = errno;
 };
 
-// Appends the text to the file, by one call unless the system takes less at once. A pipe that nobody reads is no
-// reason to wait.
+// Appends the text to the file, by one call unless the system takes less at once. A pipe that nobody reads is
+// no reason to wait.
 bool append(std::string_view s) {
   const int fd = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
   if (fd < 0) return false;

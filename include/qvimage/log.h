@@ -1,12 +1,13 @@
 /* Tracing: one line a call, with the values of chosen arguments, in a file that the environment names.
  *
- * Nothing is written unless logging is on, and a traced call costs a load and a branch then. The file is
+ * Nothing is written while logging is off, and a traced call costs a load and a branch. The file is
  * opened and closed around every line, and a line is one write: lines of several threads and processes do not
  * mix, and the file may be removed at any time. Every failure is silent: a line that cannot be written or has
  * no memory is lost, nothing else happens. errno stays as it is.
  *
- * All functions may be called from any thread, but from no signal handler, and on both sides of a fork. Programs that run with more rights
- * than their caller never log: the caller's environment must not name files for them. */
+ * All functions may be called from any thread, but from no signal handler, and on both sides of a fork.
+ * Programs that run with more rights than their caller never log: the caller's environment must not name
+ * files for them. */
 #ifndef QVIMAGE_LOG_H
 #define QVIMAGE_LOG_H
 
@@ -38,7 +39,7 @@ void liblog_setup(int16_t flags, const char *appname, const char *keypath, const
                   uint32_t level);
 
 /* Writes the time stamp, 13 digits of milliseconds since 1970 and ": ", and the text as printf makes it; no
- * newline is added. When logging is off, it is turned on from the environment, with the header, for this call.
+ * newline is added. When logging is off, it is turned on from the environment for this call, with the header.
  * Nothing for a null format. */
 void liblog_printf(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
@@ -53,14 +54,14 @@ void liblog_printf(const char *format, ...) __attribute__((format(printf, 1, 2))
  *   {      when logging is off, it is turned on from the environment, with the header unless that was written
  *          before; a "}" at the end turns it off again if this call turned it on
  *   !...   the more of them, the higher the line's level: see liblog_setup
- *   A +A   function in 24 columns and label in 10; with "+", or for a longer label, both share 35 columns, the
- *          label to the right. No label leaves them to the function. The same holds without an "A"
+ *   A +A   function in 24 columns and label in 10; with "+", or for a longer label, both share 35 columns,
+ *          the label to the right. No label leaves them to the function. The same holds without an "A"
  *   R rR   rR: there is a return value; it is shown before the values
  *
  * and then a field a value: any of these letters in small, the last one as a capital. "*" is the field before
- * once more. Values beyond the fields are shown as by a field without letters: as b, "(NULL)" for a size of 0.
- * Fields beyond the values are passed over. Letters work from left to right; k, l, r and z say how, the others
- * what is shown:
+ * once more. Values beyond the fields are shown as by a field without letters: as b, "(NULL)" for a size of
+ * 0. Fields beyond the values are passed over. Letters work from left to right; k, l, r and z say how, the
+ * others what is shown:
  *
  *   d   the signed number of that size, in decimal, exactly (beyond 1024 bytes as b)
  *   j   the unsigned number in hexadecimal, and "h"
@@ -74,8 +75,8 @@ void liblog_printf(const char *format, ...) __attribute__((format(printf, 1, 2))
  *   r   "ret=" first: a value that the function returned */
 void liblog_aasrbz(const char *function, const char *label, const char *fields, ...);
 
-/* The same for bytes or a string: with `bytes`, `size` bytes as by "B"; else, with `string`, the number `size`
- * and the string, as by "D" and "lS"; else no value. Bit 0 of `options` puts "{" before the fields, bit 3 "}"
+/* The same for bytes or a string: with `bytes`, `size` bytes as by "B"; else, with `string`, the number
+ * `size` and the string, as by "D" and "lS"; else no value. Bit 0 of `options` puts "{" before the fields, bit 3 "}"
  * behind them. */
 void liblog_aabzso(const char *function, const char *label, const void *bytes, uint64_t size,
                    const char *string, uint32_t options);
