@@ -2,7 +2,7 @@
 # What the scripts share. Each of them sources this file first and then stands in the project's top folder.
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
-jobs=${JOBS:-2}
+jobs=${JOBS:-$(nproc)}
 
 say() { printf '%s\n' "$*"; }
 die() {
