@@ -10,7 +10,7 @@ namespace qvim::jpeg {
 
 namespace {
 
-// The place of the k-th coefficient of a file in a transposed block.
+// The place of the k-th coefficient of a file in a decoded block.
 constexpr std::array<uint8_t, block_size> places = [] {
   std::array<uint8_t, block_size> p{};
   for (uint32_t k = 0; k < block_size; ++k) p[k] = uint8_t(zigzag[k] % 8 * 8 + zigzag[k] / 8);
@@ -85,14 +85,14 @@ QVIM_INLINE int32_t take(bit_reader &in, const huffman_table::entry &e) {
   return extended(bits, e.size);
 }
 
-QVIM_INLINE bool read_block(bit_reader &in, const component_tables &tables, int32_t &predictor, block &b,
-                            extent &which) {
+QVIM_INLINE bool read_block(bit_reader &in, const component_tables &tables, int32_t &predictor,
+                            decoded_block &b, extent &which) {
   in.fill();
   huffman_table::entry e = tables.dc->next(in);
   if (e.advance == huffman_table::no_symbol) return false;
   predictor = int16_t(uint32_t(predictor) + uint32_t(take(in, e)));
-  b = block{};
-  b.at[0] = int16_t(predictor);
+  b = decoded_block{};
+  b.at[0] = predictor;
   uint32_t k = 0, last = 0;
   while (k < block_size - 1) {
     in.fill();
@@ -103,7 +103,7 @@ QVIM_INLINE bool read_block(bit_reader &in, const component_tables &tables, int3
       if (e.advance != huffman_table::end_of_block_advance) return false;
       break;
     }
-    b.at[places[k]] = int16_t(value);
+    b.at[places[k]] = value;
     last = k;
   }
   which = last == 0 ? extent::constant : last < low_frequency_count ? extent::low_frequencies : extent::all;
@@ -111,7 +111,7 @@ QVIM_INLINE bool read_block(bit_reader &in, const component_tables &tables, int3
 }
 
 QVIM_CLONES bool read_all(bit_reader &stream, uint32_t count, uint32_t components,
-                          const component_tables *tables, int32_t *predictors, block *blocks,
+                          const component_tables *tables, int32_t *predictors, decoded_block *blocks,
                           extent *extents) {
   bit_reader in = stream;
   bool good = true;
@@ -125,7 +125,7 @@ QVIM_CLONES bool read_all(bit_reader &stream, uint32_t count, uint32_t component
 }  // namespace
 
 bool read_blocks(bit_reader &in, uint32_t count, uint32_t components, const component_tables *tables,
-                 int32_t *predictors, block *blocks, extent *extents) {
+                 int32_t *predictors, decoded_block *blocks, extent *extents) {
   return read_all(in, count, components, tables, predictors, blocks, extents);
 }
 

@@ -50,10 +50,10 @@ struct component_tables {
   const huffman_table *dc, *ac;
 };
 
-// Decodes MCUs of `components` blocks each. Blocks are transposed: 8 * horizontal + vertical frequency. False
+// Decodes MCUs of `components` blocks each. False
 // when codes are none, or the data end.
 [[nodiscard]] bool read_blocks(bit_reader &in, uint32_t count, uint32_t components,
-                               const component_tables *tables, int32_t *predictors, block *blocks,
+                               const component_tables *tables, int32_t *predictors, decoded_block *blocks,
                                extent *extents);
 
 }  // namespace qvim::jpeg

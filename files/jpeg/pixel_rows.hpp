@@ -40,7 +40,7 @@ class pixel_rows {
   component_tables of_[most_components] = {};
   factors scales_[quantisation_slots];
   const factors *scale_of_[most_components] = {};
-  block blocks_[mcus_at_once * most_components];
+  decoded_block blocks_[mcus_at_once * most_components];
   extent extents_[mcus_at_once * most_components];
 };
 

@@ -62,15 +62,15 @@ QVIM_INLINE void encode(floats (&x)[8], const factors &divisors, block &out) {
 }
 
 template <bool few>
-QVIM_INLINE void decode(const block &in, const factors &scales, floats (&x)[8]) {
+QVIM_INLINE void decode(const decoded_block &in, const factors &scales, floats (&x)[8]) {
   for (int i = 0; i < (few ? 4 : 8); ++i)
-    x[i] = to_floats(widened(loaded<shorts>(in.at + 8 * i))) * loaded<floats>(scales.of + 8 * i);
+    x[i] = to_floats(loaded<ints>(in.at + 8 * i)) * loaded<floats>(scales.of + 8 * i);
   inverse<few>(x);
   transpose(x);
   inverse<few>(x);
 }
 
-QVIM_INLINE void decode(const block &in, extent which, const factors &scales, floats (&x)[8]) {
+QVIM_INLINE void decode(const decoded_block &in, extent which, const factors &scales, floats (&x)[8]) {
   if (which == extent::all) return decode<false>(in, scales, x);
   if (which == extent::low_frequencies) return decode<true>(in, scales, x);
   const floats sample = all(float(in.at[0]) * scales.of[0]);
@@ -129,8 +129,9 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pi
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const extent *extents, uint32_t count,
-                                                const factors *scales, uint8_t *lines, uint64_t pitch) {
+QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents,
+                                                uint32_t count, const factors *scales, uint8_t *lines,
+                                                uint64_t pitch) {
   for (; count; --count, ++blocks, ++extents, lines += 8) {
     floats x[8];
     decode(*blocks, *extents, *scales, x);
@@ -141,8 +142,8 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const exten
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,
-                                               const factors *const scales[3], uint8_t *lines,
+QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents,
+                                               uint32_t count, const factors *const scales[3], uint8_t *lines,
                                                uint64_t pitch) {
   constexpr bytes first_three{0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
   for (; count; --count, blocks += 3, extents += 3, lines += 24) {

@@ -8,9 +8,13 @@
 
 namespace qvim::jpeg {
 
-// The coefficients of a block.
+// The coefficients of a block: 8 * vertical + horizontal frequency.
 struct block {
   int16_t at[block_size];
+};
+// The same for the decoder: 8 * horizontal + vertical frequency, and as wide as what they are converted to.
+struct decoded_block {
+  int32_t at[block_size];
 };
 
 // One number for each coefficient: what it is multiplied by.
@@ -18,8 +22,7 @@ struct factors {
   float of[block_size];
 };
 
-// What the encoder multiplies coefficients by, in the order of `block` (8 * vertical + horizontal), and the
-// decoder, whose blocks are transposed (8 * horizontal + vertical). The table is in files' terms, but not in
+// What the encoder multiplies coefficients by, and the decoder. The table is in files' terms, but not in
 // their order: 8 * vertical + horizontal.
 void set_divisors(const uint16_t *quantisation, factors &of);
 void set_scales(const uint16_t *quantisation, factors &of);
@@ -52,9 +55,9 @@ void QVIM_KERNEL(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32
                                     block *blocks);
 void QVIM_KERNEL(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
                                    const steps *luminance, const steps *chrominance, block *blocks);
-void QVIM_KERNEL(jpeg_inverse_grey)(const block *blocks, const extent *extents, uint32_t count,
+void QVIM_KERNEL(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents, uint32_t count,
                                     const factors *scales, uint8_t *lines, uint64_t pitch);
-void QVIM_KERNEL(jpeg_inverse_rgb)(const block *blocks, const extent *extents, uint32_t count,
+void QVIM_KERNEL(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents, uint32_t count,
                                    const factors *const scales[3], uint8_t *lines, uint64_t pitch);
 }
 

@@ -198,9 +198,14 @@ bytes transformed(const transforms &t, const picture &p) {
   t.integer_grey(p.pixels.data(), 120, 15, &in_integers, integers + 15);
   const auto *const first = reinterpret_cast<const uint8_t *>(integers);
   result.insert(result.end(), first, first + sizeof integers);
-  t.inverse_rgb(blocks, extents, 5, all_scales, lines.data(), 160);
+  decoded_block decoded[2][15];
+  for (uint32_t i = 0; i < 15 * block_size; i++) {
+    decoded[0][i / block_size].at[i % block_size] = blocks[i / block_size].at[i % block_size];
+    decoded[1][i / block_size].at[i % block_size] = grey[i / block_size].at[i % block_size];
+  }
+  t.inverse_rgb(decoded[0], extents, 5, all_scales, lines.data(), 160);
   result.insert(result.end(), lines.begin(), lines.end());
-  t.inverse_grey(grey, extents, 15, &scales, lines.data(), 160);
+  t.inverse_grey(decoded[1], extents, 15, &scales, lines.data(), 160);
   result.insert(result.end(), lines.begin(), lines.end());
   return result;
 }
