@@ -8,6 +8,7 @@
 #include <qvimage/npfclx.h>
 
 #include "files/rows/samples.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim {
 
@@ -65,7 +66,7 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
 }
 
 bool row_encoder::fits(const qvimage &image) const {
-  const bool integer = image.d.pixietype & 0x0F;
+  const bool integer = is_integer(image.d.pixietype);
   return (!integer || image.d.i_bitsused == bitsused_) &&
          int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
          int64_t(image.wind.se.y) - image.wind.nw.y == height_ && image.d.pixietype == pixietype_ &&

@@ -88,7 +88,7 @@ int32_t chain::next() {
 
 // 1, 0 for an offset seen before, -2.
 int32_t chain::remember(uint64_t offset) {
-  if (2 * (seen_count_ + 1) > seen_.size() && !grow(seen_)) return -2;
+  if (2 * (seen_count_ + 1) > seen_.size() && !grow(seen_)) return QVERR_MEMORY;
   if (!put(seen_, offset)) return 0;
   seen_count_++;
   return 1;

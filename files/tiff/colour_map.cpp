@@ -44,7 +44,7 @@ int32_t read_colour_map(bufio *file, const format &f, const page &p, const direc
   const auto value = [&](uint64_t i) { return visible ? scaled(i) : std::min(map[i], highest); };
 
   const uint64_t count = at.count / 3;
-  if (!entries->allocate(at.count * (bits <= 8 ? 1 : 2))) return -2;
+  if (!entries->allocate(at.count * (bits <= 8 ? 1 : 2))) return QVERR_MEMORY;
   if (bits <= 8)
     interleave<uint8_t>(*entries, count, value);
   else

@@ -109,7 +109,7 @@ struct directory_reader {
       case kind::strips:
       case kind::colours: return is_unsigned_integer(at.type) ? 0 : refuse_type(at, "unsigned integers");
     }
-    return -10;
+    return QVERR_FORMAT;
   }
 
   // One entry: its values lie inside it when they fit the room of an offset.

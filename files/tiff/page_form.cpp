@@ -9,6 +9,7 @@
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/tiff/writer.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim::tiff {
 
@@ -19,7 +20,7 @@ int32_t set_text(page &p, tag t, const char *text) {
   if (!text || !*text) return 0;
   const uint64_t size = std::strlen(text) + 1;
   array<char> &copy = p.text[text_index(t)];
-  if (!copy.allocate(size)) return -2;
+  if (!copy.allocate(size)) return QVERR_MEMORY;
   std::memcpy(copy.data(), text, size);
   p.hold(t, size + size % 2);
   return 0;
@@ -73,7 +74,7 @@ int32_t set_compression(page &p, uint32_t asked, const qvimagedata &d) {
   if (code == arithmetic_differenced) code = arithmetic;
   if (code != uncompressed && code != lzw && code != packbits && code != arithmetic)
     return refuse({"compression ", asked, " is not written"});
-  const bool real = d.pixietype & 0x30;
+  const bool real = is_real(d.pixietype);
   if (real && code != uncompressed)
     return refuse({"floating-point pixels are stored without compression (1) only, not by ", asked});
   if (code == arithmetic && p.bits()[0] > 12)

@@ -74,7 +74,7 @@ int32_t page_rows::allocate_rows(const page &p) {
       steps_.unpacks() && recolour_ ? steps_.values() * uint64_t(steps_.sample_bytes()) : 0;
   if (pixels + raw + samples > read_budget(length))
     return because(QVERR_MEMORY, {"rows of ", row_bytes, " bytes, too many for a file of ", length});
-  return grow(pixels_, pixels) && grow(raw_, raw) && grow(samples_, samples) ? 0 : -2;
+  return grow(pixels_, pixels) && grow(raw_, raw) && grow(samples_, samples) ? 0 : QVERR_MEMORY;
 }
 
 int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {

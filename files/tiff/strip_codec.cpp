@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include <qvimage/error.h>
+
 namespace qvim::tiff {
 
 namespace {
@@ -10,7 +12,7 @@ namespace {
 int32_t start_lzw(void **state, const row_form &) { return ptiflzw_stateinit(state, nullptr); }
 
 int32_t start_packbits(void **state, const row_form &r) {
-  if (r.bytes() > uint64_t(std::numeric_limits<int32_t>::max())) return -1;
+  if (r.bytes() > uint64_t(std::numeric_limits<int32_t>::max())) return QVERR_USAGE;
   const int32_t bytes = int32_t(r.bytes());
   return ptifpabi_stateinit(state, &bytes);
 }
@@ -37,7 +39,7 @@ int32_t strip_codec::start(uint32_t compression, const row_form &r) {
     if (code >= 0) operations_ = &candidate;
     return code;
   }
-  return -11;
+  return QVERR_UNSUPPORTED;
 }
 
 void strip_codec::stop() {

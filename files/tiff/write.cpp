@@ -9,6 +9,7 @@
 #include "core/result.hpp"
 #include "files/rows/planes.hpp"
 #include "files/tiff/writer.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim::tiff {
 
@@ -31,7 +32,7 @@ uint64_t band_block(uint64_t file_block, int32_t bands, const uint32_t size[2], 
   if (!size || !d) return file_block;
   const bool by_arithmetic = compression == arithmetic || compression == arithmetic_differenced;
   const bool small = compression == lzw || compression == lzw_differenced || by_arithmetic;
-  const bool packed = d->pixietype & 0x0F && !by_arithmetic;
+  const bool packed = is_integer(d->pixietype) && !by_arithmetic;
   const int bits = packed ? d->i_bitsused : 8 * qvimdatasize(uint32_t(d->pixietype));
   const double bytes = double(size[0]) * size[1] * d->pixies * bits / 8 / bands;
   const double block = bytes / (small ? 16 : 4);

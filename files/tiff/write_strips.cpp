@@ -10,6 +10,7 @@
 #include "files/rows/palette.hpp"
 #include "files/rows/write_rows.hpp"
 #include "files/tiff/writer.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim::tiff {
 
@@ -88,7 +89,7 @@ int32_t writer::plan(const qvimage &image, const page_request &r) {
   if (step_ == step::directory) return because(QVERR_USAGE, {"a page is begun and not finished"});
   step_ = step::opened;
   page = tiff::page();
-  const bool integer = image.d.pixietype & 0x0F;
+  const bool integer = is_integer(image.d.pixietype);
   const bool has_palette = !is_none(r.palette) && image.d.pixies == 1 && integer;
   int32_t code = set_form(page, image, has_palette, r.options);
   if (code == 0) code = set_texts(page, r.options);
