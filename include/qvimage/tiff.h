@@ -39,41 +39,43 @@ typedef struct tiffhandle tiffhandle;
  * (null for none; for images of one integer pixie) is an image of at least 2^bits pixels of 3 components: the
  * page becomes an index image with that colour map, of 16-bit values (32-bit above 16 bits).
  *
- * path; bufsize, the bytes of the file's buffer block, rounded up to a power of two, 0 for 64 KiB; appendpage: 0
- * writes a new file, N > 0 adds to an existing one after its first N pages, QVIM_TIFF_END after its last, in the
- * file's own byte order and form. Pages that followed these are then no longer linked.
+ * path; bufsize, the bytes of the file's buffer block, rounded up to a power of two, 0 for 64 KiB;
+ * appendpage: 0 writes a new file, N > 0 adds to an existing one after its first N pages, QVIM_TIFF_END after
+ * its last, in the file's own byte order and form. Pages that followed these are then no longer linked.
  *
  * fopenmode, as fopen's; null stands for the best that there is:
- * - a new file, qvimage_tiffwrite and qvimage3_tiffwrite: a file beside the path, ".qvimage-...", takes the path's
- *   name once it is whole. What stands under the name until then survives every failure; its owner and permissions
- *   pass to the new file, symbolic links stay and lead to it (other hard links keep the old one). Where that cannot
- *   be - special files, links to nothing, folders that take no new file, owners that cannot be given - the path
- *   itself is written, as with "w+b".
+ * - a new file, qvimage_tiffwrite and qvimage3_tiffwrite: a file beside the path, ".qvimage-...", takes the
+ *   path's name once it is whole. What stands under the name until then survives every failure; its owner and
+ *   permissions pass to the new file, symbolic links stay and lead to it (other hard links keep the old one).
+ *   Where that cannot be - special files, links to nothing, folders that take no new file, owners that cannot
+ *   be given - the path itself is written, as with "w+b".
  * - a new file, in steps: "w+b", the path itself.
  * - appending: "r+b".
- * Files opened so are closed when the process becomes another program. A mode that begins with 'w' truncates what
- * is there at once; it is opened as "w+b" with its letters 'x' (only a new file) and 'e' (closed as above). "r+b"
- * for a new file writes an existing file anew. Other modes, and 'w' to append, are refused.
+ * Files opened so are closed when the process becomes another program. A mode that begins with 'w' truncates
+ * what is there at once; it is opened as "w+b" with its letters 'x' (only a new file) and 'e' (closed as
+ * above). "r+b" for a new file writes an existing file anew. Other modes, and 'w' to append, are refused.
  *
- * While it is appended to, a file is locked (flock) against other appends, of this process too; a call waits for the
- * lock for at most 10 seconds. So processes that append to the end of one file at once lose no page.
+ * While it is appended to, a file is locked (flock) against other appends, of this process too; a call waits
+ * for the lock for at most 10 seconds. So processes that append to the end of one file at once lose no page.
  *
  * Codes of all write functions; the worst code of all steps is returned:
- * - -1: bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not written, a
- *   palette with too few entries, a resunit above 65535, a mode that is refused, steps out of order.
+ * - -1: bad arguments, an empty window, more than 4 pixies, a pixie type or compression that is not written,
+ *   a palette with too few entries, a resunit above 65535, a mode that is refused, steps out of order.
  * - -2: memory.
  * - -7: the file could not be written, or the image did not deliver its pixels (an image that names its own
  *   reason through aeiou 'e' passes that on).
  * - -10: the file to append to is broken or has fewer pages; a classic file would pass 4 GiB.
- * - -13: the file to append to cannot be opened. -14: the file cannot be created; it is locked by another append.
+ * - -13: the file to append to cannot be opened. -14: the file cannot be created; it is locked by another
+ *   append.
  * - -64: not the handle of a TIFF file being written.
  * - A set-up code of the image (-11, -19, ...) is passed on.
  * qvimage_reason says more.
  *
- * Arguments are judged before the file is opened: what cannot be written leaves an existing file alone. When writing
- * fails later, a regular file that the call created or truncated is removed, through a symbolic link its target; a
- * link, a FIFO, a device or a file that was only opened never is, nor one that took over the name meanwhile. A file
- * appended to gets its former length and links back. A page becomes part of a file only once all of it is written.
+ * Arguments are judged before the file is opened: what cannot be written leaves an existing file alone. When
+ * writing fails later, a regular file that the call created or truncated is removed, through a symbolic link
+ * its target; a link, a FIFO, a device or a file that was only opened never is, nor one that took over the
+ * name meanwhile. A file appended to gets its former length and links back. A page becomes part of a file
+ * only once all of it is written.
  *
  * Callbacks may be null: then the thread's progress callback hears of the steps (qvimage_progress). */
 
@@ -90,9 +92,10 @@ int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *p
                            const char *fopenmode, int64_t bufsize, int64_t appendpage,
                            qvimagefileinfo *options, uint32_t rgborder, uint32_t swapmap, uint32_t yccorder);
 
-/* The steps of the functions above, for pages of different images in one file, for many pages one by one (each costs
- * the same, however many there are; a call that appends walks along all pages before), and for pages that several
- * threads code: open, then for each page set-up, directory, data, end of directory, then close and release.
+/* The steps of the functions above, for pages of different images in one file, for many pages one by one
+ * (each costs the same, however many there are; a call that appends walks along all pages before), and for
+ * pages that several threads code: open, then for each page set-up, directory, data, end of directory, then
+ * close and release.
  *
  * A page may be cut into bands, band i of n having the rows from i x height / n up to the next band's first.
  * The data of the bands may be written in any order and by different threads at once, each with an image
@@ -119,7 +122,8 @@ int32_t qvimage_tiffwritedata(tiffhandle **h, qvimagecallback callback, qvimage 
 /* Completes the page and links it to the one before it. -1 also while rows of a band are missing. */
 int32_t qvimage_tiffwriteifdfini(tiffhandle **h);
 
-/* Closes the file; a page begun and not completed is dropped, and the link to it goes back. The result is the worst that happened to it. */
+/* Closes the file; a page begun and not completed is dropped, and the link to it goes back. The result is the
+ * worst that happened to it. */
 int32_t qvimage_tiffclose(tiffhandle **h);
 
 /* Closes the file if that was not done, releases everything and sets *h to null; bands as at opening. */
@@ -128,18 +132,19 @@ int32_t qvimage_tifffini(tiffhandle **h, int32_t bands);
 /* The latched error of the file, or 0. */
 int32_t qvimage_tifferror(tiffhandle **h);
 
-/* 1 when this handle created or truncated a regular file, so that it is the caller's to remove if writing fails; 0
- * for files that were only opened, and for special files. */
+/* 1 when this handle created or truncated a regular file, so that it is the caller's to remove if writing
+ * fails; 0 for files that were only opened, and for special files. */
 int32_t qvimage_tifffileopened(tiffhandle **h);
 
 /* --- Reading ---------------------------------------------------------------------------------------------
  *
  * A page of a TIFF or BigTIFF file is a read-only 2-D image (device name "TIFF"), all pages together are a
  * 3-D image ("TIFF3") with a plane a page; pixels are decoded as they are asked for. Memory does not depend
- * on the size of a page or the number of its strips: a file holds one block, and a row where samples are compressed or
- * packed (short compressed rows: up to 16 KiB of them); of a stack for each of the 8 pages read last. Setting up runs
- * along y or z takes up to 64 MiB once, for pixels beside the run: so columns read one after the other decode each
- * strip once, or once for every 64 MiB of a larger page. Without that memory they are read one by one.
+ * on the size of a page or the number of its strips: a file holds one block, and a row where samples are
+ * compressed or packed (short compressed rows: up to 16 KiB of them); of a stack for each of the 8 pages read
+ * last. Setting up runs along y or z takes up to 64 MiB once, for pixels beside the run: so columns read one
+ * after the other decode each strip once, or once for every 64 MiB of a larger page. Without that memory they
+ * are read one by one.
  *
  * Served are both byte orders; uncompressed, LZW, PackBits and predictive arithmetic coding (compressions 1,
  * 5, 32773, 32885), LZW and arithmetic coding with horizontal differences; 1 to 4 interleaved samples,
@@ -153,8 +158,8 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  *   page's depth, hint 67;
  * - anything else: hint 0.
  *
- * Pixel size and units come from the resolution tags. FillOrder 2 has the bits of every byte reversed. Orientation
- * and tags that are not named here are passed over.
+ * Pixel size and units come from the resolution tags. FillOrder 2 has the bits of every byte reversed.
+ * Orientation and tags that are not named here are passed over.
  *
  * Images serve ioset with x- and y-scan (z-scan in 3-D), any contiguous run of pixies, and all flags of the
  * data type word; bxts; no mapping (-11). ioread never returns a code: it moves the pixels before the fault,
@@ -206,12 +211,12 @@ int32_t qvimage3_tiffreaddone(qvimage3 *image, qvimage *palette, tiffhandle **h)
  * failure the record is cleared. */
 int32_t qvimage_tiffreadinfo(tiffhandle *h, qvimagefileinfo *info, uint64_t page);
 
-/* Opens a file, fills the record from one page (colour maps expanded), closes the file. A page whose directory can
- * be read but not its pixels (-11, or -10 for tags that contradict each other, tiles and separate planes) is
- * described, too: size, page number and count, data.pixies (samples of a pixel, perhaps more than 4), bits,
- * sampleformat, compression (the tag's value) and resolution are what the tags say, data.pixietype is 0 where no pixie
- * holds the samples, and there is nothing to free. After any other failure the record is all 0. Pages before the one
- * asked for need not be served. */
+/* Opens a file, fills the record from one page (colour maps expanded), closes the file. A page whose
+ * directory can be read but not its pixels (-11, or -10 for tags that contradict each other, tiles and
+ * separate planes) is described, too: size, page number and count, data.pixies (samples of a pixel, perhaps
+ * more than 4), bits, sampleformat, compression (the tag's value) and resolution are what the tags say,
+ * data.pixietype is 0 where no pixie holds the samples, and there is nothing to free. After any other failure
+ * the record is all 0. Pages before the one asked for need not be served. */
 int32_t qvimage_tiffinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                          uint64_t page);
 
