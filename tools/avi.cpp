@@ -6,6 +6,7 @@
 #include <qvimage/avi.h>
 #include <qvimage/error.h>
 
+#include "bmp.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
 #include "jpeg.hpp"
@@ -59,6 +60,7 @@ constexpr option writing_options[] = {codec_option, rate_option, quality_option}
 
 void apply(const arguments &arguments, qvimagefileinfo &info) {
   apply_quality(arguments, info);
+  set_pixels_a_metre(info);
   if (const auto codec = arguments.value(codec_option.name)) {
     const char *const handlers[] = {bitmaps, motion_jpeg};
     std::memcpy(info.avi_handler, handlers[chosen(codec_option, *codec)], 4);
@@ -112,6 +114,8 @@ const file_format avi_format = {"AVI",
                                 coded,
                                 kind,
                                 facts,
+                                all_texts,
+                                true,
                                 writing_options,
                                 apply,
                                 create};

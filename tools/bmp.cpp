@@ -48,14 +48,7 @@ bool coded(const qvimagefileinfo &) { return false; }
 std::string kind(const qvimagefileinfo &) { return "BMP"; }
 std::vector<fact> facts(const qvimagefileinfo &) { return {}; }
 
-void apply(const arguments &, qvimagefileinfo &info) {
-  const double a_metre = info.resunit == unit_inch         ? inches_a_metre
-                         : info.resunit == unit_centimetre ? 100
-                                                           : 0;
-  const double x = resolution(info.xres) * a_metre, y = resolution(info.yres) * a_metre;
-  info.bmp_xppm = x <= INT32_MAX ? static_cast<int32_t>(std::lround(x)) : 0;
-  info.bmp_yppm = y <= INT32_MAX ? static_cast<int32_t>(std::lround(y)) : 0;
-}
+void apply(const arguments &, qvimagefileinfo &info) { set_pixels_a_metre(info); }
 
 class bmp_writer : public serial_writer {
  public:
@@ -83,9 +76,19 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 
 }  // namespace
 
+void set_pixels_a_metre(qvimagefileinfo &info) {
+  const double a_metre = info.resunit == unit_inch         ? inches_a_metre
+                         : info.resunit == unit_centimetre ? 100
+                                                           : 0;
+  const double x = resolution(info.xres) * a_metre, y = resolution(info.yres) * a_metre;
+  info.bmp_xppm = x <= INT32_MAX ? static_cast<int32_t>(std::lround(x)) : 0;
+  info.bmp_yppm = y <= INT32_MAX ? static_cast<int32_t>(std::lround(y)) : 0;
+}
+
 const file_format bmp_format = {
     "BMP",   ".bmp ", recognises, {info, nullptr, qvimage_bmpinfodone, read, done, nullptr, nullptr},
     nullptr, coded,   kind,       facts,
-    {},      apply,   create};
+    0,       true,    {},         apply,
+    create};
 
 }  // namespace tool

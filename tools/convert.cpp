@@ -46,6 +46,20 @@ class losses {
       if (name != "ExtraSamples" || !drops_alpha) add(name);
     }
   }
+  // What the description says and the format to be written has no room for.
+  void add(const qvimagefileinfo &info, const file_format &format) {
+    const struct {
+      text kind;
+      const char *value, *name;
+    } texts[] = {{datetime_text, info.datetime, "DateTime"},
+                 {software_text, info.software, "Software"},
+                 {description_text, info.description, "ImageDescription"},
+                 {copyright_text, info.copyright, "Copyright"}};
+    for (const auto &[kind, value, name] : texts) {
+      if (value != nullptr && (format.texts & kind) == 0) add(name);
+    }
+    if (info.xres[0] != 0 && !format.has_resolution) add("resolution");
+  }
   void tell(const std::string &file) const {
     if (names_.empty()) return;
     std::string all;
@@ -112,6 +126,7 @@ class conversion {
     qvimagefileinfo options = settings_.applied_to(input.info(number));
     const page_notes notes = input.notes(number);
     lost_.add(notes, upright_, drops_alpha_);
+    lost_.add(options, format_);
     const std::vector<step> steps = steps_for(notes, number);
     // Pixels that are wanted in another order than their file gives them are taken out of it first.
     const bool coded = input.coded(number);

@@ -22,6 +22,23 @@ void check_page(int32_t code, const std::string &path, int64_t page) {
                 reason(code, formatted("page %lld: it cannot be read", static_cast<long long>(page + 1))));
 }
 
+// Formats that tell the size of a pixel rather than how many there are in a length.
+void set_resolution(qvimagefileinfo &info) {
+  constexpr uint32_t inch = 2, centimetre = 3;
+  const qvimagehints size = info.hints;
+  const double unit = size.widthunits == QVIM_UNIT_METER        ? 0.01
+                      : size.widthunits == QVIM_UNIT_CENTIMETER ? 1
+                      : size.widthunits == QVIM_UNIT_MILLIMETER ? 10
+                      : size.widthunits == QVIM_UNIT_INCH       ? 1
+                                                                : 0;
+  const double x = unit / size.pixelwidth, y = unit / size.pixelheight;
+  const auto sound = [](double value) { return value >= 0.001 && value <= 4e6; };
+  if (info.xres[0] != 0 || size.widthunits != size.heightunits || !sound(x) || !sound(y)) return;
+  set_ratio(info.xres, x);
+  set_ratio(info.yres, y);
+  info.resunit = size.widthunits == QVIM_UNIT_INCH ? inch : centimetre;
+}
+
 // A page opened by itself: any size and type.
 class single_page : public page {
  public:
@@ -134,7 +151,10 @@ void descriptions::fetch(int64_t page) {
   first_ = page;
   // One bad page fails them all; then only the page asked for counts.
   if (page >= bad_until_) {
-    if (fetch_many(page) > 0) return;
+    if (fetch_many(page) > 0) {
+      for (description &held : held_) set_resolution(held.info);
+      return;
+    }
     bad_until_ = page + at_once;
   }
   description one = {};
@@ -147,6 +167,7 @@ void descriptions::fetch(int64_t page) {
     if (one.info.width == 0) throw refused;
     one.refused.emplace(refused);
   }
+  set_resolution(one.info);
   held_.push_back(one);
 }
 

@@ -90,11 +90,18 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 }  // namespace
 
 const file_format fits_format = {
-    "FITS",     ".fits .fit .fts ",
-    recognises, {info, info_many, qvimage_fitsinfodone, nullptr, nullptr, read_all, done_all},
-    nullptr,    coded,
-    kind,       facts,
-    {},         apply,
+    "FITS",
+    ".fits .fit .fts ",
+    recognises,
+    {info, info_many, qvimage_fitsinfodone, nullptr, nullptr, read_all, done_all},
+    nullptr,
+    coded,
+    kind,
+    facts,
+    description_text,
+    true,
+    {},
+    apply,
     create};
 
 }  // namespace tool

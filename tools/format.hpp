@@ -68,6 +68,15 @@ class writer {
   virtual void finish() = 0;
 };
 
+// Texts of a page's description.
+enum text : unsigned {
+  datetime_text = 1,
+  software_text = 2,
+  description_text = 4,
+  copyright_text = 8,
+  all_texts = 15
+};
+
 struct file_format {
   std::string_view name;
   std::string_view suffixes;                                         // with their dots, a space behind each
@@ -77,6 +86,8 @@ struct file_format {
   bool (*coded)(const qvimagefileinfo &info);  // whether a row is only found through those before it
   std::string (*kind)(const qvimagefileinfo &info);
   std::vector<fact> (*facts)(const qvimagefileinfo &info);
+  unsigned texts;       // those that files have room for
+  bool has_resolution;  // they say how large a pixel is
   // Options of convert for this format's files, and what they make of a page's description. Throws usage_error.
   std::span<const option> options;
   void (*apply)(const arguments &arguments, qvimagefileinfo &info);

@@ -172,6 +172,8 @@ const file_format jpeg_format = {"JPEG",
                                  coded,
                                  kind,
                                  facts,
+                                 software_text | description_text | copyright_text,
+                                 true,
                                  writing_options,
                                  apply,
                                  create};

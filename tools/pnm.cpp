@@ -91,6 +91,7 @@ const file_format pnm_format = {
     recognises, {info, nullptr, qvimage_pgminfodone, nullptr, nullptr, read_all, done_all},
     nullptr,    coded,
     kind,       facts,
+    all_texts,  true,
     {},         apply,
     create};
 

@@ -1,21 +1,14 @@
 #include "settings.hpp"
 
-#include <cmath>
 #include <utility>
 
 #include "failure.hpp"
 #include "text.hpp"
+#include "words.hpp"
 
 namespace tool {
 
 namespace {
-
-// As a ratio: thousandths keep what people write.
-void set_ratio(uint32_t ratio[2], double value) {
-  const bool whole = value == std::floor(value);
-  ratio[0] = static_cast<uint32_t>(whole ? value : std::lround(value * 1000));
-  ratio[1] = whole ? 1 : 1000;
-}
 
 resolution_setting parse_resolution(const std::string &text) {
   const bool with_unit = text.ends_with("in") || text.ends_with("cm");

@@ -127,6 +127,7 @@ const file_format tiff_format = {
     recognises,  {info, info_many, qvimage_tiffinfodone, read, done, read_all, done_all},
     tiff_extras, coded,
     kind,        facts,
+    all_texts,   true,
     options,     apply,
     create_tiff};
 

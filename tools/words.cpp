@@ -1,6 +1,7 @@
 #include "words.hpp"
 
 #include <array>
+#include <cmath>
 #include <string_view>
 
 #include <qvimage/data.h>
@@ -76,6 +77,13 @@ std::string component_name(const qvimagedata &data, int32_t component) {
       return words.names[static_cast<size_t>(component)];
   }
   return formatted("%d", component + 1);
+}
+
+void set_ratio(uint32_t ratio[2], double value) {
+  const auto thousandths = static_cast<uint32_t>(std::llround(value * 1000));
+  const bool whole = thousandths % 1000 == 0;
+  ratio[0] = whole ? thousandths / 1000 : thousandths;
+  ratio[1] = whole ? 1 : 1000;
 }
 
 double resolution(const uint32_t ratio[2]) {

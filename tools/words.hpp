@@ -20,6 +20,7 @@ std::string component_name(const qvimagedata &data, int32_t component);  // "red
 // "300 x 300 per inch"; empty when the file says nothing.
 std::string describe_resolution(const qvimagefileinfo &info);
 std::string resolution_unit(const qvimagefileinfo &info);  // "inch", "centimetre", "none"
+void set_ratio(uint32_t ratio[2], double value);           // thousandths keep what people write
 double resolution(const uint32_t ratio[2]);                // 0 when unknown
 
 }  // namespace tool
