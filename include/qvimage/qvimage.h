@@ -26,6 +26,7 @@
 #include <qvimage/progress.h>
 #include <qvimage/raw.h>
 #include <qvimage/record.h>
+#include <qvimage/series.h>
 #include <qvimage/tiff.h>
 #include <qvimage/types.h>
 #include <qvimage/utility.h>
