@@ -6,6 +6,8 @@
 #include <qvimage/memory.h>
 #include <qvimage/views.h>
 
+#include "core/reason.hpp"
+
 namespace qvim {
 
 int32_t present_palette(qvimage *palette, int32_t bits, array<uint8_t> &entries) {
@@ -18,7 +20,8 @@ int32_t present_palette(qvimage *palette, int32_t bits, array<uint8_t> &entries)
 int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32_t count) {
   constexpr uint32_t three = 7;
   const uint32_t datatype = pixietype | QVIM_MSB;
-  if (palette->d.pixies < 3) return QVERR_USAGE;
+  if (palette->d.pixies < 3)
+    return because(QVERR_USAGE, {"the palette has ", palette->d.pixies, " components, not 3"});
   qvimage converter;
   qvimage *source = palette;
   if (source->ioset(source, QVIM_WRAP, datatype, three) <= 0) {
@@ -28,16 +31,19 @@ int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32
       return code;
     source = &converter;
     const int32_t code = source->ioset(source, QVIM_WRAP, datatype, three);
-    if (code <= 0) return code < 0 ? code : int32_t{QVERR_USAGE};
+    if (code <= 0) return within({"the palette: "}, code < 0 ? code : int32_t{QVERR_USAGE});
   }
   const auto window = source->wind;
   const int64_t width = int64_t(window.se.x) - window.nw.x;
-  if (width < 1) return QVERR_USAGE;
+  const auto too_few = [&] {
+    return because(QVERR_USAGE, {"the palette has fewer than ", count, " colours"});
+  };
+  if (width < 1) return too_few();
   const uint32_t entry = 3 * uint32_t(qvimdatasize(pixietype));
   for (uint32_t done = 0; done < count;) {
     const uint32_t moved = source->ioread(source, 0, static_cast<uint8_t *>(entries) + uint64_t(done) * entry,
                                           count - done, int32_t(done % width), int32_t(done / width));
-    if (moved == 0) return QVERR_USAGE;  // fewer entries than sample values
+    if (moved == 0 || moved > count - done) return too_few();
     done += moved;
   }
   return 0;

@@ -353,7 +353,7 @@ uint64_t block_size(int64_t bufsize, uint32_t flags) {
 }  // namespace
 
 int32_t open_bufio(bufio *b, const char *path, const char *fopenmode, int64_t bufsize, uint32_t flags) {
-  if (bufsize < 0) return QVERR_USAGE;
+  if (bufsize < 0) return because(QVERR_USAGE, {"bufsize ", bufsize, " is below 0"});
   return bufio_init(b, path, fopenmode, block_size(bufsize, flags), flags);
 }
 
@@ -368,7 +368,7 @@ int32_t cannot_open(bool creates) {
 
 int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags) {
   clear(*b);
-  if (bufsize < 0) return QVERR_USAGE;
+  if (bufsize < 0) return because(QVERR_USAGE, {"bufsize ", bufsize, " is below 0"});
   const int32_t code = choose_block_size(*b, block_size(bufsize, flags), flags);
   return code < 0 ? code : reserve_block(*b);
 }

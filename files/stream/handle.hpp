@@ -7,14 +7,16 @@
 #include <qvimage/error.h>
 
 #include "core/owned.hpp"
+#include "core/reason.hpp"
 
 namespace qvim {
 
 // 0 and what is behind the handle; -1 without one, -64 when it has another mark.
 template <class Derived, class Handle>
 [[nodiscard]] int32_t behind(Handle *h, Derived **result) {
-  if (!h) return QVERR_USAGE;
-  if (h->identity != Derived::kind) return QVERR_HANDLE;
+  *result = nullptr;
+  if (!h) return because(QVERR_USAGE, {"no handle is given"});
+  if (h->identity != Derived::kind) return because(QVERR_HANDLE, {"this is the handle of something else"});
   *result = static_cast<Derived *>(h);
   return 0;
 }

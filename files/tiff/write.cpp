@@ -43,7 +43,10 @@ int32_t open_for_steps(tiffhandle **h, int32_t bands, const uint32_t size[2], co
                        const char *path, const char *fopenmode, int64_t bufsize, int64_t appendpage,
                        const qvimagefileinfo *options) {
   constexpr uint64_t usual_block = 65536;
-  if (!h || *h || bands < 1 || appendpage < 0 || bufsize < 0) return QVERR_USAGE;
+  if (!h || *h) return because(QVERR_USAGE, {"the handle's place is null or holds a handle"});
+  if (bands < 1 || appendpage < 0 || bufsize < 0)
+    return because(QVERR_USAGE,
+                   {"bands ", bands, ", appendpage ", appendpage, ", bufsize ", bufsize, ": too small"});
   owned<writer> w = make_owned<writer>();
   if (!w) return QVERR_MEMORY;
   const uint64_t block = band_block(bufsize ? uint64_t(bufsize) : usual_block, bands, size, d,
@@ -76,7 +79,8 @@ int32_t write_page(writer &w, const progress &told, qvimage &image, const page_r
 template <class Record>
 int32_t write_file(qvimagecallback callback, Record *image, const char *path, const char *fopenmode,
                    int64_t bufsize, int64_t appendpage, const page_request &r) {
-  if (!image || !path || appendpage < 0) return QVERR_USAGE;
+  if (!image || !path) return because(QVERR_USAGE, {image ? "no path is given" : "no image is given"});
+  if (appendpage < 0) return because(QVERR_USAGE, {"appendpage ", appendpage, " is below 0"});
   owned<writer> w = make_owned<writer>();
   if (!w) return QVERR_MEMORY;
   int32_t code = w->make_bands(1, 0);
@@ -114,7 +118,7 @@ int32_t qvimage_tiffwritesetup(tiffhandle **h, qvimage *image, qvimage *palette,
                                uint32_t rgborder, uint32_t swapmap, uint32_t yccorder, int32_t) {
   const page_request r{palette, options, rgborder != 0, swapmap != 0, yccorder != 0};
   return take_step(h, [&](writer &w) {
-    const int32_t code = image ? w.plan(*image, r) : int32_t{QVERR_USAGE};
+    const int32_t code = image ? w.plan(*image, r) : because(QVERR_USAGE, {"no image is given"});
     return code < 0 ? code : w.set_up(*image, r);
   });
 }
