@@ -37,9 +37,7 @@ std::string why_refused(const qvimagedata &data, const qvimagefileinfo &options)
 class tiff_writer : public writer {
  public:
   tiff_writer(std::string path, std::string shown, bool append)
-      : path_(std::move(path)),
-        shown_(std::move(shown)),
-        pages_(append ? open_document(path_)->pages() : 0) {}
+      : path_(std::move(path)), shown_(std::move(shown)), behind_others_(append) {}
 
   ~tiff_writer() override {
     if (handle_ != nullptr) qvimage_tifffini(&handle_, bands_);
@@ -64,7 +62,7 @@ class tiff_writer : public writer {
     errno = 0;
     const int32_t code = qvimage_tiffwritesetup(&handle_, page.image(0), palette, &options, blue_first(hint),
                                                 palette != nullptr && blue_first(palette->d.pixelhint),
-                                                cr_first(hint), pages_ > 0);
+                                                cr_first(hint), behind_others_);
     if (code == QVERR_USAGE) throw failure(shown_, code, why_refused(page.data(), options));
     checked(code, "the page cannot be set up");
     checked(qvimage_tiffwriteifdinit(&handle_), "writing failed");
@@ -73,7 +71,7 @@ class tiff_writer : public writer {
     });
     checked(qvimage_tiffwriteifdfini(&handle_), "writing failed");
     checked(qvimage_tifferror(&handle_), "writing failed");
-    pages_++;
+    behind_others_ = true;
   }
 
   // The number of bands is that of a handle: for another one the file is opened anew, behind its last page.
@@ -81,8 +79,9 @@ class tiff_writer : public writer {
     if (handle_ != nullptr) close();
     const qvimagedata data = page.data();
     const uint32_t size[2] = {static_cast<uint32_t>(page.width()), static_cast<uint32_t>(page.height())};
+    const int64_t place = behind_others_ ? QVIM_TIFF_END : 0;
     errno = 0;
-    checked(qvimage_tiffwriteopen(&handle_, bands, size, &data, path_.c_str(), nullptr, 0, pages_, &options),
+    checked(qvimage_tiffwriteopen(&handle_, bands, size, &data, path_.c_str(), nullptr, 0, place, &options),
             "it cannot be opened for writing");
     bands_ = bands;
   }
@@ -108,12 +107,11 @@ class tiff_writer : public writer {
   void checked(int32_t code, const std::string &what) {
     if (code >= 0) return;
     if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
-    if (code == QVERR_FORMAT) throw failure(shown_, code, "classic TIFF ends at 4 GiB (--bigtiff does not)");
-    throw failure(shown_, code, system_detail(code, what));
+    throw failure(shown_, code, reason(code, what));
   }
 
   const std::string path_, shown_;
-  int64_t pages_;  // of the file
+  bool behind_others_;  // pages of the file
   tiffhandle *handle_ = nullptr;
   int32_t bands_ = 0;
 };

@@ -154,6 +154,12 @@ class Convert(ToolTest):
         self.good("convert", "--append", self.path("more.tif"), self.path("new.tif"))
         self.assertEqual(len(tiff.read(self.path("new.tif"))), 2)
 
+    def test_processes_that_append_at_once_lose_no_page(self):
+        source, target = self.make("a.tif", picture(60, 50)), self.make("b.tif", picture(5, 5))
+        together = [subprocess.Popen([TOOL, "convert", "--append", source, target]) for _ in range(8)]
+        self.assertEqual({process.wait(60) for process in together}, {0})
+        self.assertEqual([page.width for page in tiff.read(target)], [5] + [60] * 8)
+
     def test_the_target_may_be_the_source_and_keeps_its_permissions_and_links(self):
         page = picture(50, 50)
         path = self.make("a.tif", page)
