@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <random>
 
 #include "bench/frames.hpp"
@@ -36,6 +37,8 @@ struct case_of {
   coder refuses;
   int32_t code;
 };
+
+void PrintTo(const case_of &c, std::ostream *out) { *out << c.kind.name; }
 
 class StripCodec : public ::testing::TestWithParam<case_of> {
  protected:
