@@ -55,7 +55,7 @@ typedef struct qvimagefileinfo {
   int32_t jpg_quality; /* in tenths: 750 is quality 75; 0: not known; see qvimage/jpeg.h */
   uint16_t jpg_xdensity, jpg_ydensity;
   uint8_t jpg_densityunit;
-  uint8_t jpg_reserved; /* 1: the quality is known, also when it is 0 */
+  uint8_t jpg_reserved;    /* 1: the quality is known, also when it is 0 */
   uint16_t jpg_encodemode; /* 105: integer arithmetic */
   uint32_t jpg_reserved2;
   char *jpg_comment[3];

@@ -126,6 +126,15 @@ inline qvimagefileinfo options_for(uint32_t compression, uint64_t stripsize = 0,
   return options;
 }
 
+// One page of an open file, in all its steps.
+inline int32_t add_page(tiffhandle **h, frame &f, qvimagefileinfo *options = nullptr, int32_t bands = 1) {
+  int32_t code = qvimage_tiffwritesetup(h, &f.image, nullptr, options, 0, 0, 0, 0);
+  if (code == 0) code = qvimage_tiffwriteifdinit(h);
+  for (int32_t band = 0; band < bands && code == 0; band++)
+    code = qvimage_tiffwritedata(h, nullptr, &f.image, band);
+  return code == 0 ? qvimage_tiffwriteifdfini(h) : code;
+}
+
 inline int32_t save(frame &f, const std::string &path, qvimagefileinfo *options = nullptr, int64_t append = 0,
                     orders o = {}, qvimage *palette = nullptr, qvimagecallback callback = nullptr) {
   return qvimage_tiffwrite(callback, &f.image, palette, path.c_str(), nullptr, 0, append, options, o.rgb, 0,

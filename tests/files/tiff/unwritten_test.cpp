@@ -156,11 +156,7 @@ TEST(TiffWrite, EveryFailureOfAPageInBandsIsReported) {
       tiffhandle *h = nullptr;
       int32_t code = qvimage_tiffwriteopen(&h, 3, nullptr, nullptr, path.c_str(), nullptr, 1024, 0, &options);
       if (!h) return code;
-      code = qvimage_tiffwritesetup(&h, &f.image, nullptr, &options, 0, 0, 0, 0);
-      if (code == 0) code = qvimage_tiffwriteifdinit(&h);
-      for (int32_t band = 0; band < 3; band++)
-        if (code == 0) code = qvimage_tiffwritedata(&h, nullptr, &f.image, band);
-      if (code == 0) code = qvimage_tiffwriteifdfini(&h);
+      code = add_page(&h, f, &options, 3);
       const int32_t released = qvimage_tifffini(&h, 3);
       return code < 0 ? code : released;
     };
