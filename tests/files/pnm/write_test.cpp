@@ -9,6 +9,7 @@
 
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/killed.hpp"
 #include "tests/files/tiff/frame.hpp"
 
 namespace {
@@ -156,6 +157,27 @@ TEST(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
   EXPECT_EQ(qvimage_pgmwriteadd(&h, nullptr, &grey.image), -1);
   EXPECT_EQ(qvimage_pgmwritedone(&h), -1);
   EXPECT_EQ(file_bytes(path), bytes({1, 2, 3}));
+}
+
+// A process that appends may die at any moment: a file holds its frames, and those that were added whole.
+TEST(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
+  temporary_folder folder;
+  const std::string path = folder / "a.pgm";
+  frame old(700, 9, 2, 12, 1, 1), added(700, 9, 2, 12, 1, 1, 0, 2);
+  const bytes before = file_of("P5\n700 9\n4095\n", {raster(old, 1)}), more = raster(added, 1);
+  ended how = ended::killed;
+  for (int n = 0; how == ended::killed && n < 1000; n++) {
+    put_file(path, before);
+    how = run_and_kill([&] { save(added, path, 1); }, n);
+    if (how == ended::not_traceable) GTEST_SKIP() << "this system does not let processes be traced";
+    const bytes now = file_bytes(path);
+    ASSERT_GE(now.size(), before.size()) << n;
+    EXPECT_TRUE(std::equal(before.begin(), before.end(), now.begin())) << n;
+    const bool whole = now.size() == before.size() + more.size();
+    EXPECT_TRUE(!whole || std::equal(more.begin(), more.end(), now.begin() + long(before.size()))) << n;
+    EXPECT_EQ(save(added, path, whole ? 2 : 1), 0) << n;
+  }
+  EXPECT_EQ(how, ended::by_itself);
 }
 
 TEST(PgmWrite, EveryFailureIsReportedAndLeavesNoFile) {

@@ -1,47 +1,15 @@
 // A process that appends to a TIFF file may die at any moment: what was in the file stays readable, and the
 // next append works. The process is killed before each of its system calls in turn.
 #include <gtest/gtest.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 
 #include <qvimage/tiff.h>
 
 #include "tests/files.hpp"
+#include "tests/files/killed.hpp"
 #include "tests/files/tiff/frame.hpp"
 #include "tests/files/tiff/parse.hpp"
 
 namespace {
-
-enum class ended { killed, by_itself, not_traceable };
-
-// Runs an operation in a process of its own that dies instead of making its n-th system call.
-template <class Operation>
-ended run_and_kill(Operation operation, int n) {
-  const pid_t child = fork();
-  if (child == 0) {
-    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(77);
-    raise(SIGSTOP);
-    operation();
-    _exit(0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (!WIFSTOPPED(status)) return ended::not_traceable;
-  for (int stops = 0;; stops++) {  // a stop at the entry and one at the exit of each call
-    if (stops == 2 * n + 1) {
-      kill(child, SIGKILL);
-      waitpid(child, &status, 0);
-      return ended::killed;
-    }
-    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-    waitpid(child, &status, 0);
-    if (WIFEXITED(status)) return ended::by_itself;
-    if (WIFSIGNALED(status)) return ended::killed;
-  }
-}
 
 TEST(TiffCrash, OlderPagesSurviveAKillBeforeAnySystemCall) {
   temporary_folder folder;
