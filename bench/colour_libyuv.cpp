@@ -2,7 +2,10 @@
 // alpha in memory, RGB24 is blue, green, red, and RAW is red, green, blue.
 #include <libyuv.h>
 
+#include <cstring>
+
 #include "bench/colour_peers.hpp"
+#include "kernels/processor.hpp"
 
 namespace colour_peers {
 namespace {
@@ -53,6 +56,14 @@ set_up transposed() {
 }  // namespace
 
 void add_libyuv(peers &to) {
+  const char *level = qvim::level_names[qvim::level_in_use()];  // for both
+  const bool avx2 = std::strcmp(level, "sse2") != 0, avx512 = std::strncmp(level, "avx512", 6) == 0;
+  constexpr int above_avx2 = libyuv::kCpuHasAVX512BW | libyuv::kCpuHasAVX512VL | libyuv::kCpuHasAVX512VNNI |
+                             libyuv::kCpuHasAVX512VBMI | libyuv::kCpuHasAVX512VBMI2 |
+                             libyuv::kCpuHasAVX512VBITALG,
+                above_sse2 = libyuv::kCpuHasSSSE3 | libyuv::kCpuHasSSE41 | libyuv::kCpuHasSSE42 |
+                             libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2;
+  libyuv::MaskCpuFlags(~((avx2 ? 0 : above_sse2) | (avx512 ? 0 : above_avx2)));
   const auto add = [&](const char *name, const set_up &s, double difference = 0) {
     to[name].push_back({"libyuv", s, difference});
   };

@@ -19,6 +19,8 @@
 
 #include <qvimage/qvimage.h>
 
+#include "kernels/processor.hpp"
+
 namespace colour_peers {
 
 const float matrix[3][4] = {{32 / 64.f, 16 / 64.f, 8 / 64.f, 0},
@@ -340,6 +342,7 @@ int main(int argc, char **argv) {
     add(c, found.mapped());
   }
   if (!others.empty()) fail("no such conversion: " + others.begin()->first);
+  benchmark::AddCustomContext("qvimage_level", qvim::level_names[qvim::level_in_use()]);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

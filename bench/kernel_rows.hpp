@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "kernels/processor.hpp"
+
 namespace kernel_rows {
 
 inline constexpr uint64_t in_cache = 64 << 10, in_memory = 256 << 20, page = 4096;
@@ -97,6 +99,7 @@ inline void add_alone(const std::string &name, uint64_t count, uint64_t bytes, d
 }
 
 inline int main(int argc, char **argv) {
+  benchmark::AddCustomContext("qvimage_level", qvim::level_names[qvim::level_in_use()]);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -13,9 +13,10 @@ OURS = "qvimage"
 
 
 def medians(path):
-    """{what: {who: benchmark}} of the medians, in the order in which the program lists them."""
+    """{what: {who: benchmark}} of the medians, in the order in which the program lists them; the processor level."""
     with open(path, encoding="utf-8") as file:
-        runs = json.load(file)["benchmarks"]
+        results = json.load(file)
+    runs = results["benchmarks"]
     if any(run["run_type"] == "aggregate" for run in runs):
         runs = [run for run in runs if run.get("aggregate_name") == "median"]
     runs.sort(key=lambda run: (run["family_index"], run["per_family_instance_index"]))  # they ran interleaved
@@ -23,7 +24,7 @@ def medians(path):
     for run in runs:
         what, _, who = re.sub("/(real_time|min_time:[^/]*)", "", run["run_name"]).rpartition("/")
         found.setdefault(what, {})[who] = run
-    return found
+    return found, results["context"].get("qvimage_level")
 
 
 def time_of(run):
@@ -53,8 +54,11 @@ def readable(run):
 
 def main(path):
     under = 0
+    found, level = medians(path)
+    if level:
+        print("processor level", level)
     print(f'{"":44} {"qvimage":>24}   {"ratio":>6} {"asked":>6}   peer')
-    for what, whos in medians(path).items():
+    for what, whos in found.items():
         ours = whos.pop(OURS, None)
         if ours is None:
             print(f"{what:44} has no {OURS}: {', '.join(whos)}")

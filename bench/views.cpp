@@ -10,6 +10,8 @@
 
 #include <qvimage/qvimage.h>
 
+#include "kernels/processor.hpp"
+
 namespace {
 
 constexpr int32_t width = 4000, height = 3000;
@@ -240,6 +242,7 @@ int main(int argc, char **argv) {
     benchmark::RegisterBenchmark((std::string("rotate/") + name + "_8/qvimage").c_str(), transpose_window,
                                  flags)
         ->Unit(benchmark::kMillisecond);
+  benchmark::AddCustomContext("qvimage_level", qvim::level_names[qvim::level_in_use()]);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
 }

@@ -1,5 +1,5 @@
-// One version of a kernel for each processor level, chosen when the library is loaded. Kernel files know
-// nothing else about processors. The tests compile them again for a single level: QVIM_LEVEL is then the
+// Loops outside the kernel families that the compiler makes in one version for each processor level; the loader
+// chooses. (The families have tables of their own: levels.hpp.) The tests compile them again for a single level: QVIM_LEVEL is then the
 // suffix that sets those functions apart.
 #pragma once
 
@@ -15,22 +15,6 @@
 #define QVIM_CLONES
 #endif
 #define QVIM_KERNEL(name) name
-#endif
-
-// Is this the version for the library, on a processor that takes any bytes of a vector of 64 to any places,
-// reverses their bits, shifts pairs of words and sums products of words? No processor level includes that, so
-// the loops are functions of their own, of target QVIM_WIDE, beside the levels' versions, which the tests
-// thus reach, too. Builds with a sanitizer, which have no levels, have them all the same.
-#if !defined(QVIM_LEVEL) && defined(__x86_64__)
-#define QVIM_HAVE_WIDE 1
-#define QVIM_WIDE_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,gfni"
-#define QVIM_WIDE [[gnu::target(QVIM_WIDE_TARGET)]]
-#define QVIM_IS_WIDE                                                                \
-  (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&      \
-   __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") && \
-   __builtin_cpu_supports("avx512vnni") && __builtin_cpu_supports("gfni"))
-#else
-#define QVIM_HAVE_WIDE 0
 #endif
 
 // What is compiled into a kernel must be part of it, or it would stay at the lowest level.

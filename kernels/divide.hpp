@@ -7,9 +7,9 @@
 #include <limits>
 #include <type_traits>
 
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
 // A 32-bit number divided by 1 .. 2^32 - 1. T. Granlund, P. L. Montgomery: Division by Invariant Integers
 // using Multiplication, 1994, figure 4.1.
@@ -115,4 +115,4 @@ class ratio {
   value last_, most_;
 };
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

@@ -11,7 +11,7 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 static_assert(std::endian::native == std::endian::little);
@@ -278,17 +278,17 @@ QVIM_INLINE void unstuff_any(char *pixies, const char *stream, uint64_t count, u
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
 #define QVIM_STUFF(name, Pixie)                                                                         \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *pixies, void *stream, uint64_t count,       \
-                                                uint32_t bits, uint32_t mode) {                         \
+  extern "C" void QVIM_KERNEL(name)(const void *pixies, void *stream, uint64_t count, uint32_t bits,    \
+                                    uint32_t mode) {                                                    \
     qvim::stuff_any<Pixie>(static_cast<const char *>(pixies), static_cast<char *>(stream), count, bits, \
                            mode);                                                                       \
   }
 #define QVIM_UNSTUFF(name, Pixie)                                                                         \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *pixies, const void *stream, uint64_t count,         \
-                                                uint32_t bits, uint32_t mode) {                           \
+  extern "C" void QVIM_KERNEL(name)(void *pixies, const void *stream, uint64_t count, uint32_t bits,      \
+                                    uint32_t mode) {                                                      \
     qvim::unstuff_any<Pixie>(static_cast<char *>(pixies), static_cast<const char *>(stream), count, bits, \
                              mode);                                                                       \
   }

@@ -6,7 +6,7 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 template <uint64_t size>
@@ -41,8 +41,9 @@ template <class Element, int from, int to, int used = 1>
 QVIM_INLINE void copy_elements(const char *src, char *dst, uint64_t count) {
   constexpr int64_t size = sizeof(Element);
   static constexpr byte_order order(used * size, from * size, to * size, same_byte);
-  constexpr bool compiles_well = to == 1 && size > 1;
-  if (!compiles_well && shuffle_run(src, dst, count, order)) return;
+  constexpr bool compiles_well = (to == 1 && size > 1) || (to == 3 && size == 4 && !QVIM_HAVE_WIDE);
+  constexpr gaps between = used == 3 && to == 4 ? gaps::pads : gaps::others;
+  if (!compiles_well && shuffle_run(src, dst, count, order, between)) return;
   QVIM_INDEPENDENT
   for (int64_t i = 0; i < int64_t(count); ++i)
     for (int64_t c = 0; c < used; ++c)
@@ -113,18 +114,18 @@ QVIM_INLINE void copy_sized(const void *source, void *destination, int64_t srcst
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_COPY(name, bytes, from, to)                                                                  \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(                                                          \
-      const void *src, void *dst, [[maybe_unused]] int64_t srcstride, [[maybe_unused]] int64_t dststride, \
-      uint64_t count, uint32_t, uint32_t) {                                                               \
-    qvim::copy<bytes>(src, dst, from, to, count);                                                         \
+#define QVIM_COPY(name, bytes, from, to)                                                            \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, [[maybe_unused]] int64_t srcstride, \
+                                    [[maybe_unused]] int64_t dststride, uint64_t count, uint32_t,   \
+                                    uint32_t) {                                                     \
+    qvim::copy<bytes>(src, dst, from, to, count);                                                   \
   }
-#define QVIM_COPY_SIZED(name, from, to)                                                                   \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(                                                          \
-      const void *src, void *dst, [[maybe_unused]] int64_t srcstride, [[maybe_unused]] int64_t dststride, \
-      uint64_t count, uint32_t size, uint32_t) {                                                          \
-    qvim::copy_sized(src, dst, from, to, count, size);                                                    \
+#define QVIM_COPY_SIZED(name, from, to)                                                                \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, [[maybe_unused]] int64_t srcstride,    \
+                                    [[maybe_unused]] int64_t dststride, uint64_t count, uint32_t size, \
+                                    uint32_t) {                                                        \
+    qvim::copy_sized(src, dst, from, to, count, size);                                                 \
   }
 #include <qvimage/members/npfbix.inc>

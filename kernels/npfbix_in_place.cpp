@@ -2,7 +2,7 @@
 #include "kernels/operations.hpp"
 #include "kernels/run.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // Reads nothing.
@@ -38,15 +38,14 @@ QVIM_INLINE void in_place(void *buffer, int64_t stride, uint64_t count, uint32_t
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_IN_PLACE(name, T, operation)                                                     \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count, \
-                                                uint32_t value) {                             \
-    qvim::in_place<T, qvim::operation>(buffer, stride, count, value);                         \
+#define QVIM_IN_PLACE(name, T, operation)                                                           \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count, uint32_t value) { \
+    qvim::in_place<T, qvim::operation>(buffer, stride, count, value);                               \
   }
-#define QVIM_IN_PLACE3(name, T, operation)                                                      \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count) { \
-    qvim::in_place<T, qvim::operation>(buffer, stride, count, 0);                               \
+#define QVIM_IN_PLACE3(name, T, operation)                                          \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count) { \
+    qvim::in_place<T, qvim::operation>(buffer, stride, count, 0);                   \
   }
 #include <qvimage/members/npfbix.inc>

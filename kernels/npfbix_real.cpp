@@ -4,7 +4,7 @@
 #include "kernels/operations.hpp"
 #include "kernels/run.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // Integer to real. A shift is a multiplication of the real value by a power of two once the bits that it
@@ -131,13 +131,13 @@ struct change_precision {
 constexpr bool plain = false, scaled = true;
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CONVERSION(name, S, D, ...)                                                \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(                                        \
-      const void *src, void *dst, int64_t srcstride, int64_t dststride, uint64_t count, \
-      [[maybe_unused]] uint32_t shift, [[maybe_unused]] uint32_t mask) {                \
-    qvim::run<S, D>(src, dst, srcstride, dststride, count, qvim::__VA_ARGS__);          \
+#define QVIM_CONVERSION(name, S, D, ...)                                                              \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, int64_t srcstride, int64_t dststride, \
+                                    uint64_t count, [[maybe_unused]] uint32_t shift,                  \
+                                    [[maybe_unused]] uint32_t mask) {                                 \
+    qvim::run<S, D>(src, dst, srcstride, dststride, count, qvim::__VA_ARGS__);                        \
   }
 #define QVIM_TO_REAL(name, S, D, operation, scaling) \
   QVIM_CONVERSION(name, S, D, real_of_##operation<S, D, qvim::scaling>(shift, mask))

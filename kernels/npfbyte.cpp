@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include <qvimage/npfbix.h>
+#include <qvimage/npfpix.h>
 
 #include "kernels/run.hpp"
 
@@ -28,6 +29,9 @@ extern "C" npfbix_fn *npfbix_ztoz_n_func(uint32_t itemsize) {
   (const void *, void *, int64_t, int64_t, uint64_t, uint32_t, uint32_t)
 #define QVIM_NOTHING_ARGUMENTS_npfbixn_fn (void *, int64_t, uint64_t, uint32_t)
 #include <qvimage/members/npfbix.inc>
+#define QVIM_PIX_NOTHING(name, form) \
+  extern "C" void name(const void *, uint32_t *, uint64_t) {}
+#include <qvimage/members/npfpix.inc>
 
 extern "C" void npfbyte_pack(void *dst, const void *src, uint64_t itemsize, uint64_t count, int64_t dststride,
                              int64_t srcstride) {

@@ -3,7 +3,7 @@
 
 #include "kernels/pixel_operations.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 template <class Operation>
@@ -34,7 +34,7 @@ QVIM_INLINE void in_place(void *buffer, uint64_t count, const void *operand) {
   with_operation<Operation>(
       operand, [=](const auto &operation) __attribute__((always_inline)) {
         if constexpr (shuffling<Operation>)
-          if (shuffle_run(run, run, count, Operation::order, operation)) return;
+          if (shuffle_run(run, run, count, Operation::order, gaps::others, operation)) return;
         if constexpr (kept<Operation>)
           run_kept<T>(run, count, operation);
         else
@@ -53,12 +53,11 @@ QVIM_INLINE void set_pixels(void *buffer, uint64_t count, uint32_t pixies, const
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_PIX(name, T, operation)                                                              \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t, uint32_t, \
-                                                const void *operand) {                            \
-    qvim::in_place<T, qvim::operation<T>>(buffer, count, operand);                                \
+#define QVIM_PIX(name, T, operation)                                                                         \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t, uint32_t, const void *operand) { \
+    qvim::in_place<T, qvim::operation<T>>(buffer, count, operand);                                           \
   }
 #define QVIM_PIX_PIXELS(name, T)                                                             \
   extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t pixies, uint32_t, \

@@ -7,7 +7,7 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // Pixels of the size of a number, which the compiler reverses in vectors.
@@ -98,7 +98,7 @@ QVIM_INLINE void with_mirror(uint64_t size, const auto &body) {
     case 8: return body(mirror_numbers<uint64_t>());
     default: break;
   }
-  if (size <= 32 && shuffles_runs()) return body(mirror_wide(size));
+  if (size <= 32 && QVIM_HAVE_WIDE) return body(mirror_wide(size));
   return size <= 16 ? body(mirror_shuffled(size)) : body(mirror_items{size});
 }
 
@@ -126,26 +126,24 @@ QVIM_INLINE void mirror_strided(void *buffer, int64_t stride, uint64_t count) {
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_PIX_MIRROR(name, size)                                             \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, uint64_t count) { \
-    qvim::mirror_run(buffer, count, size);                                      \
+#define QVIM_PIX_MIRROR(name, size) \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count) { qvim::mirror_run(buffer, count, size); }
+#define QVIM_PIX_MIRROR_SIZED(name)                                             \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t k) { \
+    qvim::mirror_run(buffer, count, k);                                         \
   }
-#define QVIM_PIX_MIRROR_SIZED(name)                                                         \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t k) { \
-    qvim::mirror_run(buffer, count, k);                                                     \
+#define QVIM_PIX_MIRROR_STRIDED(name)                                               \
+  extern "C" void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count) { \
+    qvim::mirror_strided(buffer, stride, count);                                    \
   }
-#define QVIM_PIX_MIRROR_STRIDED(name)                                                           \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count) { \
-    qvim::mirror_strided(buffer, stride, count);                                                \
+#define QVIM_PIX_MIRROR_TWO(name, size)                                           \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count) { \
+    qvim::mirror_two_runs(src, dst, count, size);                                 \
   }
-#define QVIM_PIX_MIRROR_TWO(name, size)                                                       \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count) { \
-    qvim::mirror_two_runs(src, dst, count, size);                                             \
-  }
-#define QVIM_PIX_MIRROR_TWO_SIZED(name)                                                                   \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count, uint32_t k) { \
-    qvim::mirror_two_runs(src, dst, count, k);                                                            \
+#define QVIM_PIX_MIRROR_TWO_SIZED(name)                                                       \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t count, uint32_t k) { \
+    qvim::mirror_two_runs(src, dst, count, k);                                                \
   }
 #include <qvimage/members/npfpix.inc>

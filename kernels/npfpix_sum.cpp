@@ -3,7 +3,7 @@
 
 #include "kernels/pixel_operations.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 template <class T>
@@ -26,17 +26,16 @@ QVIM_INLINE void finish(const uint32_t *sums, void *pixies, uint64_t count, cons
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_PIX_ADD(name, T)                                                                         \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *pixies, uint32_t *sums, uint64_t count) { \
-    qvim::add_to_sums<T>(pixies, sums, count);                                                        \
+#define QVIM_PIX_ADD(name, T)                                                             \
+  extern "C" void QVIM_KERNEL(name)(const void *pixies, uint32_t *sums, uint64_t count) { \
+    qvim::add_to_sums<T>(pixies, sums, count);                                            \
   }
-#define QVIM_PIX_FINISH(name, T, operation)                                                   \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const uint32_t *sums, uint64_t, void *pixies, \
-                                                uint64_t count, const void *operand) {        \
-    qvim::finish<T, qvim::operation<T>>(sums, pixies, count, operand);                        \
+#define QVIM_PIX_FINISH(name, T, operation)                                                       \
+  extern "C" void QVIM_KERNEL(name)(const uint32_t *sums, uint64_t, void *pixies, uint64_t count, \
+                                    const void *operand) {                                        \
+    qvim::finish<T, qvim::operation<T>>(sums, pixies, count, operand);                            \
   }
-#define QVIM_PIX_NOTHING(name, form) \
-  extern "C" void QVIM_KERNEL(name)(const void *, uint32_t *, uint64_t) {}
+#define QVIM_PIX_NOTHING(name, form)
 #include <qvimage/members/npfpix.inc>

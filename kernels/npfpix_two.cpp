@@ -3,7 +3,7 @@
 
 #include "kernels/pixel_operations.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 template <class T, class Operation>
@@ -17,12 +17,12 @@ QVIM_INLINE void two_runs(const void *src, void *dst, int64_t srcstride, int64_t
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_PIX_TWO(name, T, from, to, operation)                                                        \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(                                                          \
-      const void *src, void *dst, [[maybe_unused]] int64_t srcstride, [[maybe_unused]] int64_t dststride, \
-      uint64_t count, const void *operand) {                                                              \
-    qvim::two_runs<T, qvim::operation<T>>(src, dst, from, to, count, operand);                            \
+#define QVIM_PIX_TWO(name, T, from, to, operation)                                                  \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, [[maybe_unused]] int64_t srcstride, \
+                                    [[maybe_unused]] int64_t dststride, uint64_t count,             \
+                                    const void *operand) {                                          \
+    qvim::two_runs<T, qvim::operation<T>>(src, dst, from, to, count, operand);                      \
   }
 #include <qvimage/members/npfpix.inc>

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
 template <class T>
 constexpr T all_bits = T(~T(0));
@@ -147,4 +147,4 @@ struct swap_bytes {
   }
 };
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

@@ -11,7 +11,7 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
 // Word i of an operand block, and what a kernel for values of type T sees of it.
 QVIM_INLINE uint32_t word_of(const void *operand, int i) {
@@ -219,12 +219,18 @@ struct reverse_bits {
     if constexpr (sizeof(T) == 4) v = __builtin_bswap32(v);
     return v << up >> down & after;
   }
+#if QVIM_LANES
+  // Of the bytes of a vector, after their shuffle.
+  QVIM_INLINE vec<uint8_t> bytes(vec<uint8_t> v) const {
 #if QVIM_HAVE_WIDE
-  QVIM_WIDE QVIM_INLINE __m512i wide(__m512i v) const {
-    typedef uint32_t words __attribute__((vector_size(64)));
     const __m512i mirrored = _mm512_set1_epi64(0x8040201008040201);  // of a byte's bits
-    const auto w = words(_mm512_gf2p8affine_epi64_epi8(v, mirrored, 0));
-    return __m512i(w << up >> down & after);
+    const auto w = (vec<uint32_t>)_mm512_gf2p8affine_epi64_epi8((__m512i)v, mirrored, 0);
+#else
+    static constexpr uint8_t reversed[16] = {0, 8, 4, 12, 2, 10, 6, 14, 1, 9, 5, 13, 3, 11, 7, 15};
+    const auto halves = in_all_lanes<uint8_t>(reversed);
+    const auto w = (vec<uint32_t>)(shuffled_lanes(halves, v & 15) << 4 | shuffled_lanes(halves, v >> 4));
+#endif
+    return (vec<uint8_t>)(w << up >> down & after);
   }
 #endif
 };
@@ -505,4 +511,4 @@ struct bounded_quotient {
   }
 };
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

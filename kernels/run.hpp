@@ -6,12 +6,12 @@
 
 #include <qvimage/npfbix.h>
 
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
 extern "C" npfbix_fn QVIM_KERNEL(npfbix_z1toz1_n), QVIM_KERNEL(npfbix_z2toz2_n), QVIM_KERNEL(npfbix_z4toz4_n),
     QVIM_KERNEL(npfbix_z8toz8_n);
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
 // Values may start at any byte.
 template <class T>
@@ -99,4 +99,4 @@ QVIM_INLINE void run(const void *source, void *destination, int64_t srcstride, i
   }
 }
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

@@ -10,6 +10,7 @@
 #include "command.hpp"
 #include "failure.hpp"
 #include "interrupt.hpp"
+#include "kernels/processor.hpp"
 #include "terminal.hpp"
 #include "text.hpp"
 
@@ -38,6 +39,11 @@ bool asks_for_help(std::span<char *const> line) {
   return false;
 }
 
+std::string version() {
+  return formatted("qvimage %s, processor level %s\n", QVIMAGE_VERSION,
+                   qvim::level_names[qvim::level_in_use()]);
+}
+
 int show(const std::string &text) {
   std::fputs(text.c_str(), stdout);
   return fine;
@@ -47,7 +53,7 @@ int run(std::span<char *const> line) {
   if (line.empty()) throw usage_error("a command is missing (see qvimage --help)");
   const std::string_view name = line[0];
   if (name == "--help" || name == "-h" || name == "help") return show(overall_help());
-  if (name == "--version") return show("qvimage " QVIMAGE_VERSION "\n");
+  if (name == "--version") return show(version());
   const auto found = std::ranges::find(commands, name, &command::name);
   if (found == std::end(commands))
     throw usage_error("unknown command " + printable(name) + " (see qvimage --help)");

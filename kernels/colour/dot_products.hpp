@@ -3,32 +3,25 @@
 // loops.
 #pragma once
 
+#include "kernels/colour/lane_products.hpp"
 #include "kernels/colour/wide.hpp"
-
-namespace qvim {
-
-// What becomes of shifted sums: cut to the width, limited to 0 .. largest, or that but for pixels with a
-// component that is `largest`, which turn white.
-enum class results { cut, limited, limited_or_white };
-
-}  // namespace qvim
 
 #if QVIM_HAVE_WIDE
 QVIM_WIDE_BEGIN
-namespace qvim::wide {
+namespace qvim::inline QVIM_LEVEL::wide {
 
 template <class T>
-QVIM_WIDE QVIM_INLINE vector all(T v) {
+QVIM_INLINE vector all(T v) {
   if constexpr (sizeof(T) == 1) return _mm512_set1_epi8(char(v));
   return _mm512_set1_epi16(short(v));
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE vector smaller(vector a, vector b) {
+QVIM_INLINE vector smaller(vector a, vector b) {
   if constexpr (sizeof(T) == 1) return _mm512_min_epu8(a, b);
   return _mm512_min_epu16(a, b);
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE uint64_t equal(vector a, vector b) {
+QVIM_INLINE uint64_t equal(vector a, vector b) {
   if constexpr (sizeof(T) == 1) return _mm512_cmpeq_epi8_mask(a, b);
   return _mm512_cmpeq_epi16_mask(a, b);
 }
@@ -42,13 +35,13 @@ struct pixels16 {
   static constexpr int ahead = 6;  // so many more make whole vectors
 
   template <part which>
-  QVIM_WIDE QVIM_INLINE static pixels16 load(const char *src, int count) {
+  QVIM_INLINE static pixels16 load(const char *src, int count) {
     pixels16 pixels;
     wide::load<T>(src, which == part::whole ? vectors * lanes<T> : 3 * count, pixels.v);
     return pixels;
   }
   template <part which>
-  QVIM_WIDE QVIM_INLINE void store(char *dst, int count) const {
+  QVIM_INLINE void store(char *dst, int count) const {
     if constexpr (which == part::last) return wide::store<T>(dst, 3 * count, v);
     if constexpr (vectors == 2) _mm512_storeu_si512(dst, v[0]);
     char *const rest = dst + 64 * (vectors - 1);
@@ -57,7 +50,7 @@ struct pixels16 {
       _mm_storeu_si128(reinterpret_cast<__m128i *>(rest + 32), _mm512_extracti32x4_epi32(v[0], 2));
   }
   // Pixels with a component equal to that of `colour` become it.
-  QVIM_WIDE QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
+  QVIM_INLINE void replace_where_equal(const pixels16 &in, vector colour) {
     constexpr uint64_t first_components = 0x249249249249;
     uint64_t equal_ones = 0;
     for (int i = 0; i < vectors; ++i) equal_ones |= equal<T>(in.v[i], colour) << i * lanes<T>;
@@ -69,7 +62,7 @@ struct pixels16 {
 // 32-bit sums limited to bytes: of each 128 bits four numbers from a, from b, from c, from d, then from the
 // next 128 bits. Limited to words: so from a and b.
 template <class T>
-QVIM_WIDE QVIM_INLINE vector narrowed(vector a, vector b, vector c, vector d) {
+QVIM_INLINE vector narrowed(vector a, vector b, vector c, vector d) {
   if constexpr (sizeof(T) == 1)
     return _mm512_packus_epi16(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d));
   return _mm512_packus_epi32(a, b);
@@ -94,9 +87,7 @@ struct dot_products {
     fits = fits && smallest == 0 && most <= T(-1);
     largest = T(most);
   }
-  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
-    run(step(*this), src, dst, count);
-  }
+  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
 
  private:
   // The same in vectors.
@@ -105,7 +96,7 @@ struct dot_products {
                          size_in = 3 * sizeof(T), size_out = outputs * sizeof(T);
     vector first_two[outputs], third[outputs], constants[outputs], most;
 
-    QVIM_WIDE QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)) {
+    QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)) {
       for (int r = 0; r < outputs; ++r) {
         first_two[r] = _mm512_set1_epi32(p.first_two[r]);
         third[r] = _mm512_set1_epi32(p.third[r]);
@@ -113,7 +104,7 @@ struct dot_products {
       }
     }
     // One pixel each 32 bits.
-    QVIM_WIDE QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
+    QVIM_INLINE void sums(const pixels16<T> &p, vector (&sum)[outputs]) const {
       constexpr int words = sizeof(T) == 1 ? 4 : 2;  // lanes for two words
       static constexpr auto pairs = each_lane<T>([](int i) { return i / words * 3 + i % words * 2 / words; });
       static constexpr auto thirds = each_lane<T>([](int i) { return i / words * 3 + 2; });
@@ -131,7 +122,7 @@ struct dot_products {
     }
 
     template <part which>
-    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
+    QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 3) {
       static constexpr auto place = [](int i) {  // of component i after narrowed()
         const int p = i / 3, c = i % 3;
         if (sizeof(T) == 1) return p / 4 * 16 + c * 4 + p % 4;
@@ -156,7 +147,7 @@ struct dot_products {
     }
 
     template <part which>
-    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
+    QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
       static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
         return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
       });
@@ -182,19 +173,17 @@ struct gains {
       fits = fits && gain[c] == any[c];
     }
   }
-  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
-    run(step(*this), src, dst, count);
-  }
+  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
 
  private:
   struct step {
     static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T), size_out = 3 * sizeof(T);
     vector gain[3];
 
-    QVIM_WIDE QVIM_INLINE explicit step(const gains &p) {
+    QVIM_INLINE explicit step(const gains &p) {
       for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
     }
-    QVIM_WIDE QVIM_INLINE static vector product(vector in, vector gain) {
+    QVIM_INLINE static vector product(vector in, vector gain) {
       if constexpr (sizeof(T) == 2)
         return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
       const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
@@ -202,7 +191,7 @@ struct gains {
       return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
     }
     template <part>
-    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
+    QVIM_INLINE void convert(const char *src, char *dst, int count) const {
       const vector in = load<T>(src, first_lanes(count));
       vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
       rearrange<T, join>(out);
@@ -211,6 +200,6 @@ struct gains {
   };
 };
 
-}  // namespace qvim::wide
+}  // namespace qvim::inline QVIM_LEVEL::wide
 QVIM_WIDE_END
 #endif

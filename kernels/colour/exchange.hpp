@@ -3,10 +3,10 @@
 
 #include "kernels/colour/pixels.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
-// Where byte i of a pixel with exchanged components of type T lies in the source. Where 64 bytes can be
-// shuffled at a time, that is all there is to it.
+// Where byte i of a pixel with exchanged components of type T lies in the source. Where bytes can be
+// shuffled, that is all there is to it.
 template <class T, int first, int second>
 constexpr int64_t exchanged_byte(int64_t i) {
   constexpr int64_t width = sizeof(T);
@@ -60,7 +60,7 @@ template <class T, int components, int first, int second, class Operation = unch
 QVIM_INLINE void exchange_packed(const char *src, char *dst, uint64_t count,
                                  const Operation &operation = {}) {
   constexpr uint64_t size = components * sizeof(T), per_chunk = chunk_size / size;
-  if (shuffle_run(src, dst, count, exchanged<T, components, first, second>, operation)) return;
+  if (shuffle_run(src, dst, count, exchanged<T, components, first, second>, gaps::others, operation)) return;
   const auto apart = [&](uint64_t pixels) __attribute__((always_inline)) {  // where nothing else can be read
     alignas(64) char copy[3 * chunk_size] = {};
     std::memcpy(copy + chunk_size, src, pixels * size);
@@ -107,6 +107,9 @@ QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstr
   constexpr uint64_t packed = 3 * sizeof(T);
   auto src = static_cast<const char *>(source);
   auto dst = static_cast<char *>(destination);
+  if (shuffle_pixels<T, exchanged_byte<T, first, second>>(src, dst, int64_t(srcstride), int64_t(dststride),
+                                                          count, operation))
+    return;
   if (srcstride == packed && dststride == packed)
     exchange_packed<T, 3, first, second>(src, dst, count, operation);
   else if (dststride % sizeof(T) != 0 ||  // the operation is done to whole components of a vector
@@ -115,4 +118,4 @@ QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstr
     exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
 }
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

@@ -5,7 +5,7 @@
 
 #include "kernels/run.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 
 // bits: of type uint32_t, or null. A count of 0, of the component's width or of more means all bits.
 template <class T>
@@ -15,4 +15,4 @@ QVIM_INLINE uint32_t full_scale(const void *bits) {
   return 0xFFFFFFFFu >> (32 - (used && used < width ? used : width));
 }
 
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL

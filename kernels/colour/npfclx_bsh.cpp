@@ -4,7 +4,7 @@
 #include "kernels/colour/full_scale.hpp"
 #include "kernels/colour/pixels.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // a or b. Both are at hand: a choice by masks keeps the compiler from moving the work for either into a
@@ -221,12 +221,11 @@ QVIM_INLINE void from_bsh(auto... arguments) {
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CLX_BSH(name, T, conversion, o)                                                    \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
-                                                uint64_t dststride, uint64_t count, uint32_t,   \
-                                                const void *param) {                            \
-    qvim::conversion<T, qvim::order::o>(src, dst, srcstride, dststride, count, param);          \
+#define QVIM_CLX_BSH(name, T, conversion, o)                                                            \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t, const void *param) {                      \
+    qvim::conversion<T, qvim::order::o>(src, dst, srcstride, dststride, count, param);                  \
   }
 #include <qvimage/members/npfclx.inc>

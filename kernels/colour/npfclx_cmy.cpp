@@ -2,7 +2,7 @@
 #include "kernels/colour/exchange.hpp"
 #include "kernels/colour/full_scale.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // What full scale is, in the type that components are computed in.
@@ -23,12 +23,11 @@ struct complement {
   T full;
   QVIM_INLINE explicit complement(const void *bits) : full(T(scale<T>(bits).full)) {}
   QVIM_INLINE T operator()(T v) const { return T(full - v); }
-#if QVIM_HAVE_WIDE
-  QVIM_WIDE QVIM_INLINE __m512i wide(__m512i v) const {
-    typedef T components __attribute__((vector_size(64)));
-    return __m512i(full - components(v));
+  template <class Bytes>
+  QVIM_INLINE Bytes bytes(Bytes v) const {
+    typedef T components __attribute__((vector_size(sizeof(Bytes))));
+    return (Bytes)(full - (components)v);
   }
-#endif
 };
 
 template <class T, order o>
@@ -78,19 +77,17 @@ struct from_cmyk : scale<T> {
 };
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CLX_COMPLEMENT(name, T, o)                                                         \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
-                                                uint64_t dststride, uint64_t count, uint32_t,   \
-                                                const void *param) {                            \
-    qvim::complement_pixels<T, qvim::order::o>(src, dst, srcstride, dststride, count, param);   \
+#define QVIM_CLX_COMPLEMENT(name, T, o)                                                                 \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t, const void *param) {                      \
+    qvim::complement_pixels<T, qvim::order::o>(src, dst, srcstride, dststride, count, param);           \
   }
-#define QVIM_CLX_CMYK(name, T, conversion, from, to)                                            \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
-                                                uint64_t dststride, uint64_t count, uint32_t,   \
-                                                const void *param) {                            \
-    qvim::convert_pixels<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(           \
-        src, dst, srcstride, dststride, count, qvim::conversion<T>(param));                     \
+#define QVIM_CLX_CMYK(name, T, conversion, from, to)                                                    \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t, const void *param) {                      \
+    qvim::convert_pixels<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                   \
+        src, dst, srcstride, dststride, count, qvim::conversion<T>(param));                             \
   }
 #include <qvimage/members/npfclx.inc>

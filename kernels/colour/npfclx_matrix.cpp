@@ -2,10 +2,11 @@
 #include <cmath>
 
 #include "kernels/colour/dot_products.hpp"
+#include "kernels/colour/lane_products.hpp"
 #include "kernels/colour/pixels.hpp"
 #include "kernels/colour/real_products.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 enum column3 { without_column3, with_column3 };
@@ -256,6 +257,26 @@ struct matrix31r0 {
   }
 };
 
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+// A conversion of integers in the form that is computed by lanes, its rows and columns in the order of the
+// components in memory.
+template <class T, order from, order to, class Conversion>
+QVIM_INLINE auto lane_form(const Conversion &c) {
+  if constexpr (Conversion::inputs == 1) {
+    return gains<T>(c.gain);
+  } else {
+    dot_products<T, Conversion::outputs, Conversion::shift, Conversion::rule> form;
+    if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
+    for (int r = 0; r < Conversion::outputs; ++r) {
+      const int of = place<to>(r);
+      form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
+                   c.coefficient(of, place<from>(2)), c.constant[of]);
+    }
+    return form;
+  }
+}
+#endif
+
 #if QVIM_HAVE_WIDE
 // A conversion in the form that such processors compute, if it fits, its rows and columns in the order of the
 // components in memory.
@@ -290,13 +311,25 @@ template <class T, class Conversion, order from, order to>
 QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                           const Conversion &conversion) {
   constexpr int outputs = Conversion::outputs;
-#if QVIM_HAVE_WIDE
-  if (QVIM_IS_WIDE) {
-    const auto form = wide_form<T, from, to>(conversion);
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+  if constexpr (sizeof(T) <= 2) {
+    const auto form = lane_form<T, from, to>(conversion);
+    if (form.takes(srcstride, dststride))
+      return form(static_cast<const char *>(src), static_cast<char *>(dst), srcstride, dststride, count);
+    constexpr uint64_t in = Conversion::inputs * sizeof(T), out = outputs * sizeof(T);
     if (form.fits)
-      return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride,
-                                                                                dststride, count, form);
+      return packed_blocks<in, out>(
+          src, dst, srcstride, dststride,
+          count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
+            form(s, d, in, out, n);
+          });
   }
+#endif
+#if QVIM_HAVE_WIDE
+  const auto form = wide_form<T, from, to>(conversion);
+  if (form.fits)
+    return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride, dststride,
+                                                                              count, form);
 #endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
     const narrow_clamped<outputs> narrow(conversion);
@@ -308,14 +341,13 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CLX_MATRIX(name, T, conversion, from, to)                                                 \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride,        \
-                                                uint64_t dststride, uint64_t count, uint32_t maxvalue, \
-                                                const void *param) {                                   \
-    if (count)                                                                                         \
-      qvim::multiply<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                      \
-          src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                \
+#define QVIM_CLX_MATRIX(name, T, conversion, from, to)                                                  \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t maxvalue, const void *param) {             \
+    if (count)                                                                                          \
+      qvim::multiply<T, qvim::conversion<T>, qvim::order::from, qvim::order::to>(                       \
+          src, dst, srcstride, dststride, count, qvim::conversion<T>(maxvalue, param));                 \
   }
 #include <qvimage/members/npfclx.inc>

@@ -1,7 +1,7 @@
 // Indices replaced by palette entries.
 #include "kernels/colour/wide.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 // Of an entry only the three components are read: the palette may end there.
@@ -53,7 +53,7 @@ struct joining {
 // Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
 // half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
 // shuffles for each vector of pixels.
-QVIM_WIDE void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
+void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
   __m512i table[3][4];
   std::memcpy(table, palette.component, sizeof table);
   const joining joinings[3] = {joining(0), joining(1), joining(2)};
@@ -83,18 +83,15 @@ template <int components>
 QVIM_INLINE uint64_t look_up_bytes(const char *src, char *dst, uint64_t count, const char *table) {
   constexpr uint64_t section = 4096, together = 64;
   byte_palette palette;
-  uint32_t entries[256], joined = 0;
+  [[maybe_unused]] uint32_t entries[256], joined = 0;
   uint64_t done = 0;
   while (count - done > together) {
     const uint64_t left = count - done - 1, part = (left < section ? left : section) / together * together;
     palette.extend<components>(src + done, part, table);
 #if QVIM_HAVE_WIDE
-    if (QVIM_IS_WIDE) {
-      look_up_64(palette, src + done, dst + 3 * done, part);
-      done += part;
-      continue;
-    }
-#endif
+    look_up_64(palette, src + done, dst + 3 * done, part);
+    done += part;
+#else
     for (; joined < palette.known; ++joined)
       entries[joined] = palette.component[0][joined] | uint32_t(palette.component[1][joined]) << 8 |
                         uint32_t(palette.component[2][joined]) << 16;
@@ -102,6 +99,7 @@ QVIM_INLINE uint64_t look_up_bytes(const char *src, char *dst, uint64_t count, c
       const uint64_t first = entries[uint8_t(src[done])], second = entries[uint8_t(src[done + 1])];
       store(dst + 3 * done, first | second << 24);
     }
+#endif
   }
   return done;
 }
@@ -122,12 +120,11 @@ QVIM_INLINE void look_up(const void *source, void *destination, uint64_t srcstri
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CLX_PALETTE(name, T, components)                                                   \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
-                                                uint64_t dststride, uint64_t count, uint32_t,   \
-                                                const void *param) {                            \
-    qvim::look_up<T, components>(src, dst, srcstride, dststride, count, param);                 \
+#define QVIM_CLX_PALETTE(name, T, components)                                                           \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t, const void *param) {                      \
+    qvim::look_up<T, components>(src, dst, srcstride, dststride, count, param);                         \
   }
 #include <qvimage/members/npfclx.inc>

@@ -1,7 +1,7 @@
 // Components copied or exchanged, and indices replaced by palette entries.
 #include "kernels/colour/exchange.hpp"
 
-namespace qvim {
+namespace qvim::inline QVIM_LEVEL {
 namespace {
 
 template <class T>
@@ -24,17 +24,16 @@ QVIM_INLINE void copy_3(const void *src, void *dst, uint64_t srcstride, uint64_t
 }
 
 }  // namespace
-}  // namespace qvim
+}  // namespace qvim::inline QVIM_LEVEL
 
-#define QVIM_CLX_MOVE(name, T, operation)                                                       \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, \
-                                                uint64_t dststride, uint64_t count, uint32_t,   \
-                                                const void *) {                                 \
-    qvim::operation<T>(src, dst, srcstride, dststride, count);                                  \
+#define QVIM_CLX_MOVE(name, T, operation)                                                               \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \
+                                    uint64_t count, uint32_t, const void *) {                           \
+    qvim::operation<T>(src, dst, srcstride, dststride, count);                                          \
   }
 #define QVIM_CLX_PACKED(name, T, components)                                                             \
-  extern "C" QVIM_CLONES void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t, uint64_t,          \
-                                                uint64_t count, uint32_t, const void *) {                \
+  extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t, uint64_t, uint64_t count,      \
+                                    uint32_t, const void *) {                                            \
     qvim::exchange_packed<T, components, 0, 2>(static_cast<const char *>(src), static_cast<char *>(dst), \
                                                count);                                                   \
   }

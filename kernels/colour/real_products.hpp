@@ -6,7 +6,7 @@
 
 #if QVIM_HAVE_WIDE
 QVIM_WIDE_BEGIN
-namespace qvim::wide {
+namespace qvim::inline QVIM_LEVEL::wide {
 
 // Vectors of what is computed with.
 template <class Real>
@@ -15,21 +15,21 @@ struct reals;
 template <>
 struct reals<float> {
   using type = __m512;
-  QVIM_WIDE QVIM_INLINE static type all(float v) { return _mm512_set1_ps(v); }
-  QVIM_WIDE QVIM_INLINE static type product(type a, type b) { return _mm512_mul_ps(a, b); }
-  QVIM_WIDE QVIM_INLINE static type fma(type a, type b, type c) { return _mm512_fmadd_ps(a, b, c); }
+  QVIM_INLINE static type all(float v) { return _mm512_set1_ps(v); }
+  QVIM_INLINE static type product(type a, type b) { return _mm512_mul_ps(a, b); }
+  QVIM_INLINE static type fma(type a, type b, type c) { return _mm512_fmadd_ps(a, b, c); }
   // The second one when they are equal or one is NaN.
-  QVIM_WIDE QVIM_INLINE static type larger(type a, type b) { return _mm512_max_ps(a, b); }
-  QVIM_WIDE QVIM_INLINE static type smaller(type a, type b) { return _mm512_min_ps(a, b); }
+  QVIM_INLINE static type larger(type a, type b) { return _mm512_max_ps(a, b); }
+  QVIM_INLINE static type smaller(type a, type b) { return _mm512_min_ps(a, b); }
 };
 template <>
 struct reals<double> {
   using type = __m512d;
-  QVIM_WIDE QVIM_INLINE static type all(double v) { return _mm512_set1_pd(v); }
-  QVIM_WIDE QVIM_INLINE static type product(type a, type b) { return _mm512_mul_pd(a, b); }
-  QVIM_WIDE QVIM_INLINE static type fma(type a, type b, type c) { return _mm512_fmadd_pd(a, b, c); }
-  QVIM_WIDE QVIM_INLINE static type larger(type a, type b) { return _mm512_max_pd(a, b); }
-  QVIM_WIDE QVIM_INLINE static type smaller(type a, type b) { return _mm512_min_pd(a, b); }
+  QVIM_INLINE static type all(double v) { return _mm512_set1_pd(v); }
+  QVIM_INLINE static type product(type a, type b) { return _mm512_mul_pd(a, b); }
+  QVIM_INLINE static type fma(type a, type b, type c) { return _mm512_fmadd_pd(a, b, c); }
+  QVIM_INLINE static type larger(type a, type b) { return _mm512_max_pd(a, b); }
+  QVIM_INLINE static type smaller(type a, type b) { return _mm512_min_pd(a, b); }
 };
 
 // Stored components as such vectors, of which 32-bit integers fill two, and back.
@@ -40,24 +40,24 @@ template <>
 struct stored<float> {
   using real = float;
   static constexpr int parts = 1;
-  QVIM_WIDE QVIM_INLINE static __m512 part(vector v, int) { return _mm512_castsi512_ps(v); }
-  QVIM_WIDE QVIM_INLINE static vector whole(const __m512 (&v)[1]) { return _mm512_castps_si512(v[0]); }
+  QVIM_INLINE static __m512 part(vector v, int) { return _mm512_castsi512_ps(v); }
+  QVIM_INLINE static vector whole(const __m512 (&v)[1]) { return _mm512_castps_si512(v[0]); }
 };
 template <>
 struct stored<double> {
   using real = double;
   static constexpr int parts = 1;
-  QVIM_WIDE QVIM_INLINE static __m512d part(vector v, int) { return _mm512_castsi512_pd(v); }
-  QVIM_WIDE QVIM_INLINE static vector whole(const __m512d (&v)[1]) { return _mm512_castpd_si512(v[0]); }
+  QVIM_INLINE static __m512d part(vector v, int) { return _mm512_castsi512_pd(v); }
+  QVIM_INLINE static vector whole(const __m512d (&v)[1]) { return _mm512_castpd_si512(v[0]); }
 };
 template <>
 struct stored<uint32_t> {
   using real = double;
   static constexpr int parts = 2;
-  QVIM_WIDE QVIM_INLINE static __m512d part(vector v, int i) {
+  QVIM_INLINE static __m512d part(vector v, int i) {
     return _mm512_cvtepu32_pd(i ? _mm512_extracti64x4_epi64(v, 1) : _mm512_castsi512_si256(v));
   }
-  QVIM_WIDE QVIM_INLINE static vector whole(const __m512d (&v)[2]) {
+  QVIM_INLINE static vector whole(const __m512d (&v)[2]) {
     return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvttpd_epu32(v[0])), _mm512_cvttpd_epu32(v[1]),
                               1);
   }
@@ -70,9 +70,7 @@ struct real_products {
   using real = typename stored<T>::real;
   static constexpr bool fits = true;
   real m[outputs][4] = {}, largest;
-  QVIM_WIDE void operator()(const char *src, char *dst, uint64_t count) const {
-    run(step(*this), src, dst, count);
-  }
+  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
 
  private:
   // The same in vectors.
@@ -83,17 +81,16 @@ struct real_products {
     using type = typename real::type;
     type m[outputs][4], zero, largest;
 
-    QVIM_WIDE QVIM_INLINE explicit step(const real_products &p)
-        : zero(real::all(0)), largest(real::all(p.largest)) {
+    QVIM_INLINE explicit step(const real_products &p) : zero(real::all(0)), largest(real::all(p.largest)) {
       for (int r = 0; r < outputs; ++r)
         for (int c = 0; c < 4; ++c) m[r][c] = real::all(p.m[r][c]);
     }
-    QVIM_WIDE QVIM_INLINE type result(type v) const {
+    QVIM_INLINE type result(type v) const {
       if constexpr (std::is_integral_v<T>) return real::smaller(real::larger(v, zero), largest);  // NaN: 0
       if constexpr (with_limits) return real::smaller(largest, real::larger(zero, v));            // NaN stays
       return v;
     }
-    QVIM_WIDE QVIM_INLINE vector row(int r, const vector (&plane)[inputs]) const {
+    QVIM_INLINE vector row(int r, const vector (&plane)[inputs]) const {
       type part[stored<T>::parts];
       for (int i = 0; i < stored<T>::parts; ++i) {
         const type first = stored<T>::part(plane[qvim::place<from>(0)], i);
@@ -105,7 +102,7 @@ struct real_products {
       return stored<T>::whole(part);
     }
     template <part>
-    QVIM_WIDE QVIM_INLINE void convert(const char *src, char *dst, int count) const {
+    QVIM_INLINE void convert(const char *src, char *dst, int count) const {
       vector in[inputs], out[outputs];
       load<T>(src, inputs * count, in);
       if constexpr (inputs == 3) rearrange<T, split>(in);
@@ -116,6 +113,6 @@ struct real_products {
   };
 };
 
-}  // namespace qvim::wide
+}  // namespace qvim::inline QVIM_LEVEL::wide
 QVIM_WIDE_END
 #endif

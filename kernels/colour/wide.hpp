@@ -1,4 +1,4 @@
-// Vectors of components for the loops of QVIM_WIDE: runs are taken by vectors, and their ends are cut off by
+// Vectors of components for the loops with vectors of 64 bytes: runs are taken by vectors, and their ends are cut off by
 // masks, so that nothing outside a run is read or written.
 #pragma once
 
@@ -22,7 +22,7 @@
 #endif
 
 QVIM_WIDE_BEGIN
-namespace qvim::wide {
+namespace qvim::inline QVIM_LEVEL::wide {
 
 using vector = __m512i;
 
@@ -42,38 +42,38 @@ constexpr std::array<lane_number<T>, lanes<T>> each_lane(Function f) {
   return result;
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE vector constant(const std::array<T, lanes<T>> &from) {
+QVIM_INLINE vector constant(const std::array<T, lanes<T>> &from) {
   return _mm512_loadu_si512(from.data());
 }
 
 // The first `count` lanes of a vector; all of them when there are not so many.
-QVIM_WIDE QVIM_INLINE uint64_t first_lanes(int count) {
+QVIM_INLINE uint64_t first_lanes(int count) {
   return count >= 64 ? ~uint64_t(0) : count > 0 ? ~(~uint64_t(0) << count) : 0;
 }
 
 template <class T>
-QVIM_WIDE QVIM_INLINE vector load(const char *from, uint64_t mask) {
+QVIM_INLINE vector load(const char *from, uint64_t mask) {
   if constexpr (sizeof(T) == 1) return _mm512_maskz_loadu_epi8(mask, from);
   if constexpr (sizeof(T) == 2) return _mm512_maskz_loadu_epi16(uint32_t(mask), from);
   if constexpr (sizeof(T) == 4) return _mm512_maskz_loadu_epi32(uint16_t(mask), from);
   if constexpr (sizeof(T) == 8) return _mm512_maskz_loadu_epi64(uint8_t(mask), from);
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE void store(char *to, uint64_t mask, vector v) {
+QVIM_INLINE void store(char *to, uint64_t mask, vector v) {
   if constexpr (sizeof(T) == 1) _mm512_mask_storeu_epi8(to, mask, v);
   if constexpr (sizeof(T) == 2) _mm512_mask_storeu_epi16(to, uint32_t(mask), v);
   if constexpr (sizeof(T) == 4) _mm512_mask_storeu_epi32(to, uint16_t(mask), v);
   if constexpr (sizeof(T) == 8) _mm512_mask_storeu_epi64(to, uint8_t(mask), v);
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE vector choose(uint64_t mask, vector otherwise, vector v) {
+QVIM_INLINE vector choose(uint64_t mask, vector otherwise, vector v) {
   if constexpr (sizeof(T) == 1) return _mm512_mask_blend_epi8(mask, otherwise, v);
   if constexpr (sizeof(T) == 2) return _mm512_mask_blend_epi16(uint32_t(mask), otherwise, v);
   if constexpr (sizeof(T) == 4) return _mm512_mask_blend_epi32(uint16_t(mask), otherwise, v);
   if constexpr (sizeof(T) == 8) return _mm512_mask_blend_epi64(uint8_t(mask), otherwise, v);
 }
 template <class T>
-QVIM_WIDE QVIM_INLINE vector pick(vector a, vector lane) {
+QVIM_INLINE vector pick(vector a, vector lane) {
   if constexpr (sizeof(T) == 1) return _mm512_permutexvar_epi8(lane, a);
   if constexpr (sizeof(T) == 2) return _mm512_permutexvar_epi16(lane, a);
   if constexpr (sizeof(T) == 4) return _mm512_permutexvar_epi32(lane, a);
@@ -81,7 +81,7 @@ QVIM_WIDE QVIM_INLINE vector pick(vector a, vector lane) {
 }
 // Lanes of two vectors, numbered through.
 template <class T>
-QVIM_WIDE QVIM_INLINE vector pick(vector a, vector b, vector lane) {
+QVIM_INLINE vector pick(vector a, vector b, vector lane) {
   if constexpr (sizeof(T) == 1) return _mm512_permutex2var_epi8(a, lane, b);
   if constexpr (sizeof(T) == 2) return _mm512_permutex2var_epi16(a, lane, b);
   if constexpr (sizeof(T) == 4) return _mm512_permutex2var_epi32(a, lane, b);
@@ -93,7 +93,7 @@ constexpr int split(int, int k, int i) { return 3 * i + k; }  // interleaved com
 constexpr int join(int n, int k, int i) { return (k * n + i) % 3 * n + (k * n + i) / 3; }
 
 template <class T, int (*from)(int, int, int), int k>
-QVIM_WIDE QVIM_INLINE vector rearranged(const vector (&v)[3]) {
+QVIM_INLINE vector rearranged(const vector (&v)[3]) {
   constexpr int n = lanes<T>;
   static constexpr auto order = each_lane<T>([](int i) { return from(n, k, i); });
   static constexpr uint64_t from_third = [] {
@@ -105,21 +105,21 @@ QVIM_WIDE QVIM_INLINE vector rearranged(const vector (&v)[3]) {
   return choose<T>(from_third, pick<T>(v[0], v[1], lane), pick<T>(v[2], lane));
 }
 template <class T, int (*from)(int, int, int)>
-QVIM_WIDE QVIM_INLINE void rearrange(vector (&v)[3]) {
+QVIM_INLINE void rearrange(vector (&v)[3]) {
   const vector r[3] = {rearranged<T, from, 0>(v), rearranged<T, from, 1>(v), rearranged<T, from, 2>(v)};
   for (int k = 0; k < 3; ++k) v[k] = r[k];
 }
 
 // Some vectors of a run of which `count` components are left.
 template <class T, int n>
-QVIM_WIDE QVIM_INLINE void load(const char *src, int count, vector (&v)[n]) {
+QVIM_INLINE void load(const char *src, int count, vector (&v)[n]) {
   for (int k = 0; k < n; ++k) {
     v[k] = load<T>(src + 64 * k, first_lanes(count - k * lanes<T>));
     asm("" : "+v"(v[k]));  // loaded once, not at every use: most loads cross a cache line
   }
 }
 template <class T, int n>
-QVIM_WIDE QVIM_INLINE void store(char *dst, int count, const vector (&v)[n]) {
+QVIM_INLINE void store(char *dst, int count, const vector (&v)[n]) {
   for (int k = 0; k < n; ++k) store<T>(dst + 64 * k, first_lanes(count - k * lanes<T>), v[k]);
 }
 
@@ -129,7 +129,7 @@ QVIM_WIDE QVIM_INLINE void store(char *dst, int count, const vector (&v)[n]) {
 enum class part { whole, last };
 
 template <class Step>
-QVIM_WIDE QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
+QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t count) {
   constexpr int pixels = Step::pixels;
   for (; count >= pixels + Step::pixels_ahead; count -= pixels) {
     step.template convert<part::whole>(src, dst, pixels);
@@ -145,6 +145,6 @@ QVIM_WIDE QVIM_INLINE void run(const Step &step, const char *src, char *dst, uin
   }
 }
 
-}  // namespace qvim::wide
+}  // namespace qvim::inline QVIM_LEVEL::wide
 QVIM_WIDE_END
 #endif

@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include <qvimage/kernel.h>
+#include "kernels/levels.hpp"
 
 namespace qvim::test {
 
-// One version of a member: the exported one, or one compiled for a single processor level.
+// One version of a member: the exported one, or that of a processor level.
 template <class Form>
 struct version {
   const char *level;
@@ -30,39 +30,20 @@ struct member {
   std::vector<version<Form>> versions;
 };
 
-inline bool runs_here(int level) {
-#if QVIM_TEST_LEVELS
-  __builtin_cpu_init();
-  const bool v3 =
-      __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("fma");
-  const bool v4 = v3 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                  __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-                  __builtin_cpu_supports("avx512cd");
-  return level == 4 ? v4 : level == 3 ? v3 : true;
-#else
-  return level == 0;
-#endif
-}
-
-// Lists to include a member list with: QVIM_MEMBER(name, form) declares, then collects, those of one form.
-#if QVIM_TEST_LEVELS
-#define QVIM_DECLARE_LEVELS(name, form) extern "C" form name##_v1, name##_v3, name##_v4;
-#define QVIM_LEVELS_OF(name) \
-  {"exported", name}, {"v1", name##_v1}, {"v3", name##_v3}, { "v4", name##_v4 }
-#else
-#define QVIM_DECLARE_LEVELS(name, form)
-#define QVIM_LEVELS_OF(name) \
-  { "exported", name }
-#endif
+// Of files' loops, which are compiled for levels 1, 3 and 4.
+inline bool runs_here(int level) { return level < 3 || highest_level() >= level - 2; }
 
 template <class Form>
-void add_member(std::vector<member<Form>> &members, const char *name,
-                std::initializer_list<version<Form>> versions) {
-  member<Form> m{name, {}};
-  for (const version<Form> &v : versions)
-    if (runs_here(v.level[0] == 'v' ? v.level[1] - '0' : 0)) m.versions.push_back(v);
+void add_member(std::vector<member<Form>> &members, const char *name, Form *exported,
+                Form *kernel_table::*entry = nullptr) {
+  member<Form> m{name, {{"exported", exported}}};
+  for (int i = 0; entry && i <= highest_level(); ++i)
+    m.versions.push_back({level_names[i], kernel_tables[i]->*entry});
   members.push_back(m);
 }
+
+// For lists of members: what add_member takes.
+#define QVIM_LEVELS_OF(name) #name, name, &qvim::kernel_table::name
 
 // Memory between pages that cannot be touched. Rooms are kept for the next buffer of their size.
 class fenced_room {

@@ -7,10 +7,6 @@
 
 #include "tests/kernels/kernel_levels.hpp"
 
-#define QVIM_STUFF(name, ...) QVIM_DECLARE_LEVELS(name, npfbitstuff_fn)
-#define QVIM_UNSTUFF(name, ...) QVIM_DECLARE_LEVELS(name, npfbitunstuff_fn)
-#include <qvimage/members/npfbix.inc>
-
 namespace {
 
 using namespace qvim::test;
@@ -20,14 +16,14 @@ std::vector<member<Form>> packers();
 template <>
 std::vector<member<npfbitstuff_fn>> packers() {
   std::vector<member<npfbitstuff_fn>> members;
-#define QVIM_STUFF(name, ...) add_member(members, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_STUFF(name, ...) add_member(members, QVIM_LEVELS_OF(name));
 #include <qvimage/members/npfbix.inc>
   return members;
 }
 template <>
 std::vector<member<npfbitunstuff_fn>> packers() {
   std::vector<member<npfbitunstuff_fn>> members;
-#define QVIM_UNSTUFF(name, ...) add_member(members, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_UNSTUFF(name, ...) add_member(members, QVIM_LEVELS_OF(name));
 #include <qvimage/members/npfbix.inc>
   return members;
 }

@@ -10,16 +10,12 @@
 
 #include "tests/kernels/kernel_levels.hpp"
 
-#define QVIM_MEMBER(name, form) QVIM_DECLARE_LEVELS(name, form)
-#define QVIM_NOTHING(name, form)
-#include <qvimage/members/npfbix.inc>
-
 namespace {
 
 using namespace qvim::test;
 
 // Collects the members of one form.
-#define QVIM_COLLECT(name, ...) add_member(members, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_COLLECT(name, ...) add_member(members, QVIM_LEVELS_OF(name));
 
 std::vector<member<npfbix_fn>> two_run_members() {
   std::vector<member<npfbix_fn>> members;

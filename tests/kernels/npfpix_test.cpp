@@ -11,10 +11,6 @@
 #include "tests/kernels/npfpix_model.hpp"
 #include "tests/kernels/operands.hpp"
 
-#define QVIM_MEMBER(name, form) QVIM_DECLARE_LEVELS(name, form)
-#define QVIM_PIX_NOTHING(name, form)
-#include <qvimage/members/npfpix.inc>
-
 namespace {
 
 using namespace qvim::test;
@@ -65,9 +61,10 @@ struct any_member {
 };
 
 template <class Form>
-void add(std::vector<any_member> &all, const char *name, std::initializer_list<version<Form>> versions) {
+void add(std::vector<any_member> &all, const char *name, Form *exported,
+         Form *qvim::kernel_table::*entry = nullptr) {
   std::vector<member<Form>> typed;
-  add_member(typed, name, versions);
+  add_member(typed, name, exported, entry);
   any_member m{name, {}};
   for (const auto &v : typed[0].versions)
     m.versions.emplace_back(v.level, [f = v.function](const run_call &c) { invoke(f, c); });
@@ -76,8 +73,8 @@ void add(std::vector<any_member> &all, const char *name, std::initializer_list<v
 
 std::vector<any_member> members() {
   std::vector<any_member> all;
-#define QVIM_MEMBER(name, form) add<form>(all, #name, {QVIM_LEVELS_OF(name)});
-#define QVIM_PIX_NOTHING(name, form) add<form>(all, #name, {{"exported", name}});
+#define QVIM_MEMBER(name, form) add<form>(all, QVIM_LEVELS_OF(name));
+#define QVIM_PIX_NOTHING(name, form) add<form>(all, #name, name);
 #include <qvimage/members/npfpix.inc>
   return all;
 }

@@ -88,7 +88,7 @@ class Info(ToolTest):
 
 class CommandLine(ToolTest):
     def test_help_and_version(self):
-        self.assertRegex(self.good("--version"), r"\Aqvimage \d+\.\d+\.\d+\n\Z")
+        self.assertRegex(self.good("--version"), r"\Aqvimage \d+\.\d+\.\d+, processor level \w+\n\Z")
         commands = re.findall(r"(?m)^  (\w+)  ", self.good("--help"))
         self.assertEqual(commands, ["info", "convert", "diff", "stat"])
         for command in commands:

@@ -4,12 +4,8 @@
 
 #include <qvimage/npfclx.h>
 
-#include "kernels/colour/dot_products.hpp"
 #include "tests/kernels/colour/npfclx_model.hpp"
 #include "tests/kernels/kernel_levels.hpp"
-
-#define QVIM_CLX_MATRIX(name, ...) QVIM_DECLARE_LEVELS(name, npfclx_fn)
-#include <qvimage/members/npfclx.inc>
 
 namespace {
 
@@ -17,7 +13,7 @@ using namespace qvim::test;
 
 std::vector<member<npfclx_fn>> members() {
   std::vector<member<npfclx_fn>> members;
-#define QVIM_CLX_MATRIX(name, ...) add_member<npfclx_fn>(members, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_CLX_MATRIX(name, ...) add_member(members, QVIM_LEVELS_OF(name));
 #include <qvimage/members/npfclx.inc>
   return members;
 }
@@ -112,54 +108,5 @@ TEST(Npfclx_matrix, CoefficientsAndLimitsAtTheirEdgesGiveTheModelsPixels) {
       }
   }
 }
-
-#if QVIM_HAVE_WIDE
-// The exported members choose by themselves; here is no choice.
-template <class T>
-void check_dot_products(const int32_t (&m)[3][4]) {
-  namespace wide = qvim::wide;
-  wide::dot_products<T, 3, 12, qvim::results::limited> products;
-  for (int r = 0; r < 3; ++r) products.set_row(r, m[r][0], m[r][1], m[r][2], uint32_t(m[r][3]));
-  ASSERT_TRUE(products.fits);
-  std::mt19937 random(5);
-  const std::vector<T> source = edge_pixels<T>(3 * 35, T(-1), random);
-  std::vector<T> result(source.size());
-  products(reinterpret_cast<const char *>(source.data()), reinterpret_cast<char *>(result.data()), 35);
-  for (size_t i = 0; i < source.size(); ++i) {
-    const T *p = &source[i / 3 * 3];
-    const int32_t *row = m[i % 3];
-    int64_t sum = row[3];
-    for (int k = 0; k < 3; ++k) sum += int64_t(row[k]) * p[k];
-    ASSERT_EQ(result[i], std::clamp<int64_t>(wrapped(sum) >> 12, 0, T(-1))) << "component " << i;
-  }
-}
-
-TEST(Dot_products, TakeAllCoefficientsOf16Bits) {
-  if (!QVIM_IS_WIDE) GTEST_SKIP() << "this processor cannot run them";
-  static const int32_t extreme[3][4] = {
-      {32767, 32767, 32767, INT32_MAX}, {-32768, -32768, -32768, INT32_MIN}, {-32768, 32767, 1, -1}};
-  for (auto *m : {&clx_rgb_to_ycrcb16, &clx_ycrcb_to_rgb16, &extreme}) {
-    check_dot_products<uint8_t>(*m);
-    check_dot_products<uint16_t>(*m);
-  }
-}
-
-TEST(Dot_products, RefuseWhatDoesNotFit) {
-  namespace wide = qvim::wide;
-  for (int32_t m : {32768, -32769, 65536, INT32_MAX, INT32_MIN})
-    for (int place = 0; place < 3; ++place) {
-      wide::dot_products<uint16_t, 1, 8, qvim::results::limited> products;
-      products.set_row(0, place == 0 ? m : 0, place == 1 ? m : 0, place == 2 ? m : 0, 0);
-      EXPECT_FALSE(products.fits) << m;
-    }
-  for (int32_t most : {256, 65535, INT32_MAX}) {
-    wide::dot_products<uint8_t, 1, 8, qvim::results::limited> products;
-    products.limit(0, most);
-    EXPECT_FALSE(products.fits) << most;
-  }
-}
-#else
-TEST(Dot_products, TakeAllCoefficientsOf16Bits) { GTEST_SKIP() << "this build has none"; }
-#endif
 
 }  // namespace

@@ -9,16 +9,13 @@
 #include "tests/kernels/colour/npfclx_model.hpp"
 #include "tests/kernels/kernel_levels.hpp"
 
-#define QVIM_MEMBER(name, form) QVIM_DECLARE_LEVELS(name, form)
-#include <qvimage/members/npfclx.inc>
-
 namespace {
 
 using namespace qvim::test;
 
 std::vector<member<npfclx_fn>> members() {
   std::vector<member<npfclx_fn>> members;
-#define QVIM_MEMBER(name, form) add_member(members, #name, {QVIM_LEVELS_OF(name)});
+#define QVIM_MEMBER(name, form) add_member(members, QVIM_LEVELS_OF(name));
 #include <qvimage/members/npfclx.inc>
   return members;
 }

@@ -1,0 +1,363 @@
+// Integer linear combinations by lanes: four pixels in each, one in each 32 bits while it is computed. Products
+// of words are added in pairs, so that coefficients must be words. The results are those of the generic loops.
+#pragma once
+
+#include "kernels/colour/pixels.hpp"
+
+namespace qvim::inline QVIM_LEVEL {
+
+// What becomes of shifted sums: cut to the width, limited to 0 .. largest, or that but for pixels with a
+// component that is `largest`, which turn white.
+enum class results { cut, limited, limited_or_white };
+
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+
+using byte_vector = vec<uint8_t>;
+
+// The order of a lane's bytes, from a function of the place; 128 gives 0.
+struct lane_order {
+  alignas(lane_bytes) uint8_t from[lane_bytes] = {};
+  constexpr explicit lane_order(auto source) {
+    for (int i = 0; i < lane_bytes; ++i) from[i] = uint8_t(source(i));
+  }
+};
+template <auto &order>
+QVIM_INLINE byte_vector ordered(byte_vector v) {
+  return shuffled_lanes(v, in_all_lanes<uint8_t>(order.from));
+}
+
+// Runs of pixels of `in` and `out` components by steps of `pixels`, which a member convert(src, dst) takes all at
+// once. What is too short for a step, or lies so near the end that whole vectors would reach beyond the run,
+// passes through buffers.
+template <class T, int in, int out, int out_used, int64_t pixels, class Step>
+QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_t count) {
+  constexpr int64_t size_in = in * sizeof(T), size_out = out * sizeof(T), used = out_used * sizeof(T),
+                    ahead = 3;  // pixels
+  int64_t left = int64_t(count);
+  for (; left >= pixels + ahead; left -= pixels, src += pixels * size_in, dst += pixels * size_out)
+    step.convert(src, dst);
+  char source[(pixels + ahead) * size_in + vector_bytes] = {},
+                                           results[(pixels + ahead) * size_out + vector_bytes] = {};
+  while (left > 0) {
+    const int64_t part = left < pixels ? left : pixels;
+    std::memcpy(source, src, size_t(part * size_in - (in == 4 ? int64_t(sizeof(T)) : 0)));
+    step.convert(source, results);
+    if constexpr (used == size_out) {
+      std::memcpy(dst, results, size_t(part * size_out));
+    } else {
+      for (int64_t i = 0; i < part; ++i) std::memcpy(dst + i * size_out, results + i * size_out, used);
+    }
+    left -= part, src += part * size_in, dst += part * size_out;
+  }
+}
+
+// Four pixels of a lane, of `in` components of which three are used: the first two as pairs of words, and the
+// third with a 0 (or a pad, whose coefficient is 0).
+template <class T, int in>
+struct word_pairs {
+  vec<int16_t> first_two, third;
+
+  // Lanes begin `step` bytes after each other.
+  template <int64_t step>
+  QVIM_INLINE static word_pairs load(const char *src) {
+    constexpr int size = in * int(sizeof(T));
+    if constexpr (sizeof(T) == 1) {
+      static constexpr lane_order pairs([](int i) { return i % 2 ? 128 : i / 4 * size + i % 4 / 2; }),
+          thirds([](int i) { return i % 4 ? 128 : i / 4 * size + 2; });
+      const byte_vector v = load_lanes<step>(src, step);
+      return {(vec<int16_t>)ordered<pairs>(v), (vec<int16_t>)ordered<thirds>(v)};
+    } else {
+      constexpr int second =
+          4 * size - int(lane_bytes);  // where the half begins that ends with the fourth pixel
+      static constexpr lane_order pairs[2] = {
+          lane_order([](int i) { return i < 8 ? i / 4 * size + i % 4 : 128; }),
+          lane_order([](int i) { return i < 8 ? 128 : i / 4 * size + i % 4 - second; })};
+      static constexpr lane_order thirds[2] = {
+          lane_order([](int i) { return i < 8 && i % 4 < 2 ? i / 4 * size + 4 + i % 2 : 128; }),
+          lane_order([](int i) { return i < 8 || i % 4 > 1 ? 128 : i / 4 * size + 4 + i % 2 - second; })};
+      const byte_vector low = load_lanes<step>(src, step), high = load_lanes<step>(src + second, step);
+      const auto signs = all<uint16_t>(0x8000);  // unsigned to signed, by subtracting 2^15
+      const auto p = (vec<uint16_t>)(ordered<pairs[0]>(low) | ordered<pairs[1]>(high));
+      const auto t = (vec<uint16_t>)(ordered<thirds[0]>(low) | ordered<thirds[1]>(high));
+      return {(vec<int16_t>)(p ^ signs), (vec<int16_t>)(t ^ signs)};
+    }
+  }
+  // All bits of the lanes of 32 bits whose pixel has this component.
+  QVIM_INLINE vec<int32_t> have(T component) const {
+    const auto one = all<int16_t>(int16_t(sizeof(T) == 1 ? component : component ^ 0x8000));
+    return (vec<int32_t>)((first_two == one) | (third == one)) != 0;
+  }
+};
+
+// Pixels of three sums to memory, packed or with a pad that stays.
+template <class T, int out>
+struct three_sums {
+  vec<int32_t> c[3];
+
+  QVIM_INLINE byte_vector bytes(vec<uint8_t> most) const {
+    static constexpr lane_order order([](int i) {
+      const int p = i / out, component = i % out;
+      return p < 4 && component < 3 ? component * 4 + p : 128;
+    });
+    const byte_vector v = narrowed_unsigned(narrowed(c[0], c[1]), narrowed(c[2], c[2]));
+    return ordered<order>(v < most ? v : most);
+  }
+  struct halves {
+    byte_vector low, high;
+  };
+  QVIM_INLINE halves words(vec<uint16_t> most) const {
+    static constexpr auto place = [](int i, int of) {  // component c of pixel p: in `of` of the two vectors
+      const int p = i / 2 / out, component = i / 2 % out;
+      if (p > 3 || component > 2 || component / 2 != of) return 128;
+      return component % 2 * 8 + p * 2 + i % 2;
+    };
+    static constexpr lane_order low[2] = {lane_order([](int i) { return place(i, 0); }),
+                                          lane_order([](int i) { return place(i, 1); })};
+    static constexpr lane_order high[2] = {lane_order([](int i) { return place(i + 16, 0); }),
+                                           lane_order([](int i) { return place(i + 16, 1); })};
+    vec<uint16_t> a = narrowed_unsigned(c[0], c[1]), b = narrowed_unsigned(c[2], c[2]);
+    a = a < most ? a : most;
+    b = b < most ? b : most;
+    return {ordered<low[0]>((byte_vector)a) | ordered<low[1]>((byte_vector)b),
+            ordered<high[0]>((byte_vector)a) | ordered<high[1]>((byte_vector)b)};
+  }
+};
+
+// Lanes of whole pixels with a pad of one component, which stays.
+template <class T, int64_t step>
+QVIM_INLINE void store_padded(char *to, byte_vector v) {
+  static constexpr lane_order pads([](int i) { return i / int(sizeof(T)) % 4 == 3 ? 255 : 0; });
+  const auto pad = in_all_lanes<uint8_t>(pads.from);
+  store_lanes<step>(to, step, v | (load_lanes<step>(to, step) & pad));
+}
+
+// The coefficients of a conversion, components in the order in which they are stored.
+template <class T, int outputs, int shift, results rule>
+struct dot_products {
+  int16_t m[outputs][3];
+  int32_t constants[outputs];
+  T largest = T(-1);
+  bool fits = true;  // coefficients are words, and the limit is a component
+
+  void set_row(int r, int32_t m0, int32_t m1, int32_t m2, uint32_t added) {
+    const int32_t row[3] = {m0, m1, m2};
+    uint32_t sum = 0;
+    for (int c = 0; c < 3; ++c) {
+      m[r][c] = int16_t(row[c]);
+      fits = fits && m[r][c] == row[c];
+      sum += uint32_t(row[c]);
+    }
+    constants[r] = int32_t(added + (sizeof(T) == 2 ? sum << 15 : 0));  // components are less by 2^15
+  }
+  void limit(int32_t smallest, int32_t most) {
+    fits = fits && smallest == 0 && most <= T(-1);
+    largest = T(most);
+  }
+  // Strides are those of pixels of three or four components; of the results also of one.
+  QVIM_INLINE bool takes(uint64_t srcstride, uint64_t dststride) const {
+    const auto is = [](uint64_t stride, int components) {
+      return stride == uint64_t(components) * sizeof(T);
+    };
+    return fits && (is(srcstride, 3) || is(srcstride, 4)) &&
+           (is(dststride, outputs) || (outputs == 3 && is(dststride, 4)));
+  }
+  void operator()(const char *src, char *dst, uint64_t srcstride, uint64_t dststride, uint64_t count) const {
+    const bool from_pad = srcstride == 4 * sizeof(T);
+#if QVIM_LANES == 2
+    if constexpr (outputs == 1 && sizeof(T) == 1)
+      if (has_small_weights()) return from_pad ? weigh<4>(src, dst, count) : weigh<3>(src, dst, count);
+#endif
+    if constexpr (outputs == 1) {
+      from_pad ? run<4, 1>(src, dst, count) : run<3, 1>(src, dst, count);
+    } else if (dststride == 4 * sizeof(T)) {
+      from_pad ? run<4, 4>(src, dst, count) : run<3, 4>(src, dst, count);
+    } else {
+      from_pad ? run<4, 3>(src, dst, count) : run<3, 3>(src, dst, count);
+    }
+  }
+
+ private:
+#if QVIM_LANES == 2
+  // Weights of a mean: no sum of bytes times them goes beyond 16 bits, nor does that of the first two, with bytes
+  // less by 128, beyond 16 bits with a sign.
+  bool has_small_weights() const {
+    bool small = m[0][0] + m[0][1] <= 255 && m[0][0] + m[0][1] + m[0][2] <= 256 && constants[0] == 0;
+    for (int16_t weight : m[0]) small = small && weight >= 0 && weight <= 255;
+    return small && largest == 255;
+  }
+  template <int in>
+  [[gnu::noinline]] void weigh(const char *src, char *dst, uint64_t count) const {
+    run_steps<T, in, 1, 1, weighing<in>::pixels>(weighing<in>(m[0]), src, dst, count);
+  }
+  template <int in>
+  struct weighing {
+    static constexpr int64_t pixels = 16 * lanes;
+    byte_vector weights;
+    vec<int16_t> added;
+
+    explicit weighing(const int16_t *m)
+        : weights((byte_vector)all<uint32_t>(uint32_t(m[0] | m[1] << 8 | m[2] << 16))),
+          added(all<int16_t>(int16_t(128 * (m[0] + m[1] + m[2])))) {}
+    QVIM_INLINE byte_vector signed_pixels(const char *src) const {
+      static constexpr lane_order four([](int i) { return i % 4 == 3 ? 128 : i / 4 * 3 + i % 4; });
+      byte_vector v = load_lanes<4 * in>(src, 4 * in);
+      if constexpr (in == 3) v = ordered<four>(v);
+      return v ^ 0x80;
+    }
+    QVIM_INLINE vec<int16_t> sums(const char *src) const {  // of two vectors' pixels
+      const auto a = byte_pair_sums(weights, signed_pixels(src)),
+                 b = byte_pair_sums(weights, signed_pixels(src + lanes * 4 * in));
+      return (vec<int16_t>)((vec<uint16_t>)(neighbour_sums(a, b) + added) >> 8);
+    }
+    QVIM_INLINE void convert(const char *src, char *dst) const {
+      store_vector(dst, lanes_dealt(narrowed_unsigned(sums(src), sums(src + 2 * lanes * 4 * in))));
+    }
+  };
+#endif
+
+  template <int in, int out>
+  [[gnu::noinline]] void run(const char *src, char *dst, uint64_t count) const {
+    run_steps<T, in, out, outputs, step<in, out>::pixels>(step<in, out>(*this), src, dst, count);
+  }
+
+  // The same in vectors.
+  template <int in, int out>
+  struct step {
+    static constexpr int64_t size_in = in * sizeof(T), size_out = out * sizeof(T);
+    static constexpr int64_t together = sizeof(T) == 1 ? 4
+                                        : outputs == 1 ? 2
+                                                       : 1,  // vectors of sums
+        pixels = together * lanes * 4;
+    vec<int16_t> first_two[outputs], third[outputs];
+    vec<int32_t> constants[outputs];
+    vec<T> most;
+    T white;
+
+    QVIM_INLINE explicit step(const dot_products &p) : most(all<T>(p.largest)), white(p.largest) {
+      for (int r = 0; r < outputs; ++r) {
+        first_two[r] = (vec<int16_t>)all<int32_t>(uint16_t(p.m[r][0]) | p.m[r][1] * 65536);
+        third[r] = (vec<int16_t>)all<int32_t>(uint16_t(p.m[r][2]));
+        constants[r] = all<int32_t>(p.constants[r]);
+      }
+    }
+    QVIM_INLINE void sums(const word_pairs<T, in> &p, vec<int32_t> (&sum)[outputs]) const {
+      for (int r = 0; r < outputs; ++r) {
+        const auto total = (vec<uint32_t>)pair_sums(p.first_two, first_two[r]) +
+                           (vec<uint32_t>)pair_sums(p.third, third[r]) + (vec<uint32_t>)constants[r];
+        sum[r] = (vec<int32_t>)total >> shift;
+        if (rule == results::cut) sum[r] &= T(-1);
+      }
+      if (rule == results::limited_or_white) {
+        const vec<int32_t> at_least = p.have(white) & white;  // sums below 0 become 0 anyway
+        for (int r = 0; r < outputs; ++r) sum[r] = sum[r] > at_least ? sum[r] : at_least;
+      }
+    }
+    QVIM_INLINE void convert(const char *src, char *dst) const requires(outputs == 3) {
+      constexpr int64_t lane_in = 4 * size_in, lane_out = 4 * size_out;
+      byte_vector bytes[together];
+      each<together>([&](auto i) __attribute__((always_inline)) {
+        const auto p = word_pairs<T, in>::template load<lane_in>(src + i * lanes * lane_in);
+        three_sums<T, out> three;
+        sums(p, three.c);
+        char *const to = dst + i * lanes * lane_out;
+        if constexpr (sizeof(T) == 1) {
+          bytes[i] = three.bytes(most);
+          if constexpr (out == 4) store_padded<T, lane_out>(to, bytes[i]);
+        } else {
+          const auto [low, high] = three.words(most);
+          if constexpr (out == 4)
+            store_padded<T, lane_out>(to, low), store_padded<T, lane_out>(to + lane_bytes, high);
+          else
+            store_three_halves(to, low, high);
+        }
+      });
+      if constexpr (sizeof(T) == 1 && out == 3) store_twelves(dst, bytes);
+    }
+    // A lane of results is made of the same lane of all sums, so that results are in the order of the pixels when
+    // lanes are loaded from so far apart.
+    QVIM_INLINE void convert(const char *src, char *dst) const requires(outputs == 1) {
+      vec<int32_t> sum[together][1];
+      each<together>([&](auto i) __attribute__((always_inline)) {
+        sums(word_pairs<T, in>::template load<together * 4 * size_in>(src + i * 4 * size_in), sum[i]);
+      });
+      vec<T> grey;
+      if constexpr (sizeof(T) == 1)
+        grey = narrowed_unsigned(narrowed(sum[0][0], sum[1][0]), narrowed(sum[2][0], sum[3][0]));
+      else
+        grey = narrowed_unsigned(sum[0][0], sum[1][0]);
+      store_vector(dst, grey < most ? grey : most);
+    }
+  };
+};
+
+// One component to three: the product with each gain, less its lowest eight bits, cut to the width. A lane of
+// pixels becomes three lanes, or four with pads.
+template <class T>
+struct gains {
+  uint16_t gain[3];
+  bool fits = true;
+
+  template <class Any>
+  explicit gains(const Any (&any)[3]) {
+    for (int c = 0; c < 3; ++c) {
+      gain[c] = uint16_t(any[c]);
+      fits = fits && gain[c] == any[c];
+    }
+  }
+  QVIM_INLINE bool takes(uint64_t srcstride, uint64_t dststride) const {
+    return fits && srcstride == sizeof(T) && (dststride == 3 * sizeof(T) || dststride == 4 * sizeof(T));
+  }
+  void operator()(const char *src, char *dst, uint64_t, uint64_t dststride, uint64_t count) const {
+    const bool to_pad = dststride == 4 * sizeof(T), equal = gain[0] == gain[1] && gain[0] == gain[2];
+    if (to_pad)
+      equal ? run<4, true>(src, dst, count) : run<4, false>(src, dst, count);
+    else
+      equal ? run<3, true>(src, dst, count) : run<3, false>(src, dst, count);
+  }
+
+ private:
+  template <int out, bool equal>
+  [[gnu::noinline]] void run(const char *src, char *dst, uint64_t count) const {
+    run_steps<T, 1, out, 3, step<out, equal>::pixels>(step<out, equal>(*this), src, dst, count);
+  }
+  template <int out, bool equal>
+  struct step {
+    static constexpr int64_t width = sizeof(T), pixels = vector_bytes / width;
+    vec<uint16_t> gain[3];
+
+    explicit step(const gains &g) {
+      for (int c = 0; c < 3; ++c) gain[c] = all<uint16_t>(g.gain[c]);
+    }
+    QVIM_INLINE byte_vector product(vec<uint16_t> in, vec<uint16_t> by) const {
+      if constexpr (sizeof(T) == 1)
+        return (byte_vector)((in & 0xFF) * by >> 8 | ((in >> 8) * by & 0xFF00));
+      else
+        return (byte_vector)(high_products(in, by) << 8 | in * by >> 8);
+    }
+    // Lane k of what a lane of pixels becomes: the bytes of component c.
+    template <int k, int c>
+    static constexpr lane_order part{[](int i) {
+      const int at = k * int(lane_bytes) + i, component = at / int(width) % out;
+      return component == c || (equal && component < 3) ? at / int(width) / out * int(width) + at % int(width)
+                                                        : 128;
+    }};
+    QVIM_INLINE void convert(const char *src, char *dst) const {
+      const auto in = load_vector<uint16_t>(src);
+      byte_vector c[3] = {product(in, gain[0])};
+      if constexpr (!equal) c[1] = product(in, gain[1]), c[2] = product(in, gain[2]);
+      each<out>([&](auto k) __attribute__((always_inline)) {
+        byte_vector v = ordered<part<k, 0>>(c[0]);
+        if constexpr (!equal) v |= ordered<part<k, 1>>(c[1]) | ordered<part<k, 2>>(c[2]);
+        char *const to = dst + k * lane_bytes;
+        if constexpr (out == 4)
+          store_padded<T, out * lane_bytes>(to, v);
+        else
+          store_lanes<out * lane_bytes>(to, out * lane_bytes, v);
+      });
+    }
+  };
+};
+
+#endif
+
+}  // namespace qvim::inline QVIM_LEVEL

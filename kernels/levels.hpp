@@ -1,0 +1,29 @@
+// The kernels of all processor levels.
+#pragma once
+
+#include <qvimage/npfbix.h>
+#include <qvimage/npfclx.h>
+#include <qvimage/npfpix.h>
+
+#include "kernels/processor.hpp"
+
+namespace qvim {
+
+// Every kernel of the member lists in one version.
+struct kernel_table {
+#define QVIM_NOTHING(name, form)
+#define QVIM_MEMBER(name, form) form *name;
+#include <qvimage/members/npfbix.inc>
+#define QVIM_PIX_NOTHING(name, form)
+#define QVIM_MEMBER(name, form) form *name;
+#include <qvimage/members/npfpix.inc>
+#define QVIM_MEMBER(name, form) form *name;
+#include <qvimage/members/npfclx.inc>
+};
+
+extern const kernel_table *const kernel_tables[level_count];  // by level
+
+// What the exported kernels call.
+const kernel_table *kernels_in_use();
+
+}  // namespace qvim

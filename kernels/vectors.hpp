@@ -1,0 +1,221 @@
+// Vectors of this version's processor level: types with the compiler's own arithmetic, and the few steps that
+// compilers do not find by themselves, each by its processors' name for it.
+//
+// A vector is made of lanes of 16 bytes; bytes are shuffled within a lane. Levels without such shuffles have
+// no vectors here (QVIM_LANES is 0) and take the plain loops.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#include "kernels/level.hpp"
+
+#if defined(__AVX512VBMI__)
+#define QVIM_LANES 4
+#elif defined(__AVX2__)
+#define QVIM_LANES 2
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+#define QVIM_LANES 1
+#else
+#define QVIM_LANES 0
+#endif
+
+#if QVIM_LANES > 1
+#include <immintrin.h>
+#elif QVIM_LANES == 1
+#include <arm_neon.h>
+#endif
+
+namespace qvim::inline QVIM_LEVEL {
+
+constexpr int64_t lane_bytes = 16;
+
+#if QVIM_LANES
+constexpr int64_t lanes = QVIM_LANES, vector_bytes = lanes * lane_bytes;
+
+template <class T, int64_t bytes = vector_bytes>
+struct vector_type {
+  typedef T type __attribute__((vector_size(bytes)));
+};
+template <class T>
+using vec = typename vector_type<T>::type;
+template <class T>
+using lane = typename vector_type<T, lane_bytes>::type;
+
+template <class T>
+QVIM_INLINE vec<T> all(T value) {
+  return vec<T>{} + value;
+}
+template <class T>
+QVIM_INLINE vec<T> load_vector(const void *from) {
+  vec<T> v;
+  std::memcpy(&v, from, sizeof v);
+  return v;
+}
+template <class V>
+QVIM_INLINE void store_vector(void *to, const V &v) {
+  std::memcpy(to, &v, sizeof v);
+}
+
+// Calls body(0) ... body(n - 1) with numbers that are constants: what a loop leaves in memory stays in registers.
+template <int64_t n>
+QVIM_INLINE void each(const auto &body) {
+  const auto call = [&]<int64_t... i>(std::integer_sequence<int64_t, i...>) __attribute__((always_inline)) {
+    (body(std::integral_constant<int64_t, i>()), ...);
+  };
+  call(std::make_integer_sequence<int64_t, n>());
+}
+
+#if QVIM_LANES == 1
+template <class T>
+QVIM_INLINE vec<T> in_all_lanes(const void *from) {
+  return load_vector<T>(from);
+}
+// Lanes that begin `step` bytes after each other, which touch so many bytes.
+template <int64_t>
+constexpr int64_t lanes_span(int64_t) {
+  return lane_bytes;
+}
+template <int64_t>
+QVIM_INLINE vec<uint8_t> load_lanes(const char *from, int64_t) {
+  return load_vector<uint8_t>(from);
+}
+template <int64_t>
+QVIM_INLINE void store_lanes(char *to, int64_t, vec<uint8_t> v) {
+  store_vector(to, v);
+}
+QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
+  const auto words = [&](int i) { return (vec<uint32_t>)v[i]; };
+  for (int i = 0; i < 3; ++i) store_vector(to + 12 * i, words(i));
+  std::memcpy(to + 36, &v[3], 12);
+}
+
+// Lanes of 24 bytes: 16 and the first 8.
+QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
+  store_vector(to, low);
+  std::memcpy(to + lane_bytes, &high, 8);
+}
+
+// Byte i of a lane is byte order[i] of the lane, or 0 where that is 128 or more.
+QVIM_INLINE vec<uint8_t> shuffled_lanes(vec<uint8_t> v, vec<uint8_t> order) {
+  return (vec<uint8_t>)vqtbl1q_u8((uint8x16_t)v, (uint8x16_t)order);
+}
+QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {  // their upper halves
+  const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
+  const uint32x4_t low = vmull_u16(vget_low_u16(x), vget_low_u16(y)), high = vmull_high_u16(x, y);
+  return (vec<uint16_t>)vuzp2q_u16(vreinterpretq_u16_u32(low), vreinterpretq_u16_u32(high));
+}
+// Products of signed words, added in pairs.
+QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
+  const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
+  return (vec<int32_t>)vpaddq_s32(vmull_s16(vget_low_s16(x), vget_low_s16(y)), vmull_high_s16(x, y));
+}
+// Numbers limited to half their width: in each lane those of a, then those of b.
+QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<int16_t>)vqmovn_high_s32(vqmovn_s32((int32x4_t)a), (int32x4_t)b);
+}
+QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<uint16_t>)vqmovun_high_s32(vqmovun_s32((int32x4_t)a), (int32x4_t)b);
+}
+QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<uint8_t>)vqmovun_high_s16(vqmovun_s16((int16x8_t)a), (int16x8_t)b);
+}
+
+#elif QVIM_LANES == 2
+template <class T>
+QVIM_INLINE vec<T> in_all_lanes(const void *from) {
+  return (vec<T>)_mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i *>(from)));
+}
+// `known` is the step where the compiler knows it: 12 and 16 bytes are most frequent.
+template <int64_t known>
+constexpr int64_t lanes_span(int64_t step) {
+  return known == 12 ? vector_bytes : lane_bytes + step;
+}
+template <int64_t known>
+QVIM_INLINE vec<uint8_t> load_lanes(const char *from, int64_t step) {
+  if constexpr (known == 16) return load_vector<uint8_t>(from);
+  if constexpr (known == 12) {
+    const __m256i whole = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(from));
+    return (vec<uint8_t>)_mm256_permutevar8x32_epi32(whole, _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
+  }
+  const auto at = [=](int64_t i) { return reinterpret_cast<const __m128i *>(from + i * step); };
+  const __m256i first = _mm256_castsi128_si256(_mm_loadu_si128(at(0)));
+  return (vec<uint8_t>)_mm256_inserti128_si256(first, _mm_loadu_si128(at(1)), 1);
+}
+template <int64_t known>
+QVIM_INLINE void store_lanes(char *to, int64_t step, vec<uint8_t> v) {
+  if constexpr (known == 16) return store_vector(to, v);
+  const auto at = [=](int64_t i) { return reinterpret_cast<__m128i *>(to + i * step); };
+  _mm_storeu_si128(at(0), _mm256_castsi256_si128((__m256i)v));
+  _mm_storeu_si128(at(1), _mm256_extracti128_si256((__m256i)v, 1));
+}
+// The first 12 bytes of each lane of four vectors, which make three.
+QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
+  const auto moved = [](vec<uint8_t> from, auto... place) __attribute__((always_inline)) {
+    return _mm256_permutevar8x32_epi32((__m256i)from, _mm256_setr_epi32(place...));
+  };
+  const __m256i a = moved(v[0], 0, 1, 2, 4, 5, 6, 0, 0), b = moved(v[1], 2, 4, 5, 6, 0, 0, 0, 1),
+                c = moved(v[2], 5, 6, 0, 0, 0, 1, 2, 4), d = moved(v[3], 0, 0, 0, 1, 2, 4, 5, 6);
+  const auto out = reinterpret_cast<__m256i *>(to);
+  _mm256_storeu_si256(out, _mm256_blend_epi32(a, b, 0xC0));
+  _mm256_storeu_si256(out + 1, _mm256_blend_epi32(b, c, 0xF0));
+  _mm256_storeu_si256(out + 2, _mm256_blend_epi32(c, d, 0xFC));
+}
+QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
+  const auto at = [=](int64_t i) { return reinterpret_cast<__m128i *>(to + i); };
+  _mm_storeu_si128(at(0), _mm256_castsi256_si128((__m256i)low));
+  _mm_storel_epi64(at(16), _mm256_castsi256_si128((__m256i)high));
+  _mm_storeu_si128(at(24), _mm256_extracti128_si256((__m256i)low, 1));
+  _mm_storel_epi64(at(40), _mm256_extracti128_si256((__m256i)high, 1));
+}
+QVIM_INLINE vec<uint8_t> shuffled_lanes(vec<uint8_t> v, vec<uint8_t> order) {
+  return (vec<uint8_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)order);
+}
+QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {
+  return (vec<uint16_t>)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+}
+QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<int32_t>)_mm256_madd_epi16((__m256i)a, (__m256i)b);
+}
+// Products of unsigned and signed bytes, added in pairs; sums of neighbouring words, in each lane those of a,
+// then those of b.
+QVIM_INLINE vec<int16_t> byte_pair_sums(vec<uint8_t> a, vec<uint8_t> b) {
+  return (vec<int16_t>)_mm256_maddubs_epi16((__m256i)a, (__m256i)b);
+}
+QVIM_INLINE vec<int16_t> neighbour_sums(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<int16_t>)_mm256_hadd_epi16((__m256i)a, (__m256i)b);
+}
+// Fours of bytes: the first of each lane, then the second ones, and so on.
+QVIM_INLINE vec<uint8_t> lanes_dealt(vec<uint8_t> v) {
+  return (vec<uint8_t>)_mm256_permutevar8x32_epi32((__m256i)v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<int16_t>)_mm256_packs_epi32((__m256i)a, (__m256i)b);
+}
+QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<uint16_t>)_mm256_packus_epi32((__m256i)a, (__m256i)b);
+}
+QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<uint8_t>)_mm256_packus_epi16((__m256i)a, (__m256i)b);
+}
+
+#else
+template <class T>
+QVIM_INLINE vec<T> in_all_lanes(const void *from) {
+  return (vec<T>)_mm512_maskz_broadcast_i32x4(0xFFFF, _mm_loadu_si128(static_cast<const __m128i *>(from)));
+}
+QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<int16_t>)_mm512_packs_epi32((__m512i)a, (__m512i)b);
+}
+QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
+  return (vec<uint16_t>)_mm512_packus_epi32((__m512i)a, (__m512i)b);
+}
+QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<uint8_t>)_mm512_packus_epi16((__m512i)a, (__m512i)b);
+}
+#endif
+#endif
+
+}  // namespace qvim::inline QVIM_LEVEL
