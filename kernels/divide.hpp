@@ -9,7 +9,8 @@
 
 #include "kernels/level.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 // A 32-bit number divided by 1 .. 2^32 - 1. T. Granlund, P. L. Montgomery: Division by Invariant Integers
 // using Multiplication, 1994, figure 4.1.
@@ -115,4 +116,5 @@ class ratio {
   value last_, most_;
 };
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

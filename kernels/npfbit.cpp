@@ -11,7 +11,8 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 static_assert(std::endian::native == std::endian::little);
@@ -278,7 +279,8 @@ QVIM_INLINE void unstuff_any(char *pixies, const char *stream, uint64_t count, u
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_STUFF(name, Pixie)                                                                         \
   extern "C" void QVIM_KERNEL(name)(const void *pixies, void *stream, uint64_t count, uint32_t bits,    \

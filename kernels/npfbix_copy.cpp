@@ -6,7 +6,8 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <uint64_t size>
@@ -114,7 +115,8 @@ QVIM_INLINE void copy_sized(const void *source, void *destination, int64_t srcst
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_COPY(name, bytes, from, to)                                                            \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, [[maybe_unused]] int64_t srcstride, \

@@ -2,7 +2,8 @@
 #include "kernels/operations.hpp"
 #include "kernels/run.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 // Reads nothing.
@@ -38,7 +39,8 @@ QVIM_INLINE void in_place(void *buffer, int64_t stride, uint64_t count, uint32_t
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_IN_PLACE(name, T, operation)                                                           \
   extern "C" void QVIM_KERNEL(name)(void *buffer, int64_t stride, uint64_t count, uint32_t value) { \

@@ -1,9 +1,12 @@
 // Pixel operation kernels that work where a run lies.
 #include <qvimage/npfpix.h>
 
-#include "kernels/pixel_operations.hpp"
+#include "kernels/pixel/arithmetic.hpp"
+#include "kernels/pixel/bits.hpp"
+#include "kernels/pixel/curves.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <class Operation>
@@ -53,7 +56,8 @@ QVIM_INLINE void set_pixels(void *buffer, uint64_t count, uint32_t pixies, const
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_PIX(name, T, operation)                                                                         \
   extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count, uint32_t, uint32_t, const void *operand) { \

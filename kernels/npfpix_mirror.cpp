@@ -7,7 +7,8 @@
 #include "kernels/run.hpp"
 #include "kernels/shuffle.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 // Pixels of the size of a number, which the compiler reverses in vectors.
@@ -126,7 +127,8 @@ QVIM_INLINE void mirror_strided(void *buffer, int64_t stride, uint64_t count) {
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_PIX_MIRROR(name, size) \
   extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count) { qvim::mirror_run(buffer, count, size); }

@@ -1,9 +1,10 @@
 // Kernels of frame averages: pixies added to 32-bit sums, and sums made pixies again.
 #include <qvimage/npfpix.h>
 
-#include "kernels/pixel_operations.hpp"
+#include "kernels/pixel/means.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <class T>
@@ -26,7 +27,8 @@ QVIM_INLINE void finish(const uint32_t *sums, void *pixies, uint64_t count, cons
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_PIX_ADD(name, T)                                                             \
   extern "C" void QVIM_KERNEL(name)(const void *pixies, uint32_t *sums, uint64_t count) { \

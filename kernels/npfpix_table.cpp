@@ -7,7 +7,8 @@
 #include "kernels/operations.hpp"
 #include "kernels/run.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <class T>
@@ -42,7 +43,8 @@ QVIM_INLINE void translate(const void *source, void *destination, int64_t srcstr
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_PIX_TABLE(name, T, bits_used)                                                                  \
   extern "C" void QVIM_KERNEL(name)(void *buffer, uint64_t count, [[maybe_unused]] uint32_t bits, uint32_t, \

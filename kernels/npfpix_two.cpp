@@ -1,9 +1,12 @@
 // Pixel operation kernels from run to run.
 #include <qvimage/npfpix.h>
 
-#include "kernels/pixel_operations.hpp"
+#include "kernels/pixel/arithmetic.hpp"
+#include "kernels/pixel/bits.hpp"
+#include "kernels/pixel/curves.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <class T, class Operation>
@@ -17,7 +20,8 @@ QVIM_INLINE void two_runs(const void *src, void *dst, int64_t srcstride, int64_t
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_PIX_TWO(name, T, from, to, operation)                                                  \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, [[maybe_unused]] int64_t srcstride, \

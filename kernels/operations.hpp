@@ -8,7 +8,8 @@
 
 #include "kernels/level.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 template <class T>
 constexpr T all_bits = T(~T(0));
@@ -147,4 +148,5 @@ struct swap_bytes {
   }
 };
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

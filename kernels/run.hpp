@@ -11,7 +11,8 @@
 extern "C" npfbix_fn QVIM_KERNEL(npfbix_z1toz1_n), QVIM_KERNEL(npfbix_z2toz2_n), QVIM_KERNEL(npfbix_z4toz4_n),
     QVIM_KERNEL(npfbix_z8toz8_n);
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 // Values may start at any byte.
 template <class T>
@@ -33,6 +34,8 @@ concept wordwise = Operation::is_wordwise;
 template <class Operation, class Word>
 Word word_type(Word (Operation::*)(Word) const);
 
+// Or a member vectors() that does it to most values of a run and returns to how many.
+//
 // Adjacent values. Runs do not overlap, or are the same run: each value is read before its place is written,
 // so there is nothing that would hinder the compiler from taking many at a time.
 template <class S, class D, class Operation>
@@ -47,6 +50,11 @@ QVIM_INLINE void run_dense(const char *src, char *dst, uint64_t count, const Ope
     for (uint64_t i = words * per_word; i < count; ++i) {
       store<D>(dst + i * sizeof(D), operation(load<S>(src + i * sizeof(S))));
       asm volatile("");  // less than a word: no vector code
+    }
+  } else if constexpr (requires { operation.vectors(src, dst, count); }) {
+    for (uint64_t i = operation.vectors(src, dst, count); i < count; ++i) {
+      store<D>(dst + i * sizeof(D), operation(load<S>(src + i * sizeof(S))));
+      asm volatile("");  // less than a vector
     }
   } else {
     QVIM_INDEPENDENT
@@ -99,4 +107,5 @@ QVIM_INLINE void run(const void *source, void *destination, int64_t srcstride, i
   }
 }
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

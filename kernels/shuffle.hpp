@@ -8,7 +8,8 @@
 
 #include "kernels/vectors.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 typedef uint8_t bytes16 __attribute__((vector_size(16)));
 
@@ -23,8 +24,8 @@ QVIM_INLINE bytes16 shuffled(bytes16 value, bytes16 order) {
 #endif
 }
 
-// Runs are shuffled in pieces: whole vectors where the processor takes any byte of one to any place, and loads
-// and stores under masks (AVX-512 VBMI), otherwise lanes.
+// Runs are shuffled in pieces: whole vectors where the processor takes any byte of one to any place, and
+// loads and stores under masks (AVX-512 VBMI), otherwise lanes.
 constexpr int64_t piece_bytes = QVIM_HAVE_WIDE ? 64 : lane_bytes;
 
 // Some items as bytes of pieces: byte i of a piece of results is byte from[i] of one of the source. Of both,
@@ -101,10 +102,10 @@ void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order
 
 #elif QVIM_LANES
 
-// Lanes are loaded and stored whole. What is loaded beyond their items is not used. What is stored beyond them
-// is overwritten by the next store, so that where source and destination are the same, the next vectors are
-// loaded before; gaps between items get back what was there. The last items, behind which there are too few
-// bytes for that, pass through buffers.
+// Lanes are loaded and stored whole. What is loaded beyond their items is not used. What is stored beyond
+// them is overwritten by the next store, so that where source and destination are the same, the next vectors
+// are loaded before; gaps between items get back what was there. The last items, behind which there are too
+// few bytes for that, pass through buffers.
 template <int64_t known_from, int64_t known_to, class Operation>
 void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &order, const Operation &op) {
   using bytes = vec<uint8_t>;
@@ -245,4 +246,5 @@ QVIM_INLINE bool shuffle_pixels(const char *src, char *dst, int64_t srcstride, i
   return shuffle_run(src, dst, count, orders[from_pad][to_pad], gaps::pads, operation);
 }
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

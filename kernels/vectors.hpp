@@ -1,5 +1,5 @@
-// Vectors of this version's processor level: types with the compiler's own arithmetic, and the few steps that
-// compilers do not find by themselves, each by its processors' name for it.
+// Vectors of this version's processor level: types with the compiler's own arithmetic, and the few steps
+// that compilers do not find by themselves, each by its processors' name for it.
 //
 // A vector is made of lanes of 16 bytes; bytes are shuffled within a lane. Levels without such shuffles have
 // no vectors here (QVIM_LANES is 0) and take the plain loops.
@@ -28,7 +28,8 @@
 #include <arm_neon.h>
 #endif
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 constexpr int64_t lane_bytes = 16;
 
@@ -59,7 +60,8 @@ QVIM_INLINE void store_vector(void *to, const V &v) {
   std::memcpy(to, &v, sizeof v);
 }
 
-// Calls body(0) ... body(n - 1) with numbers that are constants: what a loop leaves in memory stays in registers.
+// Calls body(0) ... body(n - 1) with numbers that are constants: what a loop leaves in memory stays in
+// registers.
 template <int64_t n>
 QVIM_INLINE void each(const auto &body) {
   const auto call = [&]<int64_t... i>(std::integer_sequence<int64_t, i...>) __attribute__((always_inline)) {
@@ -92,6 +94,13 @@ QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
   std::memcpy(to + 36, &v[3], 12);
 }
 
+QVIM_INLINE vec<float> fused(vec<float> a, vec<float> b,
+                             vec<float> c) {  // a b + c
+  return (vec<float>)vfmaq_f32((float32x4_t)c, (float32x4_t)a, (float32x4_t)b);
+}
+QVIM_INLINE vec<double> fused(vec<double> a, vec<double> b, vec<double> c) {
+  return (vec<double>)vfmaq_f64((float64x2_t)c, (float64x2_t)a, (float64x2_t)b);
+}
 // Lanes of 24 bytes: 16 and the first 8.
 QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
   store_vector(to, low);
@@ -102,7 +111,8 @@ QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> hig
 QVIM_INLINE vec<uint8_t> shuffled_lanes(vec<uint8_t> v, vec<uint8_t> order) {
   return (vec<uint8_t>)vqtbl1q_u8((uint8x16_t)v, (uint8x16_t)order);
 }
-QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {  // their upper halves
+QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a,
+                                        vec<uint16_t> b) {  // their upper halves
   const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
   const uint32x4_t low = vmull_u16(vget_low_u16(x), vget_low_u16(y)), high = vmull_high_u16(x, y);
   return (vec<uint16_t>)vuzp2q_u16(vreinterpretq_u16_u32(low), vreinterpretq_u16_u32(high));
@@ -111,6 +121,22 @@ QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {  // 
 QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
   const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
   return (vec<int32_t>)vpaddq_s32(vmull_s16(vget_low_s16(x), vget_low_s16(y)), vmull_high_s16(x, y));
+}
+// The whole part of numbers from 0 to below 2^32, or to below 2^31.
+template <bool below_half>
+QVIM_INLINE vec<uint32_t> whole_parts(vec<float> v) {
+  return (vec<uint32_t>)vcvtq_u32_f32((float32x4_t)v);
+}
+QVIM_INLINE vec<uint32_t> whole_parts(vec<double> a, vec<double> b) {
+  return (vec<uint32_t>)vuzp1q_u32(vreinterpretq_u32_u64(vcvtq_u64_f64((float64x2_t)a)),
+                                   vreinterpretq_u32_u64(vcvtq_u64_f64((float64x2_t)b)));
+}
+// The low bits of words and bytes, in order.
+QVIM_INLINE vec<uint16_t> low_words(vec<uint32_t> a, vec<uint32_t> b) {
+  return (vec<uint16_t>)vuzp1q_u16((uint16x8_t)a, (uint16x8_t)b);
+}
+QVIM_INLINE vec<uint8_t> low_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<uint32_t> c, vec<uint32_t> d) {
+  return (vec<uint8_t>)vuzp1q_u8((uint8x16_t)low_words(a, b), (uint8x16_t)low_words(c, d));
 }
 // Numbers limited to half their width: in each lane those of a, then those of b.
 QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
@@ -163,6 +189,10 @@ QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
   _mm256_storeu_si256(out + 1, _mm256_blend_epi32(b, c, 0xF0));
   _mm256_storeu_si256(out + 2, _mm256_blend_epi32(c, d, 0xFC));
 }
+QVIM_INLINE vec<float> fused(vec<float> a, vec<float> b, vec<float> c) { return _mm256_fmadd_ps(a, b, c); }
+QVIM_INLINE vec<double> fused(vec<double> a, vec<double> b, vec<double> c) {
+  return _mm256_fmadd_pd(a, b, c);
+}
 QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
   const auto at = [=](int64_t i) { return reinterpret_cast<__m128i *>(to + i); };
   _mm_storeu_si128(at(0), _mm256_castsi256_si128((__m256i)low));
@@ -179,8 +209,8 @@ QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {
 QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
   return (vec<int32_t>)_mm256_madd_epi16((__m256i)a, (__m256i)b);
 }
-// Products of unsigned and signed bytes, added in pairs; sums of neighbouring words, in each lane those of a,
-// then those of b.
+// Products of unsigned and signed bytes, added in pairs; sums of neighbouring words, in each lane those of
+// a, then those of b.
 QVIM_INLINE vec<int16_t> byte_pair_sums(vec<uint8_t> a, vec<uint8_t> b) {
   return (vec<int16_t>)_mm256_maddubs_epi16((__m256i)a, (__m256i)b);
 }
@@ -200,6 +230,33 @@ QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
 QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)_mm256_packus_epi16((__m256i)a, (__m256i)b);
 }
+// Processors convert to signed numbers: what does not fit has only the highest bit then.
+template <bool below_half>
+QVIM_INLINE vec<uint32_t> whole_parts(vec<float> v) {
+  const __m256i whole = _mm256_cvttps_epi32(v);
+  if constexpr (below_half) return (vec<uint32_t>)whole;
+  const __m256i less = _mm256_cvttps_epi32(_mm256_sub_ps(v, _mm256_set1_ps(0x1p31f)));
+  return (vec<uint32_t>)_mm256_or_si256(whole, _mm256_and_si256(less, _mm256_srai_epi32(whole, 31)));
+}
+// Added to 2^52, a whole number stands in the lowest bits.
+QVIM_INLINE vec<uint32_t> whole_parts(vec<double> a, vec<double> b) {
+  const auto bits = [](__m256d v) __attribute__((always_inline)) {
+    v = _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    return _mm256_castpd_ps(_mm256_add_pd(v, _mm256_set1_pd(0x1p52)));
+  };
+  const __m256i low = _mm256_castps_si256(_mm256_shuffle_ps(bits(a), bits(b), 0x88));
+  return (vec<uint32_t>)_mm256_permute4x64_epi64(low, 0xD8);
+}
+QVIM_INLINE vec<uint16_t> low_words(vec<uint32_t> a, vec<uint32_t> b) {
+  const auto words = narrowed_unsigned((vec<int32_t>)(a & 0xFFFF), (vec<int32_t>)(b & 0xFFFF));
+  return (vec<uint16_t>)_mm256_permute4x64_epi64((__m256i)words, 0xD8);
+}
+QVIM_INLINE vec<uint8_t> low_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<uint32_t> c, vec<uint32_t> d) {
+  const auto words = [](vec<uint32_t> x, vec<uint32_t> y) __attribute__((always_inline)) {
+    return narrowed((vec<int32_t>)(x & 0xFF), (vec<int32_t>)(y & 0xFF));
+  };
+  return lanes_dealt(narrowed_unsigned(words(a, b), words(c, d)));
+}
 
 #else
 template <class T>
@@ -218,4 +275,5 @@ QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
 #endif
 #endif
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

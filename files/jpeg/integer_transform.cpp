@@ -88,8 +88,8 @@ QVIM_INLINE void samples(const two_bytes (&lines)[8], bool upper, two_shorts (&o
 extern "C" {
 
 // With an odd number of MCUs the last one is computed twice.
-QVIM_CLONES void QVIM_KERNEL(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                                const steps *s, block *blocks) {
+QVIM_CLONES void QVIM_CLONE(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                               const steps *s, block *blocks) {
   for (uint32_t i = 0; i < count; i += 2) {
     const uint32_t other = i + 1 < count;
     const uint8_t *const from = lines + 8 * uint64_t(i);
@@ -103,9 +103,9 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_integer_grey)(const uint8_t *lines, uint64_t p
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                               const steps *luminance, const steps *chrominance,
-                                               block *blocks) {
+QVIM_CLONES void QVIM_CLONE(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                              const steps *luminance, const steps *chrominance,
+                                              block *blocks) {
   const auto f = integer_colours;
   for (uint32_t i = 0; i < count; i += 2) {
     const uint32_t other = i + 1 < count;

@@ -89,8 +89,8 @@ QVIM_INLINE ints to_bytes(floats v) {
 
 extern "C" {
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                                const factors *divisors, block *blocks) {
+QVIM_CLONES void QVIM_CLONE(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                               const factors *divisors, block *blocks) {
   for (; count; --count, lines += 8, ++blocks) {
     bytes line[8];
     for (int i = 0; i < 8; ++i) line[i] = loaded_half(lines + uint64_t(i) * pitch);
@@ -101,9 +101,9 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_forward_grey)(const uint8_t *lines, uint64_t p
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                               const factors *luminance, const factors *chrominance,
-                                               block *blocks) {
+QVIM_CLONES void QVIM_CLONE(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
+                                              const factors *luminance, const factors *chrominance,
+                                              block *blocks) {
   for (; count; --count, lines += 24, blocks += 3) {
     bytes line[8], rest[8];
     for (int i = 0; i < 8; ++i) {
@@ -129,9 +129,9 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pi
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents,
-                                                uint32_t count, const factors *scales, uint8_t *lines,
-                                                uint64_t pitch) {
+QVIM_CLONES void QVIM_CLONE(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents,
+                                               uint32_t count, const factors *scales, uint8_t *lines,
+                                               uint64_t pitch) {
   for (; count; --count, ++blocks, ++extents, lines += 8) {
     floats x[8];
     decode(*blocks, *extents, *scales, x);
@@ -142,9 +142,9 @@ QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_grey)(const decoded_block *blocks, con
   }
 }
 
-QVIM_CLONES void QVIM_KERNEL(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents,
-                                               uint32_t count, const factors *const scales[3], uint8_t *lines,
-                                               uint64_t pitch) {
+QVIM_CLONES void QVIM_CLONE(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents,
+                                              uint32_t count, const factors *const scales[3], uint8_t *lines,
+                                              uint64_t pitch) {
   constexpr bytes first_three{0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
   for (; count; --count, blocks += 3, extents += 3, lines += 24) {
     floats y[8], cb[8], cr[8];

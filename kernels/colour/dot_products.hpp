@@ -8,7 +8,9 @@
 
 #if QVIM_HAVE_WIDE
 QVIM_WIDE_BEGIN
-namespace qvim::inline QVIM_LEVEL::wide {
+namespace qvim {
+inline namespace QVIM_LEVEL {
+namespace wide {
 
 template <class T>
 QVIM_INLINE vector all(T v) {
@@ -87,9 +89,45 @@ struct dot_products {
     fits = fits && smallest == 0 && most <= T(-1);
     largest = T(most);
   }
-  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
+  [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
+  // Greys of pixels with a pad, by weights that bytes hold and whose sum makes no byte of a mean too large.
+  bool has_small_weights() const {
+    const int32_t m0 = first_two[0] & 0xFFFF, m1 = first_two[0] >> 16, m2 = third[0];
+    return m1 >= 0 && m0 <= 255 && m1 <= 255 && m2 <= 255 && m0 + m1 + m2 <= 256 && constants[0] == 0 &&
+           largest == T(-1);
+  }
+  [[gnu::noinline]] void weigh_padded(const char *src, char *dst, uint64_t count) const
+      requires(outputs == 1 && sizeof(T) == 1) {
+    const int32_t m0 = first_two[0] & 0xFFFF, m1 = first_two[0] >> 16, m2 = third[0];
+    run(weighing{_mm512_set1_epi32(m0 | m1 << 8 | m2 << 16), _mm512_set1_epi32((m0 + m1 + m2) * 128)}, src,
+        dst, count);
+  }
 
  private:
+  // Products of unsigned and signed bytes, added in fours: bytes of pixels are less by 128 for that.
+  struct weighing {
+    static constexpr int pixels = 64, pixels_ahead = 1, size_in = 4, size_out = 1;
+    vector weights, added;
+    template <part which>
+    QVIM_INLINE void convert(const char *src, char *dst, int count) const {
+      vector sum[4];
+      each<4>([&](auto i) __attribute__((always_inline)) {
+        const uint64_t mask = which == part::whole ? ~uint64_t(0) : first_lanes(4 * count - 1 - 64 * int(i));
+        const vector v = _mm512_xor_si512(load<T>(src + 64 * i, mask), all<T>(T(0x80)));
+        sum[i] = _mm512_srli_epi32(_mm512_dpbusd_epi32(added, weights, v), 8);
+      });
+      store<T>(dst, first_lanes(count), in_order(narrowed<T>(sum[0], sum[1], sum[2], sum[3])));
+    }
+  };
+  // What narrowed() has made of the sums of four vectors, or of two, in the order of the pixels.
+  QVIM_INLINE static vector in_order(vector v) {
+    static constexpr auto order =
+        each_lane<T>([](int i) { return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4; });
+    return pick<T>(v, constant<T>(order));
+  }
+
   // The same in vectors.
   struct step {
     static constexpr int pixels = outputs == 3 ? 16 : lanes<T>, pixels_ahead = pixels16<T>::ahead,
@@ -148,14 +186,11 @@ struct dot_products {
 
     template <part which>
     QVIM_INLINE void convert(const char *src, char *dst, int count) const requires(outputs == 1) {
-      static constexpr auto order = each_lane<T>([](int i) {  // where narrowed() has put pixel i
-        return i % 16 / 4 * (lanes<T> / 4) + i / 16 * 4 + i % 4;
-      });
       vector sum[4][1];
       for (int i = 0; i < lanes<T> / 16; ++i)
         sums(pixels16<T>::template load<which>(src + i * 16 * size_in, count - 16 * i), sum[i]);
       const vector grey = narrowed<T>(sum[0][0], sum[1][0], sum[2][0], sum[3][0]);
-      store<T>(dst, first_lanes(count), pick<T>(smaller<T>(grey, most), constant<T>(order)));
+      store<T>(dst, first_lanes(count), in_order(smaller<T>(grey, most)));
     }
   };
 };
@@ -173,11 +208,19 @@ struct gains {
       fits = fits && gain[c] == any[c];
     }
   }
-  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
+  [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step<3>(*this), src, dst, count);
+  }
+  // To pixels with a pad, which stays.
+  [[gnu::noinline]] void padded(const char *src, char *dst, uint64_t count) const {
+    run(step<4>(*this), src, dst, count);
+  }
 
  private:
+  template <int outputs>
   struct step {
-    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T), size_out = 3 * sizeof(T);
+    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T),
+                         size_out = outputs * sizeof(T);
     vector gain[3];
 
     QVIM_INLINE explicit step(const gains &p) {
@@ -194,12 +237,27 @@ struct gains {
     QVIM_INLINE void convert(const char *src, char *dst, int count) const {
       const vector in = load<T>(src, first_lanes(count));
       vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
-      rearrange<T, join>(out);
-      store<T>(dst, 3 * count, out);
+      if constexpr (outputs == 3) {
+        rearrange<T, join>(out);
+        store<T>(dst, 3 * count, out);
+      } else {
+        each<4>([&](auto k) __attribute__((always_inline)) {
+          constexpr uint64_t firsts = 0x1111111111111111;  // components of pixels of four
+          static constexpr auto places =
+              each_lane<T>([](int i) { return (decltype(k)::value * lanes<T> + i) / 4; });
+          const vector place = constant<lane_number<T>>(places);
+          vector v = pick<T>(out[0], place);
+          v = choose<T>(firsts << 1, v, pick<T>(out[1], place));
+          v = choose<T>(firsts << 2, v, pick<T>(out[2], place));
+          store<T>(dst + 64 * k, first_lanes(4 * count - int(k) * lanes<T>) & firsts * 7, v);
+        });
+      }
     }
   };
 };
 
-}  // namespace qvim::inline QVIM_LEVEL::wide
+}  // namespace wide
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 QVIM_WIDE_END
 #endif

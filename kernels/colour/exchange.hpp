@@ -3,7 +3,8 @@
 
 #include "kernels/colour/pixels.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 // Where byte i of a pixel with exchanged components of type T lies in the source. Where bytes can be
 // shuffled, that is all there is to it.
@@ -118,4 +119,5 @@ QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstr
     exchange_strided<T, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
 }
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

@@ -5,7 +5,8 @@
 
 #include "kernels/run.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 // bits: of type uint32_t, or null. A count of 0, of the component's width or of more means all bits.
 template <class T>
@@ -15,4 +16,5 @@ QVIM_INLINE uint32_t full_scale(const void *bits) {
   return 0xFFFFFFFFu >> (32 - (used && used < width ? used : width));
 }
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

@@ -1,10 +1,12 @@
-// Integer linear combinations by lanes: four pixels in each, one in each 32 bits while it is computed. Products
-// of words are added in pairs, so that coefficients must be words. The results are those of the generic loops.
+// Integer linear combinations by lanes: four pixels in each, one in each 32 bits while it is computed.
+// Products of words are added in pairs, so that coefficients must be words. The results are those of the
+// generic loops.
 #pragma once
 
 #include "kernels/colour/pixels.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 // What becomes of shifted sums: cut to the width, limited to 0 .. largest, or that but for pixels with a
 // component that is `largest`, which turn white.
@@ -26,9 +28,9 @@ QVIM_INLINE byte_vector ordered(byte_vector v) {
   return shuffled_lanes(v, in_all_lanes<uint8_t>(order.from));
 }
 
-// Runs of pixels of `in` and `out` components by steps of `pixels`, which a member convert(src, dst) takes all at
-// once. What is too short for a step, or lies so near the end that whole vectors would reach beyond the run,
-// passes through buffers.
+// Runs of pixels of `in` and `out` components by steps of `pixels`, which a member convert(src, dst) takes
+// all at once. What is too short for a step, or lies so near the end that whole vectors would reach beyond
+// the run, passes through buffers.
 template <class T, int in, int out, int out_used, int64_t pixels, class Step>
 QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_t count) {
   constexpr int64_t size_in = in * sizeof(T), size_out = out * sizeof(T), used = out_used * sizeof(T),
@@ -51,8 +53,8 @@ QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_
   }
 }
 
-// Four pixels of a lane, of `in` components of which three are used: the first two as pairs of words, and the
-// third with a 0 (or a pad, whose coefficient is 0).
+// Four pixels of a lane, of `in` components of which three are used: the first two as pairs of words, and
+// the third with a 0 (or a pad, whose coefficient is 0).
 template <class T, int in>
 struct word_pairs {
   vec<int16_t> first_two, third;
@@ -69,16 +71,14 @@ struct word_pairs {
     } else {
       constexpr int second =
           4 * size - int(lane_bytes);  // where the half begins that ends with the fourth pixel
-      static constexpr lane_order pairs[2] = {
-          lane_order([](int i) { return i < 8 ? i / 4 * size + i % 4 : 128; }),
-          lane_order([](int i) { return i < 8 ? 128 : i / 4 * size + i % 4 - second; })};
-      static constexpr lane_order thirds[2] = {
-          lane_order([](int i) { return i < 8 && i % 4 < 2 ? i / 4 * size + 4 + i % 2 : 128; }),
-          lane_order([](int i) { return i < 8 || i % 4 > 1 ? 128 : i / 4 * size + 4 + i % 2 - second; })};
+      static constexpr lane_order first_pairs([](int i) { return i < 8 ? i / 4 * size + i % 4 : 128; }),
+          last_pairs([](int i) { return i < 8 ? 128 : i / 4 * size + i % 4 - second; }),
+          first_thirds([](int i) { return i < 8 && i % 4 < 2 ? i / 4 * size + 4 + i % 2 : 128; }),
+          last_thirds([](int i) { return i < 8 || i % 4 > 1 ? 128 : i / 4 * size + 4 + i % 2 - second; });
       const byte_vector low = load_lanes<step>(src, step), high = load_lanes<step>(src + second, step);
       const auto signs = all<uint16_t>(0x8000);  // unsigned to signed, by subtracting 2^15
-      const auto p = (vec<uint16_t>)(ordered<pairs[0]>(low) | ordered<pairs[1]>(high));
-      const auto t = (vec<uint16_t>)(ordered<thirds[0]>(low) | ordered<thirds[1]>(high));
+      const auto p = (vec<uint16_t>)(ordered<first_pairs>(low) | ordered<last_pairs>(high));
+      const auto t = (vec<uint16_t>)(ordered<first_thirds>(low) | ordered<last_thirds>(high));
       return {(vec<int16_t>)(p ^ signs), (vec<int16_t>)(t ^ signs)};
     }
   }
@@ -111,15 +111,14 @@ struct three_sums {
       if (p > 3 || component > 2 || component / 2 != of) return 128;
       return component % 2 * 8 + p * 2 + i % 2;
     };
-    static constexpr lane_order low[2] = {lane_order([](int i) { return place(i, 0); }),
-                                          lane_order([](int i) { return place(i, 1); })};
-    static constexpr lane_order high[2] = {lane_order([](int i) { return place(i + 16, 0); }),
-                                           lane_order([](int i) { return place(i + 16, 1); })};
+    static constexpr lane_order low_a([](int i) { return place(i, 0); }),
+        low_b([](int i) { return place(i, 1); }), high_a([](int i) { return place(i + 16, 0); }),
+        high_b([](int i) { return place(i + 16, 1); });
     vec<uint16_t> a = narrowed_unsigned(c[0], c[1]), b = narrowed_unsigned(c[2], c[2]);
     a = a < most ? a : most;
     b = b < most ? b : most;
-    return {ordered<low[0]>((byte_vector)a) | ordered<low[1]>((byte_vector)b),
-            ordered<high[0]>((byte_vector)a) | ordered<high[1]>((byte_vector)b)};
+    return {ordered<low_a>((byte_vector)a) | ordered<low_b>((byte_vector)b),
+            ordered<high_a>((byte_vector)a) | ordered<high_b>((byte_vector)b)};
   }
 };
 
@@ -178,8 +177,8 @@ struct dot_products {
 
  private:
 #if QVIM_LANES == 2
-  // Weights of a mean: no sum of bytes times them goes beyond 16 bits, nor does that of the first two, with bytes
-  // less by 128, beyond 16 bits with a sign.
+  // Weights of a mean: no sum of bytes times them goes beyond 16 bits, nor does that of the first two, with
+  // bytes less by 128, beyond 16 bits with a sign.
   bool has_small_weights() const {
     bool small = m[0][0] + m[0][1] <= 255 && m[0][0] + m[0][1] + m[0][2] <= 256 && constants[0] == 0;
     for (int16_t weight : m[0]) small = small && weight >= 0 && weight <= 255;
@@ -273,8 +272,8 @@ struct dot_products {
       });
       if constexpr (sizeof(T) == 1 && out == 3) store_twelves(dst, bytes);
     }
-    // A lane of results is made of the same lane of all sums, so that results are in the order of the pixels when
-    // lanes are loaded from so far apart.
+    // A lane of results is made of the same lane of all sums, so that results are in the order of the pixels
+    // when lanes are loaded from so far apart.
     QVIM_INLINE void convert(const char *src, char *dst) const requires(outputs == 1) {
       vec<int32_t> sum[together][1];
       each<together>([&](auto i) __attribute__((always_inline)) {
@@ -290,8 +289,8 @@ struct dot_products {
   };
 };
 
-// One component to three: the product with each gain, less its lowest eight bits, cut to the width. A lane of
-// pixels becomes three lanes, or four with pads.
+// One component to three: the product with each gain, less its lowest eight bits, cut to the width. A lane
+// of pixels becomes three lanes, or four with pads.
 template <class T>
 struct gains {
   uint16_t gain[3];
@@ -360,4 +359,5 @@ struct gains {
 
 #endif
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

@@ -4,7 +4,8 @@
 #include "kernels/colour/full_scale.hpp"
 #include "kernels/colour/pixels.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 // a or b. Both are at hand: a choice by masks keeps the compiler from moving the work for either into a
@@ -221,7 +222,8 @@ QVIM_INLINE void from_bsh(auto... arguments) {
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_CLX_BSH(name, T, conversion, o)                                                            \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \

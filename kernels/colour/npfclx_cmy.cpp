@@ -2,7 +2,8 @@
 #include "kernels/colour/exchange.hpp"
 #include "kernels/colour/full_scale.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 // What full scale is, in the type that components are computed in.
@@ -77,7 +78,8 @@ struct from_cmyk : scale<T> {
 };
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_CLX_COMPLEMENT(name, T, o)                                                                 \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \

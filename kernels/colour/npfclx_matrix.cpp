@@ -3,10 +3,12 @@
 
 #include "kernels/colour/dot_products.hpp"
 #include "kernels/colour/lane_products.hpp"
+#include "kernels/colour/lane_reals.hpp"
 #include "kernels/colour/pixels.hpp"
 #include "kernels/colour/real_products.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 enum column3 { without_column3, with_column3 };
@@ -262,7 +264,17 @@ struct matrix31r0 {
 // components in memory.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto lane_form(const Conversion &c) {
-  if constexpr (Conversion::inputs == 1) {
+  constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
+  if constexpr (std::is_floating_point_v<T>) {
+    lane_real_products<T, inputs, outputs, Conversion::added, Conversion::limits, from> form;
+    form.largest = c.result.largest;
+    for (int r = 0; r < outputs; ++r)
+      if constexpr (inputs == 1)
+        form.m[r][0] = c.gain[r];
+      else
+        for (int k = 0; k < (Conversion::added ? 4 : 3); ++k) form.m[r][k] = c.m[place<to>(r)][k];
+    return form;
+  } else if constexpr (inputs == 1) {
     return gains<T>(c.gain);
   } else {
     dot_products<T, Conversion::outputs, Conversion::shift, Conversion::rule> form;
@@ -324,9 +336,18 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
             form(s, d, in, out, n);
           });
   }
+  if constexpr (std::is_floating_point_v<T>)
+    return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(
+        src, dst, srcstride, dststride, count, lane_form<T, from, to>(conversion));
 #endif
 #if QVIM_HAVE_WIDE
   const auto form = wide_form<T, from, to>(conversion);
+  if constexpr (sizeof(T) <= 2 && Conversion::inputs == 1)
+    if (form.fits && srcstride == sizeof(T) && dststride == 4 * sizeof(T))
+      return form.padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
+  if constexpr (sizeof(T) == 1 && Conversion::inputs == 3 && outputs == 1)
+    if (form.fits && form.has_small_weights() && srcstride == 4 && dststride == 1)
+      return form.weigh_padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
   if (form.fits)
     return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride, dststride,
                                                                               count, form);
@@ -341,7 +362,8 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_CLX_MATRIX(name, T, conversion, from, to)                                                  \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \

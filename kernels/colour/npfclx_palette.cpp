@@ -1,7 +1,8 @@
 // Indices replaced by palette entries.
 #include "kernels/colour/wide.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 // Of an entry only the three components are read: the palette may end there.
@@ -53,7 +54,7 @@ struct joining {
 // Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
 // half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
 // shuffles for each vector of pixels.
-void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
+[[gnu::noinline]] void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
   __m512i table[3][4];
   std::memcpy(table, palette.component, sizeof table);
   const joining joinings[3] = {joining(0), joining(1), joining(2)};
@@ -120,7 +121,8 @@ QVIM_INLINE void look_up(const void *source, void *destination, uint64_t srcstri
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_CLX_PALETTE(name, T, components)                                                           \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \

@@ -1,7 +1,8 @@
 // Components copied or exchanged, and indices replaced by palette entries.
 #include "kernels/colour/exchange.hpp"
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 namespace {
 
 template <class T>
@@ -24,7 +25,8 @@ QVIM_INLINE void copy_3(const void *src, void *dst, uint64_t srcstride, uint64_t
 }
 
 }  // namespace
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 
 #define QVIM_CLX_MOVE(name, T, operation)                                                               \
   extern "C" void QVIM_KERNEL(name)(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, \

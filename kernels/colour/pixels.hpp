@@ -15,7 +15,8 @@
 extern "C" npfbix_fn QVIM_KERNEL(npfbix_z3toz3_n), QVIM_KERNEL(npfbix_z6toz6_n),
     QVIM_KERNEL(npfbix_z12toz12_n);
 
-namespace qvim::inline QVIM_LEVEL {
+namespace qvim {
+inline namespace QVIM_LEVEL {
 
 constexpr uint64_t buffer_size = 6144;  // bytes of pixels gathered at a time
 
@@ -176,4 +177,5 @@ QVIM_INLINE void convert_pixels(const void *source, void *destination, uint64_t 
       });
 }
 
-}  // namespace qvim::inline QVIM_LEVEL
+}  // namespace QVIM_LEVEL
+}  // namespace qvim

@@ -6,7 +6,9 @@
 
 #if QVIM_HAVE_WIDE
 QVIM_WIDE_BEGIN
-namespace qvim::inline QVIM_LEVEL::wide {
+namespace qvim {
+inline namespace QVIM_LEVEL {
+namespace wide {
 
 // Vectors of what is computed with.
 template <class Real>
@@ -70,7 +72,9 @@ struct real_products {
   using real = typename stored<T>::real;
   static constexpr bool fits = true;
   real m[outputs][4] = {}, largest;
-  void operator()(const char *src, char *dst, uint64_t count) const { run(step(*this), src, dst, count); }
+  [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
+    run(step(*this), src, dst, count);
+  }
 
  private:
   // The same in vectors.
@@ -113,6 +117,8 @@ struct real_products {
   };
 };
 
-}  // namespace qvim::inline QVIM_LEVEL::wide
+}  // namespace wide
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 QVIM_WIDE_END
 #endif

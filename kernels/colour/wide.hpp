@@ -22,7 +22,9 @@
 #endif
 
 QVIM_WIDE_BEGIN
-namespace qvim::inline QVIM_LEVEL::wide {
+namespace qvim {
+inline namespace QVIM_LEVEL {
+namespace wide {
 
 using vector = __m512i;
 
@@ -145,6 +147,8 @@ QVIM_INLINE void run(const Step &step, const char *src, char *dst, uint64_t coun
   }
 }
 
-}  // namespace qvim::inline QVIM_LEVEL::wide
+}  // namespace wide
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
 QVIM_WIDE_END
 #endif

@@ -1,0 +1,129 @@
+// Linear combinations in floating point by lanes: packed pixels are split, computed and joined in registers.
+// The operations are those of the generic loops, one by one.
+#pragma once
+
+#include "kernels/colour/lane_products.hpp"
+
+namespace qvim {
+inline namespace QVIM_LEVEL {
+
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+
+// Pixels of three components: n of them, as many as a lane has numbers, are three lanes in memory. Of these,
+// and of the lanes with one component each that they are split into, the same places are chosen, so that
+// nothing but the order of the pixels need be mended: it becomes that of the first component, which is left
+// alone.
+template <class Real>
+struct lane_planes {
+  static constexpr int n = int(lane_bytes / sizeof(Real)), in_vector = n * int(lanes);
+  vec<Real> c[3];
+
+  // Place i of memory's lane k belongs to component (n k + i) mod 3.
+  static constexpr int component(int k, int i) { return (n * k + i) % 3; }
+  static constexpr int lane_of(int c, int i) { return (n * n * (c + 2 * i)) % 3 * n % 3; }
+  // The pixel of place i of component c, before its order is mended.
+  static constexpr int pixel_of(int c, int i) { return (n * lane_of(c, i) + i) / 3; }
+  template <bool back>
+  static constexpr int mended(int c, int i) {
+    for (int j = 0; j < n; ++j)
+      if (back ? pixel_of(c, i) == pixel_of(0, j) : pixel_of(c, j) == pixel_of(0, i)) return j;
+    return 0;
+  }
+
+  // Place i of the result is that of a[which(i)].
+  template <class Which>
+  QVIM_INLINE static vec<Real> chosen(const vec<Real> (&a)[3], Which) {
+    const auto choose = [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+      constexpr Which which{};
+      const vec<Real> two = __builtin_shufflevector(a[0], a[1], (which(i % n) == 1 ? in_vector + i : i)...);
+      return __builtin_shufflevector(two, a[2], (which(i % n) == 2 ? in_vector + i : i)...);
+    };
+    return choose(std::make_integer_sequence<int, in_vector>());
+  }
+  // Each lane's numbers in another order.
+  template <class Place>
+  QVIM_INLINE static vec<Real> moved(vec<Real> v, Place) {
+    const auto move = [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+      constexpr Place place{};
+      return __builtin_shufflevector(v, v, (i / n * n + place(i % n))...);
+    };
+    return move(std::make_integer_sequence<int, in_vector>());
+  }
+
+  QVIM_INLINE static lane_planes load(const char *src) {
+    vec<Real> memory[3];
+    each<3>([&](auto k) __attribute__((always_inline)) {
+      memory[k] = (vec<Real>)load_lanes<3 * lane_bytes>(src + k * lane_bytes, 3 * lane_bytes);
+    });
+    lane_planes planes;
+    each<3>([&](auto of) __attribute__((always_inline)) {
+      planes.c[of] = chosen(memory, [](int i) { return lane_of(decltype(of)::value, i); });
+      if constexpr (of > 0)
+        planes.c[of] = moved(planes.c[of], [](int i) { return mended<false>(decltype(of)::value, i); });
+    });
+    return planes;
+  }
+  QVIM_INLINE void store(char *dst) const {
+    const vec<Real> places[3] = {c[0], moved(c[1], [](int i) { return mended<true>(1, i); }),
+                                 moved(c[2], [](int i) { return mended<true>(2, i); })};
+    each<3>([&](auto k) __attribute__((always_inline)) {
+      const auto v = chosen(places, [](int i) { return component(decltype(k)::value, i); });
+      store_lanes<3 * lane_bytes>(dst + k * lane_bytes, 3 * lane_bytes, (byte_vector)v);
+    });
+  }
+  // The order of the planes' pixels, of a vector of single components; its own reverse.
+  QVIM_INLINE static vec<Real> single(vec<Real> v) {
+    return moved(v, [](int i) { return pixel_of(0, i); });
+  }
+};
+
+// Rows of coefficients: rows in the order in which their results are stored, coefficients in the order of
+// the sum, to which `from` refers.
+template <class Real, int inputs, int outputs, bool with_constant, bool with_limits, order from>
+struct lane_real_products {
+  Real m[outputs][4] = {}, largest;
+  [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
+    run_steps<Real, inputs, outputs, outputs, step::pixels>(step(*this), src, dst, count);
+  }
+
+ private:
+  // The same in vectors.
+  struct step {
+    static constexpr int64_t pixels = lanes * int64_t(lane_bytes / sizeof(Real));
+    using planes = lane_planes<Real>;
+    vec<Real> m[outputs][4], largest;
+
+    QVIM_INLINE explicit step(const lane_real_products &p) : largest(all<Real>(p.largest)) {
+      for (int r = 0; r < outputs; ++r)
+        for (int c = 0; c < 4; ++c) m[r][c] = all<Real>(p.m[r][c]);
+    }
+    QVIM_INLINE vec<Real> row(int r, const planes &in) const {
+      const vec<Real> first = in.c[inputs == 3 ? place<from>(0) : 0];
+      vec<Real> sum = with_constant ? fused(m[r][0], first, m[r][3]) : m[r][0] * first;
+      for (int c = 1; c < inputs; ++c) sum = fused(m[r][c], in.c[place<from>(c)], sum);
+      if constexpr (with_limits) {  // NaN stays
+        const vec<Real> zero = {};
+        sum = sum < zero ? zero : sum;
+        sum = sum > largest ? largest : sum;
+      }
+      return sum;
+    }
+    QVIM_INLINE void convert(const char *src, char *dst) const {
+      planes in, out;
+      if constexpr (inputs == 3)
+        in = planes::load(src);
+      else
+        in.c[0] = planes::single(load_vector<Real>(src));
+      for (int r = 0; r < outputs; ++r) out.c[r] = row(r, in);
+      if constexpr (outputs == 3)
+        out.store(dst);
+      else
+        store_vector(dst, planes::single(out.c[0]));
+    }
+  };
+};
+
+#endif
+
+}  // namespace QVIM_LEVEL
+}  // namespace qvim
