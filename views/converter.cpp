@@ -86,26 +86,33 @@ struct converter : view<Dim, converter<Dim>> {
       uint8_t *in = s.change.masks_image() ? nullptr : memory::plain_run<Dim>(source, false, place, &n);
       if (in) return s.change.bring(in, out, uint64_t(n) * s.colours), n;
       n = std::min(n, uint32_t(s.chunk));
+      if (source->d.pixies == 1) {  // it has no pads
+        in = s.change.image_size == s.change.caller_size ? out : staging;
+        n = std::min(n, call_read(source, base::read_mode(mode), in, n, place));
+        return s.change.bring(in, out, n), n;
+      }
       std::memset(staging, unread, n * s.colours * s.change.image_size);
       n = std::min(n, call_read(source, base::read_mode(mode), staging, n, place));
-      if (n) bring_others(s.change, staging, out, uint64_t(n) * s.colours, pads(im, mode, staging, n, place));
+      const uint32_t pads = n ? pads_of(im, mode, staging, place) : 0;
+      if (pads == 0)
+        s.change.bring(staging, out, uint64_t(n) * s.colours);
+      else
+        bring_others(s.change, staging, out, uint64_t(n) * s.colours,
+                     [&](uint64_t i) { return pads >> i % s.colours & 1; });
       return n;
     });
   }
 
-  // The components that the source leaves alone in staged pixels, its pads: the same ones in all of them.
-  // Where the first pixel does not look like it there are none.
-  static pixie_set pads(image *im, uint32_t mode, const uint8_t *staging, uint32_t n,
-                        const point<Dim> &place) {
-    source_image *source = source_of(im);
+  // The selected components that the source leaves alone in staged pixels, its pads: the same ones in all of
+  // them. Where the first pixel does not look like it there are none.
+  static uint32_t pads_of(image *im, uint32_t mode, const uint8_t *staging, const point<Dim> &place) {
     const pixel_conversion &s = state_in(im).runs;
     const uint32_t size = s.change.image_size, colours = s.colours;
-    pixie_set result;
-    if (source->d.pixies == 1 || !std::memchr(staging, unread, colours * size)) return result;
-    const uint32_t delivered = delivered_by(
-        [&](void *pixels) { call_read(source, base::read_mode(mode), pixels, 1, place); }, colours, size);
-    for (uint32_t i = 0; i < n * colours; i++) result[i] = !(delivered >> i % colours & 1);
-    return result;
+    if (!std::memchr(staging, unread, colours * size)) return 0;
+    return all_pixies(int32_t(colours)) &
+           ~delivered_by(
+               [&](void *pixel) { call_read(source_of(im), base::read_mode(mode), pixel, 1, place); },
+               colours, size);
   }
 
   static uint32_t write(image *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {

@@ -1,5 +1,5 @@
-// What holds for every kind of view: what it refuses and says of itself, that records which refer to each other
-// work wherever they are copied, and that transfers allocate nothing.
+// What holds for every kind of view: what it refuses and says of itself, that records which refer to each
+// other work wherever they are copied, and that transfers allocate nothing.
 #include <gtest/gtest.h>
 
 #include <cstring>
