@@ -18,7 +18,7 @@ using bytes = std::vector<uint8_t>;
 struct builder {
   bytes file;
   builder &put(uint64_t value, int size) {
-    for (int i = 0; i < size; i++) file.push_back(uint8_t(value >> 8 * i));
+    for (int i = 0; i < size; i++) file.push_back(i < 8 ? uint8_t(value >> 8 * i) : 0);
     return *this;
   }
   builder &set(size_t at, uint64_t value, int size) {
