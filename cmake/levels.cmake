@@ -1,6 +1,7 @@
-# Kernels are compiled once for each processor level; the library chooses when it is loaded (kernels/levels.cpp).
-# The first level is what every processor of the architecture has. QVIM_LEVELS names them, lowest first, and
-# QVIM_LEVEL_OPTIONS_<level> is what the compiler is told: kernels/processor.hpp asks the processor for the same.
+# Kernels are compiled once for each processor level; the library chooses when it is loaded
+# (kernels/levels.cpp). The first level is what every processor of the architecture has. QVIM_LEVELS names
+# them, lowest first, and QVIM_LEVEL_OPTIONS_<level> is what the compiler is told: kernels/processor.hpp asks
+# the processor for the same.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   set(QVIM_LEVELS sse2 avx2 avx512 avx512vbmi)
   set(QVIM_LEVEL_OPTIONS_avx2 -march=x86-64-v3)

@@ -1,5 +1,5 @@
-/* A picture in memory becomes a JPEG file, coded by two threads, each of them a band of rows; then its quality
- * is read from the file, and some of its pixels. */
+/* A picture in memory becomes a JPEG file, coded by two threads, each of them a band of rows; then its
+ * quality is read from the file, and some of its pixels. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,4 +1,5 @@
-// Any bytes as a FITS, BMP, icon or AVI file, strictly and leniently: described, and pixels of planes read in any order.
+// Any bytes as a FITS, BMP, icon or AVI file, strictly and leniently: described, and pixels of planes read in
+// any order.
 #include <qvimage/avi.h>
 #include <qvimage/bmp.h>
 #include <qvimage/fits.h>

@@ -1,6 +1,6 @@
-// Loops outside the kernel families that the compiler makes in one version for each processor level; the loader
-// chooses. (The families have tables of their own: levels.hpp.) The tests compile them again for a single level:
-// QVIM_CLONE_LEVEL is then the suffix that sets those functions apart.
+// Loops outside the kernel families that the compiler makes in one version for each processor level; the
+// loader chooses. (The families have tables of their own: levels.hpp.) The tests compile them again for a
+// single level: QVIM_CLONE_LEVEL is then the suffix that sets those functions apart.
 #pragma once
 
 #include "kernels/level.hpp"

@@ -17,7 +17,8 @@ const kernel_table *const kernel_tables[] = {&kernels_plain};
 
 namespace {
 
-// Chosen once, when the library is loaded. What runs before that takes the lowest level: results are the same.
+// Chosen once, when the library is loaded. What runs before that takes the lowest level: results are the
+// same.
 constinit const kernel_table *in_use = kernel_tables[0];
 [[gnu::constructor]] void choose() { in_use = kernel_tables[level_in_use()]; }
 

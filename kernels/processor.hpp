@@ -1,5 +1,5 @@
-// Processor levels by name and number, lowest first, and which of them is in use. Needs nothing of the library,
-// so that the tool and the benchmarks say what the library has chosen.
+// Processor levels by name and number, lowest first, and which of them is in use. Needs nothing of the
+// library, so that the tool and the benchmarks say what the library has chosen.
 #pragma once
 
 #include <cstdlib>

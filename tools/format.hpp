@@ -1,6 +1,6 @@
-// The file formats that the tool reads and writes. A format is an entry: how it recognises a file, its options,
-// its words, the library's functions that read it and a writer. The table in format.cpp is the only place that
-// knows which formats there are.
+// The file formats that the tool reads and writes. A format is an entry: how it recognises a file, its
+// options, its words, the library's functions that read it and a writer. The table in format.cpp is the only
+// place that knows which formats there are.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ namespace tool {
 class pixels;
 class page;
 
-// The library's functions that read a format. Those that return codes return 0 or more when all is well. A format
-// has pages that are opened one by one (`read`), or all together as planes (`read_all`), or both.
+// The library's functions that read a format. Those that return codes return 0 or more when all is well. A
+// format has pages that are opened one by one (`read`), or all together as planes (`read_all`), or both.
 struct reader {
   int32_t (*info)(qvimagefileinfo *info, const char *path, int64_t page);
   // Null: all pages of a file are alike.
@@ -88,11 +88,12 @@ struct file_format {
   std::vector<fact> (*facts)(const qvimagefileinfo &info);
   unsigned texts;       // those that files have room for
   bool has_resolution;  // they say how large a pixel is
-  // Options of convert for this format's files, and what they make of a page's description. Throws usage_error.
+  // Options of convert for this format's files, and what they make of a page's description. Throws
+  // usage_error.
   std::span<const option> options;
   void (*apply)(const arguments &arguments, qvimagefileinfo &info);
-  // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so. `pages` are
-  // how many will be written.
+  // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
+  // `pages` are how many will be written.
   std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append,
                                     int64_t pages);
 };

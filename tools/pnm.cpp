@@ -21,8 +21,8 @@ bool recognises(std::string_view, std::string_view head) {
          std::isspace(static_cast<unsigned char>(head[2])) != 0;
 }
 
-// The library counts a file's comments as texts, the first of which is the date. Most begin with something else: then
-// the first ones are what other formats have room for.
+// The library counts a file's comments as texts, the first of which is the date. Most begin with something
+// else: then the first ones are what other formats have room for.
 int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   const int32_t code = qvimage_pgminfo(info, path, nullptr, 0);
   if (code < 0 || info->datetime == nullptr || is_datetime(info->datetime)) return code;

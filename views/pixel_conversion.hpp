@@ -71,8 +71,8 @@ inline uint32_t agreement(const uint8_t *a, const uint8_t *b, uint32_t from, uin
   return from;
 }
 
-// Which of a chunk's pixies did the source leave as they were? Entries with a pixie whose bytes are the former
-// ones are read again, over the complement.
+// Which of a chunk's pixies did the source leave as they were? Entries with a pixie whose bytes are the
+// former ones are read again, over the complement.
 template <class Kind>
 void find_left_alone(typename Kind::image *im, const pixel_conversion &s, uint32_t mode,
                      const uint8_t *staging, const uint8_t *former, qvxyzcoord *list, uint32_t n,

@@ -43,8 +43,8 @@ class finder {
     if (result_ == 0) result_ = because(code, cause);
   }
 
-  // The chunk at a position. What sticks out of its parent ends with it. Lists have at least their code: a length
-  // of 0 is one that a writer did not come to write, and stands for all that follows.
+  // The chunk at a position. What sticks out of its parent ends with it. Lists have at least their code: a
+  // length of 0 is one that a writer did not come to write, and stands for all that follows.
   chunk chunk_at(uint64_t at, uint64_t end) {
     in_.seek(at);
     const auto code = in_.get<uint32_t>();

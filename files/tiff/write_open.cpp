@@ -95,8 +95,8 @@ void writer::put_link(uint64_t position, uint64_t value) {
   bufio_flush(&file);
 }
 
-// What is in the file stays reachable and whole at every step: the link goes back first, whatever of the new one
-// came to stand there, and the file is only shortened once nothing points beyond.
+// What is in the file stays reachable and whole at every step: the link goes back first, whatever of the new
+// one came to stand there, and the file is only shortened once nothing points beyond.
 void writer::drop_page() {
   bufio_flush(&file);
   bufio_errclear(&file);

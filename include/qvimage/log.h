@@ -76,8 +76,8 @@ void liblog_printf(const char *format, ...) __attribute__((format(printf, 1, 2))
 void liblog_aasrbz(const char *function, const char *label, const char *fields, ...);
 
 /* The same for bytes or a string: with `bytes`, `size` bytes as by "B"; else, with `string`, the number
- * `size` and the string, as by "D" and "lS"; else no value. Bit 0 of `options` puts "{" before the fields, bit 3 "}"
- * behind them. */
+ * `size` and the string, as by "D" and "lS"; else no value. Bit 0 of `options` puts "{" before the fields,
+ * bit 3 "}" behind them. */
 void liblog_aabzso(const char *function, const char *label, const void *bytes, uint64_t size,
                    const char *string, uint32_t options);
 

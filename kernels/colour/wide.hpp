@@ -1,5 +1,5 @@
-// Vectors of components for the loops with vectors of 64 bytes: runs are taken by vectors, and their ends are cut off by
-// masks, so that nothing outside a run is read or written.
+// Vectors of components for the loops with vectors of 64 bytes: runs are taken by vectors, and their ends are
+// cut off by masks, so that nothing outside a run is read or written.
 #pragma once
 
 #include <array>

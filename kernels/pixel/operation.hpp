@@ -1,6 +1,6 @@
-// What the operations of the pixel kernels have in common. Each works on one value of type T and is constructed from
-// the kernel's operand block. Operations that take other ways for some operands have a member with() instead: it
-// passes an operation to a loop.
+// What the operations of the pixel kernels have in common. Each works on one value of type T and is
+// constructed from the kernel's operand block. Operations that take other ways for some operands have a
+// member with() instead: it passes an operation to a loop.
 #pragma once
 
 #include <cstdint>

@@ -21,7 +21,8 @@ uint32_t number(const bytes &file, size_t at, int size = 4) {
   return value;
 }
 
-// Every chunk, lists opened, as its path ("RIFF AVI /LIST hdrl/avih") with where its data begin: a parser of the test's.
+// Every chunk, lists opened, as its path ("RIFF AVI /LIST hdrl/avih") with where its data begin: a parser of
+// the test's.
 std::multimap<std::string, std::pair<size_t, uint32_t>> chunks_of(const bytes &file) {
   std::multimap<std::string, std::pair<size_t, uint32_t>> found;
   const auto walk = [&](auto self, size_t at, size_t end, const std::string &above) -> void {

@@ -1,4 +1,5 @@
-// Files that writers meet are never lost: what a failure may remove, what arguments spare, who writes at once.
+// Files that writers meet are never lost: what a failure may remove, what arguments spare, who writes at
+// once.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
