@@ -36,9 +36,9 @@ struct open_mode {
 class output_file {
  public:
   enum class way : uint8_t {
-    // A new file beside the path, which takes the path's name in keep(): what stands there survives any failure.
-    // On the path itself where that cannot be: special files, links to nothing, folders that take no new file,
-    // owners that cannot be given.
+    // A new file beside the path, which takes the path's name in keep(): what stands there survives any
+    // failure. On the path itself where that cannot be: special files, links to nothing, folders that take no
+    // new file, owners that cannot be given.
     beside,
     itself,  // the path itself: created, or truncated
     update,  // a file that exists, locked against other writers of this kind while it is open
