@@ -33,6 +33,7 @@ uint64_t ways(uint64_t strips) {
 
 // Rows of a strip: those asked for, or down to half of them where the page divides better.
 uint64_t strip_rows(uint64_t height, uint64_t asked) {
+  if (asked == height) return asked;
   uint64_t best = asked, most = height % asked == 0 ? ways(height / asked) : 0;
   for (uint64_t rows = asked; rows > 0 && rows >= asked / 2; rows--) {
     if (height % rows != 0 || ways(height / rows) <= most) continue;
@@ -66,12 +67,12 @@ tiff_layout tiff_layout_of(const qvimagedata &data, int32_t width, int32_t heigh
   if (row == 0) return {options.stripsize, 1};
   const uint64_t asked = options.stripsize == 0 ? usual_strip : options.stripsize;
   const uint64_t fitting = std::clamp<uint64_t>(asked / row, 1, rows);
-  // Strips of uncoded pages stay as they are.
-  const uint64_t in_strip = coded ? strip_rows(rows, fitting) : fitting;
+  // Strips of uncoded pages that are only copied stay as they are.
+  const bool may_divide = coded || computed;
+  const uint64_t in_strip = may_divide ? strip_rows(rows, fitting) : fitting;
   const bool divides = rows % in_strip == 0 && row * rows <= most_in_memory();
-  const bool useful = threads > 1 && (coded || computed);
-  return {coded ? in_strip * row : options.stripsize,
-          divides && useful ? bands_for(rows / in_strip, threads) : 1};
+  return {may_divide && in_strip < rows ? in_strip * row : options.stripsize,
+          may_divide && divides && threads > 1 ? bands_for(rows / in_strip, threads) : 1};
 }
 
 }  // namespace tool
