@@ -93,6 +93,17 @@ TEST(GeometryRefuses, ArgumentsAndSourcesThatDoNotFit) {
   EXPECT_TRUE(is_null(view3));
 }
 
+TEST(GeometryRefuses, WindowsThatDoNotFitUntilOneIsSet) {
+  flat grey(4, 3);
+  grey.im.wind = {{1, 1}, {9, 2}};
+  qvimage view;
+  ASSERT_EQ(qvimage_cachemonitor(&view, &grey.im, 1, 0), 0);
+  EXPECT_EQ(view.wind.se.x, 0);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 0);
+  ASSERT_EQ(view.xwind(&view, nullptr, 's'), &view);
+  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
+}
+
 TEST(GeometryRefuses, SetUpsThatDoNotFit) {
   flat grey(4, 3);
   deep frames(4, 3, 2);
