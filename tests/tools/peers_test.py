@@ -40,14 +40,14 @@ class Peers(ToolTest):
                 continue  # no predictor for 1-bit samples
             with self.subTest(source=source, flags=flag, name=name):
                 self.assertEqual(call("tiffcp", *flag, source, theirs).returncode, 0)
-                self.good("convert", "--compression", name, theirs, ours)
+                self.good("convert", "--quiet", "--compression", name, theirs, ours)
                 self.assert_clean(ours)
                 self.assert_same_picture(theirs, ours)
 
     def test_an_appended_file_is_clean(self):
         path, target = self.made("a.tif", "-depth", "8", "-compress", "lzw"), self.path("b.tif")
         for _ in range(3):
-            self.good("convert", "--append", path, target)
+            self.good("convert", "--quiet", "--append", path, target)
         self.assert_clean(target)
         self.assertEqual(call("identify", target).stdout.count("\n"), 3)
 
