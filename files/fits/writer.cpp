@@ -137,13 +137,16 @@ int32_t writer::queue_observation(const char *observed) {
 int32_t writer::end(int32_t code) {
   if (code == 0) code = worst_;
   if (code == 0) {
-    file.pos = complete_;
-    number_writer(file, std::endian::big).zeros(block_end(complete_) - complete_);
+    // First the pixels, then the number that tells of them, then what fills the block up: at no moment is
+    // there a frame too many.
     if (content_.is_sequence() && frames_ != uint64_t(content_.frames)) {
       bufio_queueflush(&file);
-      bufio_flush(&file);  // the pixels before the number that tells of them
+      bufio_flush(&file);
       correct_header(file, content_, later_, frames_);
+      bufio_flush(&file);
     }
+    file.pos = complete_;
+    number_writer(file, std::endian::big).zeros(block_end(complete_) - complete_);
     return output_.keep();
   }
   output_.drop();
