@@ -5,14 +5,14 @@ namespace qvim {
 
 #if defined(__x86_64__)
 extern const kernel_table kernels_sse2, kernels_avx2, kernels_avx512, kernels_avx512vbmi;
-const kernel_table *const kernel_tables[] = {&kernels_sse2, &kernels_avx2, &kernels_avx512,
-                                             &kernels_avx512vbmi};
+constexpr const kernel_table *const kernel_tables[] = {&kernels_sse2, &kernels_avx2, &kernels_avx512,
+                                                       &kernels_avx512vbmi};
 #elif defined(__aarch64__)
 extern const kernel_table kernels_neon;
-const kernel_table *const kernel_tables[] = {&kernels_neon};
+constexpr const kernel_table *const kernel_tables[] = {&kernels_neon};
 #else
 extern const kernel_table kernels_plain;
-const kernel_table *const kernel_tables[] = {&kernels_plain};
+constexpr const kernel_table *const kernel_tables[] = {&kernels_plain};
 #endif
 
 namespace {
