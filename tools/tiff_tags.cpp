@@ -21,7 +21,7 @@ constexpr uint64_t photometric_rgb = 2;
 
 struct known_tag {
   uint16_t number;
-  const char *name;  // null: carried over, or true of the stored pixels only
+  const char *name;  // null: carried over, or true of the stored pixels only, or told by the order of pages
 };
 
 constexpr known_tag known_tags[] = {{254, nullptr},
@@ -52,7 +52,7 @@ constexpr known_tag known_tags[] = {{254, nullptr},
                                     {292, nullptr},
                                     {293, nullptr},
                                     {296, nullptr},
-                                    {297, "PageNumber"},
+                                    {297, nullptr},
                                     {301, "TransferFunction"},
                                     {305, nullptr},
                                     {306, nullptr},
