@@ -8,11 +8,13 @@
  * (npfclx: pixels), and a count of 0 does nothing. Nothing needs to be aligned.
  *
  * For all kernels: they check no argument, never fail, allocate nothing and keep no state, so any number of
- * threads may call them on different destinations. A destination's bytes between its pixies are never
- * written. Bytes between a source's pixies may be read. Results do not depend on the processor, the alignment
- * or how a run is cut into calls. Source and destination must not overlap, except that they may be the same
- * run: same start, same stride, pixies of both widths fitting the stride. Runs of adjacent pixies are the
- * fast case, whether the kernel takes strides or not. */
+ * threads may call them on different destinations. A destination's bytes between its pixies keep what they
+ * hold and are not written, with one exception: where a pixel of three components is followed by a pad of
+ * one, the pad may be written with what it held, so that no other thread may change it meanwhile. Bytes
+ * between a source's pixies may be read. Results do not depend on the processor, the alignment or how a run
+ * is cut into calls. Source and destination must not overlap, except that they may be the same run: same
+ * start, same stride, pixies of both widths fitting the stride. Runs of adjacent pixies are the fast case,
+ * whether the kernel takes strides or not. */
 #ifndef QVIMAGE_KERNEL_H
 #define QVIMAGE_KERNEL_H
 
