@@ -42,15 +42,15 @@ huffman_table::entry huffman_table::longer(uint32_t bits) const {
   return {0, no_symbol, 0, 0};
 }
 
-int32_t huffman_table::set(kind k, const huffman_specification &specification) {
+int32_t huffman_table::set(kind k, const huffman_description &description) {
   kind_ = k;
   is_set_ = false;
-  std::copy_n(specification.values, symbol_count, values_);
+  std::copy_n(description.values, symbol_count, values_);
   std::fill_n(fast_, 1 << look_up_bits, entry{0, 0, 0, 0});
   uint32_t code = 0, at = 0;
   for (uint32_t length = 1; length <= 16; ++length, code <<= 1) {
     offset_[length] = int32_t(at) - int32_t(code);
-    for (uint32_t i = 0; i < specification.counts[length - 1]; ++i, ++at, ++code) {
+    for (uint32_t i = 0; i < description.counts[length - 1]; ++i, ++at, ++code) {
       if (code >> length || at >= symbol_count)
         return because(QVERR_FORMAT, {"Huffman table with too many codes"});
       const uint8_t symbol = values_[at];

@@ -24,7 +24,7 @@ class huffman_table {
   static constexpr uint8_t end_of_block_advance = 64, no_symbol = 127;
 
   // -10 when there are more codes than bits can tell apart, or values that the kind has not.
-  [[nodiscard]] int32_t set(kind k, const huffman_specification &specification);
+  [[nodiscard]] int32_t set(kind k, const huffman_description &description);
   bool is_set() const { return is_set_; }
 
   QVIM_INLINE entry next(const bit_reader &in) const {

@@ -132,7 +132,7 @@ class parser {
       const uint32_t slot = which & 15;
       if (which >> 4 > 1 || slot >= table_slots)
         return because(QVERR_FORMAT, {"Huffman table of slot ", slot});
-      huffman_specification &s = (which >> 4 ? h_.ac : h_.dc)[slot];
+      huffman_description &s = (which >> 4 ? h_.ac : h_.dc)[slot];
       in.get_bytes(s.counts, sizeof s.counts);
       if (s.size() > symbol_count) return because(QVERR_FORMAT, {"Huffman table with ", s.size(), " codes"});
       std::memset(s.values, 0, sizeof s.values);

@@ -23,7 +23,7 @@ struct head {
   component part[4] = {};
   uint16_t quantisation[quantisation_slots][block_size];  // 8 * vertical + horizontal frequency
   bool has_quantisation[quantisation_slots] = {};
-  huffman_specification dc[table_slots], ac[table_slots];
+  huffman_description dc[table_slots], ac[table_slots];
   density pixels;
   bool has_quality = false;  // a comment says so
   int32_t quality = 0;       // in tenths

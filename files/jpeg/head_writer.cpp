@@ -69,7 +69,7 @@ void put_quantisation(bufio *stream, uint8_t slot, const uint16_t *table) {
   for (const uint8_t at : zigzag) s.byte(table[at]);
 }
 
-void put_huffman(bufio *stream, uint8_t which, const huffman_specification &table) {
+void put_huffman(bufio *stream, uint8_t which, const huffman_description &table) {
   segment s(stream, dht, 17 + table.size());
   s.byte(which);
   s.bytes(table.counts, sizeof table.counts);

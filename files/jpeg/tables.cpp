@@ -22,12 +22,12 @@ const uint8_t chrominance_quantisation[block_size] = {17, 18, 24, 47, 99, 99, 99
                                                       99, 99, 99, 99, 99, 99, 99, 99,  //
                                                       99, 99, 99, 99, 99, 99, 99, 99};
 
-constexpr huffman_specification luminance_dc = {{0, 1, 5, 1, 1, 1, 1, 1, 1},
+constexpr huffman_description luminance_dc = {{0, 1, 5, 1, 1, 1, 1, 1, 1},
+                                              {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
+constexpr huffman_description chrominance_dc = {{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1},
                                                 {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
-constexpr huffman_specification chrominance_dc = {{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1},
-                                                  {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
 
-constexpr huffman_specification luminance_ac = {
+constexpr huffman_description luminance_ac = {
     {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
     {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61, 0x07, 0x22,
      0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42, 0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33,
@@ -40,7 +40,7 @@ constexpr huffman_specification luminance_ac = {
      0xD5, 0xD6, 0xD7, 0xD8, 0xD9, 0xDA, 0xE1, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA, 0xF1,
      0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA}};
 
-constexpr huffman_specification chrominance_ac = {
+constexpr huffman_description chrominance_ac = {
     {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 119},
     {0x00, 0x01, 0x02, 0x03, 0x11, 0x04, 0x05, 0x21, 0x31, 0x06, 0x12, 0x41, 0x51, 0x07, 0x61, 0x71, 0x13,
      0x22, 0x32, 0x81, 0x08, 0x14, 0x42, 0x91, 0xA1, 0xB1, 0xC1, 0x09, 0x23, 0x33, 0x52, 0xF0, 0x15, 0x62,
@@ -66,13 +66,13 @@ struct code_table {
 // Codes of equal length follow each other; the first of a length is twice the number after the last of the
 // length before. (Figures C.1 to C.3)
 template <size_t n>
-constexpr code_table<n> codes_of(const huffman_specification &specification) {
+constexpr code_table<n> codes_of(const huffman_description &description) {
   code_table<n> table;
   uint16_t code = 0;
   for (uint16_t length = 1, at = 0; length <= 16; ++length, code = uint16_t(code << 1))
-    for (int i = 0; i < specification.counts[length - 1]; ++i, ++at, ++code) {
-      table.code[specification.values[at]] = code;
-      table.length[specification.values[at]] = length;
+    for (int i = 0; i < description.counts[length - 1]; ++i, ++at, ++code) {
+      table.code[description.values[at]] = code;
+      table.length[description.values[at]] = length;
     }
   return table;
 }

@@ -43,7 +43,7 @@ constexpr double transform_scale[block_side] = {1.0, 1.387039845, 1.306562965, 1
 
 // A Huffman code as files state it: how many codes have each length from 1 to 16, and what they stand for, in
 // the order of the codes.
-struct huffman_specification {
+struct huffman_description {
   uint8_t counts[16];
   uint8_t values[symbol_count];
 
@@ -55,6 +55,6 @@ struct huffman_specification {
 };
 
 // Tables K.3 to K.6.
-extern const huffman_specification luminance_dc, luminance_ac, chrominance_dc, chrominance_ac;
+extern const huffman_description luminance_dc, luminance_ac, chrominance_dc, chrominance_ac;
 
 }  // namespace qvim::jpeg
