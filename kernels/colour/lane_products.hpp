@@ -192,11 +192,11 @@ struct dot_products {
   struct weighing {
     static constexpr int64_t pixels = 16 * lanes;
     byte_vector weights;
-    vec<int16_t> added;
+    vec<uint16_t> added;
 
     explicit weighing(const int16_t *m)
         : weights((byte_vector)all<uint32_t>(uint32_t(m[0] | m[1] << 8 | m[2] << 16))),
-          added(all<int16_t>(int16_t(128 * (m[0] + m[1] + m[2])))) {}
+          added(all<uint16_t>(uint16_t(128 * (m[0] + m[1] + m[2])))) {}
     QVIM_INLINE byte_vector signed_pixels(const char *src) const {
       static constexpr lane_order four([](int i) { return i % 4 == 3 ? 128 : i / 4 * 3 + i % 4; });
       byte_vector v = load_lanes<4 * in>(src, 4 * in);
@@ -206,7 +206,7 @@ struct dot_products {
     QVIM_INLINE vec<int16_t> sums(const char *src) const {  // of two vectors' pixels
       const auto a = byte_pair_sums(weights, signed_pixels(src)),
                  b = byte_pair_sums(weights, signed_pixels(src + lanes * 4 * in));
-      return (vec<int16_t>)((vec<uint16_t>)(neighbour_sums(a, b) + added) >> 8);
+      return (vec<int16_t>)(((vec<uint16_t>)neighbour_sums(a, b) + added) >> 8);
     }
     QVIM_INLINE void convert(const char *src, char *dst) const {
       store_vector(dst, lanes_dealt(narrowed_unsigned(sums(src), sums(src + 2 * lanes * 4 * in))));
