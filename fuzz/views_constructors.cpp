@@ -178,11 +178,13 @@ void judge(fuzz_input &from) {
   qvim::record<Source> source;
   credulous<Source>::build(&source, from);
   qvim::record<View> view;
+  qvim::fail(&view, 0);  // for what is not made at all
   const int32_t code = make(&view, &source, from);
   require(code <= 0);
   use<View>(&view, from);
   if constexpr (View::axes == 2) {
     qvimage above;
+    qvim::fail(&above, 0);
     make(&above, &view, from);
     use<two_d>(&above, from);
   }

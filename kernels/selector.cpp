@@ -100,7 +100,7 @@ struct side {
   uint32_t top() const { return word.has(QVIM_LSB) ? std::min(bits, width()) : width(); }
   uint64_t significant() const {
     const uint32_t n = std::min(bits, width());
-    return low_bits(n) << (top() - n);
+    return n ? low_bits(n) << (top() - n) : 0;
   }
 };
 

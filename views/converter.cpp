@@ -145,6 +145,7 @@ struct converter : view<Dim, converter<Dim>> {
       if (code != QVERR_DATATYPE || datatype == stored) return code;  // only another type may help
     }
     if (!choose(state_in(im).blocks, im, datatype, colourmask)) return QVERR_DATATYPE;
+    if (!(colourmask & all_pixies(source_of(im)->d.pixies))) return QVERR_COLOUR;
     const int32_t code =
         base::descend(im, [&](auto *source) { return source->bxts(source, 0, stored, colourmask); });
     return code < 0 ? code : base::install_blocks(im, convert_blocks);
