@@ -65,6 +65,14 @@ void in_shares(unsigned threads, int64_t items,
   failure.rethrow();
 }
 
+void in_turn(unsigned threads, int64_t items,
+             const std::function<void(unsigned thread, int64_t item)> &work) {
+  std::atomic<int64_t> next = 0;
+  in_shares(threads, std::min<int64_t>(threads, items), [&](unsigned thread, int64_t, int64_t) {
+    for (int64_t item; (item = next++) < items;) work(thread, item);
+  });
+}
+
 void in_pieces(unsigned threads, int32_t rows,
                const std::function<void(unsigned thread, size_t piece, int32_t first, int32_t end)> &work) {
   const auto deal = [&](unsigned thread, int64_t first, int64_t last) {

@@ -21,6 +21,9 @@ unsigned chosen_threads(const arguments &arguments);
 void in_shares(unsigned threads, int64_t items,
                const std::function<void(unsigned thread, int64_t first, int64_t last)> &work);
 
+// Calls work(thread, item) for each of `items`, in turn: a thread that is done with one takes the next.
+void in_turn(unsigned threads, int64_t items, const std::function<void(unsigned thread, int64_t item)> &work);
+
 // The rows of a page in pieces that are the same for any number of threads, so that sums over the pieces are,
 // too. Calls work(thread, piece, first, end) with the rows first to end.
 constexpr int32_t rows_of_piece = 64;

@@ -11,7 +11,8 @@ namespace tool {
 namespace {
 
 constexpr uint64_t usual_strip = 65536;  // bytes, the library's default
-constexpr uint64_t most_bands = 64;
+constexpr uint64_t most_ways = 64;       // of dealing out strips that a strip's size is chosen for
+constexpr uint64_t most_bands = 4096;
 
 uint64_t row_bytes(const qvimagedata &data, int32_t width) {
   const bool padded = data.pixies == 4 && is_rgb(data.pixelhint);
@@ -19,7 +20,7 @@ uint64_t row_bytes(const qvimagedata &data, int32_t width) {
   return (static_cast<uint64_t>(width) * samples * static_cast<uint64_t>(bits_of(data)) + 7) / 8;
 }
 
-// All bands but the first are coded into memory: at most a quarter of the machine's.
+// Bands that are coded before their turn wait in memory: at most a quarter of the machine's.
 uint64_t most_in_memory() {
   return static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)) / 4;
 }
@@ -27,7 +28,7 @@ uint64_t most_in_memory() {
 // In how many ways strips can be dealt out evenly.
 uint64_t ways(uint64_t strips) {
   uint64_t ways = 0;
-  for (uint64_t bands = 1; bands <= most_bands; bands++) ways += strips % bands == 0;
+  for (uint64_t bands = 1; bands <= most_ways; bands++) ways += strips % bands == 0;
   return ways;
 }
 
@@ -43,15 +44,17 @@ uint64_t strip_rows(uint64_t height, uint64_t asked) {
   return best;
 }
 
-// The fewest bands that leave no thread with much more to do than the others.
-int32_t bands_for(uint64_t strips, uint64_t threads) {
+// As many bands as can be, of some size, so that threads that take them in turn end together; of small pages
+// as many as deal out evenly.
+int32_t bands_for(uint64_t strips, uint64_t bytes, uint64_t threads) {
+  constexpr uint64_t least_bytes = 1 << 20;
   uint64_t best = 1;
   double least = 1;  // the part of the page that one thread has to do
-  for (uint64_t bands = 2; bands <= most_bands; bands++) {
+  for (uint64_t bands = 2; bands <= std::min(strips, most_bands); bands++) {
     if (strips % bands != 0) continue;
     const uint64_t share = (bands + threads - 1) / threads;
     const double part = static_cast<double>(share) / static_cast<double>(bands);
-    if (part > 0.95 * least) continue;
+    if (bytes / bands < least_bytes && part > 0.95 * least) continue;
     least = part;
     best = bands;
   }
@@ -72,7 +75,7 @@ tiff_layout tiff_layout_of(const qvimagedata &data, int32_t width, int32_t heigh
   const uint64_t in_strip = may_divide ? strip_rows(rows, fitting) : fitting;
   const bool divides = rows % in_strip == 0 && row * rows <= most_in_memory();
   return {may_divide && in_strip < rows ? in_strip * row : options.stripsize,
-          may_divide && divides && threads > 1 ? bands_for(rows / in_strip, threads) : 1};
+          may_divide && divides && threads > 1 ? bands_for(rows / in_strip, row * rows, threads) : 1};
 }
 
 }  // namespace tool

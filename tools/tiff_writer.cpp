@@ -66,9 +66,8 @@ class tiff_writer : public writer {
     if (code == QVERR_USAGE) throw failure(shown_, code, why_refused(page.data(), options));
     checked(code, "the page cannot be set up");
     checked(qvimage_tiffwriteifdinit(&handle_), "writing failed");
-    in_shares(page.threads(), bands_, [&](unsigned thread, int64_t first, int64_t last) {
-      for (int64_t band = first; band < last; band++) write_band(page, thread, static_cast<int32_t>(band));
-    });
+    in_turn(page.threads(), bands_,
+            [&](unsigned thread, int64_t band) { write_band(page, thread, static_cast<int32_t>(band)); });
     checked(qvimage_tiffwriteifdfini(&handle_), "writing failed");
     checked(qvimage_tifferror(&handle_), "writing failed");
     behind_others_ = true;

@@ -380,6 +380,30 @@ void attach(bufio &b, FILE *fp, uint64_t length) {
   b.filelen = disk_length(b) = length;
 }
 
+uint64_t extend(bufio &file, uint64_t count) {
+  flush_block(file);
+  file.valid = 0;
+  const uint64_t begin = file.filelen;
+  if (__builtin_add_overflow(begin, count, &file.filelen)) file.ioerr = 1;
+  disk_length(file) = std::max(disk_length(file), file.filelen);
+  check_limit(file);
+  return begin;
+}
+
+int32_t write_out_at(bufio &memory, const bufio &file, uint64_t position) {
+  memory.pos = 0;
+  while (memory.pos < memory.filelen) {
+    const uint64_t at = position + memory.pos;
+    uint8_t *bytes;
+    const uint64_t count = bufio_ptr2(&memory, memory.filelen - memory.pos, 'r', &bytes);
+    if (count == 0) break;
+    if (write_at(file.fd, bytes, count, at) == count) continue;
+    fail_transfer(memory, "writing ", count, at, true);
+    break;
+  }
+  return bufio_err(&memory);
+}
+
 }  // namespace qvim
 
 using namespace qvim;

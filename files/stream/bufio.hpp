@@ -58,6 +58,14 @@ void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
 [[nodiscard]] int32_t reserve_bufio(bufio *b, int64_t bufsize, uint32_t flags);
 void attach(bufio &b, FILE *fp, uint64_t length);
 
+// For bytes that come to the end of a file past its stream: it takes them as there, and has nothing of its
+// block to write any more. Returns where they begin.
+uint64_t extend(bufio &file, uint64_t count);
+
+// Writes all that a memory stream holds there, past the file's stream; any thread may. -14, latched in the
+// memory stream.
+[[nodiscard]] int32_t write_out_at(bufio &memory, const bufio &file, uint64_t position);
+
 // Removes a file that was created or truncated a moment ago and of which no more can be learned than that its
 // name is no link's, FIFO's or device's.
 void remove_regular(const char *path);

@@ -105,28 +105,6 @@ void rewrite_strips(tiffhandle &h, tag t, uint64_t entry, const array<uint64_t> 
 
 }  // namespace
 
-// Bands after the first go from memory to the end of the file; their strips' offsets move along.
-int32_t writer::collect_bands() {
-  for (uint32_t i = 1; i < band_count(); i++) {
-    band &b = band_of(i);
-    const uint64_t landed = file.filelen;
-    file.pos = landed;
-    b.memory.pos = 0;
-    for (uint64_t left = b.memory.filelen; left > 0;) {
-      uint8_t *bytes;
-      const uint64_t taken = bufio_ptr2(&b.memory, left, 'r', &bytes);
-      if (taken == 0) break;
-      bufio_io(&file, bytes, taken, 'w');
-      left -= taken;
-    }
-    if (const int32_t code = bufio_err(&b.memory); code < 0) return code;
-    const uint64_t end = i + 1 < band_count() ? band_of(i + 1).first_strip : strip_count();
-    for (uint64_t strip = b.first_strip; strip < end; strip++) page.offsets[strip] += landed;
-    bufio_ptr2truncate(&b.memory, 0);
-  }
-  return bufio_err(&file);
-}
-
 int32_t writer::begin() {
   if (step_ != step::set_up) return because(QVERR_USAGE, {"no page is set up"});
   step_ = step::directory;
@@ -162,9 +140,9 @@ void writer::fill_in_strips() {
 
 int32_t writer::finish() {
   if (step_ != step::directory) return because(QVERR_USAGE, {"no page is begun"});
-  for (const band *b : bands_)
-    if (!b->complete) return because(QVERR_USAGE, {"the page lacks the rows from ", b->first_row + 1, " on"});
-  if (const int32_t code = collect_bands(); code < 0) return code;
+  for (uint32_t i = 0; i < bands_.count(); i++)
+    if (!bands_[i].complete)
+      return because(QVERR_USAGE, {"the page lacks the rows from ", bands_[i].first_row + 1, " on"});
   if (passes_classic_limit(format, file.filelen)) return classic_limit_passed();
   fill_in_strips();
   // The page is whole before anything points to it.

@@ -13,22 +13,8 @@
 
 namespace qvim::tiff {
 
-writer::~writer() {
-  for (band *b : bands_) owned<band>{b};
-}
-
 int32_t writer::make_bands(uint32_t count, uint64_t block) {
-  if (!bands_.allocate_zeroed(count)) return QVERR_MEMORY;
-  for (band *&b : bands_) {
-    b = make_owned<band>().release();
-    if (!b) return QVERR_MEMORY;
-    b->stream = &file;
-    if (&b == bands_.begin()) continue;
-    const int32_t code = bufio_init(&b->memory, nullptr, nullptr, block, BUFIO_MEMORY | BUFIO_NOZERO);
-    if (code < 0) return code;
-    b->stream = &b->memory;
-  }
-  return 0;
+  return bands_.make(count, block) ? 0 : int32_t{QVERR_MEMORY};
 }
 
 int32_t writer::open(const char *path, const char *mode, int64_t bufsize, uint64_t after, bool bigtiff,
@@ -130,13 +116,6 @@ int32_t writer::end(int32_t code) {
   const int32_t closed = output_.close();
   output_.drop();
   return worst(code, closed);
-}
-
-int32_t writer::band_error() const {
-  int32_t code = 0;
-  for (const band *b : bands_)
-    if (b && b->stream == &b->memory) code = worst(code, bufio_err(b->stream));
-  return code;
 }
 
 }  // namespace qvim::tiff

@@ -70,11 +70,11 @@ class strip_sink {
   codecstream out_{};
 };
 
-int32_t write_row(image_rows &rows, band &b, strip_sink &sink, uint32_t y, bool last) {
-  if (b.encoder.verbatim())
-    if (uint8_t *place = sink.place_for(b.encoder.bytes())) return rows.fetch(place, y);
-  if (const int32_t code = rows.fetch(b.encoder.row(), y); code != 0) return code;
-  return sink.add(b.encoder.encode(), b.encoder.bytes(), last);
+int32_t write_row(image_rows &rows, row_encoder &encoder, strip_sink &sink, uint32_t y, bool last) {
+  if (encoder.verbatim())
+    if (uint8_t *place = sink.place_for(encoder.bytes())) return rows.fetch(place, y);
+  if (const int32_t code = rows.fetch(encoder.row(), y); code != 0) return code;
+  return sink.add(encoder.encode(), encoder.bytes(), last);
 }
 
 constexpr uint64_t usual_strip = 65536;
@@ -101,7 +101,7 @@ int32_t writer::plan(const qvimage &image, const page_request &r) {
 
 // Bands of whole strips: the largest strip up to the target's size that divides them all.
 int32_t writer::set_strips(uint64_t target) {
-  const uint64_t height = page.height(), bands = band_count();
+  const uint64_t height = page.height(), bands = bands_.count();
   const auto first_row = [&](uint64_t i) { return uint32_t(i * height / bands); };
   uint64_t per_strip =
       std::clamp<uint64_t>((target ? target : usual_strip) / rows_of(page).bytes(), 1, height);
@@ -111,13 +111,14 @@ int32_t writer::set_strips(uint64_t target) {
     while (common % per_strip) per_strip--;
   }
   rows_per_strip_ = uint32_t(per_strip);
+  bands_.begin_page();
   uint64_t strips = 0;
   for (uint32_t i = 0; i < bands; i++) {
-    band &b = band_of(i);
+    band &b = bands_[i];
     b.first_row = first_row(i);
     b.end_row = first_row(i + 1);
     b.first_strip = strips;
-    strips += (b.end_row - b.first_row + per_strip - 1) / per_strip;
+    b.end_strip = strips += (b.end_row - b.first_row + per_strip - 1) / per_strip;
   }
   page.set(RowsPerStrip, rows_per_strip_);
   if (!page.offsets.allocate_zeroed(strips) || !page.byte_counts.allocate_zeroed(strips)) return QVERR_MEMORY;
@@ -130,52 +131,68 @@ int32_t writer::set_up(const qvimage &image, const page_request &r) {
   if (step_ != step::planned || !output_.is_open())
     return because(QVERR_USAGE, {"a page is set up in a file that is closed"});
   step_ = step::opened;
-  if (page.height() < band_count())
-    return because(QVERR_USAGE, {page.height(), " rows are fewer than ", band_count(), " bands"});
+  if (page.height() < bands_.count())
+    return because(QVERR_USAGE, {page.height(), " rows are fewer than ", bands_.count(), " bands"});
   if (const int32_t code = set_strips(r.options ? r.options->stripsize : 0); code < 0) return code;
-  const row_form form = rows_of(page);
-  row_changes changes;
-  changes.exchanges_rgb = r.exchanges_rgb;
-  changes.exchanges_chroma = r.exchanges_chroma;
-  changes.differences = page.differenced();
+  model_ = image;
+  changes_ = {};
+  changes_.exchanges_rgb = r.exchanges_rgb;
+  changes_.exchanges_chroma = r.exchanges_chroma;
+  changes_.differences = page.differenced();
   // The predictive coder takes samples as the host has them, and stores their low byte first.
-  changes.order = rows_of(page).packed ? format.order() : std::endian::little;
-  for (band *b : bands_) {
-    b->complete = false;
-    if (b->stream == &b->memory) bufio_ptr2truncate(&b->memory, 0);
-    if (const int32_t code = b->encoder.prepare(image, form, changes); code < 0) return code;
-    if (const int32_t code = b->codec.start(page.scalar[Compression], form); code < 0) return code;
-  }
-  step_ = step::set_up;
+  changes_.order = rows_of(page).packed ? format.order() : std::endian::little;
+  coder *const first = bands_.take();
+  if (!first) return QVERR_MEMORY;
+  const int32_t code = prepare(*first);
+  bands_.give_back(first);
+  if (code == 0) step_ = step::set_up;
+  return code;
+}
+
+int32_t writer::prepare(coder &c) {
+  if (c.page == bands_.page()) return 0;
+  const row_form form = rows_of(page);
+  if (const int32_t code = c.encoder.prepare(model_, form, changes_); code < 0) return code;
+  if (const int32_t code = c.codec.start(page.scalar[Compression], form); code < 0) return code;
+  c.page = bands_.page();
   return 0;
 }
 
 int32_t writer::data(const progress &told, qvimage &image, uint32_t number) {
-  if (step_ != step::directory || number >= band_count())
+  if (step_ != step::directory || number >= bands_.count())
     return because(QVERR_USAGE, {"no page is begun that has a band ", number});
-  band &b = band_of(number);
-  if (!b.encoder.fits(image))
-    return because(QVERR_USAGE, {"another image was set up than the one to be written"});
+  coder *c = bands_.take();
+  if (!c) return QVERR_MEMORY;
+  const bool straight = bands_.goes_straight(number);
+  int32_t code = prepare(*c);
+  if (code == 0 && !c->encoder.fits(image))
+    code = because(QVERR_USAGE, {"another image was set up than the one to be written"});
   image_rows rows(image, told);
-  if (const int32_t code = rows.set_up(); code < 0) return code;
+  if (code == 0) code = rows.set_up();
+  if (code == 0) code = code_rows(rows, *c, straight ? file : c->memory, bands_[number]);
+  if (straight || code != 0) {
+    bands_.give_back(c);
+    c = nullptr;
+  }
+  return code == 0 ? bands_.add(number, c, file, page.offsets) : code;
+}
 
-  b.complete = false;
-  strip_sink sink(b.stream, &b.codec);
+int32_t writer::code_rows(image_rows &rows, coder &c, bufio &stream, const band &b) {
+  strip_sink sink(&stream, &c.codec);
   uint64_t strip = b.first_strip;
   for (uint32_t y = b.first_row; y < b.end_row; y++) {
     const uint32_t in_strip = (y - b.first_row) % rows_per_strip_;
     const bool last = in_strip == rows_per_strip_ - 1 || y + 1 == b.end_row;
     if (in_strip == 0)
       if (const int32_t code = sink.begin(); code < 0) return code;
-    if (const int32_t code = write_row(rows, b, sink, y, last); code != 0) return code;
+    if (const int32_t code = write_row(rows, c.encoder, sink, y, last); code != 0) return code;
     if (!last) continue;
     page.offsets[strip] = sink.offset();
     page.byte_counts[strip] = sink.size();
     strip++;
-    if (const int32_t code = bufio_err(b.stream); code < 0) return code;
-    if (passes_classic_limit(format, b.stream->filelen)) return classic_limit_passed();
+    if (const int32_t code = bufio_err(&stream); code < 0) return code;
+    if (passes_classic_limit(format, stream.filelen)) return classic_limit_passed();
   }
-  b.complete = true;
   return 0;
 }
 

@@ -5,28 +5,13 @@
 
 #include "core/owned.hpp"
 #include "core/progress.hpp"
+#include "files/rows/image_rows.hpp"
 #include "files/rows/row_encoder.hpp"
 #include "files/stream/output_file.hpp"
+#include "files/tiff/bands.hpp"
 #include "files/tiff/handle.hpp"
-#include "files/tiff/strip_codec.hpp"
 
 namespace qvim::tiff {
-
-// Consecutive rows of a page that are coded by themselves, so that several threads may code one page. The
-// first band goes straight to the file, the others into memory until the page is finished.
-struct band {
-  bufio memory{};
-  bufio *stream = nullptr;
-  row_encoder encoder;
-  strip_codec codec;
-  uint32_t first_row = 0, end_row = 0;
-  uint64_t first_strip = 0;
-  bool complete = false;  // all rows of the current page are written
-
-  ~band() {
-    if (stream == &memory) bufio_done(&memory);
-  }
-};
 
 // What a caller says of a page beside its image.
 struct page_request {
@@ -43,13 +28,12 @@ class writer : public tiffhandle {
   static constexpr mark kind = writer_mark;
 
   writer() : tiffhandle(writer_mark), output_(file) {}
-  ~writer();
 
   // Judges what the page is to be and keeps it: everything that needs no file, so that a file need not be
   // opened for what cannot be written.
   [[nodiscard]] int32_t plan(const qvimage &image, const page_request &r);
 
-  // Makes room for bands: beside the first, in memory in blocks of so many bytes.
+  // How many bands pages have, coded into memory in blocks of so many bytes.
   [[nodiscard]] int32_t make_bands(uint32_t count, uint64_t block);
   // Opens the file, to be written anew or after its first pages (QVIM_TIFF_END: after all of them).
   [[nodiscard]] int32_t open(const char *path, const char *mode, int64_t bufsize, uint64_t after,
@@ -69,25 +53,26 @@ class writer : public tiffhandle {
 
   bool created() const { return output_.created(); }
   int32_t error() { return bufio_err(&file); }
-  int32_t band_error() const;
+  int32_t band_error() const { return bands_.error(); }
 
  private:
   enum class step { closed, opened, planned, set_up, directory };
 
-  band &band_of(uint32_t i) { return *bands_[i]; }
-  uint32_t band_count() const { return uint32_t(bands_.size()); }
   uint64_t strip_count() const { return page.offsets.size(); }
 
   int32_t begin_file();
   int32_t find_end(uint64_t pages);
   int32_t set_strips(uint64_t target);
-  int32_t collect_bands();
+  int32_t prepare(coder &c);
+  int32_t code_rows(image_rows &rows, coder &c, bufio &stream, const band &b);
   void fill_in_strips();
   void put_link(uint64_t position, uint64_t value);
   void drop_page();
 
   output_file output_;
-  array<band *> bands_;
+  bands bands_;
+  qvimage model_{};      // the image that the page was set up for
+  row_changes changes_;  // what happens to its rows
   step step_ = step::opened;
   uint32_t rows_per_strip_ = 0;
   uint64_t link_ = 0;        // where the offset of the next directory belongs
