@@ -14,9 +14,9 @@ QVIM_BEGIN_DECLS
  *   24 bits a pixel       3 components, blue, green, red (hint 3)
  *   32 bits a pixel       4 components, the last one a pad (hint 4)
  *   1, 4 or 8 bits        with a palette whose entry i is (i, i, i): 1 component of so many bits, grey; with
- *      another                    palette, where a palette image is asked for: 1 component of so many bits,
- *      indices (hint 17),                    beside that image; where none is: the colours of the palette, as
- *      24 bits
+ *                         another palette, where a palette image is asked for: 1 component of so many bits,
+ *                         indices (hint 17), beside that image; where none is: the colours of the palette, as
+ *                         24 bits
  * rgborder (not 0) delivers colours, and the palette, in the order red, green, blue (hints 67 and 36). A
  * black and white palette of 1 bit is no such ramp: its pixels are indices.
  *
@@ -72,7 +72,7 @@ void qvimage_bmpinfodone(qvimagefileinfo *info);
  *
  * Writes the image's window, uncompressed, from the lowest row to the highest.
  *   1 component    of 1, 4 or 8 significant bits in 8: a file with a palette. Of 24 or 32 in 32: the number
- *     is the pixel
+ *                  is the pixel
  *   3 components   24 bits, in the order that they have
  *   4 components   24 bits, of the first three; with allow32 (not 0) 32 bits
  *

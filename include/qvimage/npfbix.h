@@ -13,8 +13,8 @@
  *   k            scaled by k, passed as the mask
  *   i            both runs are adjacent pixies; the stride arguments are ignored
  *   n            each run has its stride
- *   n and two    fixed strides, source first, each a hexadecimal digit or a signed byte (FE is -2, F8 is -8);
- *   numbers      the stride arguments are ignored
+ *   n12, nFE1    fixed strides, source first, each a hexadecimal digit or a signed byte (FE is -2, F8 is -8);
+ *                the stride arguments are ignored
  *
  * So npfbix_2to1_mrn reads 16-bit pixies, ANDs, shifts right, and stores the low bytes; npfbix_1to1_nFE1
  * copies every other byte, going backwards, into adjacent ones. Not every combination exists: the list is

@@ -17,7 +17,7 @@
  * Arithmetic. Integers below are exact, >> is an arithmetic shift of a signed 32-bit sum (which wraps),
  * floor(a / b) is rounded down. Of a result that does not fit, the low-order bytes are stored, unless it says
  * "limited". Floating-point operations are single operations in the order written, rounded to nearest; only
- * those written fma() are fused. So results are the same on every processor; which NaN comes out where
+ * those written fma(...) are fused. So results are the same on every processor; which NaN comes out where
  * several went in is not said.
  *
  * Full scale, called maxv, depends on the conversion:
@@ -45,10 +45,12 @@
  *   RGBtoCMY, CMYtoRGB   out_i = maxv - in_i; modulo 2^width for an integer above maxv
  *   BGRtoCMY, CMYtoBGR   the same with the order reversed: out0 = maxv - in2, out1 = maxv - in1, out2 = maxv
  *                        - in0
- *   RGBtoCMYK, BGRtoCMYK with v = max(R, G, B): C, M, Y = v - R, v - G, v - B and K = maxv - v. f and d
+ *   RGBtoCMYK, BGRtoCMYK
+ *                        with v = max(R, G, B): C, M, Y = v - R, v - G, v - B and K = maxv - v. f and d
  *                        members: K = 1 - v, C = (1 - R) - K, and so on
- *   CMYKtoRGB, CMYKtoBGR R = maxv - min(maxv, C + K), G and B likewise from M and Y. f and d members: s = C +
- *                        K, R = s > 1 ? 0 : 1 - s
+ *   CMYKtoRGB, CMYKtoBGR
+ *                        R is maxv - min(maxv, C + K), G and B likewise from M and Y. f and d members:
+ *                        s = C + K, R = s > 1 ? 0 : 1 - s
  *
  * Brightness, saturation, hue: the hexcone model (A. R. Smith: Color Gamut Transform Pairs, 1978; widths 1 2
  * 4 f d; param: bits). Components 0, 1, 2 of a pixel.
@@ -116,8 +118,7 @@ QVIM_BEGIN_DECLS
 
 QVIM_END_DECLS
 
-/* --- Coefficients to pass as param
- * ---------------------------------------------------------------------------- */
+/* --- Coefficients to pass as param --- */
 
 #if defined(__GNUC__)
 #define QVIM_MAYBE_UNUSED __attribute__((unused))
