@@ -21,10 +21,6 @@ namespace {
 
 constexpr char bitmaps[] = "DIB ", motion_jpeg[] = "MJPG";
 
-bool recognises(std::string_view, std::string_view head) {
-  return head.starts_with("RIFF") && head.substr(8).starts_with("AVI ");
-}
-
 int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   return qvimage_aviinfo(info, path, nullptr, 0);
 }
@@ -106,9 +102,7 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 
 }  // namespace
 
-const file_format avi_format = {"AVI",
-                                ".avi ",
-                                recognises,
+const file_format avi_format = {qv::sign_of(qv::format::avi),
                                 {info, nullptr, qvimage_aviinfodone, nullptr, nullptr, read_all, done_all},
                                 nullptr,
                                 coded,

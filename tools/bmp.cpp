@@ -20,8 +20,6 @@ constexpr uint32_t colour_palette = 1;                  // of bmp_palettekind
 constexpr uint32_t unit_inch = 2, unit_centimetre = 3;  // of resunit
 constexpr double inches_a_metre = 1 / 0.0254;
 
-bool recognises(std::string_view, std::string_view head) { return head.starts_with("BM"); }
-
 int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   const int32_t code = qvimage_bmpinfo(info, path, nullptr, 0, 0);
   if (code < 0) return code;
@@ -85,10 +83,16 @@ void set_pixels_a_metre(qvimagefileinfo &info) {
   info.bmp_yppm = y <= INT32_MAX ? static_cast<int32_t>(std::lround(y)) : 0;
 }
 
-const file_format bmp_format = {
-    "BMP",   ".bmp ", recognises, {info, nullptr, qvimage_bmpinfodone, read, done, nullptr, nullptr},
-    nullptr, coded,   kind,       facts,
-    0,       true,    {},         apply,
-    create};
+const file_format bmp_format = {qv::sign_of(qv::format::bmp),
+                                {info, nullptr, qvimage_bmpinfodone, read, done, nullptr, nullptr},
+                                nullptr,
+                                coded,
+                                kind,
+                                facts,
+                                0,
+                                true,
+                                {},
+                                apply,
+                                create};
 
 }  // namespace tool

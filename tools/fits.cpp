@@ -13,8 +13,6 @@ namespace tool {
 
 namespace {
 
-bool recognises(std::string_view, std::string_view head) { return head.starts_with("SIMPLE  ="); }
-
 int32_t info(qvimagefileinfo *info, const char *path, int64_t page) {
   const int32_t code = qvimage_fitsinfo(info, path, nullptr, 0, static_cast<uint64_t>(page));
   if (code >= 0) info->description = info->fts_comment;
@@ -90,9 +88,7 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 }  // namespace
 
 const file_format fits_format = {
-    "FITS",
-    ".fits .fit .fts ",
-    recognises,
+    qv::sign_of(qv::format::fits),
     {info, info_many, qvimage_fitsinfodone, nullptr, nullptr, read_all, done_all},
     nullptr,
     coded,

@@ -1,7 +1,6 @@
 #include "format.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 
@@ -29,7 +28,7 @@ std::string head_of(const std::string &path) {
   std::FILE *file = std::fopen(path.c_str(), "rb");
   if (file == nullptr)
     throw failure(path, QVERR_NOTFOUND, system_detail(QVERR_NOTFOUND, "it cannot be opened"));
-  char bytes[16];
+  char bytes[qv::signature_bytes];
   const std::string head(bytes, std::fread(bytes, 1, sizeof bytes, file));
   const bool unreadable = std::ferror(file) != 0;
   const std::string why = system_detail(QVERR_IO, "it cannot be read");
@@ -46,29 +45,25 @@ std::string what_it_begins_with(std::string_view head) {
   return text;
 }
 
-std::string lower_case(std::string text) {
-  for (char &c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
+const file_format *entry_of(const qv::format_sign *sign) {
+  for (const file_format *format : formats) {
+    if (&format->sign == sign) return format;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
 const file_format &format_of_content(const std::string &path) {
   const std::string head = head_of(path);
-  for (const file_format *format : formats) {
-    if (format->recognises(path, head)) return *format;
-  }
+  if (const file_format *format = entry_of(qv::format_of_content(head))) return *format;
   throw failure(path, QVERR_FORMAT, what_it_begins_with(head));
 }
 
 const file_format &format_of_name(const std::string &path) {
-  const size_t dot = path.find_last_of("./");
-  const std::string suffix = dot == path.npos ? "" : lower_case(path.substr(dot));
+  if (const file_format *format = entry_of(qv::format_of_name(path))) return *format;
   std::string known;
-  for (const file_format *format : formats) {
-    if (suffix.size() > 1 && format->suffixes.find(suffix + ' ') != format->suffixes.npos) return *format;
-    known += format->suffixes;
-  }
+  for (const file_format *format : formats) known += format->sign.suffixes;
   throw usage_error(printable(path) + ": the name tells no format; one of these at its end does: " + known);
 }
 
@@ -88,8 +83,8 @@ void check_options(const arguments &arguments, const file_format &format) {
     for (const option &option : other->options) {
       if (arguments.has(option.name) &&
           std::ranges::find(format.options, option.name, &option::name) == format.options.end())
-        throw usage_error(std::string(option.name) + " is for " + std::string(other->name) +
-                          " files, not for " + std::string(format.name));
+        throw usage_error(std::string(option.name) + " is for " + std::string(other->sign.name) +
+                          " files, not for " + std::string(format.sign.name));
     }
   }
 }

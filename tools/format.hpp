@@ -1,4 +1,4 @@
-// The file formats that the tool reads and writes. A format is an entry: how it recognises a file, its
+// The file formats that the tool reads and writes. A format is an entry: its signs (qvimage/formats.inc), its
 // options, its words, the library's functions that read it and a writer. The table in format.cpp is the only
 // place that knows which formats there are.
 #pragma once
@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include <qvimage/cxx/formats.hpp>
 #include <qvimage/fileinfo.h>
 #include <qvimage/record.h>
 
@@ -78,9 +79,7 @@ enum text : unsigned {
 };
 
 struct file_format {
-  std::string_view name;
-  std::string_view suffixes;                                         // with their dots, a space behind each
-  bool (*recognises)(std::string_view path, std::string_view head);  // the first 16 bytes
+  const qv::format_sign &sign;  // name, suffixes, signature
   reader read;
   std::unique_ptr<page_extras> (*extras)(const std::string &path);  // may be null
   bool (*coded)(const qvimagefileinfo &info);  // whether a row is only found through those before it

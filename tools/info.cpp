@@ -127,7 +127,7 @@ class json_listing : public listing {
     const int64_t version = document.describe_first().info.version;
     out_.begin_object();
     out_.text("file", path);
-    out_.text("format", document.format().name);
+    out_.text("format", document.format().sign.name);
     if (version != 0) out_.number("version", version);
     out_.number("pagecount", document.pages());
     out_.begin_array("pages");

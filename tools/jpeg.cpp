@@ -25,8 +25,6 @@ namespace {
 constexpr uint8_t density_inch = 1, density_centimetre = 2;
 constexpr uint32_t unit_inch = 2, unit_centimetre = 3;
 
-bool recognises(std::string_view, std::string_view head) { return head.starts_with("\xFF\xD8\xFF"); }
-
 // Comments are texts, and densities a resolution, as other formats have them.
 int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   const int32_t code = qvimage_jpeginfo(info, path, nullptr, 0);
@@ -164,9 +162,7 @@ void apply_quality(const arguments &arguments, qvimagefileinfo &info) {
   info.jpg_quality = static_cast<int32_t>(std::lround(10 * found->front()));
 }
 
-const file_format jpeg_format = {"JPEG",
-                                 ".jpg .jpeg ",
-                                 recognises,
+const file_format jpeg_format = {qv::sign_of(qv::format::jpeg),
                                  {info, nullptr, qvimage_jpeginfodone, read, done, nullptr, nullptr},
                                  jpeg_extras,
                                  coded,

@@ -1,7 +1,5 @@
 #include "pnm.hpp"
 
-#include <cctype>
-
 #include <qvimage/pgm.h>
 
 #include "document.hpp"
@@ -14,12 +12,6 @@
 namespace tool {
 
 namespace {
-
-// P1 to P3 are text, which the library refuses in its own words.
-bool recognises(std::string_view, std::string_view head) {
-  return head.size() > 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6' &&
-         std::isspace(static_cast<unsigned char>(head[2])) != 0;
-}
 
 // The library counts a file's comments as texts, the first of which is the date. Most begin with something
 // else: then the first ones are what other formats have room for.
@@ -86,13 +78,16 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 
 }  // namespace
 
-const file_format pnm_format = {
-    "PNM",      ".pbm .pgm .ppm .pnm ",
-    recognises, {info, nullptr, qvimage_pgminfodone, nullptr, nullptr, read_all, done_all},
-    nullptr,    coded,
-    kind,       facts,
-    all_texts,  true,
-    {},         apply,
-    create};
+const file_format pnm_format = {qv::sign_of(qv::format::pnm),
+                                {info, nullptr, qvimage_pgminfodone, nullptr, nullptr, read_all, done_all},
+                                nullptr,
+                                coded,
+                                kind,
+                                facts,
+                                all_texts,
+                                true,
+                                {},
+                                apply,
+                                create};
 
 }  // namespace tool

@@ -16,14 +16,6 @@ namespace {
 constexpr int64_t info_block = 4096;  // bytes; descriptions are small and lie scattered
 constexpr uint32_t bigtiff_version = 43;
 
-bool recognises(std::string_view, std::string_view head) {
-  using namespace std::string_view_literals;
-  for (const std::string_view mark : {"II\x2A\0"sv, "MM\0\x2A"sv, "II\x2B\0"sv, "MM\0\x2B"sv}) {
-    if (head.starts_with(mark)) return true;
-  }
-  return false;
-}
-
 // --- reading
 
 int32_t info(qvimagefileinfo *info, const char *path, int64_t page) {
@@ -122,13 +114,16 @@ void apply(const arguments &arguments, qvimagefileinfo &info) {
 
 bool compression_is_arithmetic(uint32_t compression) { return compression == 32885 || compression == 33397; }
 
-const file_format tiff_format = {
-    "TIFF",      ".tif .tiff ",
-    recognises,  {info, info_many, qvimage_tiffinfodone, read, done, read_all, done_all},
-    tiff_extras, coded,
-    kind,        facts,
-    all_texts,   true,
-    options,     apply,
-    create_tiff};
+const file_format tiff_format = {qv::sign_of(qv::format::tiff),
+                                 {info, info_many, qvimage_tiffinfodone, read, done, read_all, done_all},
+                                 tiff_extras,
+                                 coded,
+                                 kind,
+                                 facts,
+                                 all_texts,
+                                 true,
+                                 options,
+                                 apply,
+                                 create_tiff};
 
 }  // namespace tool
