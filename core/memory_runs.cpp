@@ -93,6 +93,7 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
     return code;
   if (!has_axis) return QVERR_UNSUPPORTED;
   state_of<state<Dim>>(im).run = {access_length(im, mode), uint8_t(along), form};
+  set_buffer_pixel(im, form.selected);
 
   using slot = slots<Dim>;
   im->ioread = form.read.steps ? slot::template read<convert<Dim, towards::buffer>>

@@ -6,6 +6,7 @@
 #include <qvimage/null.h>
 
 #include "core/dimension.hpp"
+#include "core/record.hpp"
 
 namespace qvim {
 
@@ -54,6 +55,7 @@ void clear_runs(record<Dim> *im) {
   im->iorite = nops<Dim>::iorite;
   im->iowait = nops<Dim>::iowait;
   im->iolen = nops<Dim>::iolen;
+  set_buffer_pixel(im, 0);
 }
 
 // Forgets what bxts installed.

@@ -225,6 +225,7 @@ int32_t ioset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask
   s.axis = axis;
   s.first = uint8_t(first);
   s.selected = uint8_t(selected);
+  set_buffer_pixel(im, s.selected);
   im->ioread = slots<two_d>::read<read>;
   im->iorite = slots<two_d>::write<write>;
   im->iolen = slots<two_d>::length<length>;

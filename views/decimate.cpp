@@ -79,8 +79,7 @@ struct decimate : view<two_d, decimate> {
   static uint32_t read(qvimage *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     alignas(64) uint8_t staging[staging_bytes];
     qvimage *source = source_of(im);
-    const uint32_t bytes = state_in(im).pixel_bytes, step = period(im),
-                   room = shown(staging_bytes / bytes, step);
+    const uint32_t bytes = buffer_pixel(im), step = period(im), room = shown(staging_bytes / bytes, step);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
       const auto place = in_source(im, from);
       uint32_t span = spanned(n, step);
@@ -100,7 +99,7 @@ struct decimate : view<two_d, decimate> {
   // them back could lose what the source does not show.)
   static uint32_t write(qvimage *im, uint32_t mode, const void *buffer, uint32_t count, const position &at) {
     qvimage *source = source_of(im);
-    const uint32_t bytes = state_in(im).pixel_bytes, step = period(im);
+    const uint32_t bytes = buffer_pixel(im), step = period(im);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
       const uint8_t *in = static_cast<const uint8_t *>(buffer) + uint64_t(done) * bytes;
       const auto place = in_source(im, to);

@@ -97,7 +97,7 @@ struct lut : view<Dim, lut<Dim>> {
     const state &st = state_in(im);
     return base::read_converted(im, mode, buffer, count, at, st.source_pixel,
                                 [&](auto *from, auto *to, uint32_t n) {
-                                  translate(st, from, st.source_pixel, to, st.pixel_bytes, n,
+                                  translate(st, from, st.source_pixel, to, buffer_pixel(im), n,
                                             [&](uint32_t i) { return st.read_tables[i]; });
                                 });
   }

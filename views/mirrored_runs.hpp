@@ -21,7 +21,7 @@ uint32_t move_mirrored(qvimage *im, uint32_t mode, buffer_of<writing> *buffer, u
                        const two_d::point &at) {
   alignas(64) uint8_t staging[staging_bytes];
   qvimage *source = Kind::source_of(im);
-  const uint32_t bytes = Kind::state_in(im).pixel_bytes, chunk = staging_bytes / bytes;
+  const uint32_t bytes = buffer_pixel(im), chunk = staging_bytes / bytes;
   const int axis = int(Kind::state_in(im).run_scan);
   return Kind::in_pieces(im, count, at, UINT32_MAX, [&](two_d::point from, uint32_t done, uint32_t wanted) {
     auto *values = buffer + uint64_t(done) * bytes;

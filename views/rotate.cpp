@@ -124,7 +124,7 @@ struct rotate : view<two_d, rotate> {
     const int along = int(st.run_scan), across = 1 - along;
     const uint32_t n = run_length(im, count, at);
     copy_run<writing>({first, step[along], step[across]}, own.extent(along), uint32_t(at[along]),
-                      uint32_t(at[across]), values, n, st.pixel_bytes);
+                      uint32_t(at[across]), values, n, buffer_pixel(im));
     return n;
   }
 

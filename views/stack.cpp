@@ -93,7 +93,7 @@ struct stack : view<two_d, stack, three_d> {
     constexpr uint32_t most_sums = staging_bytes / sizeof(uint32_t);
     alignas(64) uint32_t sums[most_sums];
     const state &st = state_in(im);
-    const uint32_t bytes = st.pixel_bytes;
+    const uint32_t bytes = buffer_pixel(im);
     return in_pieces(im, count, at, most_sums / st.colours,
                      [&](const position &from, uint32_t done, uint32_t n) {
                        std::memset(sums, 0, sizeof sums);
@@ -120,10 +120,10 @@ struct stack : view<two_d, stack, three_d> {
     while (done < n) {
       uint32_t part = n - done;
       const uint8_t *in = memory::plain_run<three_d>(source, false, place, &part);
-      if (!in) in = staging, part = read_staged(im, mode, staging, part, place, st.pixel_bytes);
+      if (!in) in = staging, part = read_staged(im, mode, staging, part, place, buffer_pixel(im));
       if (part == 0) break;
-      (st.pixel_bytes == st.colours ? npfpix14_pairadd : npfpix24_pairadd)(in, sums + done * st.colours,
-                                                                           part * st.colours);
+      (buffer_pixel(im) == st.colours ? npfpix14_pairadd : npfpix24_pairadd)(in, sums + done * st.colours,
+                                                                             part * st.colours);
       done += part;
       place[int(st.run_scan)] += int32_t(part);
     }

@@ -24,7 +24,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
       return im->d.pixies ? Kind::set_runs(im, mode, datatype, colourmask) : QVERR_COLOUR;
     });
     // A source that moves nothing, having lost its window, accepts pixels of no size too.
-    if (code < 0 || state_in(im).pixel_bytes == 0) clear_runs<Dim>(im);
+    if (code < 0 || buffer_pixel(im) == 0) clear_runs<Dim>(im);
     return code;
   }
 
@@ -35,7 +35,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
     auto &st = state_in(im);
     st.run_scan = s;
     st.run_length = fn::length_by_mode(im, mode);
-    st.pixel_bytes = uint32_t(qvimdatasize(datatype) * __builtin_popcount(colourmask));
+    set_buffer_pixel(im, uint32_t(qvimdatasize(datatype) * __builtin_popcount(colourmask)));
     st.by_lines = mode & QVIM_WRAP && !Kind::lines_agree(im, s);
     return true;
   }
@@ -138,7 +138,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
                                  uint32_t bytes, Convert convert) {
     alignas(64) uint8_t staging[staging_bytes];
     source_image *source = source_of(im);
-    const uint64_t pixel = state_in(im).pixel_bytes;
+    const uint64_t pixel = buffer_pixel(im);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
       const auto place = Kind::in_source(im, from);
       const uint8_t *in = memory::plain_run<SourceDim>(source, false, place, &n);
@@ -157,7 +157,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
     alignas(64) uint8_t staging[staging_bytes];
     if (leaves_bytes) std::memset(staging, 0, sizeof staging);
     source_image *source = source_of(im);
-    const uint64_t pixel = state_in(im).pixel_bytes;
+    const uint64_t pixel = buffer_pixel(im);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
       const auto *in = static_cast<const uint8_t *>(buffer) + done * pixel;
       const auto place = Kind::in_source(im, to);
@@ -176,7 +176,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
 
   static uint32_t read_through(image *im, uint32_t mode, void *buffer, uint32_t count, const position &at) {
     source_image *source = source_of(im);
-    const uint64_t bytes = state_in(im).pixel_bytes;
+    const uint64_t bytes = buffer_pixel(im);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &from, uint32_t done, uint32_t n) {
       return call_read(source, read_mode(mode), static_cast<uint8_t *>(buffer) + done * bytes, n,
                        Kind::in_source(im, from));
@@ -185,7 +185,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
   static uint32_t write_through(image *im, uint32_t mode, const void *buffer, uint32_t count,
                                 const position &at) {
     source_image *source = source_of(im);
-    const uint64_t bytes = state_in(im).pixel_bytes;
+    const uint64_t bytes = buffer_pixel(im);
     return in_pieces(im, count, at, UINT32_MAX, [&](const position &to, uint32_t done, uint32_t n) {
       return call_write(source, write_mode(mode), static_cast<const uint8_t *>(buffer) + done * bytes, n,
                         Kind::in_source(im, to));
@@ -197,7 +197,7 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
   static bool move_all(image *im, uint32_t mode, uint8_t *pixels, uint32_t n, point<SourceDim> at, int axis) {
     source_image *source = source_of(im);
     for (uint32_t done = 0, moved; done < n; done += moved) {
-      uint8_t *here = pixels + done * uint64_t(state_in(im).pixel_bytes);
+      uint8_t *here = pixels + done * uint64_t{buffer_pixel(im)};
       moved = writing ? call_write(source, write_mode(mode), here, n - done, at)
                       : call_read(source, read_mode(mode), here, n - done, at);
       if (moved == 0) return false;

@@ -27,7 +27,6 @@ struct [[gnu::packed]] view_state {
   typename Dim::length_fn *run_length;  // of the window, by the mode of ioset
   typename Dim::length_fn *map_length;  // by the mode of imapset
   qvimbxtstate blocks;                  // of the generic block transfer
-  uint32_t pixel_bytes;                 // of a pixel in the caller's buffer
   scan run_scan;
   uint8_t shared;    // the view uses the window and coordinates of its source
   uint8_t by_lines;  // runs are cut at the ends of the window's lines: the source's lines are others

@@ -188,6 +188,7 @@ int32_t ioset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask
   s.length = access_length(im, mode);
   s.axis = axis;
   s.form = form;
+  set_buffer_pixel(im, form.selected);
   im->ioread = slots<two_d>::read<read>;
   im->iorite = slots<two_d>::write<write>;
   im->iolen = slots<two_d>::length<iolen>;

@@ -248,6 +248,7 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
         uint32_t(box<Dim>::of(&im->imdim).extent(axis == scan::y ? 1 : Dim::axes - 1)),
         uint32_t(im->f.pixelsize));
   }
+  set_buffer_pixel(im, s.selected);
   im->ioread = slots<Dim>::template read<read<Dim>>;
   im->iolen = slots<Dim>::template length<length<Dim>>;
   return 1;

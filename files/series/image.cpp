@@ -22,7 +22,6 @@ struct [[gnu::packed]] state {
   qvim3acclen_fn *length;
   scan axis;
   uint32_t mode, datatype, colourmask;  // of the set-up in a frame
-  uint32_t pixel;                       // bytes of a pixel in the caller's buffer
   qvimbxtstate blocks;                  // written by bxts
 };
 
@@ -51,7 +50,7 @@ uint32_t run(qvimage3 *im, void *buffer, uint32_t count, point<three_d> at, bool
     const uint32_t moved = move(&frame, bytes, line, at[0] + window.nw[0], at[1] + window.nw[1]);
     if (moved == 0) break;
     if (writing) s.frames->changed();
-    bytes += uint64_t(moved) * s.pixel;
+    bytes += uint64_t(moved) * buffer_pixel(im);
     done += moved;
     if (done < n) functions<three_d>::advance(&im->wind, at, s.axis, moved);
   }
@@ -93,7 +92,7 @@ int32_t ioset(qvimage3 *im, uint32_t mode, uint32_t datatype, uint32_t colourmas
   s.datatype = datatype;
   s.colourmask = colourmask;
   int32_t first;
-  s.pixel = uint32_t(qvimcolormap(im->d.pixies, colourmask, &first) * qvimdatasize(datatype));
+  set_buffer_pixel(im, uint32_t(qvimcolormap(im->d.pixies, colourmask, &first) * qvimdatasize(datatype)));
   im->ioread = slots<three_d>::read<read>;
   im->iorite = slots<three_d>::write<write>;
   im->iolen = slots<three_d>::length<iolen>;

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "core/record.hpp"
 #include "tests/core/access_pieces.hpp"
 
 namespace access_model {
@@ -235,6 +236,9 @@ class scenario {
     const int32_t answer = im()->ioset(im(), mode, datatype, mask);
     check(answer == code,
           "ioset answered " + std::to_string(answer) + ", not " + std::to_string(code) + where());
+    const uint32_t kept = code == 1 ? uint32_t(wanted.pixies * image_.size) : 0;
+    check(qvim::buffer_pixel(im()) == kept,
+          "a pixel of the buffer has not " + std::to_string(kept) + " bytes");
     runs_ = wanted;
     runs_.valid = code == 1;
   }

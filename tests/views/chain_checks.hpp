@@ -107,6 +107,8 @@ class comparison {
     const int32_t code =
         top().with([&](auto *record, auto) { return record->ioset(record, r.mode, r.datatype, r.mask); });
     tell("runs", r, code);
+    const auto bytes = top().with([](auto *record, auto) { return qvim::buffer_pixel(record); });
+    require(bytes == (code > 0 ? uint32_t(qvimdatasize(r.datatype) * std::popcount(r.mask)) : 0));
     const bool serves = model().serves(r);
     if (!chain_.runs_turn() && (r.mode & 6) < QVIM_ZSCAN) require((code >= 0) == serves);
     require(code < 0 || serves);
