@@ -8,6 +8,9 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(TARGETS qvimage EXPORT qvimage-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TARGET qvimage_static)
+  install(TARGETS qvimage_static EXPORT qvimage-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 install(DIRECTORY include/qvimage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES LICENSE CHANGELOG.md docs/guide.md docs/formats.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
