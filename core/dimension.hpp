@@ -55,6 +55,11 @@ point<Dim> position_of(const qvxyzcoord &entry) {
     return {entry.x, entry.y, entry.z};
 }
 
+// Coordinates come from callers and from kinds of any origin: they wrap around, and what lies outside is
+// found to be outside.
+constexpr int32_t moved(int32_t at, int32_t by) { return int32_t(uint32_t(at) + uint32_t(by)); }
+constexpr int32_t distance(int32_t from, int32_t to) { return int32_t(uint32_t(to) - uint32_t(from)); }
+
 // A window with its axes as arrays. Unsigned extents: a valid window is never wider than 2^31 - 1.
 template <class Dim>
 struct box {

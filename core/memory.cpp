@@ -62,6 +62,16 @@ bool strides_of(const layout &at, const qvimagefacts &facts, uint32_t (&stride)[
   return true;
 }
 
+// Does a buffer of that size hold all pixels, and what the strides say of the lines or planes in full? Lines
+// and planes may overlap.
+template <class Dim>
+bool fits(const layout &at, const uint32_t (&stride)[3]) {
+  uint64_t end = stride[0];  // of the last pixel; the extents are below 2^31
+  for (int axis = 0; axis < Dim::axes; axis++) end += stride[axis] * uint64_t(at.imdim[axis] - 1);
+  constexpr int last = Dim::axes - 1;
+  return end <= at.size && stride[last] * uint64_t(at.imdim[last]) <= at.size;
+}
+
 template <class Dim>
 int32_t make(record<Dim> *im, const layout &at, const qvimagedata *data, const qvimagehints *hints) {
   if (!im) return QVERR_USAGE;
@@ -82,8 +92,7 @@ int32_t make(record<Dim> *im, const layout &at, const qvimagedata *data, const q
   uint32_t stride[3] = {};
   if (!strides_of<Dim>(at, built.f, stride)) return fail(im, QVERR_MEMORY);
   std::memcpy(s.stride, stride, sizeof stride);
-  const uint64_t last_extent = uint32_t(at.imdim[Dim::axes - 1]);
-  if (at.size && stride[Dim::axes - 1] * last_extent > at.size) return fail(im, QVERR_USAGE);
+  if (at.size && !fits<Dim>(at, stride)) return fail(im, QVERR_USAGE);
   built.aeiou = aeiou<Dim>;
   built.xwind = kind_xwind<Dim, kind<Dim>>;
   std::memcpy(static_cast<void *>(im), &built, sizeof built);

@@ -70,7 +70,7 @@ struct bayer : view<Dim, bayer<Dim>> {
     const scan s = state_in(im).run_scan;
     line_of_cells line{in_source(im, from), n, 0, s == scan::y ? 1 : 0, s == scan::y ? 0 : 1, false};
     if (!there.holds(line.place)) n = 0;
-    const auto second = [&](int axis) { return (own.nw[axis] + from[axis]) & 1; };
+    const auto second = [&](int axis) { return moved(own.nw[axis], from[axis]) & 1; };
     if (second(line.along) || s == scan::z) n = std::min(n, 1u);
     line.n = std::min(n, there.extent(line.along) - uint32_t(line.place[line.along]));
     line.cells = (line.n + 1) / 2;

@@ -15,7 +15,7 @@ struct def3from2 : view<three_d, def3from2, two_d> {
 
   // Pixels of other frames, which only callers that promise their positions ask for, lie outside the source.
   static two_d::point in_source(qvimage3 *im, const position &at) {
-    if (at[2] + box<three_d>::of(&im->wind).nw[2] != 0) return {outside, outside};
+    if (moved(at[2], box<three_d>::of(&im->wind).nw[2]) != 0) return {outside, outside};
     const position p = view::in_source(im, at);
     return {p[0], p[1]};
   }

@@ -38,7 +38,7 @@ struct lutconvert : view<two_d, lutconvert> {
     else if (st.decimate)
       p[0] <<= -st.spread;
     const auto window = box<two_d>::of(&source_of(im)->wind);
-    return {p[0] - window.nw[0], p[1] - window.nw[1]};
+    return {distance(window.nw[0], p[0]), distance(window.nw[1], p[1])};
   }
 
   static int32_t set_runs(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {

@@ -172,8 +172,7 @@ struct view_window {
 
   static position in_source(image *im, position at) {
     const position from = origin(im);
-    for (int axis = 0; axis < Dim::axes; axis++)
-      at[axis] = int32_t(uint32_t(at[axis]) + uint32_t(from[axis]));
+    for (int axis = 0; axis < Dim::axes; axis++) at[axis] = moved(at[axis], from[axis]);
     return at;
   }
 

@@ -91,8 +91,7 @@ int32_t writer::copy_options(const qvimagefileinfo *options) {
 int32_t writer::plan(const qvimage &image, const request &r) {
   if (r.mode != uint32_t(layout::classic) && r.mode != uint32_t(layout::extended))
     return because(QVERR_USAGE, {"mode ", r.mode, " is neither 1 nor 2"});
-  if (image.wind.se.x <= image.wind.nw.x || image.wind.se.y <= image.wind.nw.y)
-    return because(QVERR_USAGE, {"the window is empty"});
+  if (const int32_t code = judge(image); code < 0) return code;
   if (image.d.pixietype != QVIM_UINT8)
     return because(QVERR_DATATYPE, {"AVI files have components of 8 bits"});
   layout_ = layout(r.mode);

@@ -77,8 +77,7 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   const bool single = image.d.pixies == 1, wide = single && head_.bits > 8;
   if (image.d.pixietype != (wide ? QVIM_UINT32 : QVIM_UINT8))
     return because(QVERR_DATATYPE, {"BMP files have components of 8 bits"});
-  if (image.wind.se.x <= image.wind.nw.x || image.wind.se.y <= image.wind.nw.y)
-    return because(QVERR_USAGE, {"the image's window is empty"});
+  if (const int32_t code = judge(image); code < 0) return code;
   head_.width = image.wind.se.x - image.wind.nw.x;
   head_.height = image.wind.se.y - image.wind.nw.y;
   if (r.info) head_.xppm = r.info->bmp_xppm, head_.yppm = r.info->bmp_yppm;

@@ -60,8 +60,7 @@ int32_t writer::plan(const qvimage &image, const qvimagehints &size, int64_t fra
   if (bitpix_of(image.d.pixietype) == 0)
     return because(QVERR_DATATYPE, {"FITS files have no 64-bit integers"});
   if (frames > int64_t(most_frames)) return because(QVERR_USAGE, {"more than ", most_frames, " frames"});
-  if (image.wind.se.x <= image.wind.nw.x || image.wind.se.y <= image.wind.nw.y)
-    return because(QVERR_USAGE, {"the window is empty"});
+  if (const int32_t code = judge(image); code < 0) return code;
   content_ = {image.d,
               size,
               uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x),

@@ -55,8 +55,7 @@ int32_t writer::plan(const qvimage &image, const request &r) {
     return because(QVERR_USAGE, {"anymap files have 1 or 3 components, not ", pixies});
   if ((d.pixietype != QVIM_UINT8 && d.pixietype != QVIM_UINT16) || d.i_bitsused < 1 || d.i_bitsused > 16)
     return because(QVERR_DATATYPE, {"anymap files have unsigned values of 1 to 16 bits"});
-  if (image.wind.se.x <= image.wind.nw.x || image.wind.se.y <= image.wind.nw.y)
-    return because(QVERR_USAGE, {"the image's window is empty"});
+  if (const int32_t code = judge(image); code < 0) return code;
   head.magic = pixies > 1 ? colour : d.i_bitsused == 1 ? bits : grey;
   head.width = uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x);
   head.height = uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y);

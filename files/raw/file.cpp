@@ -39,6 +39,7 @@ int32_t open(qvimage *image, bufio **h, const char *path, const char *mode, cons
 int32_t write(qvimagecallback callback, qvimage *image, const char *path, const char *mode,
               uint32_t bufsize) {
   if (!image) return because(QVERR_USAGE, {"no image"});
+  if (const int32_t code = judge(*image); code < 0) return code;
   array<uint8_t> row;
   const uint64_t bytes =
       uint64_t(uint32_t(image->wind.se.x) - uint32_t(image->wind.nw.x)) * uint32_t(image->f.pixelsize);

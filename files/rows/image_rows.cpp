@@ -2,14 +2,25 @@
 
 #include <qvimage/error.h>
 
+#include "core/pixel.hpp"
 #include "core/reason.hpp"
 
 namespace qvim {
 
+int32_t judge(const qvimage &image) {
+  if (!is_valid(image.d))
+    return because(QVERR_USAGE, {"no pixels have ", image.d.pixies, " pixies of type ", image.d.pixietype,
+                                 " and ", image.d.i_bitsused, " bits"});
+  const auto holds_any = [](int32_t from, int32_t to) { return from >= 0 && to > from; };
+  if (!holds_any(image.wind.nw.x, image.wind.se.x) || !holds_any(image.wind.nw.y, image.wind.se.y))
+    return because(QVERR_USAGE, {"the image's window is empty"});
+  return 0;
+}
+
 int32_t image_rows::set_up(uint32_t mode, int32_t pixies) {
   pixel_bytes_ = uint32_t(pixies * image_.f.pixiesize);
   const int32_t set =
-      image_.ioset(&image_, mode, uint32_t(image_.d.pixietype) | QVIM_LSB, (1u << pixies) - 1);
+      image_.ioset(&image_, mode, uint32_t(image_.d.pixietype) | QVIM_LSB, all_pixies(pixies));
   if (set > 0) return 0;
   return within({"the image to be written cannot be set up: "}, set < 0 ? set : int32_t{QVERR_USAGE});
 }

@@ -9,6 +9,9 @@
 
 namespace qvim {
 
+// Before a file is opened: -1 for an image that says of itself what no pixels can have, or without rows.
+[[nodiscard]] int32_t judge(const qvimage &image);
+
 class image_rows {
  public:
   // Rows of the image's window, told to the callback one by one.

@@ -18,7 +18,8 @@ int32_t with_first_plane(qvimage &image, Function f) {
 }
 template <class Function>
 int32_t with_first_plane(qvimage3 &image, Function f) {
-  if (image.wind.se.z <= image.wind.nw.z) return because(QVERR_USAGE, {"the image's window has no planes"});
+  if (image.wind.nw.z < 0 || image.wind.se.z <= image.wind.nw.z)
+    return because(QVERR_USAGE, {"the image's window has no planes"});
   qvimage plane;
   const int32_t code = qvimage_def2from3(&plane, &image, 0, 2, 0, 0);
   return code < 0 ? code : f(plane);

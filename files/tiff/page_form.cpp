@@ -8,6 +8,7 @@
 
 #include "core/reason.hpp"
 #include "core/result.hpp"
+#include "files/rows/image_rows.hpp"
 #include "files/tiff/writer.hpp"
 #include "kernels/words.hpp"
 
@@ -56,8 +57,6 @@ int32_t set_samples(page &p, const qvimagedata &d, uint32_t samples) {
     case QVIM_FLOAT64: bits = 64, sample_format = 3; break;
     default: return refuse({"pixies of type ", d.pixietype, " are not stored in TIFF files"});
   }
-  if (bits < 1 || bits > 8 * uint32_t(qvimdatasize(uint32_t(d.pixietype))))
-    return refuse({"pixies of type ", d.pixietype, " have no ", bits, " bits"});
   p.set(SamplesPerPixel, samples);
   p.hold(BitsPerSample, samples);
   p.bits().fill(uint16_t(bits));
@@ -109,10 +108,9 @@ colour colour_of(const qvimagedata &d, bool has_palette) {
 }  // namespace
 
 int32_t set_form(page &p, const qvimage &image, bool has_palette, const qvimagefileinfo *options) {
+  if (const int32_t code = judge(image); code < 0) return code;
   const qvimagedata d = image.d;
-  const int64_t width = int64_t(image.wind.se.x) - image.wind.nw.x,
-                height = int64_t(image.wind.se.y) - image.wind.nw.y;
-  if (width < 1 || height < 1) return refuse({"the image's window is empty"});
+  const int32_t width = image.wind.se.x - image.wind.nw.x, height = image.wind.se.y - image.wind.nw.y;
   if (d.pixies < 1 || d.pixies > 4)
     return refuse({"pixels of ", d.pixies, " pixies are not stored: 1 to 4 are"});
   const colour c = colour_of(d, has_palette);

@@ -130,6 +130,7 @@ TEST(Killed, RecordingsGiveTheFramesThatReachedThem) {
         expect_frames(image, n);
         qvimage3_avireaddone(&image, nullptr, &h);
       });
+  if (IsSkipped()) return;
   EXPECT_EQ(most, frames);
   most = 0;
   kill_everywhere(

@@ -26,6 +26,8 @@ struct format {
   int32_t (*write)(qvimage *image, const char *path);
   int32_t type, bits, pixies, hint;
   int tolerance;  // of coded pixels
+
+  friend void PrintTo(const format &f, std::ostream *out) { *out << f.name; }
 };
 const format formats[] = {
     {"tif", qvimage3_buftiffseq, qvimage3_buftiffseqdone,
