@@ -94,6 +94,7 @@ int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colour
   if (!has_axis) return QVERR_UNSUPPORTED;
   state_of<state<Dim>>(im).run = {access_length(im, mode), uint8_t(along), form};
   set_buffer_pixel(im, form.selected);
+  run_facts_of(im).in_memory = true;
 
   using slot = slots<Dim>;
   im->ioread = form.read.steps ? slot::template read<convert<Dim, towards::buffer>>

@@ -55,7 +55,7 @@ void clear_runs(record<Dim> *im) {
   im->iorite = nops<Dim>::iorite;
   im->iowait = nops<Dim>::iowait;
   im->iolen = nops<Dim>::iolen;
-  set_buffer_pixel(im, 0);
+  run_facts_of(im) = {};
 }
 
 // Forgets what bxts installed.

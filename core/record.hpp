@@ -9,32 +9,37 @@
 
 namespace qvim {
 
+// What ioset of every kind keeps at the end of the iostate, for callers that know nothing of the request. All
+// zero while no runs are set up.
+struct [[gnu::packed]] run_facts {
+  uint16_t buffer_pixel;  // bytes of a pixel in the caller's buffer
+  uint8_t in_memory;      // transfers touch memory alone: they neither wait nor call anyone back
+  uint8_t zero;
+};
+
 // The private state of a kind, kept in the record's first 188 private bytes. Records lie at any 4-byte
 // boundary, so a state is a packed struct; take its members by value.
 template <class State, class Record>
 State &state_of(Record *im) {
-  static_assert(sizeof(State) <= sizeof(Record::iostate) - sizeof(uint32_t),
+  static_assert(sizeof(State) <= sizeof(Record::iostate) - sizeof(run_facts),
                 "the state must fit its place in the record");
   static_assert(alignof(State) == 1, "a state is a packed struct");
   static_assert(std::is_trivially_copyable_v<State>, "records are copied byte for byte");
   return *reinterpret_cast<State *>(im->iostate);
 }
 
-// What ioset of every kind keeps at the end of the iostate: how many bytes a pixel has in the caller's
-// buffer; 0 while no runs are set up.
 template <class Record>
-uint8_t *place_of_buffer_pixel(Record *im) {
-  return im->iostate + sizeof im->iostate - sizeof(uint32_t);
+auto &run_facts_of(Record *im) {
+  using facts = std::conditional_t<std::is_const_v<Record>, const run_facts, run_facts>;
+  return *reinterpret_cast<facts *>(im->iostate + sizeof im->iostate - sizeof(run_facts));
 }
 template <class Record>
-uint32_t buffer_pixel(Record *im) {
-  uint32_t bytes;
-  std::memcpy(&bytes, place_of_buffer_pixel(im), sizeof bytes);
-  return bytes;
+uint32_t buffer_pixel(const Record *im) {
+  return run_facts_of(im).buffer_pixel;
 }
 template <class Record>
 void set_buffer_pixel(Record *im, uint32_t bytes) {
-  std::memcpy(place_of_buffer_pixel(im), &bytes, sizeof bytes);
+  run_facts_of(im).buffer_pixel = uint16_t(bytes);
 }
 
 // The record that a source reference names, seen from the record that holds it: a value from -128 to -1

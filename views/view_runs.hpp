@@ -24,7 +24,10 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
       return im->d.pixies ? Kind::set_runs(im, mode, datatype, colourmask) : QVERR_COLOUR;
     });
     // A source that moves nothing, having lost its window, accepts pixels of no size too.
-    if (code < 0 || buffer_pixel(im) == 0) clear_runs<Dim>(im);
+    if (code < 0 || buffer_pixel(im) == 0)
+      clear_runs<Dim>(im);
+    else
+      run_facts_of(im).in_memory = run_facts_of(source_of(im)).in_memory;
     return code;
   }
 
