@@ -10,6 +10,7 @@ import re
 import shutil
 import sys
 
+import cxx
 import headers
 import pages
 import website
@@ -35,7 +36,7 @@ def main(folder, version, date):
     date = f'{MONTHS[month]} {day}, {year}'
     documents = {name: (TOP / f'docs/{name}.md').read_text(encoding='utf-8') for name in ('guide', 'formats')}
     declared, errors = headers.read_all(include), headers.read_errors(include / 'errors.inc')
-    made = pages.all_pages(declared, errors, guide_programs(documents['guide']), date)
+    made = pages.all_pages(declared, cxx.read_all(include), errors, guide_programs(documents['guide']), date)
     shutil.rmtree(folder / 'man3', ignore_errors=True)
     (folder / 'man3').mkdir(parents=True)
     for name, text in made.items():

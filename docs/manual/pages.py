@@ -31,7 +31,8 @@ def words(text):
     """Running text: a sentence begins a line."""
     out = []
     for sentence in sentences(text):
-        lines = textwrap.wrap(escape(sentence), 78, break_long_words=False, break_on_hyphens=False)
+        lines = textwrap.wrap(escape(sentence).replace('()', r'\&()'), 78, break_long_words=False,
+                              break_on_hyphens=False)
         out += [line(piece) for piece in lines]
     return out
 
@@ -256,10 +257,24 @@ def page(header, headers, errors, programs, date):
     return '\n'.join(out) + '\n'
 
 
-def all_pages(headers, errors, programs, date):
-    """Text by file name: a page a header, a link a name."""
+CXX = ('qvimage_cxx', 'the library for C++20 programs')
+
+
+def cxx_page(introduction, parts, date):
+    """The page of the C++ headers: what each says of itself, and what it declares."""
+    out = [f'.Dd {date}', f'.Dt {CXX[0].upper()} 3', '.Os', '.Sh NAME', f'.Nm {CXX[0]}', f'.Nd {CXX[1]}',
+           '.Sh SYNOPSIS', '.In qvimage/qvimage.hpp', '.Sh DESCRIPTION', *blocks(introduction)]
+    for name, (said, declared) in parts.items():
+        out += ['.Ss ' + argument(f'qvimage/{name}'), *blocks(said), *display(declared)]
+    return '\n'.join(out + ['.Sh SEE ALSO', '.Xr qvimage 3']) + '\n'
+
+
+def all_pages(headers, cxx_headers, errors, programs, date):
+    """Text by file name: a page a header, a link a name, a page of the C++ headers, if there are any."""
     files = {f'{page_name(h)}.3': page(h, headers, errors, programs, date) for h in headers.values()}
     for header in headers.values():
         for name in header.exports():
             files.setdefault(f'{name}.3', f'.so man3/{page_name(header)}.3\n')
+    if cxx_headers:
+        files[f'{CXX[0]}.3'] = cxx_page(*cxx_headers, date)
     return files

@@ -125,14 +125,15 @@ def write(folder, headers, man_pages, tool_page, documents, version):
     for name, text in documents.items():
         body = markdown.to_html(text, local)
         put(f'{name}.html', re.match('# (.*)', text)[1], link_names(body, links, '-'))
-    for header in headers.values():
-        name = pages.page_name(header)
+    written = {pages.page_name(header): pages.summary(header) for header in headers.values()}
+    written |= dict([pages.CXX]) if f'{pages.CXX[0]}.3' in man_pages else {}
+    for name in written:
         here = [n for n, link in links.items() if link.startswith(f'{page_file(name)}#')]
         body = set_anchors(manual_html(man_pages[f'{name}.3']), here)
         put(page_file(name), name, link_names(body, links, page_file(name)))
     put('qvimage.1.html', 'qvimage, the command', manual_html(tool_page))
-    families = ''.join(f'<tr><td><a href="{page_file(pages.page_name(h))}">{pages.page_name(h)}</a></td>'
-                       f'<td>{html.escape(pages.summary(h))}</td></tr>\n' for h in headers.values())
+    families = ''.join(f'<tr><td><a href="{page_file(name)}">{name}</a></td>'
+                       f'<td>{html.escape(summary)}</td></tr>\n' for name, summary in written.items())
     put('reference.html', 'Reference',
         f'<h1>Reference</h1>\n<table>\n{families}</table>\n'
         '<p>The command: <a href="qvimage.1.html">qvimage</a></p>')

@@ -20,6 +20,11 @@ def output(*command, **options):
     return subprocess.run(command, capture_output=True, text=True, check=False, **options)
 
 
+def documented():
+    """The exports but for what only a Java machine calls."""
+    return [name for name in EXPORTS.read_text().split() if not name.startswith(('Java_', 'JNI_'))]
+
+
 def page(name):
     """A page's source, through its link if it is one."""
     text = (MAN3 / f'{name}.3').read_text()
@@ -38,7 +43,7 @@ def written_pages():
 
 class Manual(unittest.TestCase):
     def test_every_export_is_on_the_page_of_its_name(self):
-        names = [name for name in EXPORTS.read_text().split() if not name.startswith('Java_')]
+        names = documented()
         self.assertGreater(len(names), 900)
         self.assertEqual([name for name in names
                           if not (MAN3 / f'{name}.3').exists() or name not in page_words(name)], [])
@@ -103,7 +108,7 @@ class Site(unittest.TestCase):
             self.assertNotRegex(text, r'(src|href)="(\w+:|/)|@import|url\(', file)
 
     def test_the_index_has_every_name(self):
-        names = {name for name in EXPORTS.read_text().split() if not name.startswith('Java_')}
+        names = set(documented())
         listed = set(re.findall(r'<li><a href="[^"]+">(\w+)</a>', self.texts['names.html']))
         self.assertEqual(names - listed, set())
 
