@@ -1,4 +1,4 @@
-# The library installs like any other: headers, CMake package (target qvimage::qvimage), pkg-config file.
+# The library installs like any other: headers, CMake package (qvimage-config.cmake.in), pkg-config file.
 # Nothing installed holds the path of the folder it was installed to: the tree may be moved.
 include(CMakePackageConfigHelpers)
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include <qvimage/qvimage.h>
+#include <qvimage/qvimage.hpp>
 
 int main() {
   const int32_t size[2] = {640, 480};
