@@ -1,0 +1,317 @@
+/** Constructors of images in memory and of views: what the objects say afterwards, and their pixels. */
+class ViewsTest extends Images {
+  public static void main(String[] arguments) throws Exception { run(ViewsTest.class); }
+
+  interface Make2 {
+    int on(Jqvimage view) throws Exception;
+  }
+
+  interface Make3 {
+    int on(Jqvimage3 view) throws Exception;
+  }
+
+  static final int METER = 109, INCH = 188, FLOAT = 16;
+
+  static Jqvimagedata real() {
+    Jqvimagedata d = new Jqvimagedata();
+    d.pixietype = FLOAT;
+    d.pixies = 2;
+    d.pixelhint = 2;
+    d.r_minvalue = -1.5f;
+    d.r_maxvalue = 2.5f;
+    d.i_bitsused = 77; // of no meaning here
+    return d;
+  }
+
+  static Jqvimagehints hints() {
+    Jqvimagehints h = new Jqvimagehints();
+    h.pixelwidth = 0.5f;
+    h.pixelheight = 0.25f;
+    h.pixeldepth = 4;
+    h.widthunits = h.heightunits = INCH;
+    h.depthunits = METER;
+    return h;
+  }
+
+  static final String SHORTS = "2 x1 hint 1 bits 12 512 0 0 0 range 0.0 0.0", SHORT_FACTS = "2 2 true false",
+                      REALS = "16 x2 hint 2 bits 0 0 0 0 0 range -1.5 2.5", REAL_FACTS = "4 8 false true",
+                      NO_HINTS = "0.0 0.0 0.0 0 0 0", SIZE = "0.5 0.25 0.0 188 188 0",
+                      SIZE3 = "0.5 0.25 4.0 188 188 109",
+                      NOTHING = "0 x0 hint 0 bits 0 0 0 0 0 range 0.0 0.0", NO_FACTS = "0 0 false false";
+
+  static void testImagesInMemory() throws Exception {
+    long at = Jqvimage.pixelalloc(1, 1000);
+    Jqvywindow size = extent(8, 5), moved = extent(11, 7);
+    moved.nwx = 3;
+    moved.nwy = 2; // the same extent
+    Object[][] table = {{(Make2) v -> v.qvimage_defnull(), "NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS},
+        {(Make2) v -> v.qvimage_defnop(size, real(), hints()), "NULL2", "0,0-8,5", REALS, REAL_FACTS, SIZE3},
+        {(Make2) v -> v.qvimage_defnop(null, null, null), "NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS},
+        {(Make2) v
+            -> v.qvimage_memory(at, moved, 0, 2, 12, 1, 1, 0),
+            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, NO_HINTS},
+        {(Make2) v
+            -> v.qvimage_memory2(at, size, 20, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f),
+            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE},
+        {(Make2) v
+            -> v.qvimage_memory3(at, 80, size, 0, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f),
+            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE},
+        {(Make2) v
+            -> v.qvimage_memorydata(at, 320, size, 0, real(), hints(), 0),
+            "QVIMMEM", "0,0-8,5", REALS, REAL_FACTS, SIZE3}};
+    for (Object[] row : table) {
+      Jqvimage v = image();
+      equal(row[1] + " answer", 0, ((Make2) row[0]).on(v));
+      Object[] got = {v.devname, text(v.imdim), text(v.d), text(v.f), text(v.h)};
+      equal("made", java.util.Arrays.asList(row).subList(1, 6), java.util.Arrays.asList(got));
+      equal("wind", text(v.imdim), text(v.wind));
+    }
+  }
+
+  static void testVolumesInMemory() throws Exception {
+    long at = Jqvimage.pixelalloc(1, 2000);
+    Jqvyzwindow size = extent(8, 5, 3);
+    Object[][] table = {
+        {(Make3) v -> v.qvimage3_defnull(), "NULL3", "0,0,0-0,0,0", NOTHING, NO_FACTS, NO_HINTS},
+        {(Make3) v
+            -> v.qvimage3_memory(at, size, 0, 2, 12, 1, 1, 0),
+            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, NO_HINTS},
+        {(Make3) v
+            -> v.qvimage3_memory2(at, size, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4),
+            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3},
+        {(Make3) v
+            -> v.qvimage3_memory3(at, 240, size, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4),
+            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3},
+        {(Make3) v
+            -> v.qvimage3_memorydata(at, 960, size, 0, 0, real(), hints(), 0),
+            "QVIMMEM3", "0,0,0-8,5,3", REALS, REAL_FACTS, SIZE3}};
+    for (Object[] row : table) {
+      Jqvimage3 v = volume();
+      equal(row[1] + " answer", 0, ((Make3) row[0]).on(v));
+      Object[] got = {v.devname, text(v.imdim), text(v.d), text(v.f), text(v.h)};
+      equal("made", java.util.Arrays.asList(row).subList(1, 6), java.util.Arrays.asList(got));
+      equal("wind", text(v.imdim), text(v.wind));
+    }
+  }
+
+  static int grey(int x, int y, int z) { return 1000 * z + 100 * y + 3 * x; }
+
+  static int colour(int x, int y, int z, int c) { return 50 * c + 10 * z + 7 * y + x; }
+
+  /** Rows of a table: how a view is made, its source, its device, size, components and values. */
+  static void testViewsOfImages() throws Exception {
+    Jqvimage flat = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> grey(x, y, 0));
+    Jqvimage row8 = image(2, 12, 1, GREY, 8, 1, (x, y, z, c) -> grey(x, 0, 0));
+    Jqvimage rgb = image(1, 8, 3, RGB, 6, 4, (x, y, z, c) -> colour(x, y, 0, c));
+    Jqvimage3 deep = volume(2, 12, 1, GREY, 6, 4, 3, (x, y, z, c) -> grey(x, y, z));
+    long mirror = table(4096, i -> 4095 - i);
+    Object[][] table = {{(Make2) v
+                            -> v.qvimage_converter(flat, null, 0, 0, 8),
+                            flat, "QVIMCONV", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 0) >> 4},
+        {(Make2) v
+            -> v.qvimage_decimate(flat, 0, 2, 2, 1, 0),
+            flat, "QVIMDECI", 3, 2, 1, (Values) (x, y, z, c) -> grey(2 * x + 1, 2 * y, 0)},
+        {(Make2) v
+            -> v.qvimage_yodd(flat, 0, 1),
+            flat, "QVIMYOdd", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y | 1, 0)},
+        {(Make2) v
+            -> v.qvimage_stack(deep),
+            deep, "QVIMSTAK", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 1)},
+        {(Make2) v
+            -> v.qvimage_cachemonitor(flat, 0, 1),
+            flat, "QVIMCAM", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 0)},
+        {(Make2) v
+            -> v.qvimage_def2from3(deep, 4, 0, 2, 0),
+            deep, "QVIM3to2", 3, 6, 1, (Values) (x, y, z, c) -> grey(y, 2, x)},
+        {(Make2) v
+            -> v.qvimage_rotate(flat, 0, 5),
+            flat, "QVIMROTA", 4, 6, 1, (Values) (x, y, z, c) -> grey(y, 3 - x, 0)},
+        {(Make2) v
+            -> v.qvimage_lut(flat, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0, 0),
+            flat, "QVIMLUT2", 6, 4, 1, (Values) (x, y, z, c) -> 4095 - grey(x, y, 0)},
+        {(Make2) v
+            -> v.qvimage_lutconvert(row8, 4, 1),
+            row8, "QVIMLUT", 4, 1, 1, (Values) (x, y, z, c) -> grey(2 * x, 0, 0)},
+        {(Make2) v
+            -> v.qvimage_Beyer4(flat, 0, 0),
+            flat, "Bayer*4", 6, 4, 4, (Values) (x, y, z, c) -> grey(x & ~1 | c & 1, y & ~1 | c >> 1, 0)},
+        {(Make2) v
+            -> v.qvimage_colorslice(rgb, 0, 2, 0),
+            rgb, "ClrSlice", 6, 4, 1, (Values) (x, y, z, c) -> colour(x, y, 0, 1)},
+        {(Make2) v
+            -> v.qvimage_colorconverter(rgb, BGR, 0),
+            rgb, "QVIMCLR", 6, 4, 3, (Values) (x, y, z, c) -> colour(x, y, 0, 2 - c)}};
+    for (Object[] row : table) {
+      Jqvimage v = image();
+      equal(row[2] + " answer", 0, ((Make2) row[0]).on(v));
+      equal("device", row[2], v.devname);
+      equal(row[2] + " size", "0,0-" + row[3] + "," + row[4], text(v.wind));
+      equal(row[2] + " keeps its source", true, v.filter[0] == row[1]);
+      int[] wanted = values((Integer) row[3], (Integer) row[4], 1, (Integer) row[5], (Values) row[6]);
+      equal(row[2] + " pixels", wanted, read(v));
+    }
+  }
+
+  static void testViewsOfVolumes() throws Exception {
+    Jqvimage flat = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> grey(x, y, 0));
+    Jqvimage3 deep = volume(2, 12, 1, GREY, 6, 4, 3, (x, y, z, c) -> grey(x, y, z));
+    Jqvimage3 rgb = volume(1, 8, 3, RGB, 6, 4, 3, (x, y, z, c) -> colour(x, y, z, c));
+    long mirror = table(4096, i -> 4095 - i);
+    Object[][] table = {{(Make3) v
+                            -> v.qvimage3_converter(deep, null, 0, 0, 8),
+                            deep, "QVIMCONV", 3, 1, (Values) (x, y, z, c) -> grey(x, y, z) >> 4},
+        {(Make3) v
+            -> v.qvimage3_colorslice(rgb, 0, 4, 0),
+            rgb, "ClrSlice", 3, 1, (Values) (x, y, z, c) -> colour(x, y, z, 2)},
+        {(Make3) v
+            -> v.qvimage3_colorconverter(rgb, BGR, 0),
+            rgb, "QVIMCLR3", 3, 3, (Values) (x, y, z, c) -> colour(x, y, z, 2 - c)},
+        {(Make3) v
+            -> v.qvimage3_Beyer4(deep, 0, 3),
+            deep, "Bayer*4", 3, 4, (Values) (x, y, z, c) -> grey(x & ~1 | ~c & 1, y & ~1 | 1 - (c >> 1), z)},
+        {(Make3) v
+            -> v.qvimage_def3from2(flat, 0),
+            flat, "QVIM2to3", 1, 1, (Values) (x, y, z, c) -> grey(x, y, 0)},
+        {(Make3) v
+            -> v.qvimage3_def3from3(deep, -1, 0, 0, 0),
+            deep, "QVIM3to3", 3, 1, (Values) (x, y, z, c) -> grey(x, y, (z + 2) % 3)},
+        {(Make3) v
+            -> v.qvimage3_lut(deep, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0),
+            deep, "QVIMLUT3", 3, 1, (Values) (x, y, z, c) -> 4095 - grey(x, y, z)}};
+    for (Object[] row : table) {
+      Jqvimage3 v = volume();
+      equal(row[2] + " answer", 0, ((Make3) row[0]).on(v));
+      equal("device", row[2], v.devname);
+      equal(row[2] + " size", "0,0,0-6,4," + row[3], text(v.wind));
+      equal(row[2] + " keeps its source", true, v.filter[0] == row[1]);
+      int[] wanted = values(6, 4, (Integer) row[3], (Integer) row[4], (Values) row[5]);
+      equal(row[2] + " pixels", wanted, read(v));
+    }
+  }
+
+  /** Every array type, both ways, in both dimensions: an element a component. */
+  static void testArrays() throws Exception {
+    for (int type : new int[] {1, 2, 4, 16, 32}) {
+      Jqvimage flat = image(type, 0, 1, GREY, 5, 1, (x, y, z, c) -> 0);
+      Jqvimage3 deep = volume(type, 0, 1, GREY, 5, 1, 1, (x, y, z, c) -> 0);
+      flat.ioset(0, type, 1);
+      deep.ioset(0, type, 1);
+      Object array, back, deepBack;
+      int[] got;
+      switch (type) {
+        case 1: {
+          byte[] a = {1, -2, 3, -4, 5}, b = new byte[5], c = new byte[5];
+          got = new int[] {flat.iorite_byte(0, a, 5, 0, 0), flat.iowait_byte(0, a),
+              flat.ioread_byte(0, b, 5, 0, 0), deep.iorite_byte(0, a, 5, 0, 0, 0), deep.iowait_byte(0, a),
+              deep.ioread_byte(0, c, 5, 0, 0, 0)};
+          array = a;
+          back = b;
+          deepBack = c;
+          break;
+        }
+        case 2: {
+          short[] a = {1, -2, 300, -4, 5}, b = new short[5], c = new short[5];
+          got = new int[] {flat.iorite_short(0, a, 5, 0, 0), flat.iowait_short(0, a),
+              flat.ioread_short(0, b, 5, 0, 0), deep.iorite_short(0, a, 5, 0, 0, 0), deep.iowait_short(0, a),
+              deep.ioread_short(0, c, 5, 0, 0, 0)};
+          array = a;
+          back = b;
+          deepBack = c;
+          break;
+        }
+        case 4: {
+          int[] a = {1, -2, 300000, -4, 5}, b = new int[5], c = new int[5];
+          got = new int[] {flat.iorite_int(0, a, 5, 0, 0), flat.iowait_int(0, a),
+              flat.ioread_int(0, b, 5, 0, 0), deep.iorite_int(0, a, 5, 0, 0, 0), deep.iowait_int(0, a),
+              deep.ioread_int(0, c, 5, 0, 0, 0)};
+          array = a;
+          back = b;
+          deepBack = c;
+          break;
+        }
+        case 16: {
+          float[] a = {1, -2, 0.5f, Float.MAX_VALUE, 5}, b = new float[5], c = new float[5];
+          got = new int[] {flat.iorite_float(0, a, 5, 0, 0), flat.iowait_float(0, a),
+              flat.ioread_float(0, b, 5, 0, 0), deep.iorite_float(0, a, 5, 0, 0, 0), deep.iowait_float(0, a),
+              deep.ioread_float(0, c, 5, 0, 0, 0)};
+          array = a;
+          back = b;
+          deepBack = c;
+          break;
+        }
+        default: {
+          double[] a = {1, -2, 1e-300, Double.MAX_VALUE, 5}, b = new double[5], c = new double[5];
+          got = new int[] {flat.iorite_double(0, a, 5, 0, 0), flat.iowait_double(0, a),
+              flat.ioread_double(0, b, 5, 0, 0), deep.iorite_double(0, a, 5, 0, 0, 0),
+              deep.iowait_double(0, a), deep.ioread_double(0, c, 5, 0, 0, 0)};
+          array = a;
+          back = b;
+          deepBack = c;
+        }
+      }
+      equal("type " + type, new int[] {5, 1, 5, 5, 1, 5}, got);
+      equal("type " + type, array, back);
+      equal("type " + type, array, deepBack);
+    }
+  }
+
+  static void testWindowsHintsAndQueries() throws Exception {
+    Jqvimage v = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> grey(x, y, 0));
+    Jqvywindow part = extent(5, 3), given = extent(0, 0);
+    part.nwx = 2;
+    part.nwy = 1;
+    equal("set", 1, v.xwindpeer(part, 's'));
+    equal("wind", "2,1-5,3", text(v.wind));
+    equal("extent", "0,0-6,4", text(v.imdim));
+    equal("nothing is set up", 0, v.ioread_short(0, new short[3], 3, 0, 0));
+    equal("part", values(3, 2, 1, 1, (x, y, z, c) -> grey(x + 2, y + 1, 0)), read(v));
+    equal("asked", 1, v.xwindpeer(given, 'w'));
+    equal("the window passed stays as it is", "0,0-0,0", text(given));
+    equal("other letter", 0, v.xwindpeer(null, '?'));
+    part.sex = 7;
+    equal("outside", 0, v.xwindpeer(part, 's'));
+    equal("no window", "0,0-0,0", text(v.wind));
+    equal("whole", 1, v.xwindpeer(null, 's'));
+    equal("whole", "0,0-6,4", text(v.wind));
+    v.xhintspeer(hints());
+    v.xhintspeer(null);
+    v.CtoJ(v.peeradrs);
+    equal("hints", SIZE3, text(v.h));
+    equal("longest run", 2147483647, v.aeiou('I', 0, 0));
+    equal("of bytes, all 32 bits", -1, image(1, 8, 1, GREY, 1, 1, (x, y, z, c) -> 0).aeiou('I', 0, 0));
+    equal("supported", 1, v.qvimdatasupported(2 | LOW));
+    equal("not supported", 0, v.qvimdatasupported(1));
+
+    Jqvimage3 deep = volume(1, 8, 3, RGB, 4, 3, 2, (x, y, z, c) -> colour(x, y, z, c));
+    Jqvyzwindow box = extent(3, 3, 2);
+    box.nwx = box.nwy = box.nwz = 1;
+    equal("set", 1, deep.xwindpeer(box, 's'));
+    equal("wind", "1,1,1-3,3,2", text(deep.wind));
+    equal("part", values(2, 2, 1, 3, (x, y, z, c) -> colour(x + 1, y + 1, z + 1, c)), read(deep));
+    equal("longest run", 1431655765, deep.aeiou('I', 0, 0));
+    deep.xhintspeer(hints());
+    deep.CtoJ(deep.peer3adrs);
+    equal("hints", SIZE3, text(deep.h));
+    equal("supported", 1, deep.qvimdatasupported(1));
+  }
+
+  /** Without a display there is none; with headers missing at build time neither. */
+  static void testDisplay() throws Exception {
+    Make2[] all = {v
+        -> v.qvimage_hDC(extent(3, 2), 0, 0, 0, 0, 0, 0),
+        v
+        -> v.qvimage_hXImage(extent(3, 2), 0, 0, 0, 0, 0),
+        v -> v.qvimage_hXDrawable(extent(3, 2), 0, 0, 0, 0, 0)};
+    for (Make2 make : all) {
+      Jqvimage v = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> 0);
+      try {
+        make.on(v);
+        fail("no exception");
+      } catch (JqverrnoException e) {
+        equal("function", "qvimage_X11", e.function);
+        equal("code", true, e.code == -1 || e.code == -27);
+      }
+      equal("null image", "NULL2 0,0-0,0 " + NOTHING, v.devname + " " + text(v.wind) + " " + text(v.d));
+    }
+  }
+}
