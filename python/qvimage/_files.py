@@ -93,13 +93,13 @@ def _plain(value: Any) -> Any:
     return [_plain(v) for v in value] if isinstance(value, ctypes.Array) else value
 
 
-def info_of(record: _abi.qvimagefileinfo) -> Info:
+def info_of(record: _abi.qvimagefileinfo, page: int) -> Info:
     fields = {name: _plain(getattr(record, name)) for name, *_ in record._fields_
               if name not in HEAD_FIELDS and not name.startswith('reserved')}
     data, coded = record.data, record.compression
     real = data.pixietype >= _abi.QVIM_FLOAT32
     return Info(
-        format=record.type.decode(), pages=max(record.pagecount, record.pagecount2), page=record.page,
+        format=record.type.decode(), pages=max(record.pagecount, record.pagecount2), page=page,
         width=record.width, height=record.height, components=data.pixies,
         hint=HINTS.get(data.pixelhint, 'unknown'),
         bits=8 * SIZES[data.pixietype] if real else data.i_bitsused,
@@ -145,7 +145,7 @@ class _Opened:
         with self.owner:
             check(read(self.handle, ctypes.addressof(record), *more), self.owner.path)
         try:
-            return info_of(record)
+            return info_of(record, page)
         finally:
             function(f'qvimage_{self.form.stem}infodone')(ctypes.addressof(record))
 

@@ -49,7 +49,7 @@ def described(code: int, bits: int, components: int, hint: int) -> _abi.qvimaged
 class Access:
     """A copy of an image's records, set up for one transfer."""
 
-    def __init__(self, pixels: Pixels) -> None:
+    def __init__(self, pixels: Pixels[Any]) -> None:
         self._copy = ctypes.create_string_buffer(pixels._records, len(pixels._records))
         self.address = ctypes.addressof(self._copy) + len(pixels._records) - SIZE
         self._record = pixels._record
@@ -256,7 +256,7 @@ class Pixels(Generic[P]):
         """As other colours: "rgb", "bgr", "grey", "cmy", "cmyk", "bsh" or "ycrcb"."""
         code = hint_code(hint)
         if code == self._top.d.pixelhint:
-            return self[...]  # type: ignore[no-any-return]
+            return self._windowed([(0, n) for n in self._extents])
         return self._same('colorconverter', code, 0)
 
     def component(self, number: int) -> P:
@@ -290,7 +290,7 @@ class Pixels(Generic[P]):
         dtype converts to another type; nothing is narrowed unless it says so.
         """
         if dtype is not None and type_code(dtype) != self._pixel_type():
-            return self.convert(dtype).read(out)  # type: ignore[no-any-return]
+            return self.convert(dtype).read(out)
         target = new_array(self._pixel_type(), self.shape) if out is None else out
         buffer = Buffer(target)
         if buffer.readonly:
@@ -383,7 +383,11 @@ class Pixels(Generic[P]):
             if axis < 0:
                 first = found.address
             else:
-                strides.append(found.address - first or self._top.f.pixelsize)
+                strides.append(found.address - first)
+        inner = self._top.f.pixelsize
+        for axis in reversed(range(self._dimensions)):  # of a single row, or plane: as if others followed
+            strides[axis] = strides[axis] or inner
+            inner = strides[axis] * extents[axis]
         return first, tuple(strides)
 
     @property
@@ -421,10 +425,10 @@ class Pixels(Generic[P]):
         if total != self._top.f.pixelsize * _product(self._extents):
             raise BufferError('rows with gaps between them need numpy')
         found = (ctypes.c_ubyte * total).from_address(address)
-        found._image = self  # type: ignore[attr-defined]  # keeps the memory
-        letter = FORMATS[self._top.d.pixietype]
-        view = memoryview(found).cast('B').cast(letter, self.shape)  # type: ignore[call-overload]
-        return view.toreadonly() if self._readonly else view  # type: ignore[no-any-return]
+        setattr(found, 'image', self)  # keeps the memory
+        plain: Any = memoryview(found).cast('B')
+        view: memoryview = plain.cast(FORMATS[self._top.d.pixietype], self.shape)
+        return view.toreadonly() if self._readonly else view
 
 
 class _Interface:
@@ -442,7 +446,7 @@ def _product(numbers: tuple[int, ...]) -> int:
     return product
 
 
-def _slices(key: Any, extents: tuple[int, ...]) -> list[slice | int]:
+def _slices(key: Any, extents: tuple[int, ...]) -> list[Any]:
     """An index as a whole number or a slice for each axis."""
     keys = list(key) if isinstance(key, tuple) else [key]
     if any(k is Ellipsis for k in keys):
@@ -460,11 +464,11 @@ def _slices(key: Any, extents: tuple[int, ...]) -> list[slice | int]:
     return keys
 
 
-def _range(key: slice | int, extent: int) -> tuple[int, int, int]:
+def _range(key: slice | int, extent: int) -> tuple[int, int]:
     first, last, step = key.indices(extent) if isinstance(key, slice) else (key, key + 1, 1)
-    if step < 1:
-        raise IndexError('steps go forwards: flip() and rotate() turn images')
-    return first, max(first, last), step
+    if step != 1:
+        raise IndexError('parts have no steps: decimate() thins images, flip() and rotate() turn them')
+    return first, max(first, last)
 
 
 class Image(Pixels['Image']):
@@ -473,30 +477,30 @@ class Image(Pixels['Image']):
     _record, _dimensions = 'qvimage', 2
 
     def __getitem__(self, key: Any) -> Any:
-        """image[y0:y1, x0:x1] is a part of it, also with steps forward; image[y, x] a pixel's value."""
+        """image[y0:y1, x0:x1] is a part of it, image[y, x] a pixel's value."""
         keys = _slices(key, self._extents)
         if not any(isinstance(k, slice) for k in keys):
-            value = self.at([keys])[0] if self.components == 1 or numpy_or_none() else self.at([keys])
-            return value
-        (y0, y1, ys), (x0, x1, xs) = (_range(k, n) for k, n in zip(keys, self._extents))
-        part = self._windowed([(y0, y1), (x0, x1)])
-        if ys == xs == 1:
-            return part
-        return part.decimate(xs, ys)
+            found: Any = self._pixel(keys).read()
+            if numpy_or_none() is None and self.components > 1:
+                return tuple(found[0, 0, i] for i in range(self.components))
+            return found[0, 0]
+        return self._windowed([_range(k, n) for k, n in zip(keys, self._extents)])
 
     def __setitem__(self, key: Any, value: Any) -> None:
         """Sets a pixel, or the pixels of a part."""
         keys = _slices(key, self._extents)
         if any(isinstance(k, slice) for k in keys):
             self[tuple(keys)].write(value)
-        elif numpy_or_none():
-            self.put([keys], value)
+        elif numpy_or_none() is not None:
+            self._pixel(keys).write(value)
         else:
-            letter = FORMATS[self._pixel_type()]
-            pixel = memoryview(bytearray(self._top.f.pixelsize)).cast(letter)
+            pixel: Any = new_array(self._pixel_type(), (1, 1, self.components))
             for i, v in enumerate(value if self.components > 1 else [value]):
-                pixel[i] = v
-            self.put([keys], pixel)
+                pixel[0, 0, i] = v
+            self._pixel(keys).write(pixel)
+
+    def _pixel(self, place: list[int]) -> Image:
+        return self._windowed([(n, n + 1) for n in place])
 
     def rotate(self, degrees: int) -> Image:
         """Turned clockwise by 90, 180 or 270 degrees."""
@@ -543,10 +547,7 @@ class Volume(Pixels['Volume']):
         if isinstance(keys[0], int):
             plane = self._plane(keys[0])
             return plane if all(k == slice(None) for k in keys[1:]) else plane[tuple(keys[1:])]
-        ranges = [_range(k, n) for k, n in zip(keys, self._extents)]
-        if any(step != 1 for _, _, step in ranges):
-            raise IndexError('parts of volumes have no steps')
-        return self._windowed([(first, last) for first, last, _ in ranges])
+        return self._windowed([_range(k, n) for k, n in zip(keys, self._extents)])
 
     def __setitem__(self, key: Any, value: Any) -> None:
         keys = _slices(key, self._extents)

@@ -43,9 +43,10 @@ def numpy_or_none() -> Any:
 
 def type_code(dtype: Any) -> int:
     """The pixie type of a numpy dtype, its name or a letter of the struct module."""
+    names = ('name', '__name__')
     for code, name in INTERFACES.items():
         long = f'{"uint" if name[0] == "u" else "float"}{8 * SIZES[code]}'
-        if dtype in (name, FORMATS[code], long) or long in (getattr(dtype, a, '') for a in ('name', '__name__')):
+        if dtype in (name, FORMATS[code], long) or long in (getattr(dtype, a, '') for a in names):
             return code
     raise TypeError(f'pixels are uint8, uint16, uint32, uint64, float32 or float64, not {dtype}')
 
@@ -61,7 +62,8 @@ class Buffer:
             if numpy is None or not (hasattr(array, '__array__') or hasattr(array, '__array_interface__')):
                 raise
             self.view = memoryview(numpy.asarray(array))
-        order, letter = ('@' + self.view.format)[-2:]
+        letter = self.view.format.lstrip('@=<>!')
+        order = self.view.format[0]
         self.swapped = order in '<>!' and order.replace('!', '>') != NATIVE and self.view.itemsize > 1
         self.truth = letter in TRUTHS
         self.code = self._code(letter)
@@ -71,14 +73,15 @@ class Buffer:
         known = UNSIGNED + TRUTHS if letter not in FLOATS else FLOATS
         for code, name in INTERFACES.items():
             same_sort = (name[0] == 'f') == (letter in FLOATS)
-            if letter in known and same_sort and SIZES[code] == self.view.itemsize:
+            if len(letter) == 1 and letter in known and same_sort and SIZES[code] == self.view.itemsize:
                 return code
         raise TypeError('pixels are unsigned integers of 8, 16, 32 or 64 bits, or floats of 32 or 64: '
                         f'not "{self.view.format}"')
 
     def shaped(self, shape: Sequence[int]) -> None:
         """Gives a buffer of one dimension another shape."""
-        self.view = self.view.cast('B').cast(self.view.format[-1:], shape)  # type: ignore[call-overload]
+        plain: Any = self.view.cast('B')
+        self.view = plain.cast(self.view.format[-1], tuple(shape))
 
     @property
     def address(self) -> int:
@@ -93,7 +96,8 @@ class Buffer:
     def layout(self, dimensions: int) -> tuple[tuple[int, ...], int, tuple[int, ...]]:
         """The extents (rows, columns or planes, rows, columns), components, and bytes from one row (plane,
         row) to the next. Refuses what no image can lie over."""
-        shape, strides, size = self.view.shape, self.view.strides, self.view.itemsize
+        size = self.view.itemsize
+        shape, strides = tuple(self.view.shape or ()), tuple(self.view.strides or ())
         if self.view.ndim not in (dimensions, dimensions + 1):
             names = 'planes, rows, columns' if dimensions == 3 else 'rows, columns'
             raise ValueError(f'an array of ({names}) or ({names}, components) is needed, not of {shape}')
@@ -106,7 +110,7 @@ class Buffer:
             raise ValueError('the pixels of a row must lie side by side, from left to right: copy the array, '
                              'or turn or mirror it, and the image back')
         row = shape[dimensions - 1] * size * components
-        pitches = []
+        pitches: list[int] = []
         for extent, stride in zip(reversed(shape[:dimensions - 1]), reversed(strides[:dimensions - 1])):
             if extent == 1:
                 stride = row
@@ -128,7 +132,8 @@ def new_array(code: int, shape: tuple[int, ...]) -> Any:
     count = SIZES[code]
     for extent in shape:
         count *= extent
-    return memoryview(bytearray(count)).cast('B').cast(FORMATS[code], shape)  # type: ignore[call-overload]
+    plain: Any = memoryview(bytearray(count))
+    return plain.cast(FORMATS[code], shape)
 
 
 def contiguous(array: Any, code: int, shape: tuple[int, ...]) -> Any:
@@ -136,9 +141,10 @@ def contiguous(array: Any, code: int, shape: tuple[int, ...]) -> Any:
     numpy = numpy_or_none()
     if numpy is None:
         return array
-    found = numpy.asarray(array)
-    if found.dtype != numpy.dtype(INTERFACES[code]):
-        if found.dtype.kind not in 'iu' or found.size and (found.min() < 0 or found.max() >> 8 * SIZES[code]):
-            raise TypeError(f'pixels are {INTERFACES[code]}, not {found.dtype}')
-        found = found.astype(INTERFACES[code])
-    return numpy.ascontiguousarray(numpy.broadcast_to(found, shape))
+    wanted, found = numpy.dtype(INTERFACES[code]), numpy.asarray(array)
+    if found.dtype != wanted and found.dtype.kind in 'iu' and wanted.kind == 'u':  # numbers that fit
+        if found.size and (found.min() < 0 or found.max() > numpy.iinfo(wanted).max):
+            raise OverflowError(f'numbers from {found.min()} to {found.max()} as {wanted}')
+    elif found.dtype != wanted and not (found.dtype.kind in 'iuf' and wanted.kind == 'f'):
+        raise TypeError(f'pixels are {wanted}, not {found.dtype}')
+    return numpy.ascontiguousarray(numpy.broadcast_to(found, shape), wanted)

@@ -145,8 +145,9 @@ def save(pixels: Pixels[Any], path: Any, *, format: str | None = None, compressi
     colours = Access(palette) if palette is not None else None
     with pixels._inside(), (palette._inside() if palette is not None else contextlib.nullcontext()):
         with steps.heard():
-            code = _write(form.stem, pixels, source.address, palette, colours and colours.address, path,
-                          ctypes.addressof(record), append)
+            entries = colours.address if colours else None
+            code = _write(form.stem, pixels, source.address, palette, entries, path, ctypes.addressof(record),
+                          append)
             if code < 0 and not steps.signals and steps.error is None:
                 fail(code, path)
 
