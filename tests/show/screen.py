@@ -1,0 +1,142 @@
+"""A screen of the test's own, and the viewer on it: keys and the mouse go in, its state and pixels come out."""
+import json
+import os
+import subprocess
+import tempfile
+import time
+import unittest
+
+import numpy
+
+SHOW = os.environ["QVIMAGE_TOOL"]
+PATIENCE = 60  # seconds; for loaded machines
+STATUS_HEIGHT = 17
+
+
+def wait_for(what, why):
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        found = what()
+        if found:
+            return found
+        time.sleep(0.01)
+    raise AssertionError(f"waited in vain for {why}")
+
+
+class Screen:
+    """An X server without a screen of glass."""
+
+    def __init__(self, depth=24, visual_class=4):
+        read, write = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-nolisten", "tcp", "-noreset", "-cc", str(visual_class), "-screen", "0",
+             f"800x700x{depth}"], pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as numbers:
+            self.display = ":" + numbers.readline().strip()
+        self.environment = dict(os.environ, DISPLAY=self.display)
+
+    def close(self):
+        self.server.kill()
+        self.server.wait()
+
+    def run(self, *words):
+        return subprocess.run(list(map(str, words)), env=self.environment, capture_output=True, check=True,
+                              timeout=PATIENCE).stdout
+
+
+class Viewer:
+    """qvimage show with a window at (0, 0)."""
+
+    def __init__(self, screen, *words, geometry="400x317+0+0", **more):
+        self.screen = screen
+        self.program = subprocess.Popen([SHOW, "show", "--geometry", geometry, *map(str, words)],
+                                        env=screen.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
+        self.window = int(wait_for(self._find, "the window"))
+        self.last = self.settled(0)
+
+    def _find(self):
+        if self.program.poll() is not None:
+            raise AssertionError(self.program.stderr.read().decode())
+        found = subprocess.run(["xdotool", "search", "--class", "qvimage"], env=self.screen.environment,
+                               capture_output=True, text=True)
+        return found.stdout.split()[-1] if found.stdout.split() else None
+
+    def state(self):
+        text = subprocess.run(["xprop", "-id", str(self.window), "-notype", "_QVIMAGE_STATE"],
+                              env=self.screen.environment, capture_output=True, text=True).stdout
+        _, equals, value = text.partition(" = ")
+        return json.loads(json.loads(value)) if equals else {"serial": -1}
+
+    def settled(self, serial, condition=lambda state: True):
+        """The first state after that serial that nothing is to be done for any more, and that is as wanted."""
+
+        def look():
+            state = self.state()
+            done = state["serial"] > serial and not state["busy"] and condition(state)
+            return state if done else None
+
+        self.last = wait_for(look, "a finished drawing")
+        return self.last
+
+    def do(self, *words, until=lambda state: True):
+        """What xdotool does with these words; then the state."""
+        serial = self.state()["serial"]
+        self.screen.run("xdotool", *words)
+        return self.settled(serial, until)
+
+    def key(self, *names, **more):
+        for name in names:
+            self.do("key", name, **more)
+        return self.last
+
+    def drag(self, start, end, button=1, shift=False):
+        words = ["mousemove", *start]
+        words += ["keydown", "shift"] if shift else []
+        words += ["mousedown", button, "mousemove", *end, "mouseup", button]
+        words += ["keyup", "shift"] if shift else []
+        return self.do(*words)
+
+    def pixels(self):
+        """The picture's part of the window, red first: [y, x, 3]."""
+        image = self.screen.run("xwd", "-silent", "-id", self.window)
+        header, *_ = [int.from_bytes(image[:4], "big")]
+        field = lambda i: int.from_bytes(image[4 * i : 4 * i + 4], "big")
+        width, height, order, bits, line, colours = field(4), field(5), field(7), field(11), field(12), field(19)
+        masks = [field(14), field(15), field(16)]
+        data = numpy.frombuffer(image, numpy.uint8, height * line, header + 12 * colours).reshape(height, line)
+        kind = numpy.dtype({16: "u2", 32: "u4"}[bits]).newbyteorder("<>"[order])
+        values = numpy.ascontiguousarray(data).view(kind)[: height - STATUS_HEIGHT, :width].astype(numpy.int64)
+        return numpy.stack([(values & mask) // (mask & -mask) for mask in masks], axis=2)
+
+    def end(self, key="q"):
+        subprocess.run(["xdotool", "key", key], env=self.screen.environment, check=True)
+        out, err = self.program.communicate(timeout=PATIENCE)
+        return self.program.returncode, out.decode(), err.decode()
+
+    def close(self):
+        if self.program.poll() is None:
+            self.program.kill()
+        self.program.communicate()
+
+
+class ShowTest(unittest.TestCase):
+    screen = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.screen = Screen()
+        cls.addClassCleanup(cls.screen.close)
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def show(self, *words, screen=None, **more):
+        viewer = Viewer(screen or self.screen, *words, cwd=self.folder, **more)
+        self.addCleanup(viewer.close)
+        return viewer
