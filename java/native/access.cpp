@@ -122,22 +122,22 @@ jint length(JNIEnv *env, jobject self, jint count, const point<Dim> &at) {
 
 constexpr uint32_t save_iostate = '*' << 8 | 'x', restore_iostate = '*' << 8 | 'X';
 
-// With a buffer of so many bytes. The codes that need more are not passed on.
+// The answer with a buffer of so many bytes. Codes that need more are not passed on.
 template <class Dim>
-jint ask(JNIEnv *env, const char *name, record<Dim> *im, jint code, jint arg1, jint arg2, void *buffer,
-         uint64_t bytes) {
-  return with_slot(env, name, im->aeiou, [&](auto slot) -> uint32_t {
-    const bool whole_state = uint32_t(code) == save_iostate || uint32_t(code) == restore_iostate;
-    if (whole_state && bytes < sizeof im->iostate) return 0;
-    return slot(im, uint32_t(code), arg1, arg2, buffer);
-  });
+uint32_t ask(record<Dim> *im, jint code, jint arg1, jint arg2, void *buffer, uint64_t bytes) {
+  const bool whole_state = uint32_t(code) == save_iostate || uint32_t(code) == restore_iostate;
+  if (whole_state && bytes < sizeof im->iostate) return 0;
+  return im->aeiou(im, uint32_t(code), arg1, arg2, buffer);
 }
 
 template <class Dim>
 jint query(JNIEnv *env, jobject self, jint code, jint arg1, jint arg2) {
   return on_record<Dim>(
       env, self, "aeiou",
-      [&](peer<Dim> &own, auto... asked) { return ask<Dim>(env, "aeiou", own.get(), asked..., nullptr, 0); },
+      [&](peer<Dim> &own, auto... asked) {
+        return with_slot(env, "aeiou", own->aeiou,
+                         [&](auto) { return ask<Dim>(own.get(), asked..., nullptr, 0); });
+      },
       code, arg1, arg2);
 }
 
@@ -222,29 +222,30 @@ QVIM_BOTH(Jqvimage3, three_d)
 #undef QVIM_BOTH
 
 jint Java_Jqvimage3_aeiou_1r(JNIEnv *env, jobject self, jint code, jint arg1, jint arg2, jstring text) {
-  return on_record<three_d>(
-      env, self, "aeiou_r",
-      [&](peer<three_d> &own, jint, jint, jint, const path &given) {
-        const int32_t refused = given.string().code();
-        if (refused < 0) return thrown(env, refused, "aeiou_r");
-        const char *const bytes = given;
-        return ask<three_d>(env, "aeiou_r", own.get(), code, arg1, arg2, const_cast<char *>(bytes),
-                            bytes ? std::strlen(bytes) + 1 : 0);
-      },
-      code, arg1, arg2, path(text));
+  constexpr const char *name = "aeiou_r";
+  const auto work = [&](peer<three_d> &own, jint, jint, jint, const path &given) {
+    return with_slot(env, name, own->aeiou, [&](auto) -> jint {
+      const int32_t refused = given.string().code();
+      if (refused < 0) return thrown(env, refused, name);
+      const char *const bytes = given;
+      return jint(ask<three_d>(own.get(), code, arg1, arg2, const_cast<char *>(bytes),
+                               bytes ? std::strlen(bytes) + 1 : 0));
+    });
+  };
+  return on_record<three_d>(env, self, name, work, code, arg1, arg2, path(text));
 }
 
 // Answers may wait for files, and texts end with a zero byte: a copy.
 jint Java_Jqvimage3_aeiou_1ts(JNIEnv *env, jobject self, jint code, jint arg1, jint arg2, jbyteArray bytes) {
   constexpr const char *name = "aeiou_ts";
-  return on_record<three_d>(
-      env, self, name,
-      [&](peer<three_d> &own, auto... asked) {
-        if (!bytes) return ask<three_d>(env, name, own.get(), asked..., nullptr, 0);
-        const uint64_t size = bytes_of(env, bytes);
-        copied_elements<jbyteArray> copy(env, bytes, size, purpose::write);
-        if (!copy) return thrown(env, QVERR_MEMORY, name);
-        return ask<three_d>(env, name, own.get(), asked..., copy.bytes(), size);
-      },
-      code, arg1, arg2);
+  const auto work = [&](peer<three_d> &own, auto... asked) {
+    return with_slot(env, name, own->aeiou, [&](auto) -> jint {
+      if (!bytes) return jint(ask<three_d>(own.get(), asked..., nullptr, 0));
+      const uint64_t size = bytes_of(env, bytes);
+      copied_elements<jbyteArray> copy(env, bytes, size, purpose::write);
+      return copy ? jint(ask<three_d>(own.get(), asked..., copy.bytes(), size))
+                  : thrown(env, QVERR_MEMORY, name);
+    });
+  };
+  return on_record<three_d>(env, self, name, work, code, arg1, arg2);
 }
