@@ -53,7 +53,7 @@ class AbuseTest extends Images {
     };
   }
 
-  /** Arrays of every type and of lengths that hold no whole number of pixels, whatever runs are set up for. */
+  /** Arrays of every type, of lengths that hold no whole number of pixels, whatever runs are set up for. */
   static void testCountsAreLimitedByBytes() throws Exception {
     for (int type : new int[] {1, 2, 4, 8, 16, 32})
       for (int components : new int[] {1, 3, 5}) {
