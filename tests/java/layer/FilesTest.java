@@ -1,0 +1,209 @@
+import java.awt.Color;
+import java.awt.Rectangle;
+import java.awt.image.BufferedImage;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.DirectoryStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.util.Arrays;
+import java.util.Comparator;
+import java.util.stream.Stream;
+import javax.imageio.ImageIO;
+import org.qvimage.Hint;
+import org.qvimage.Image;
+import org.qvimage.ImageException;
+import org.qvimage.Images;
+import org.qvimage.PixelFormat;
+import org.qvimage.PixelType;
+import org.qvimage.Volume;
+
+/** Files of all formats, those that Java writes among them. */
+class FilesTest extends Checks {
+  private static Path folder;
+  private static Path sources;
+
+  public static void main(String[] arguments) throws Exception {
+    sources = Paths.get(arguments[0]);
+    folder = Files.createTempDirectory("qvimage");
+    Runtime.getRuntime().addShutdownHook(new Thread(FilesTest::clear));
+    run(FilesTest.class);
+  }
+
+  private static void clear() {
+    try (Stream<Path> files = Files.walk(folder)) {
+      files.sorted(Comparator.reverseOrder()).forEach(file -> file.toFile().delete());
+    } catch (IOException e) {
+      System.out.println(e);
+    }
+  }
+
+  private static final int WIDTH = 7, HEIGHT = 5;
+
+  /** A picture in colours that differ everywhere. */
+  private static BufferedImage colours() {
+    BufferedImage picture = new BufferedImage(WIDTH, HEIGHT, BufferedImage.TYPE_3BYTE_BGR);
+    for (int y = 0; y < HEIGHT; y++) {
+      for (int x = 0; x < WIDTH; x++) picture.setRGB(x, y, new Color(30 * x, 50 * y, 10 * x + y).getRGB());
+    }
+    return picture;
+  }
+
+  private static void same(String what, BufferedImage wanted, BufferedImage got) {
+    int w = wanted.getWidth(), h = wanted.getHeight();
+    equal(what, wanted.getRGB(0, 0, w, h, null, 0, w), got.getRGB(0, 0, w, h, null, 0, w));
+  }
+
+  /** Frames of a binary anymap: pixel (x, y) of frame z is 10 z + x + y. */
+  private static Path frames(String name, int count) throws IOException {
+    ByteArrayOutputStream file = new ByteArrayOutputStream();
+    file.write(("P5\n" + WIDTH + " " + HEIGHT + "\n255\n").getBytes(StandardCharsets.US_ASCII));
+    for (int z = 0; z < count; z++) {
+      for (int i = 0; i < WIDTH * HEIGHT; i++) file.write(10 * z + i % WIDTH + i / WIDTH);
+    }
+    return Files.write(folder.resolve(name), file.toByteArray());
+  }
+
+  /** A cube of 16-bit numbers, as the tests' own header tells: big-endian, 100 z + x + y above -32768. */
+  private static Path cube(int depth) throws IOException {
+    String[] cards = {"SIMPLE  =                    T", "BITPIX  =                   16",
+        "NAXIS   =                    3", "NAXIS1  = " + String.format("%20d", WIDTH),
+        "NAXIS2  = " + String.format("%20d", HEIGHT), "NAXIS3  = " + String.format("%20d", depth),
+        "BZERO   =                32768", "END"};
+    StringBuilder header = new StringBuilder();
+    for (String card : cards) header.append(String.format("%-80s", card));
+    ByteArrayOutputStream file = new ByteArrayOutputStream();
+    file.write(String.format("%-2880s", header).getBytes(StandardCharsets.US_ASCII));
+    for (int i = 0; i < WIDTH * HEIGHT * depth; i++) {
+      int y = i / WIDTH % HEIGHT, value = 100 * (i / WIDTH / HEIGHT) + i % WIDTH + y - 32768;
+      file.write(value >> 8);
+      file.write(value);
+    }
+    file.write(new byte[2880 - file.size() % 2880]);
+    return Files.write(folder.resolve("cube"), file.toByteArray());
+  }
+
+  /** What ImageIO writes is what is read, whatever the name of the file. */
+  static void testPictures() throws IOException {
+    for (String format : new String[] {"bmp", "tiff"}) {
+      Path file = folder.resolve("picture");
+      if (!ImageIO.write(colours(), format, file.toFile())) fail("ImageIO does not write " + format);
+      try (Image picture = Images.open(file)) {
+        equal("size of " + format, new Rectangle(WIDTH, HEIGHT), picture.area());
+        equal("format of " + format, PixelFormat.rgb(PixelType.UINT8), picture.format());
+        same(format, colours(), picture.toBufferedImage());
+      }
+      try (Volume pages = Images.openVolume(file)) {
+        equal("pages of " + format, 1, pages.depth());
+        same("page of " + format, colours(), pages.plane(0).toBufferedImage());
+      }
+    }
+  }
+
+  static void testJpeg() throws IOException {
+    Path file = sources.resolve("fuzz/corpus/jpeg/colours.jpg");
+    BufferedImage wanted = ImageIO.read(file.toFile());
+    try (Image picture = Images.open(file)) {
+      BufferedImage got = picture.toBufferedImage();
+      equal("size", new Rectangle(wanted.getWidth(), wanted.getHeight()), picture.area());
+      for (int i = 0; i < picture.width() * picture.height(); i++) {
+        Color a = new Color(wanted.getRGB(i % wanted.getWidth(), i / wanted.getWidth()));
+        Color b = new Color(got.getRGB(i % wanted.getWidth(), i / wanted.getWidth()));
+        int apart = Math.max(Math.abs(a.getRed() - b.getRed()),
+            Math.max(Math.abs(a.getGreen() - b.getGreen()), Math.abs(a.getBlue() - b.getBlue())));
+        if (apart > 4) fail("pixel " + i + ": " + b + ", not " + a);
+      }
+    }
+  }
+
+  static void testFrames() throws IOException {
+    Path anymap = frames("frames", 3), cube = cube(4);
+    byte[] bytes = new byte[WIDTH * HEIGHT];
+    short[] shorts = new short[WIDTH * HEIGHT];
+    try (Volume all = Images.openVolume(anymap); Image last = Images.open(anymap, 2)) {
+      equal("frames", 3, all.depth());
+      all.read(all.area(), 1, bytes);
+      equal("frame 1", (byte) (10 + 6 + 4), bytes[WIDTH * HEIGHT - 1]);
+      last.read(last.area(), bytes);
+      equal("frame 2", (byte) (20 + 6 + 4), bytes[WIDTH * HEIGHT - 1]);
+    }
+    try (Volume all = Images.openVolume(cube); Image first = Images.open(cube)) {
+      equal("planes", 4, all.depth());
+      all.read(all.area(), 3, shorts);
+      equal("plane 3", (short) (300 + 6 + 4), shorts[WIDTH * HEIGHT - 1]);
+      first.read(new Rectangle(6, 4, 1, 1), shorts);
+      equal("plane 0", (short) 10, shorts[0]);
+    }
+  }
+
+  private static void fails(String what, int code, Path file, String reason, Runnable call) {
+    try {
+      call.run();
+      fail(what + " did not fail");
+    } catch (ImageException e) {
+      equal(what + ": code", code, e.code());
+      equal(what + ": file", file, e.file());
+      if (!e.reason().contains(reason)) fail(what + ": " + e.reason());
+      if (!e.getMessage().startsWith(file + ": ") || !e.getMessage().endsWith(e.reason()))
+        fail(e.getMessage());
+    }
+  }
+
+  static void testFailures() throws IOException {
+    Path none = folder.resolve("none"),
+         text = Files.write(folder.resolve("text"), new byte[] {'h', 'e', 'y'});
+    Path empty = Files.write(folder.resolve("empty"), new byte[0]), frames = frames("two", 2);
+    fails("no file", -13, none, "No such file", () -> Images.open(none));
+    fails("a folder", -7, folder, "directory", () -> Images.openVolume(folder));
+    fails("a text", -10, text, "no known format", () -> Images.open(text));
+    fails("nothing", -10, empty, "empty", () -> Images.open(empty));
+    fails("page 3 of 2", -10, frames, "no page 3", () -> Images.open(frames, 2));
+    Path jpeg = sources.resolve("fuzz/corpus/jpeg/grey.jpg");
+    fails("page 2 of 1", -10, jpeg, "no page 2", () -> Images.open(jpeg, 1));
+    try (Image picture = Images.open(frames)) {
+      picture.write(new Rectangle(1, 1), new byte[1]);
+      fail("a file was written to");
+    } catch (UnsupportedOperationException expected) {
+    }
+  }
+
+  /** A file that is cut off while it is open delivers what it has, then tells. */
+  static void testDamaged() throws IOException {
+    int side = 400;
+    Path file = folder.resolve("cut.bmp");
+    ImageIO.write(new BufferedImage(side, side, BufferedImage.TYPE_BYTE_GRAY), "bmp", file.toFile());
+    byte[] bytes = Files.readAllBytes(file), pixels = new byte[side * side];
+    try (Image picture = Images.open(file); Image turned = picture.rotate(90)) {
+      Files.write(file, Arrays.copyOf(bytes, bytes.length - side)); // the first row is the file's last
+      picture.read(new Rectangle(0, side / 2, side, side / 2), pixels);
+      fails("a row cut off", -7, file, "shorter; 0 of 400 pixels were read",
+          () -> picture.read(new Rectangle(side, 1), pixels));
+      fails("once more, turned", -7, file, " of 160000 pixels", () -> turned.read(turned.area(), pixels));
+      picture.read(new Rectangle(0, side - 1, side, 1), pixels);
+    }
+  }
+
+  /** Names that are no text, and names that look like an escaped one. */
+  static void testNames() throws Exception {
+    Path plain = frames("a b%41+?.pgm", 1), odd = Files.createDirectory(folder.resolve("odd"));
+    try (Image picture = Images.open(plain)) {
+      equal("width", WIDTH, picture.width());
+    }
+    Process copy =
+        new ProcessBuilder("sh", "-c", "cp \"$1\" \"$(printf 'x\\344\\377.pgm')\"", "-", plain.toString())
+            .directory(odd.toFile())
+            .inheritIO()
+            .start();
+    equal("cp", 0, copy.waitFor());
+    try (DirectoryStream<Path> files = Files.newDirectoryStream(odd)) {
+      for (Path file : files) {
+        try (Image picture = Images.open(file)) {
+          equal("width", WIDTH, picture.width());
+        }
+        Files.delete(file);
+      }
+    }
+  }
+}
