@@ -2,7 +2,8 @@
 the sources. Needs CMake, a compiler and binutils; nothing of Python's own.
 
 A wheel is for all versions of Python, and for Linux systems with the glibc whose symbols the library needs,
-or a later one: that is its tag.
+or a later one: that is its tag. The setting "build" names a folder with a build to take library and package
+from.
 """
 import base64
 import gzip
@@ -47,8 +48,10 @@ def tag(library):
     return f'py3-none-manylinux_2_{max(versions)[1]}_{platform.machine()}'
 
 
-def compiled():
-    """The folder of a build with library and package."""
+def compiled(ready=None):
+    """The folder of a build with library and package: one that is ready, or its own."""
+    if ready:
+        return ROOT / ready
     folder = ROOT / 'build' / 'wheel'
     off = ['TOOLS', 'TESTS', 'EXAMPLES', 'MANUAL', 'JAVA']
     options = [f'-DQVIMAGE_BUILD_{name}=OFF' for name in off] + ['-DQVIMAGE_BUILD_PYTHON=ON']
@@ -70,7 +73,8 @@ class Wheel:
     def add(self, name, content, executable=False):
         data = content if isinstance(content, bytes) else content.encode()
         entry = zipfile.ZipInfo(name, (1980, 1, 1, 0, 0, 0))
-        entry.compress_type, entry.external_attr = zipfile.ZIP_DEFLATED, (0o755 if executable else 0o644) << 16
+        entry.compress_type = zipfile.ZIP_DEFLATED
+        entry.external_attr = (0o755 if executable else 0o644) << 16
         self.zip.writestr(entry, data)
         digest = base64.urlsafe_b64encode(hashlib.sha256(data).digest()).decode().rstrip('=')
         self.record.append(f'{name},sha256={digest},{len(data)}\n')
@@ -83,7 +87,7 @@ class Wheel:
 
 
 def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
-    folder = compiled()
+    folder = compiled((config_settings or {}).get('build'))
     library = next(folder.glob('libqvimage.so.*.*.*'))
     stripped = folder / f'libqvimage.so.{version().split(".")[0]}.stripped'
     shutil.copy(library, stripped)
@@ -96,8 +100,8 @@ def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
     wheel.add(f'{NAME}/{stripped.stem}', stripped.read_bytes(), executable=True)
     wheel.add(f'{wheel.info}/LICENSE', (ROOT / 'LICENSE').read_bytes())
     wheel.add(f'{wheel.info}/METADATA', metadata())
-    wheel.add(f'{wheel.info}/WHEEL', f'Wheel-Version: 1.0\nGenerator: qvimage\nRoot-Is-Purelib: false\n'
-                                     f'Tag: {tag(library)}\n')
+    lines = ('Wheel-Version: 1.0', 'Generator: qvimage', 'Root-Is-Purelib: false', f'Tag: {tag(library)}', '')
+    wheel.add(f'{wheel.info}/WHEEL', '\n'.join(lines))
     wheel.close()
     return name
 

@@ -9,7 +9,7 @@ from __future__ import annotations
 import contextlib
 import ctypes
 import operator
-from typing import TYPE_CHECKING, Any, ClassVar, Generic, Iterator, TypeVar
+from typing import TYPE_CHECKING, Any, ClassVar, Generic, Iterator, TypeVar, overload
 
 from . import _abi
 from ._library import check, fail, function, slot_type
@@ -476,6 +476,12 @@ class Image(Pixels['Image']):
 
     _record, _dimensions = 'qvimage', 2
 
+    @overload
+    def __getitem__(self, key: slice | tuple[slice, slice]) -> Image: ...
+
+    @overload
+    def __getitem__(self, key: Any) -> Any: ...
+
     def __getitem__(self, key: Any) -> Any:
         """image[y0:y1, x0:x1] is a part of it, image[y, x] a pixel's value."""
         keys = _slices(key, self._extents)
@@ -540,6 +546,15 @@ class Volume(Pixels['Volume']):
     """Planes of pixels: the pages, frames or files of a sequence."""
 
     _record, _dimensions = 'qvimage3', 3
+
+    @overload
+    def __getitem__(self, key: int) -> Image: ...
+
+    @overload
+    def __getitem__(self, key: slice | tuple[slice, slice] | tuple[slice, slice, slice]) -> Volume: ...
+
+    @overload
+    def __getitem__(self, key: Any) -> Any: ...
 
     def __getitem__(self, key: Any) -> Any:
         """volume[z] is a plane; volume[z0:z1, y0:y1, x0:x1] a part; volume[z, y, x] a pixel's value."""
