@@ -17,3 +17,5 @@ extern "C" qvimageprogress qvimage_progress(qvimageprogress callback, void *user
   of_thread = {callback, user};
   return former;
 }
+
+extern "C" void *qvimage_progressuser() { return of_thread.user; }

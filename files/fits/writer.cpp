@@ -100,11 +100,13 @@ int32_t writer::add(const progress &told, qvimage &frame, const char *observed) 
   file.pos = complete_;
   int32_t code = 0;
   for (int32_t p = 0; code == 0 && p < (content_.is_planar() ? frame.d.pixies : 1); p++) {
-    qvimage component = frame;
+    qvimage component;
+    qvimage &shown =
+        content_.is_planar() ? component : frame;  // no copy: sources may be named by their places
     if (content_.is_planar()) code = qvimage_colorslice(&component, &frame, 1, 1 << p, 0);
-    if (code == 0 && !encoder_.fits(component))
+    if (code == 0 && !encoder_.fits(shown))
       code = because(QVERR_USAGE, {"the frame is unlike the first one"});
-    if (code == 0) code = write_frame(told, component);
+    if (code == 0) code = write_frame(told, shown);
   }
   if (code == 0 && observed) code = queue_observation(observed);
   if (code == 0) {

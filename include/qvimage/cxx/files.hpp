@@ -212,8 +212,8 @@ class basic_file : public image_calls<basic_file<Top>, Top> {
   basic_file() noexcept {}
   basic_file(basic_file &&other) noexcept { swap(other); }
   basic_file &operator=(basic_file &&other) noexcept {
-    basic_file old(std::move(*this));
-    swap(other);
+    basic_file taken(std::move(other));
+    swap(taken);
     return *this;
   }
   ~basic_file() { (void)close(); }

@@ -112,6 +112,25 @@ struct dimension<::qvimage3> {
   }
 };
 
+// Memory as it is given: a pointer, whose extent is not known; an array; or what has data() and size().
+template <class T>
+struct memory {
+  T *at;
+  uint64_t bytes;  // 0: not known
+};
+template <class Given>
+auto memory_of(Given &given) noexcept {
+  if constexpr (std::is_array_v<Given>) {
+    using T = std::remove_all_extents_t<Given>;
+    return memory<T>{reinterpret_cast<T *>(&given), sizeof given};
+  } else if constexpr (std::is_pointer_v<Given>) {
+    return memory<std::remove_pointer_t<Given>>{given, 0};
+  } else {
+    using T = std::remove_pointer_t<decltype(given.data())>;
+    return memory<T>{given.data(), uint64_t{given.size()} * sizeof(T)};
+  }
+}
+
 // A position: as many numbers as the record has axes.
 template <class Record, class... At>
 concept position = sizeof...(At) == dimension<Record>::axes && (std::is_convertible_v<At, int32_t> && ...);
@@ -309,29 +328,35 @@ class image_calls {
     return pixels;
   }
 
-  // Reads the whole window, row by row and plane by plane, into memory that is there: `to` has room for
-  // pixel_count() times the selected components, or QVERR_USAGE is answered. Set-ups are replaced. Beyond the
-  // codes of access: what made a transfer stop (of files QVERR_FORMAT, QVERR_IO), with the pixels before it
-  // read.
-  template <class T>
-  status read(std::span<T> to, uint32_t flags = low_end, uint32_t mask = all_components) noexcept {
-    return all_lines<T>(to, flags, mask, [](Record *im, T *at, uint32_t n, int32_t y, int32_t z) {
-      const uint32_t moved = dim::read(im, at, n, y, z);
-      im->iowait(im, 0, at);
-      return moved;
-    });
+  // Reads the whole window, row by row and plane by plane, into memory that is there: an array, a vector, a
+  // span, with room for pixel_count() times the selected components, or QVERR_USAGE is answered. Set-ups are
+  // replaced. Beyond the codes of access: what made a transfer stop (of files QVERR_FORMAT, QVERR_IO), with
+  // the pixels before it read.
+  template <class Memory>
+  requires(!std::is_pointer_v<std::decay_t<Memory>> ||
+           std::is_array_v<std::remove_reference_t<Memory>>) status
+      read(Memory &&to, uint32_t flags = low_end, uint32_t mask = all_components)
+  noexcept {
+    return all_lines(detail::memory_of(to), flags, mask,
+                     [](Record *im, auto *at, uint32_t n, int32_t y, int32_t z) {
+                       const uint32_t moved = dim::read(im, at, n, y, z);
+                       im->iowait(im, 0, at);
+                       return moved;
+                     });
   }
 
   // Writes the whole window from memory, likewise.
-  template <class T>
-  status write(std::span<T> from, uint32_t flags = low_end, uint32_t mask = all_components) noexcept {
-    using value = std::remove_const_t<T>;
-    return all_lines<value>(from, flags, mask,
-                            [](Record *im, const value *at, uint32_t n, int32_t y, int32_t z) {
-                              const uint32_t moved = dim::write(im, at, n, y, z);
-                              im->iowait(im, 0, const_cast<value *>(at));
-                              return moved;
-                            });
+  template <class Memory>
+  requires(!std::is_pointer_v<std::decay_t<Memory>> ||
+           std::is_array_v<std::remove_reference_t<Memory>>) status
+      write(const Memory &from, uint32_t flags = low_end, uint32_t mask = all_components)
+  noexcept {
+    return all_lines(
+        detail::memory_of(from), flags, mask, [](Record *im, auto *at, uint32_t n, int32_t y, int32_t z) {
+          const uint32_t moved = dim::write(im, at, n, y, z);
+          im->iowait(im, 0, const_cast<std::remove_const_t<std::remove_pointer_t<decltype(at)>> *>(at));
+          return moved;
+        });
   }
 
   // The pixels of the whole window as an array, which is allocated: packed, row by row and plane by plane.
@@ -343,7 +368,7 @@ class image_calls {
     std::vector<T> values;
     if (pixel_count() > values.max_size() / 32) return status(QVERR_MEMORY, {}, "more pixels than addresses");
     values.resize(static_cast<std::size_t>(pixel_count()) * selected);
-    if (status s = read(std::span<T>(values), flags, mask); !s) return s;
+    if (status s = read(values, flags, mask); !s) return s;
     return values;
   }
 
@@ -388,16 +413,17 @@ class image_calls {
     return status(QVERR_USAGE, {}, "the region lies outside of the image");
   }
 
-  template <class T, class Span, class Move>
-  status all_lines(Span memory, uint32_t flags, uint32_t mask, Move one) noexcept {
+  // Moves line after line between the window and memory, by `one`.
+  template <class T, class Move>
+  status all_lines(const detail::memory<T> &memory, uint32_t flags, uint32_t mask, Move one) noexcept {
     auto set_up = access<T>(flags, mask);
     if (!set_up) return set_up.error();
-    const std::size_t line = static_cast<std::size_t>(width()) * set_up->components();
-    if (memory.size() / (line == 0 ? 1 : line) <
-        static_cast<std::size_t>(height()) * static_cast<std::size_t>(depth()))
+    const uint64_t line = static_cast<uint64_t>(width()) * set_up->components();
+    const uint64_t lines = static_cast<uint64_t>(height()) * static_cast<uint64_t>(depth());
+    if (line > 0 && memory.bytes / sizeof(T) / line < lines)
       return status(QVERR_USAGE, {}, "the memory is smaller than the window");
     Record &im = record();
-    auto *at = memory.data();
+    T *at = memory.at;
     for (int32_t z = 0; z < depth(); z++) {
       for (int32_t y = 0; y < height(); y++, at += line) {
         const auto wanted = static_cast<uint32_t>(width());
@@ -446,25 +472,6 @@ namespace detail {
 // What pixels of so many components are taken for when nobody says.
 constexpr int32_t usual_hint(int32_t components) {
   return components == 1 ? QVIM_HINT_GREY : components == 3 ? QVIM_HINT_RGB : QVIM_HINT_UNKNOWN;
-}
-
-// Memory as it is given: a pointer, whose extent is not known; an array; or what has data() and size().
-template <class T>
-struct memory {
-  T *at;
-  uint64_t bytes;  // 0: not known
-};
-template <class Given>
-auto memory_of(Given &given) noexcept {
-  if constexpr (std::is_array_v<Given>) {
-    using T = std::remove_all_extents_t<Given>;
-    return memory<T>{reinterpret_cast<T *>(&given), sizeof given};
-  } else if constexpr (std::is_pointer_v<Given>) {
-    return memory<std::remove_pointer_t<Given>>{given, 0};
-  } else {
-    using T = std::remove_pointer_t<decltype(given.data())>;
-    return memory<T>{given.data(), uint64_t{given.size()} * sizeof(T)};
-  }
 }
 
 template <class Record, class T>

@@ -9,7 +9,7 @@
 // QVERR_UNSUPPORTED) and a view makes what fits; but components are put into the file's order, and colours
 // that are not red, green, blue are converted for formats that have no others.
 //
-// A callback that is given hears how far the work has come: (step, steps), numbers from 1 on, rows of a
+// A callback that is given hears how far the work has come: (step, steps), numbers of rows of a
 // picture or planes of a volume. What it answers, if it answers anything, stops the work unless it is 0, and
 // is the status's code. What it throws leaves the call. Without one the thread's progress callback is called
 // (qvimage/progress.h). All of it happens in the thread that calls.
@@ -39,29 +39,19 @@ struct no_progress {};
 
 namespace detail {
 
-// Makes a callable of the caller's a callback of the library's, for this thread, while it lives.
+// Makes a callable of the caller's the thread's progress callback while it lives, but not while it runs.
 template <class F>
-class progress_slot {
+class progress_scope {
  public:
-  explicit progress_slot(F &f) noexcept : f_(f), before_(std::exchange(current, this)) {}
-  ~progress_slot() { current = before_; }
-  progress_slot(const progress_slot &) = delete;
-
-  static int32_t call(int64_t step, int64_t steps) {
-#if defined(__cpp_exceptions)
-    try {
-      return current->answer(step, steps);
-    } catch (...) {
-      current->thrown_ = std::current_exception();
-      return 1;
-    }
-#else
-    return current->answer(step, steps);
-#endif
+  explicit progress_scope(F &f) noexcept : f_(f), user_(qvimage_progressuser()) {
+    callback_ = qvimage_progress(call, this);
   }
+  ~progress_scope() { qvimage_progress(callback_, user_); }
+  progress_scope(const progress_scope &) = delete;
+  progress_scope &operator=(const progress_scope &) = delete;
 
   // Passes on what the callable threw.
-  status ended(status s) {
+  status ended(const status &s) {
 #if defined(__cpp_exceptions)
     if (thrown_) std::rethrow_exception(std::move(thrown_));
 #endif
@@ -69,6 +59,27 @@ class progress_slot {
   }
 
  private:
+  static int32_t call(void *user, int64_t step, int64_t steps) {
+    auto *const self = static_cast<progress_scope *>(user);
+    qvimage_progress(self->callback_, self->user_);
+    const int32_t answer = self->told(step, steps);
+    qvimage_progress(call, self);
+    return answer;
+  }
+
+  int32_t told(int64_t step, int64_t steps) {
+#if defined(__cpp_exceptions)
+    try {
+      return answer(step, steps);
+    } catch (...) {
+      thrown_ = std::current_exception();
+      return 1;
+    }
+#else
+    return answer(step, steps);
+#endif
+  }
+
   int32_t answer(int64_t step, int64_t steps) {
     if constexpr (std::is_void_v<decltype(f_(step, steps))>) {
       f_(step, steps);
@@ -78,22 +89,22 @@ class progress_slot {
     }
   }
 
-  static inline thread_local progress_slot *current = nullptr;
   F &f_;
-  progress_slot *before_;
+  void *user_;
+  qvimageprogress callback_;
 #if defined(__cpp_exceptions)
   std::exception_ptr thrown_;
 #endif
 };
 
-// Does `work`, which takes a callback and answers a status, with the callable as callback.
+// Does `work`, which answers a status, with the callable as progress callback.
 template <class F, class Work>
 status with_progress(F &f, const Work &work) {
   if constexpr (std::is_same_v<F, no_progress>) {
-    return work(nullptr);
+    return work();
   } else {
-    progress_slot<F> slot(f);
-    return slot.ended(work(progress_slot<F>::call));
+    progress_scope<F> scope(f);
+    return scope.ended(work());
   }
 }
 
@@ -157,23 +168,11 @@ class rgb_image {
 
 // What a file is to be.
 struct job {
-  qvimagecallback callback;
   const char *path;
   const saving &how;
   qvimagefileinfo options;
   int64_t append() const noexcept { return how.append ? QVIM_TIFF_END : 0; }
 };
-
-inline int32_t save_jpeg(const job &j, ::qvimage *im, qvimagefileinfo *options) noexcept {
-  jpegcontext *c = nullptr;
-  int32_t code =
-      qvimage_jpegwrite0(&c, 1, nullptr, im, nullptr, j.path, nullptr, j.how.buffer, nullptr, options);
-  if (code < 0) return code;
-  const int32_t rows[2] = {0, im->wind.se.y - im->wind.nw.y};
-  code = qvimage_jpegwrite1(&c, 0, j.callback, im, rows);
-  const int32_t ended = qvimage_jpegwrite2(&c, nullptr, im, j.path, nullptr, code < 0 ? code : 0);
-  return code != 0 ? code : ended;
-}
 
 // A volume.
 inline int32_t save_as(format id, job &j, ::qvimage3 *im) noexcept {
@@ -182,16 +181,16 @@ inline int32_t save_as(format id, job &j, ::qvimage3 *im) noexcept {
   ::qvimage *const map = j.how.palette;
   switch (id) {
     case format::tiff:
-      return qvimage3_tiffwrite(j.callback, im, map, j.path, nullptr, j.how.buffer, j.append(), &j.options,
+      return qvimage3_tiffwrite(nullptr, im, map, j.path, nullptr, j.how.buffer, j.append(), &j.options,
                                 blue_first(hint), has_blue_first(map), cr_first(hint));
     case format::pnm:
-      return qvimage_pgmwriteseq(j.callback, im, j.path, nullptr, j.how.buffer, 0, &j.options,
-                                 blue_first(hint), blue_first(hint) || red_first(hint));
+      return qvimage_pgmwriteseq(nullptr, im, j.path, nullptr, j.how.buffer, 0, &j.options, blue_first(hint),
+                                 blue_first(hint) || red_first(hint));
     case format::fits:
-      return qvimage3_fitswriteseq(j.callback, im, 0, j.path, nullptr, j.how.buffer, &j.options);
+      return qvimage3_fitswriteseq(nullptr, im, 0, j.path, nullptr, j.how.buffer, &j.options);
     case format::avi:
-      return qvimage3_aviwrite(j.callback, im, map, j.path, nullptr, j.how.buffer, &j.options,
-                               red_first(hint), has_red_first(map), extended);
+      return qvimage3_aviwrite(nullptr, im, map, j.path, nullptr, j.how.buffer, &j.options, red_first(hint),
+                               has_red_first(map), extended);
     default: return QVERR_UNSUPPORTED;
   }
 }
@@ -202,28 +201,30 @@ inline int32_t save_as(format id, job &j, ::qvimage *im) noexcept {
   ::qvimage *const map = j.how.palette;
   switch (id) {
     case format::tiff:
-      return qvimage_tiffwrite(j.callback, im, map, j.path, nullptr, j.how.buffer, j.append(), &j.options,
+      return qvimage_tiffwrite(nullptr, im, map, j.path, nullptr, j.how.buffer, j.append(), &j.options,
                                blue_first(hint), has_blue_first(map), cr_first(hint));
     case format::pnm: {
       rgb_image rgb(im, true);
       const int32_t shown = rgb.get()->d.pixelhint;
       return rgb.code() < 0
                  ? rgb.code()
-                 : qvimage_pgmwrite(j.callback, rgb.get(), j.path, nullptr, j.how.buffer, 0, &j.options,
+                 : qvimage_pgmwrite(nullptr, rgb.get(), j.path, nullptr, j.how.buffer, 0, &j.options,
                                     blue_first(shown), blue_first(shown) || red_first(shown));
     }
     case format::jpeg: {
       rgb_image rgb(im, false);
-      return rgb.code() < 0 ? rgb.code() : save_jpeg(j, rgb.get(), &j.options);
+      return rgb.code() < 0
+                 ? rgb.code()
+                 : qvimage_jpegwrite(nullptr, rgb.get(), j.path, nullptr, j.how.buffer, nullptr, &j.options);
     }
     case format::bmp: {
       rgb_image rgb(im, true);
       return rgb.code() < 0
                  ? rgb.code()
-                 : qvimage_bmpwrite(j.callback, rgb.get(), map, j.path, nullptr, j.how.buffer, &j.options,
+                 : qvimage_bmpwrite(nullptr, rgb.get(), map, j.path, nullptr, j.how.buffer, &j.options,
                                     red_first(rgb.get()->d.pixelhint), has_red_first(map), 0);
     }
-    case format::fits: return qvimage_fitswrite(j.callback, im, 0, j.path, nullptr, j.how.buffer, &j.options);
+    case format::fits: return qvimage_fitswrite(nullptr, im, 0, j.path, nullptr, j.how.buffer, &j.options);
     case format::avi: {
       ::qvimage3 film;
       const int32_t code = qvimage_def3from2(&film, im, 1);
@@ -261,8 +262,8 @@ save_record(Record &im, path name, const saving &how, F &progress) {
   const format_sign *const sign = format_of_name(where);
   if (sign == nullptr) return detail::no_format(where);
   if (status s = detail::refused(*sign, where, how, std::is_same_v<Record, ::qvimage3>); !s) return s;
-  return detail::with_progress(progress, [&](qvimagecallback callback) {
-    detail::job work = {callback, where, how, detail::options_of(how)};
+  return detail::with_progress(progress, [&] {
+    detail::job work = {where, how, detail::options_of(how)};
     return status::of_work(detail::save_as(sign->id, work, &im), where);
   });
 }
@@ -278,8 +279,8 @@ status save(Image &&im, path name, const saving &how = {}, F &&progress = {}) {
 template <class Image, class F = no_progress>
 requires requires(Image &im) { im.record(); }
 status save_raw(Image &&im, path name, F &&progress = {}) {
-  return detail::with_progress(progress, [&](qvimagecallback callback) {
-    return status::of_work(qvimage_filewrite(callback, &im.record(), name.c_str(), nullptr, 0), name.c_str());
+  return detail::with_progress(progress, [&] {
+    return status::of_work(qvimage_filewrite(nullptr, &im.record(), name.c_str(), nullptr, 0), name.c_str());
   });
 }
 
@@ -293,8 +294,8 @@ class writer {
   writer() noexcept {}
   writer(writer &&other) noexcept { swap(other); }
   writer &operator=(writer &&other) noexcept {
-    writer old(std::move(*this));
-    swap(other);
+    writer taken(std::move(other));
+    swap(taken);
     return *this;
   }
   ~writer() { (void)finish(); }
@@ -326,9 +327,7 @@ class writer {
   requires requires(Image &im) { im.record(); }
   status add(Image &&picture, F &&progress = {}) {
     if (handle_ == nullptr) return status(QVERR_USAGE, {}, "no file is being written");
-    return detail::with_progress(progress, [&](qvimagecallback callback) {
-      return status::of_work(put(&picture.record(), callback), {});
-    });
+    return detail::with_progress(progress, [&] { return status::of_work(put(&picture.record()), {}); });
   }
 
   // Completes the file and says what went wrong. Nothing where no file is being written.
@@ -379,34 +378,33 @@ class writer {
     }
   }
 
-  int32_t put(::qvimage *picture, qvimagecallback callback) noexcept {
+  int32_t put(::qvimage *picture) noexcept {
     switch (id_) {
       case format::tiff: {
-        const int32_t code =
-            with_handle<tiffhandle>([&](tiffhandle **h) { return put_page(h, picture, callback); });
+        const int32_t code = with_handle<tiffhandle>([&](tiffhandle **h) { return put_page(h, picture); });
         if (code != 0) (void)end();
         return code;
       }
       case format::pnm:
         return with_handle<pgmhandle>(
-            [&](pgmhandle **h) { return qvimage_pgmwriteadd(h, callback, picture); });
+            [&](pgmhandle **h) { return qvimage_pgmwriteadd(h, nullptr, picture); });
       case format::fits:
         return with_handle<fitshandle>(
-            [&](fitshandle **h) { return qvimage_fitswriteadd(h, callback, picture, &options_); });
+            [&](fitshandle **h) { return qvimage_fitswriteadd(h, nullptr, picture, &options_); });
       default:
         return with_handle<avihandle>([&](avihandle **h) {
-          return qvimage_aviwriteadd(callback, h, nullptr, nullptr, picture,
+          return qvimage_aviwriteadd(nullptr, h, nullptr, nullptr, picture,
                                      detail::red_first(picture->d.pixelhint));
         });
     }
   }
 
-  int32_t put_page(tiffhandle **h, ::qvimage *picture, qvimagecallback callback) noexcept {
+  int32_t put_page(tiffhandle **h, ::qvimage *picture) noexcept {
     const int32_t hint = picture->d.pixelhint;
     int32_t code = qvimage_tiffwritesetup(h, picture, how_.palette, &options_, detail::blue_first(hint),
                                           detail::has_blue_first(how_.palette), detail::cr_first(hint), 1);
     if (code == 0) code = qvimage_tiffwriteifdinit(h);
-    if (code == 0) code = qvimage_tiffwritedata(h, callback, picture, 0);
+    if (code == 0) code = qvimage_tiffwritedata(h, nullptr, picture, 0);
     if (code == 0) code = qvimage_tiffwriteifdfini(h);
     return code;
   }

@@ -55,8 +55,8 @@ class series : public image_calls<series, ::qvimage3> {
   series() noexcept {}
   series(series &&other) noexcept { swap(other); }
   series &operator=(series &&other) noexcept {
-    series old(std::move(*this));
-    swap(other);
+    series taken(std::move(other));
+    swap(taken);
     return *this;
   }
   ~series() { (void)close(); }
