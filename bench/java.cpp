@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -21,16 +22,21 @@ class machine {
     void *env;
     if (JNI_CreateJavaVM(&started, &env, &arguments) != JNI_OK) fail("no virtual machine");
     env_ = static_cast<JNIEnv *>(env);
-    loops_ = env_->FindClass("Loops");
-    check();
   }
 
   template <class... Arguments>
+  void call_of(const char *loops, const char *name, const char *type, Arguments... arguments) {
+    const jclass found = env_->FindClass(loops);
+    check();
+    const jmethodID method = env_->GetStaticMethodID(found, name, type);
+    check();
+    env_->CallStaticVoidMethod(found, method, arguments...);
+    check();
+    env_->DeleteLocalRef(found);
+  }
+  template <class... Arguments>
   void call(const char *name, const char *type, Arguments... arguments) {
-    const jmethodID method = env_->GetStaticMethodID(loops_, name, type);
-    check();
-    env_->CallStaticVoidMethod(loops_, method, arguments...);
-    check();
+    call_of("Loops", name, type, arguments...);
   }
 
  private:
@@ -45,7 +51,6 @@ class machine {
   }
 
   JNIEnv *env_;
-  jclass loops_;
 };
 
 machine &java() {
@@ -109,6 +114,32 @@ QVIM_ROW("bytes_4096", 4096, 1, 1)
 QVIM_ROW("shorts_2048", 2048, 1, 2)
 QVIM_ROW("frame_4000x3000", 4000, 3000, 2)
 #undef QVIM_ROW
+
+// The package org.qvimage, with whole frames.
+void layer(benchmark::State &state, const char *loop, int64_t bytes, double target) {
+  java().call_of("LayerLoops", loop, "(I)V", jint{10});
+  for (auto _ : state) java().call_of("LayerLoops", loop, "(I)V", jint{1});
+  state.SetBytesProcessed(int64_t(state.iterations()) * bytes);
+  state.counters["target"] = target;
+}
+
+void copy_rgb(benchmark::State &state) {
+  const std::vector<uint8_t> from(size_t{3} * 4000 * 3000, 1);
+  std::vector<uint8_t> to(from.size());
+  for (auto _ : state) {
+    std::memcpy(to.data(), from.data(), from.size());
+    benchmark::ClobberMemory();
+  }
+  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(from.size()));
+}
+
+constexpr int64_t grey_bytes = 2 * 4000 * 3000, rgb_bytes = 3 * 4000 * 3000;
+BENCHMARK(from_c<false, 4000, 3000, 2>)->Name("layer_array/C");
+BENCHMARK_CAPTURE(layer, array, "readArray", grey_bytes, target_of_frames)->Name("layer_array/qvimage");
+BENCHMARK(from_c<false, 4000, 3000, 2>)->Name("layer_buffer/C");
+BENCHMARK_CAPTURE(layer, buffer, "readBuffer", grey_bytes, 0.95)->Name("layer_buffer/qvimage");
+BENCHMARK(copy_rgb)->Name("to_buffered_image/memcpy");
+BENCHMARK_CAPTURE(layer, show, "show", rgb_bytes, 0.5)->Name("to_buffered_image/qvimage");
 
 }  // namespace
 BENCHMARK_MAIN();
