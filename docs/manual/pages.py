@@ -233,7 +233,7 @@ def see_also(header, headers):
     return ['.Xr qvimage 1 ,'] + [f'.Xr {page} 3' + (' ,' if page != pages[-1] else '') for page in pages]
 
 
-def page(header, headers, errors, programs, date):
+def page(header, headers, with_cxx, errors, programs, date):
     """A header's man page."""
     forms = {d.names[0]: d.code for h in headers.values() for d in h.declarations('type')
              if d.names and d.names[0].endswith('_fn')}
@@ -250,7 +250,7 @@ def page(header, headers, errors, programs, date):
         out += ['.Bl -tag -width Ds']
         for other in (h for h in headers.values() if h is not header):
             out += [f'.It Xr {page_name(other)} 3', *words(summary(other))]
-        out += ['.El']
+        out += ([f'.It Xr {CXX[0]} 3', *words(CXX[1])] if with_cxx else []) + ['.El']
     for title, body in (('RETURN VALUES', results(header)), ('EXAMPLES', examples(header, programs)),
                         ('ERRORS', error_section(header, errors)), ('SEE ALSO', see_also(header, headers))):
         out += [f'.Sh {title}', *body] if body else []
@@ -271,7 +271,8 @@ def cxx_page(introduction, parts, date):
 
 def all_pages(headers, cxx_headers, errors, programs, date):
     """Text by file name: a page a header, a link a name, a page of the C++ headers, if there are any."""
-    files = {f'{page_name(h)}.3': page(h, headers, errors, programs, date) for h in headers.values()}
+    files = {f'{page_name(h)}.3': page(h, headers, bool(cxx_headers), errors, programs, date)
+             for h in headers.values()}
     for header in headers.values():
         for name in header.exports():
             files.setdefault(f'{name}.3', f'.so man3/{page_name(header)}.3\n')
