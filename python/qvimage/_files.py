@@ -307,7 +307,7 @@ class Series(Volume):
 
 
 def _bits(image: Image) -> int:
-    return 0 if image._pixel_type() >= _abi.QVIM_FLOAT32 else image.bits
+    return 0 if image._code >= _abi.QVIM_FLOAT32 else image.bits
 
 
 def _numbered(pattern: Any, number: int) -> str:

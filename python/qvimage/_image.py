@@ -8,8 +8,9 @@ from __future__ import annotations
 
 import contextlib
 import ctypes
+import functools
 import operator
-from typing import TYPE_CHECKING, Any, ClassVar, Generic, Iterator, TypeVar, overload
+from typing import TYPE_CHECKING, Any, Callable, ClassVar, Generic, Iterator, NoReturn, TypeVar, overload
 
 from . import _abi
 from ._library import check, fail, function, slot_type
@@ -23,6 +24,8 @@ if TYPE_CHECKING:
 SIZE = ctypes.sizeof(_abi.qvimage)
 BEFORE = ctypes.c_void_p(-66)  # the reference to the record before the one that holds it
 PIECE = 1 << 25  # bytes moved by a call at most: between calls signals are seen
+STAGE = 1 << 18  # bytes between an image and rows with gaps
+NOBODY: Any = contextlib.nullcontext()
 
 HINTS = {0: 'unknown', 1: 'grey', 2: 'complex', 3: 'bgr', 4: 'bgrpad', 17: 'index', 18: 'cbycry', 19: 'ycrcb',
          20: 'ycrcbpad', 33: 'bayer', 34: 'ycbycr', 35: 'bsh', 36: 'rgbpad', 50: 'crycby', 52: 'bayer4',
@@ -46,18 +49,26 @@ def described(code: int, bits: int, components: int, hint: int) -> _abi.qvimaged
     return data
 
 
+@functools.lru_cache(maxsize=None)
+def room(size: int) -> Any:
+    """The class of so many bytes. Making it anew for each record would cost more than a transfer."""
+    return ctypes.c_char * size
+
+
 class Access:
     """A copy of an image's records, set up for one transfer."""
 
     def __init__(self, pixels: Pixels[Any]) -> None:
-        self._copy = ctypes.create_string_buffer(pixels._records, len(pixels._records))
-        self.address = ctypes.addressof(self._copy) + len(pixels._records) - SIZE
-        self._record = pixels._record
+        records = pixels._records
+        self._copy = room(len(records)).from_buffer_copy(records)
+        self.address = ctypes.addressof(self._copy) + len(records) - SIZE
+        # Nothing here refers to the image, which keeps set-ups of runs for the next transfer.
+        self._record, self._path, self._extents, self._size = (
+            pixels._record, pixels.path, pixels._extents, pixels._size)
         # Set-ups change slots, so they are read here, not in the image's own record.
-        self._top = getattr(_abi, self._record).from_address(self.address)
-        self._path = pixels.path
-        self.components = (1 << self._top.d.pixies) - 1
-        code = self._top.d.pixietype
+        self._top = pixels._class.from_address(self.address)
+        self.components = (1 << pixels.components) - 1
+        code = pixels._code
         self.word = code if code >= _abi.QVIM_FLOAT32 else code | _abi.QVIM_LSB
 
     def slot(self, name: str) -> Any:
@@ -66,45 +77,52 @@ class Access:
     def call(self, name: str, *arguments: Any) -> Any:
         return self.slot(name)(self.address, *arguments)
 
-    def set_up(self, name: str, mode: int, word: int | None = None) -> int:
-        word = self.word if word is None else word
-        code: int = self.call(name, mode, word, self.components)
-        return check(code, self._path)
+    def set_up(self, name: str, mode: int) -> None:
+        check(self.call(name, mode, self.word, self.components), self._path)
 
-    def failed(self) -> None:
+    def failed(self) -> NoReturn:
         """Raises the error of a transfer that fell short."""
         code = ctypes.c_int32(self.call('aeiou', ord('e'), 1, 1, None)).value
         fail(code if code < 0 else _abi.QVERR_IO, self._path)
 
-    def move(self, name: str, address: int, shape: tuple[int, ...], pitches: tuple[int, ...]) -> None:
-        """All pixels of the window, from or to memory that lies so: rows at a time, or all at once."""
-        size = self._top.f.pixelsize
-        columns, lines = shape[-1], 1
-        joined = pitches[-1] == columns * size and all(
-            p == q * n for p, q, n in zip(pitches, pitches[1:], shape[1:-1]))
-        self.set_up('ioset', _abi.QVIM_WRAP if joined else 0)
-        for extent in shape[:-1]:
-            lines *= extent
-        run = self.slot(name)
-        span, starts = (columns * lines, 1) if joined else (columns, lines)
-        piece = max(1, PIECE // size)
-        for start in range(starts):
-            done = 0
-            place = address + sum(p * i for p, i in zip(pitches, unravel(start, shape[:-1])))
-            while done < span:
-                position = reversed((*unravel(start + done // columns, shape[:-1]), done % columns))
-                moved = run(self.address, 0, place + done * size, min(piece, span - done), *position)
+    def mapped_lines(self) -> int:
+        """Where the first line is, if all lie in memory as they are asked for, without gaps; else 0."""
+        answer = self.call('imapset', _abi.QVIM_WRAP, self.word, self.components)
+        found, everywhere = _abi.qvimagemap(), 0x1 | 0x8
+        if answer < 0 or answer & everywhere != everywhere:
+            return 0
+        self.call('imap', ctypes.addressof(found), *(0,) * len(self._extents))
+        return found.address if found.count else 0
+
+    def runs(self, name: str) -> Callable[[int, int, int], None]:
+        """Sets up runs. The answer moves so many lines, from the line given on (over all planes), from or to
+        packed pixels at an address."""
+        lines_at = self.mapped_lines()
+        if lines_at:
+            return copy_of_lines(lines_at, self._extents[-1] * self._size, name == 'ioread')
+        self.set_up('ioset', _abi.QVIM_WRAP)
+        run, extents, size = self.slot(name), self._extents, self._size
+        columns, rows, piece = extents[-1], extents[-2], max(1, PIECE // size)
+
+        def move(address: int, line: int, lines: int) -> None:
+            done, count = 0, lines * columns
+            while done < count:
+                y, x = divmod(done, columns)
+                z, y = divmod(line + y, rows)
+                place = (x, y) if len(extents) == 2 else (x, y, z)
+                moved = run(self.address, 0, address + done * size, min(piece, count - done), *place)
                 if not moved:
                     self.failed()
                 done += moved
+        return move
 
 
-def unravel(index: int, shape: tuple[int, ...]) -> tuple[int, ...]:
-    place: tuple[int, ...] = ()
-    for extent in reversed(shape):
-        place = (index % extent, *place)
-        index //= extent
-    return place
+def copy_of_lines(first: int, size: int, reads: bool) -> Callable[[int, int, int], None]:
+    """What moves lines that follow each other in memory: one copy, however many there are."""
+    def move(address: int, line: int, lines: int) -> None:
+        there = first + line * size
+        ctypes.memmove(address if reads else there, there if reads else address, lines * size)
+    return move
 
 
 class Pixels(Generic[P]):
@@ -114,7 +132,15 @@ class Pixels(Generic[P]):
     _dimensions: ClassVar[int]
     _view_class: ClassVar[Any]  # of views of them, whatever class they are
 
+    _class: ClassVar[Any]  # of that record
+    components: int  # of a pixel
+
     _records: bytes
+    _top: Any  # the last of them
+    _code: int  # pixie type
+    _size: int  # bytes of a pixel
+    _extents: tuple[int, ...]  # (planes,) rows, columns
+    _idle: dict[str, list[Callable[[int, int, int], None]]]  # what runs() made and nobody uses now
     _owner: Owner | None
     _kept: object
     _readonly: bool
@@ -131,7 +157,14 @@ class Pixels(Generic[P]):
 
     def _set(self, records: bytes, owner: Owner | None, kept: object, readonly: bool) -> None:
         self._records, self._owner, self._kept, self._readonly = records, owner, kept, readonly
-        self._top: Any = getattr(_abi, self._record).from_buffer_copy(records, len(records) - SIZE)
+        self._top = top = self._class.from_buffer_copy(records, len(records) - SIZE)
+        self._code = int(top.d.pixietype)
+        self._size = int(top.f.pixelsize)
+        self.components = int(top.d.pixies)
+        nw, se = top.wind.nw, top.wind.se
+        planes = (se.z - nw.z,) if self._dimensions == 3 else ()
+        self._idle = {'ioread': [], 'iorite': []}
+        self._extents = (*planes, se.y - nw.y, se.x - nw.x)
 
     # --- made from memory ---
 
@@ -154,7 +187,7 @@ class Pixels(Generic[P]):
             raise TypeError('floats in foreign byte order: copy the array')
         if buffer.swapped:
             data.i_endian = _abi.QVIM_SWAPPED
-        record = ctypes.create_string_buffer(SIZE)
+        record = room(SIZE)()
         dims = (ctypes.c_int32 * cls._dimensions)(*reversed(extents))
         check(function(f'{cls._record}_memdata')(
             ctypes.addressof(record), buffer.address, 0, dims,
@@ -173,16 +206,6 @@ class Pixels(Generic[P]):
     def path(self) -> Any:
         """Of the file that it is an image of, or None."""
         return self._owner.path if self._owner else None
-
-    @property
-    def components(self) -> int:
-        return int(self._top.d.pixies)
-
-    @property
-    def _extents(self) -> tuple[int, ...]:
-        """(planes,) rows, columns."""
-        wind = self._top.wind
-        return tuple(getattr(wind.se, a) - getattr(wind.nw, a) for a in 'zyx'[-self._dimensions:])
 
     @property
     def shape(self) -> tuple[int, ...]:
@@ -221,12 +244,13 @@ class Pixels(Generic[P]):
     # --- views ---
 
     def _inside(self) -> Any:
-        return self._owner or contextlib.nullcontext()
+        return self._owner or NOBODY
 
     def _view(self, made: Any, constructor: str, *arguments: Any) -> Any:
         """An image of class `made` over this one."""
         size = len(self._records)
-        records = ctypes.create_string_buffer(self._records, size + SIZE)
+        records = room(size + SIZE)()
+        ctypes.memmove(records, self._records, size)
         check(function(constructor)(ctypes.addressof(records) + size, BEFORE, *arguments), self.path)
         return made._make(records.raw, self._owner, self._kept, self._readonly)
 
@@ -267,7 +291,7 @@ class Pixels(Generic[P]):
 
     def _windowed(self, corners: list[tuple[int, int]]) -> P:
         """The part from the first to before the second of each pair, along each axis."""
-        records = ctypes.create_string_buffer(self._records, len(self._records))
+        records = room(len(self._records)).from_buffer_copy(self._records)
         wind = type(self._top.wind)()
         for axis, (first, last) in zip('zyx'[-self._dimensions:], corners):
             begin = getattr(self._top.wind.nw, axis)
@@ -281,17 +305,14 @@ class Pixels(Generic[P]):
 
     # --- pixels ---
 
-    def _pixel_type(self) -> int:
-        return int(self._top.d.pixietype)
-
     def read(self, out: Any = None, dtype: Any = None) -> NDArray[Any]:
         """The pixels, as a new array, or into `out`, which may have any distance between rows.
 
         dtype converts to another type; nothing is narrowed unless it says so.
         """
-        if dtype is not None and type_code(dtype) != self._pixel_type():
+        if dtype is not None and type_code(dtype) != self._code:
             return self.convert(dtype).read(out)
-        target = new_array(self._pixel_type(), self.shape) if out is None else out
+        target = new_array(self._code, self.shape) if out is None else out
         buffer = Buffer(target)
         if buffer.readonly:
             raise ValueError('out cannot be written to')
@@ -301,23 +322,62 @@ class Pixels(Generic[P]):
     def write(self, array: ArrayLike) -> None:
         """Sets all pixels: from an array of this shape, or one that numpy spreads to it."""
         self._writable()
-        self._transfer('iorite', Buffer(contiguous(array, self._pixel_type(), self.shape)))
+        self._transfer('iorite', Buffer(contiguous(array, self._code, self.shape)))
 
     def _writable(self) -> None:
         if self._readonly:
             raise ValueError(f'{self.path or "the image"} can only be read')
 
     def _transfer(self, slot: str, buffer: Buffer) -> None:
+        """All pixels, from or to an array."""
+        view = buffer.view
         if 0 in self._extents:
             return
-        extents, components, pitches = buffer.layout(self._dimensions)
-        if extents != self._extents or components != self.components:
-            raise ValueError(f'an array of {self.shape} is needed, not of {buffer.view.shape}')
-        if buffer.code != self._pixel_type() or buffer.swapped:
-            raise TypeError(f'an array of {INTERFACES[self._pixel_type()]} is needed, not of '
-                            f'"{buffer.view.format}": dtype converts')
+        packed = view.c_contiguous and view.shape == self.shape
+        if not packed:
+            extents, components, _ = buffer.layout(self._dimensions)
+            if extents != self._extents or components != self.components:
+                raise ValueError(f'an array of {self.shape} is needed, not of {view.shape}')
+        if buffer.code != self._code or buffer.swapped:
+            raise TypeError(f'an array of {INTERFACES[self._code]} is needed, not of "{view.format}": '
+                            'dtype converts')
         with self._inside():
-            Access(self).move(slot, buffer.address, extents, pitches)
+            idle = self._idle[slot]
+            try:
+                move = idle.pop()
+            except IndexError:
+                move = Access(self).runs(slot)
+            if packed:
+                move(buffer.address, 0, self._lines())
+            else:
+                self._pieces(slot, buffer, move)
+            idle.append(move)
+
+    def _lines(self) -> int:
+        return self._extents[0] * (self._extents[1] if self._dimensions == 3 else 1)
+
+    def _pieces(self, slot: str, buffer: Buffer, move: Callable[[int, int, int], None]) -> None:
+        """Rows with gaps between them, by way of packed ones: a call costs more than a row. Without numpy row
+        by row."""
+        numpy, rows = numpy_or_none(), self._extents[-2]
+        _, _, pitches = buffer.layout(self._dimensions)
+        if numpy is None:
+            for line in range(self._lines()):
+                z, y = divmod(line, rows)
+                move(buffer.address + z * pitches[0] * (self._dimensions == 3) + y * pitches[-1], line, 1)
+            return
+        array = numpy.asarray(buffer.view)
+        many = max(1, STAGE // (self._extents[-1] * self._size))
+        stage = numpy.empty((many, *self.shape[self._dimensions - 1:]), array.dtype)
+        for z, plane in enumerate(array if self._dimensions == 3 else [array]):
+            for y in range(0, rows, many):
+                part = plane[y:y + many].reshape(-1, *stage.shape[1:])
+                packed = stage[:len(part)]
+                if slot == 'iorite':
+                    packed[...] = part
+                move(packed.ctypes.data, z * rows + y, len(part))
+                if slot == 'ioread':
+                    plane[y:y + many] = packed.reshape(plane[y:y + many].shape)
 
     # --- scattered pixels ---
 
@@ -325,7 +385,7 @@ class Pixels(Generic[P]):
         """The pixels at (row, column), or (plane, row, column), of each line of `points`."""
         places, count = self._places(points)
         shape = (count, self.components) if self.components > 1 else (count,)
-        values = new_array(self._pixel_type(), shape)
+        values = new_array(self._code, shape)
         if count:
             self._scattered(_abi.QVIM_OP_READ, places, count, Buffer(values))
         return values  # type: ignore[no-any-return]
@@ -336,7 +396,7 @@ class Pixels(Generic[P]):
         places, count = self._places(points)
         shape = (count, self.components) if self.components > 1 else (count,)
         if count:
-            given = contiguous(values, self._pixel_type(), shape)
+            given = contiguous(values, self._code, shape)
             self._scattered(_abi.QVIM_OP_WRITE, places, count, Buffer(given))
 
     def _places(self, points: Any) -> tuple[Any, int]:
@@ -384,7 +444,7 @@ class Pixels(Generic[P]):
                 first = found.address
             else:
                 strides.append(found.address - first)
-        inner = self._top.f.pixelsize
+        inner = self._size
         for axis in reversed(range(self._dimensions)):  # of a single row, or plane: as if others followed
             strides[axis] = strides[axis] or inner
             inner = strides[axis] * extents[axis]
@@ -422,7 +482,7 @@ class Pixels(Generic[P]):
         if numpy is not None:
             return memoryview(numpy.asarray(_Interface(self)))
         total = strides[0] * self._extents[0]
-        if total != self._top.f.pixelsize * _product(self._extents):
+        if total != self._size * _product(self._extents):
             raise BufferError('rows with gaps between them need numpy')
         found = (ctypes.c_ubyte * total).from_address(address)
         setattr(found, 'image', self)  # keeps the memory
@@ -500,7 +560,7 @@ class Image(Pixels['Image']):
         elif numpy_or_none() is not None:
             self._pixel(keys).write(value)
         else:
-            pixel: Any = new_array(self._pixel_type(), (1, 1, self.components))
+            pixel: Any = new_array(self._code, (1, 1, self.components))
             for i, v in enumerate(value if self.components > 1 else [value]):
                 pixel[0, 0, i] = v
             self._pixel(keys).write(pixel)
@@ -589,3 +649,4 @@ class Volume(Pixels['Volume']):
 
 
 Image._view_class, Volume._view_class = Image, Volume
+Image._class, Volume._class = _abi.qvimage, _abi.qvimage3

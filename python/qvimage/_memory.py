@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import ctypes
+import functools
 from typing import TYPE_CHECKING, Any, Sequence
 
 from . import _abi
@@ -51,8 +52,24 @@ def type_code(dtype: Any) -> int:
     raise TypeError(f'pixels are uint8, uint16, uint32, uint64, float32 or float64, not {dtype}')
 
 
+@functools.lru_cache(maxsize=None)
+def form(format: str, size: int) -> tuple[int, bool, bool]:
+    """What a buffer's items are: the pixie type, whether in foreign byte order, whether truth values."""
+    letter = format.lstrip('@=<>!')
+    known = UNSIGNED + TRUTHS if letter not in FLOATS else FLOATS
+    for code, name in INTERFACES.items():
+        same_sort = (name[0] == 'f') == (letter in FLOATS)
+        if len(letter) == 1 and letter in known and same_sort and SIZES[code] == size:
+            foreign = format[0] in '<>!' and format[0].replace('!', '>') != NATIVE and size > 1
+            return code, foreign, letter in TRUTHS
+    raise TypeError('pixels are unsigned integers of 8, 16, 32 or 64 bits, or floats of 32 or 64: '
+                    f'not "{format}"')
+
+
 class Buffer:
     """The memory of an array, which it keeps alive: `view` holds the array's export."""
+
+    __slots__ = ('view', 'code', 'swapped', 'truth', 'readonly')
 
     def __init__(self, array: Any) -> None:
         try:
@@ -62,21 +79,8 @@ class Buffer:
             if numpy is None or not (hasattr(array, '__array__') or hasattr(array, '__array_interface__')):
                 raise
             self.view = memoryview(numpy.asarray(array))
-        letter = self.view.format.lstrip('@=<>!')
-        order = self.view.format[0]
-        self.swapped = order in '<>!' and order.replace('!', '>') != NATIVE and self.view.itemsize > 1
-        self.truth = letter in TRUTHS
-        self.code = self._code(letter)
+        self.code, self.swapped, self.truth = form(self.view.format, self.view.itemsize)
         self.readonly = self.view.readonly
-
-    def _code(self, letter: str) -> int:
-        known = UNSIGNED + TRUTHS if letter not in FLOATS else FLOATS
-        for code, name in INTERFACES.items():
-            same_sort = (name[0] == 'f') == (letter in FLOATS)
-            if len(letter) == 1 and letter in known and same_sort and SIZES[code] == self.view.itemsize:
-                return code
-        raise TypeError('pixels are unsigned integers of 8, 16, 32 or 64 bits, or floats of 32 or 64: '
-                        f'not "{self.view.format}"')
 
     def shaped(self, shape: Sequence[int]) -> None:
         """Gives a buffer of one dimension another shape."""

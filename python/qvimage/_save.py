@@ -48,11 +48,12 @@ class _Steps:
         callback = STEPS(self)
         if main:
             signal.signal(signal.SIGINT, lambda number, frame: self.signals.append((number, frame)))
+        user = function('qvimage_progressuser')()
         before = function('qvimage_progress')(ctypes.cast(callback, ctypes.c_void_p), None)
         try:
             yield
         finally:
-            function('qvimage_progress')(before, None)
+            function('qvimage_progress')(before, user)
             if main:
                 signal.signal(signal.SIGINT, handler)
         for number, frame in self.signals:

@@ -101,7 +101,8 @@ class Files(unittest.TestCase):
         qv.Image.over(RANDOM.integers(0, 256, (200, 300), np.uint8)).save('good.tif', compression='lzw')
         good = pathlib.Path('good.tif').read_bytes()
         for name, content in [('bad.tif', b'II*\0garbage'), ('bad.jpg', b'\xff\xd8\xff\xe0'),
-                              ('bad.pgm', b'P5 3'), ('bad.bmp', b'BM'), ('bad.ico', b'\0\0\1\0'), ('bad.fits', b'SIMPLE  ='),
+                              ('bad.pgm', b'P5 3'), ('bad.bmp', b'BM'), ('bad.ico', b'\0\0\1\0'),
+                              ('bad.fits', b'SIMPLE  ='),
                               ('bad.avi', b'RIFF\0\0\0\0AVI '), ('text', b'hello'), ('nothing', b''),
                               ('cut.tif', good[:len(good) // 2])]:
             pathlib.Path(name).write_bytes(content)
