@@ -171,15 +171,16 @@ class [[nodiscard]] result {
   explicit operator bool() const noexcept { return holds_; }
   bool has_value() const noexcept { return holds_; }
 
-  // The value; where there is none an error is thrown, or the program aborted.
+  // The value; where there is none an error is thrown, or the program aborted. Of a result that ends with the
+  // statement it is a value of its own, so that a loop may go over it.
   T &value() & { return checked(), value_; }
   const T &value() const & { return checked(), value_; }
-  T &&value() && { return checked(), std::move(value_); }
+  T value() && { return checked(), std::move(value_); }
 
   // The value, which must be there.
   T &operator*() &noexcept { return value_; }
   const T &operator*() const &noexcept { return value_; }
-  T &&operator*() &&noexcept { return std::move(value_); }
+  T operator*() && { return std::move(value_); }
   T *operator->() noexcept { return &value_; }
   const T *operator->() const noexcept { return &value_; }
 
