@@ -138,6 +138,55 @@ class FilesTest extends Checks {
     }
   }
 
+  static void testSeries() throws IOException {
+    for (int i = 8; i <= 11; i++) frames(String.format("series%02d", i), 1);
+    Path pattern = folder.resolve("series??");
+    byte[] bytes = new byte[WIDTH * HEIGHT];
+    Rectangle pixel = new Rectangle(2, 3, 1, 1);
+    try (Volume series = Images.openSeries(pattern, 8, 11, true)) {
+      equal("files", 4, series.depth());
+      for (int z = 0; z < 4; z++) series.write(pixel, z, new byte[] {(byte) (200 + z)});
+      series.plane(1).read(pixel, bytes);
+      equal("written", (byte) 201, bytes[0]);
+    }
+    for (int z = 0; z < 4; z++) {
+      try (Image file = Images.open(folder.resolve(String.format("series%02d", 8 + z)))) {
+        file.read(file.area(), bytes);
+        equal("saved", (byte) (200 + z), bytes[2 + 3 * WIDTH]);
+        equal("beside it", (byte) 6, bytes[3 + 3 * WIDTH]);
+      }
+    }
+    try (Volume series = Images.openSeries(pattern, 8, 12, false)) {
+      series.write(pixel, 0, new byte[1]);
+      fail("files that are only read were written to");
+    } catch (UnsupportedOperationException expected) {
+    }
+    try (Volume series = Images.openSeries(pattern, 8, 12, false)) {
+      fails("a file that is not there", -13, pattern, "0 of 1 pixels", () -> series.read(pixel, 4, bytes));
+    }
+    fails("no first file", -13, folder.resolve("series07"), "No such",
+        () -> Images.openSeries(pattern, 7, 8, true));
+
+    Files.write(folder.resolve("raw1"), new byte[] {1, 2, 3, 4, 5, 6});
+    PixelFormat grey = PixelFormat.grey(PixelType.UINT8);
+    Volume raw = Images.openRawSeries(folder.resolve("raw?"), 1, 1, true, 3, 2, grey);
+    raw.read(raw.area(), 0, bytes);
+    equal("raw", (byte) 6, bytes[5]);
+    raw.write(new Rectangle(0, 1, 1, 1), 0, new byte[] {9});
+    raw.flush();
+    equal("raw, saved", new byte[] {1, 2, 3, 9, 5, 6}, Files.readAllBytes(folder.resolve("raw1")));
+    raw.write(new Rectangle(1, 1), 0, new byte[] {7});
+    Files.delete(folder.resolve("raw1"));
+    Files.createDirectory(folder.resolve("raw1"));
+    try {
+      raw.close();
+      fail("saved to a folder");
+    } catch (ImageException expected) {
+      equal("file", folder.resolve("raw?"), expected.file());
+    }
+    equal("closed", true, raw.isClosed());
+  }
+
   private static void fails(String what, int code, Path file, String reason, Runnable call) {
     try {
       call.run();

@@ -53,6 +53,71 @@ public final class Images {
     return owner(picture, picture::volume);
   }
 
+  /**
+   * Opens a numbered series of files as the planes of a volume, one of which is in memory at a time. Another
+   * plane is loaded when pixels of it are asked for. All files are of the size of the first; one of other
+   * bits or colours is converted.
+   *
+   * @param pattern the files' path; each question mark stands for a digit of the number
+   * @param first number of the first file
+   * @param last number of the last file
+   * @param save whether planes can be written: a changed one is saved when another is asked for, and when the
+   *     volume is closed
+   * @return the planes
+   * @throws ImageException where the first file cannot be read
+   */
+  public static Volume openSeries(Path pattern, int first, int last, boolean save) {
+    int[] size = new int[2];
+    PixelFormat format;
+    String device;
+    try (Pixels file = openAs(2, numbered(pattern, first), 0)) {
+      size[0] = file.width();
+      size[1] = file.height();
+      format = file.format();
+      device = (String) Peers.get(file.peer, "devname");
+    }
+    return series(Series.of(device), pattern, first, last, save, Image.allocate(size[0], size[1], format));
+  }
+
+  /**
+   * Opens a numbered series of files that hold nothing but pixels, as {@link #openSeries}.
+   *
+   * @param pattern the files' path; each question mark stands for a digit of the number
+   * @param first number of the first file
+   * @param last number of the last file
+   * @param save whether planes can be written
+   * @param width pixels in a row
+   * @param height rows of a plane
+   * @param format what a pixel is made of
+   * @return the planes
+   */
+  public static Volume openRawSeries(
+      Path pattern, int first, int last, boolean save, int width, int height, PixelFormat format) {
+    return series(Series.RAW, pattern, first, last, save, Image.allocate(width, height, format));
+  }
+
+  private static Volume series(Series format, Path pattern, int first, int last, boolean save, Image frame) {
+    boolean opened = false;
+    try {
+      Volume volume = format.volume(pattern, first, last, save, frame);
+      opened = true;
+      return volume;
+    } finally {
+      if (!opened) frame.close();
+    }
+  }
+
+  /** The path with a number's digits in the places of question marks, from the right. */
+  private static Path numbered(Path pattern, int number) {
+    StringBuilder path = new StringBuilder(pattern.toString());
+    for (int i = path.length() - 1, rest = number; i >= 0; i--) {
+      if (path.charAt(i) != '?') continue;
+      path.setCharAt(i, (char) ('0' + rest % 10));
+      rest /= 10;
+    }
+    return pattern.getFileSystem().getPath(path.toString());
+  }
+
   private interface Make<T extends Pixels> {
     T view();
   }

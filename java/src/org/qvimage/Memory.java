@@ -62,23 +62,21 @@ final class Memory {
   Image image() {
     Record record = record();
     Object size = Peers.window(0, 0, width, height);
-    return new Image(
-        Pixels.build(Peers.IMAGE, record,
-            peer
-            -> (int) Peers.MEMORY.invokeExact(peer, address(record), bytes, size, pitch, format.type().code,
-                bits(), format.components(), format.hint().code, 0, 0, 0f, 0f)),
-        record);
+    return Pixels.make(Peers.IMAGE, record,
+        peer
+        -> (int) Peers.MEMORY.invokeExact(peer, address(record), bytes, size, pitch, format.type().code,
+            bits(), format.components(), format.hint().code, 0, 0, 0f, 0f),
+        Image::new);
   }
 
   Volume volume() {
     Record record = record();
     Object size = Peers.window(0, 0, 0, width, height, depth);
-    return new Volume(
-        Pixels.build(Peers.VOLUME, record,
-            peer
-            -> (int) Peers.MEMORY_3.invokeExact(peer, address(record), bytes, size, pitch, format.type().code,
-                bits(), format.components(), format.hint().code, 0, 0, 0, 0f, 0f, 0f)),
-        record);
+    return Pixels.make(Peers.VOLUME, record,
+        peer
+        -> (int) Peers.MEMORY_3.invokeExact(peer, address(record), bytes, size, pitch, format.type().code,
+            bits(), format.components(), format.hint().code, 0, 0, 0, 0f, 0f, 0f),
+        Volume::new);
   }
 
   private int bits() { return format.type().isInteger() ? format.bits() : 0; }

@@ -4,6 +4,7 @@ import java.awt.Rectangle;
 import java.lang.reflect.Array;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import java.util.function.BiFunction;
 
 /** What {@link Image} and {@link Volume} have in common: an owned record, its size and its pixels. */
 public abstract class Pixels implements AutoCloseable {
@@ -73,8 +74,11 @@ public abstract class Pixels implements AutoCloseable {
   @Override
   public final void close() {
     synchronized (record.lock) {
-      record.close();
-      Peers.detach(peer);
+      try {
+        record.close();
+      } finally {
+        Peers.detach(peer);
+      }
     }
   }
 
@@ -171,18 +175,20 @@ public abstract class Pixels implements AutoCloseable {
     int on(Object peer) throws Throwable;
   }
 
-  /** Makes a peer of a class over a record; what the constructor refuses closes the record. */
-  static Object build(Class<?> type, Record record, Build constructor) {
-    Object peer = Peers.peer(type, record.address);
-    boolean built = false;
+  /** Makes an image or volume over a record; what the constructor refuses closes the record. */
+  static <T extends Pixels> T make(
+      Class<?> peerType, Record record, Build constructor, BiFunction<Object, Record, T> owner) {
+    boolean made = false;
     try {
+      Object peer = Peers.peer(peerType, record.address);
       int ignored = constructor.on(peer);
-      built = true;
-      return peer;
+      T pixels = owner.apply(peer, record);
+      made = true;
+      return pixels;
     } catch (Throwable failed) {
       throw Peers.failure(failed, record.file);
     } finally {
-      if (!built) record.close();
+      if (!made) record.close();
     }
   }
 
@@ -190,25 +196,21 @@ public abstract class Pixels implements AutoCloseable {
   final Image image(Build constructor) { return image(constructor, false, null); }
 
   final Image image(Build constructor, boolean readOnly, Object kept) {
-    synchronized (record.lock) {
-      record.check();
-      Record view = new Record(record);
-      view.readOnly |= readOnly;
-      view.kept = kept;
-      return new Image(build(Peers.IMAGE, view, constructor), view);
-    }
+    synchronized (record.lock) { return make(Peers.IMAGE, view(readOnly, kept), constructor, Image::new); }
   }
 
   /** A 3-D view over this. */
   final Volume volume(Build constructor) { return volume(constructor, false, null); }
 
   final Volume volume(Build constructor, boolean readOnly, Object kept) {
-    synchronized (record.lock) {
-      record.check();
-      Record view = new Record(record);
-      view.readOnly |= readOnly;
-      view.kept = kept;
-      return new Volume(build(Peers.VOLUME, view, constructor), view);
-    }
+    synchronized (record.lock) { return make(Peers.VOLUME, view(readOnly, kept), constructor, Volume::new); }
+  }
+
+  private Record view(boolean readOnly, Object kept) {
+    record.check();
+    Record view = new Record(record);
+    view.readOnly |= readOnly;
+    view.kept = kept;
+    return view;
   }
 }

@@ -229,6 +229,19 @@ public final class Volume extends Pixels {
    * @throws ImageException where writing fails
    */
   public void write(Rectangle area, int z, ByteBuffer pixels) { moveBuffer(true, area, checked(z), pixels); }
+  /**
+   * Saves the plane of a series that is in memory, if it was changed. Nothing happens to other volumes.
+   *
+   * @throws ImageException where the file cannot be written
+   */
+  public void flush() {
+    synchronized (record.lock) {
+      record.check();
+      int code = command('f', 0, 0);
+      if (code < 0) throw new ImageException(code, record.file, Direct.reason());
+    }
+  }
+
   // --- planes ---
 
   /**
