@@ -312,7 +312,7 @@ class Pixels(Generic[P]):
         """
         if dtype is not None and type_code(dtype) != self._code:
             return self.convert(dtype).read(out)
-        target = new_array(self._code, self.shape) if out is None else out
+        target = new_array(self._code, self.shape, 'pad' in self.hint) if out is None else out
         buffer = Buffer(target)
         if buffer.readonly:
             raise ValueError('out cannot be written to')
@@ -385,7 +385,7 @@ class Pixels(Generic[P]):
         """The pixels at (row, column), or (plane, row, column), of each line of `points`."""
         places, count = self._places(points)
         shape = (count, self.components) if self.components > 1 else (count,)
-        values = new_array(self._code, shape)
+        values = new_array(self._code, shape, 'pad' in self.hint)
         if count:
             self._scattered(_abi.QVIM_OP_READ, places, count, Buffer(values))
         return values  # type: ignore[no-any-return]

@@ -128,11 +128,11 @@ class Buffer:
         return shape[:dimensions], components, tuple(pitches)
 
 
-def new_array(code: int, shape: tuple[int, ...]) -> Any:
-    """An array for pixels: numpy's, or without it a memoryview."""
+def new_array(code: int, shape: tuple[int, ...], clear: bool = False) -> Any:
+    """An array for pixels: numpy's, or without it a memoryview. Clear where reads leave pads as they are."""
     numpy = numpy_or_none()
     if numpy is not None:
-        return numpy.empty(shape, INTERFACES[code])
+        return (numpy.zeros if clear else numpy.empty)(shape, INTERFACES[code])
     count = SIZES[code]
     for extent in shape:
         count *= extent

@@ -64,7 +64,7 @@ class _Steps:
 
 def options_of(info: Info | None, compression: str | None, quality: float | None,
                resolution: Any, bigtiff: bool, codec: str | None, rate: Any,
-               texts: dict[str, str | None]) -> _abi.qvimagefileinfo:
+               texts: dict[str, str | None], more: dict[str, Any]) -> _abi.qvimagefileinfo:
     """The options of a writer: what an information record says, and over it what was asked for."""
     record = _abi.qvimagefileinfo()
     fields = dict(info.fields) if info is not None else {}
@@ -87,6 +87,7 @@ def options_of(info: Info | None, compression: str | None, quality: float | None
         fields['avi_handler'] = {'bitmaps': 'DIB ', 'mjpg': 'MJPG'}[codec]
     if rate is not None:
         fields['avi_ratenum'], fields['avi_rateden'] = rate if isinstance(rate, tuple) else (rate, 1)
+    fields.update(more)
     for name, value in fields.items():
         if isinstance(value, list):
             array = getattr(record, name)
@@ -111,6 +112,7 @@ def save(pixels: Pixels[Any], path: Any, *, format: str | None = None, compressi
          info: Info | None = None, description: str | None = None, software: str | None = None,
          copyright: str | None = None, datetime: str | None = None, resolution: Any = None,
          bigtiff: bool = False, codec: str | None = None, rate: Any = None,
+         fields: dict[str, Any] | None = None,
          progress: Callable[[int, int], Any] | None = None) -> None:
     """Writes an image, or the planes of a volume, into a file, whose format the end of its name tells.
 
@@ -126,13 +128,14 @@ def save(pixels: Pixels[Any], path: Any, *, format: str | None = None, compressi
       resolution   pixels per inch, or (across, down)
       bigtiff      a TIFF file that may grow beyond 4 GiB
       codec, rate  of AVI: "bitmaps" or "mjpg"; frames per second, or (frames, seconds)
+      fields       other options: fields of the C record qvimagefileinfo, by their names there
       progress     called with (step, steps) before each row, or plane; a true answer stops (QVERR_CANCELED)
     """
     form = format_of_name(path) if format is None else next((f for f in FORMATS if f.name == format), None)
     if form is None or form.name == 'ico':
         raise ValueError(f'{os.fsdecode(path)}: no format that is written is called so')
     texts = dict(description=description, software=software, copyright=copyright, datetime=datetime)
-    record = options_of(info, compression, quality, resolution, bigtiff, codec, rate, texts)
+    record = options_of(info, compression, quality, resolution, bigtiff, codec, rate, texts, fields or {})
     if append and form.stem not in ('tiff', 'pgm'):
         raise ValueError(f'{form.title} files take no further pages')
     if isinstance(pixels, Volume) and form.opens == 'page':
@@ -178,7 +181,7 @@ def _write(stem: str, pixels: Pixels[Any], image: int, palette: Image | None, co
         code = function('qvimage3_fitswriteseq' if planes else 'qvimage_fitswrite')(
             None, image, 0, *where, options)
     elif stem == 'bmp':
-        code = function('qvimage_bmpwrite')(None, image, colours, *where, options, red, swap_bmp, 0)
+        code = function('qvimage_bmpwrite')(None, image, colours, *where, options, red, swap_bmp, 1)
     elif stem == 'jpeg':
         code = function('qvimage_jpegwrite')(None, image, *where, None, options)
     else:

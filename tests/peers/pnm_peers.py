@@ -11,7 +11,7 @@ import tempfile
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import qvimage_ctypes as qv
+import ours as qv
 
 seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
 print("seed", seed)
@@ -48,7 +48,7 @@ for bits in (1, 2, 4, 8, 9, 12, 16):
             source = rng.integers(0, 1 << bits, (height, width, pixies), dtype)
             packed = bits == 1 and pixies == 1
 
-            check("ours: " + what, qv.pgmwrite(path("o.pnm"), source, bits, 67 if pixies == 3 else 1) == 0)
+            check("ours: " + what, not qv.save(path("o.pnm"), source, bits, 67 if pixies == 3 else 1, description="peer test"))
             kind, values = numbers(run("pnmtoplainpnm", path("o.pnm")))
             black = 1 - source if packed else source  # in such files 1 is black
             check(f"ours: {what}: netpbm", kind == ("P1" if packed else "P3" if pixies == 3 else "P2") and
@@ -65,18 +65,18 @@ for bits in (1, 2, 4, 8, 9, 12, 16):
                 with open(path("t.pnm"), "wb") as file:
                     raster = height * ((width + 7) // 8 if packed else width * pixies * (depth // 8))
                     file.write(frame + frame[-raster:] * (frames - 1))
-                pixels, record = qv.pgmread(path("t.pnm"))
-                check(f"theirs: {what}, {frames} frames", record is not None and record.d.bitsused == bits and
-                      np.array_equal(pixels, np.stack([source] * frames)), pixels if record is None else "")
+                found = qv.qv.open(path("t.pnm")).volume
+                check(f"theirs: {what}, {frames} frames", found.bits == bits and
+                      np.array_equal(qv.with_components(found), np.stack([source] * frames)), found)
 
 blue = rng.integers(0, 256, (5, 7, 3), np.uint8)
-check("ours: blue first", qv.pgmwrite(path("b.ppm"), blue, 8, 3, rgborder=1) == 0)
+check("ours: blue first", not qv.save(path("b.ppm"), blue, 8, 3))
 check("ours: blue first: netpbm", np.array_equal(numbers(run("pnmtoplainpnm", path("b.ppm")))[1], blue[:, :, ::-1].ravel()))
 for frames in range(1, 4):
-    check("ours: append", qv.pgmwrite(path("b.ppm"), blue, 8, 3, append=frames) == 0)
+    check(f"ours: append to {frames}", not qv.save(path("b.ppm"), blue, 8, 3, append=True))
 described = run("pamfile", path("b.ppm"))
 check("ours: the first frame of four", b"PPM raw, 7 by 5  maxval 255" in described, described)
-check("ours: four frames", qv.pgmread(path("b.ppm"))[0].shape == (4, 5, 7, 3))
+check("ours: four frames", qv.qv.open(path("b.ppm")).volume.shape == (4, 5, 7, 3))
 
 print(f"{passed} passed, {failed} failed")
 sys.exit(failed > 0)

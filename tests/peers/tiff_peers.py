@@ -14,7 +14,7 @@ import numpy as np
 import tifffile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import qvimage_ctypes as qv
+import ours as qv
 
 seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
 print("seed", seed)
@@ -53,6 +53,14 @@ def squeezed(array):
 
 # --- ours, read by others ----------------------------------------------------------------------------------------
 
+CODINGS = {1: "none", 5: "lzw", 517: "lzw-predictor", 32773: "packbits"}
+
+
+def save(name, array, bits, hint, compression, version=42, stripsize=0, **options):
+    return qv.save(name, array, bits, hint, compression=CODINGS[compression], bigtiff=version == 43,
+                   description="peer test", fields={"stripsize": stripsize}, **options)
+
+
 U8, U16, U32, F32, F64 = np.uint8, np.uint16, np.uint32, np.float32, np.float64
 ours = [  # dtype, bits, pixies, hint, samples in the file
     (U8, 1, 1, 1), (U8, 4, 1, 1), (U8, 8, 1, 1), (U16, 12, 1, 1), (U16, 16, 1, 1), (U32, 24, 1, 1), (U32, 32, 1, 1),
@@ -63,9 +71,8 @@ for (dtype, bits, pixies, hint), compression, version in itertools.product(ours,
         continue
     what = f"ours: {np.dtype(dtype).name} {bits} bits, {pixies} pixies, hint {hint}, compression {compression}, version {version}"
     source = picture(57, 83, pixies, dtype, bits)
-    order = dict(rgborder=int(hint in (3, 4)), yccorder=int(hint == 19))
-    code = qv.tiffwrite(path("o.tif"), source, bits, hint, compression, version=version, stripsize=1500, **order)
-    check(what, code == 0, code)
+    failure = save(path("o.tif"), source, bits, hint, compression, version=version, stripsize=1500)
+    check(what, not failure, failure)
     expected = source[:, :, [2, 1, 0]] if hint in (3, 4) else source[:, :, :3] if hint == 36 else source
     if hint == 19:
         expected = source[:, :, [0, 2, 1]]
@@ -105,13 +112,13 @@ for bits in (1, 2, 4, 8):
     palette = rng.integers(0, 256, (1, 1 << bits, 3), np.uint8)
     for compression in (1, 5, 32773):
         what = f"ours: palette of {bits} bits, compression {compression}"
-        check(what, qv.tiffwrite(path("p.tif"), index, bits, 17, compression, palette=palette) == 0)
+        check(what, not save(path("p.tif"), index, bits, 17, compression, palette=palette))
         magick = run("convert", path("p.tif"), "-depth", "8", "rgb:-")
         want = palette[0][index[:, :, 0]]
         check(what + ": ImageMagick", magick.stdout == want.tobytes(), magick.stderr)
 
 for page in range(5):
-    qv.tiffwrite(path("pages.tif"), np.full((9 + page, 11, 1), page, U8), 8, 1, 5, append=page)
+    save(path("pages.tif"), np.full((9 + page, 11, 1), page, U8), 8, 1, 5, append=page > 0)
 with tifffile.TiffFile(path("pages.tif")) as file:
     check("ours: five appended pages", [p.shape for p in file.pages] == [(9 + p, 11) for p in range(5)])
 check("ours: five appended pages: tiffinfo", not run("tiffinfo", path("pages.tif")).stderr)
@@ -137,12 +144,12 @@ for (dtype, bits, pixies, photometric, hint), order, big, rows in itertools.prod
             if coded.returncode:
                 check(what + f", {coding}: tiffcp", b"not supported" in coded.stderr.lower(), coded.stderr)
                 continue
-        pixels, record, _ = qv.tiffread(name)
-        if record is None:
+        found = qv.read(name)
+        if found.code:
             refused = coding == "lzw:2" and bits == 32  # differences of 32-bit samples are not served
-            check(what + f", {coding}", refused and pixels == -11, pixels)
+            check(what + f", {coding}", refused and found.code == -11, found.reason)
             continue
-        check(what + f", {coding}", np.array_equal(pixels, expected) and record.d.pixelhint == hint)
+        check(what + f", {coding}", np.array_equal(found.pixels, expected) and found.hint == hint)
 
 for bits in (1, 2, 4, 8, 16):
     for coding in ("None", "LZW", "RLE"):
@@ -152,8 +159,8 @@ for bits in (1, 2, 4, 8, 16):
             subprocess.run(["convert", "-size", "41x29", "-depth", "16", "-endian", "LSB", "gray:-", "-depth", str(bits), "-type", "grayscale",
                             "-define", f"tiff:endian={endian.lower()}", "-define", "tiff:fill-order=msb", "-compress", coding, path("m.tif")],
                            input=(source.astype(np.uint64) * 65535 // ((1 << bits) - 1)).astype("<u2").tobytes(), check=True)
-            pixels, record, _ = qv.tiffread(path("m.tif"))
-            check(what, record is not None and np.array_equal(pixels[:, :, 0], source[:, :, 0]), pixels if record is None else "")
+            found = qv.read(path("m.tif"))
+            check(what, np.array_equal(found.pixels, source), found.reason)
 
 for bits in (4, 8):
     what = f"theirs: palette of {bits} bits"
@@ -164,33 +171,33 @@ for bits in (4, 8):
     else:
         lut = (rng.integers(0, 16, (16, 3)) * 17).astype(np.uint8)
         colours = lut.T.astype(np.uint16) * 257
-        qv.tiffwrite(path("w.tif"), index, 4, 17, 1, palette=lut.reshape(1, 16, 3))
+        save(path("w.tif"), index, 4, 17, 1, palette=lut.reshape(1, 16, 3))
         run("tiffcp", "-B", "-c", "lzw", path("w.tif"), path("i.tif"))
-    pixels, record, entries = qv.tiffread(path("i.tif"), palette=True)
-    check(what, record is not None and record.d.pixelhint == 17 and np.array_equal(pixels, index))
-    check(what + ": entries", entries is not None and np.array_equal(entries[0], (colours.T >> (16 - bits)).astype(np.uint8)))
-    pixels, record, _ = qv.tiffread(path("i.tif"))
-    check(what + " as colours", record is not None and record.d.pixelhint == 67 and
-          np.array_equal(pixels, (colours.T >> (16 - bits)).astype(np.uint8)[index[:, :, 0]]))
+    found = qv.read(path("i.tif"), palette=True)
+    entries = (colours.T >> (16 - bits)).astype(np.uint8)
+    check(what, found.hint == 17 and np.array_equal(found.pixels, index), found.reason)
+    check(what + ": entries", found.palette is not None and np.array_equal(found.palette[0], entries))
+    found = qv.read(path("i.tif"))
+    check(what + " as colours", found.hint == 67 and np.array_equal(found.pixels, entries[index[:, :, 0]]), found.reason)
 
 stack = rng.integers(0, 65536, (7, 19, 23), np.uint16)
 tifffile.imwrite(path("s.tif"), stack, photometric="minisblack", metadata=None)
 for page in (6, 0, 3):
-    check(f"theirs: page {page} of seven", np.array_equal(qv.tiffread(path("s.tif"), page)[0][:, :, 0], stack[page]))
-check("theirs: page that is not there", qv.tiffread(path("s.tif"), 7)[0] == -10)
+    check(f"theirs: page {page} of seven", np.array_equal(qv.read(path("s.tif"), page=page).pixels[:, :, 0], stack[page]))
+check("theirs: page that is not there", qv.read(path("s.tif"), page=7).code == -10)
 tifffile.imwrite(path("d.tif"), stack[0], compression=None, description="several words", software="a program", resolution=(300, 200),
                  resolutionunit="INCH", datetime="2020:01:02 03:04:05", metadata=None)
-code, info = qv.tiffinfo(path("d.tif"))
-check("theirs: strings and resolution", code == 0 and info.description == b"several words" and info.software == b"a program" and
-      info.datetime == b"2020:01:02 03:04:05" and info.xres[0] == 300 * info.xres[1] and info.yres[0] == 200 * info.yres[1] and info.resunit == 2)
-qv.lib.qvimage_tiffinfodone(qv.c.byref(info))
+info = qv.qv.open(path("d.tif")).info
+check("theirs: strings", (info.description, info.software, info.datetime) == ("several words", "a program", "2020:01:02 03:04:05"), info)
+(across, of), (down, by) = info.fields["xres"], info.fields["yres"]
+check("theirs: resolution", across == 300 * of and down == 200 * by and info.fields["resunit"] == 2, info)
 
 tifffile.imwrite(path("tile.tif"), picture(64, 64, 1, U8, 8)[:, :, 0], tile=(16, 16), metadata=None)
-check("theirs: tiles are refused", qv.tiffread(path("tile.tif"))[0] == -10)
+check("theirs: tiles are refused", qv.read(path("tile.tif")).code == -10)
 run("convert", "-size", "40x40", "plasma:", "-compress", "JPEG", path("j.tif"))
-check("theirs: JPEG is refused", qv.tiffread(path("j.tif"))[0] == -11)
+check("theirs: JPEG is refused", qv.read(path("j.tif")).code == -11)
 tifffile.imwrite(path("planar.tif"), picture(16, 16, 3, U8, 8).transpose(2, 0, 1), planarconfig="separate", photometric="rgb", metadata=None)
-check("theirs: planes apart are refused", qv.tiffread(path("planar.tif"))[0] in (-10, -11))
+check("theirs: planes apart are refused", qv.read(path("planar.tif")).code in (-10, -11))
 
 print(f"{passed} passed, {failed} failed")
 sys.exit(failed > 0)

@@ -89,6 +89,8 @@ class Memory(unittest.TestCase):
             with self.subTest(name):
                 np.testing.assert_array_equal(view.read(), expected)
                 np.testing.assert_array_equal(np.asarray(view), expected)
+        padded = rgb.colour('rgbpad').read()
+        np.testing.assert_array_equal(padded, np.dstack([colours, np.zeros_like(colours[..., :1])]))
         volume = qv.Volume.over(np.stack([deep, deep + 1, deep + 5]))
         np.testing.assert_array_equal(volume.mean().read(), deep + 2)
         np.testing.assert_array_equal([plane.read() for plane in volume], np.asarray(volume))
