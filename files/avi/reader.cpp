@@ -80,7 +80,7 @@ int32_t jpeg_rows::select(uint64_t plane) {
   bufio_tareclr(&file_);
   if (code == 0) code = show();
   if (code == 0) open_ = plane;
-  return within({"frame ", plane + 1, ": "}, code);
+  return within({"frame ", plane + 1}, code);
 }
 
 // In the colours of the film, whatever the frame's are.

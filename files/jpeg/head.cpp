@@ -66,7 +66,7 @@ class parser {
       while (m == fill && in_.left()) m = in_.get<uint8_t>();
       if (m == eoi) return check();
       const int32_t code = worst(segment(m), in_.code());
-      if (code < 0) return within({"marker at byte ", at, ": "}, code);
+      if (code < 0) return within({"marker at byte ", at}, code);
     }
   }
 

@@ -22,7 +22,7 @@ int32_t image_rows::set_up(uint32_t mode, int32_t pixies) {
   const int32_t set =
       image_.ioset(&image_, mode, uint32_t(image_.d.pixietype) | QVIM_LSB, all_pixies(pixies));
   if (set > 0) return 0;
-  return within({"the image to be written cannot be set up: "}, set < 0 ? set : int32_t{QVERR_USAGE});
+  return within({"the image to be written cannot be set up"}, set < 0 ? set : int32_t{QVERR_USAGE});
 }
 
 // Some images deliver a row in several pieces; one that stops short would lose data.

@@ -31,7 +31,7 @@ int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32
       return code;
     source = &converter;
     const int32_t code = source->ioset(source, QVIM_WRAP, datatype, three);
-    if (code <= 0) return within({"the palette: "}, code < 0 ? code : int32_t{QVERR_USAGE});
+    if (code <= 0) return within({"the palette"}, code < 0 ? code : int32_t{QVERR_USAGE});
   }
   const auto window = source->wind;
   const int64_t width = int64_t(window.se.x) - window.nw.x;

@@ -41,7 +41,7 @@ int32_t for_each_plane(qvimage3 &image, const progress &told, Function f) {
     qvimage plane;
     code = qvimage_def2from3(&plane, &image, 0, 2, z, 0);
     if (code == 0) code = f(plane, progress(), z);
-    if (code < 0) code = within({"plane ", z + 1, ": "}, code);
+    if (code < 0) code = within({"plane ", z + 1}, code);
   }
   return code;
 }

@@ -161,7 +161,7 @@ int32_t numbered_files::save_current() {
   qvimage image = copy_of(held_.image), lut;
   if (held_.lut) lut = copy_of(held_.lut);
   const frame held{&image, held_.lut ? &lut : nullptr};
-  return within({path.data(), ": "},
+  return within({path.data()},
                 member_->write(held, path.data(), bufsize_, info_frame_ == current_ ? &info_ : nullptr));
 }
 
@@ -190,11 +190,11 @@ int32_t numbered_files::read_current(int64_t n) {
   converted map;
   if (code == 0 && has_map) code = map.put(&file.palette, *held_.lut, false);
   if (code == 0 && has_map) code = read_pixels(map.top, *held_.lut, &colours);
-  if (code < 0) return within({path.data(), ": "}, code);
+  if (code < 0) return within({path.data()}, code);
   forget_info();
   if (member_->info) {
     code = member_->info(&info_, path.data(), bufsize_);
-    if (code < 0) return within({path.data(), ": "}, code);
+    if (code < 0) return within({path.data()}, code);
     info_frame_ = n;
   }
   qvimage image = copy_of(held_.image);

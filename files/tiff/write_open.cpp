@@ -63,7 +63,7 @@ int32_t writer::find_end(uint64_t pages) {
   const small_blocks steps(file, walk.directory() - first > file.bufsize / 4);
   if (moved > 0) moved = walk_to(walk, pages);
   if (moved < 0) return moved;
-  if (walk.code() < 0) return within({"pages of the file to append to: "}, walk.code());
+  if (walk.code() < 0) return within({"pages of the file to append to"}, walk.code());
   if (moved == 0 && pages != QVIM_TIFF_END)
     return because(QVERR_FORMAT, {"the file to append to has ", walk.passed(), " pages, not ", pages});
   checked_reader in(file, format.order());

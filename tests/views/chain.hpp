@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "fuzz/input.hpp"
+#include "tests/views/tiff_file.hpp"
 #include "tests/views/value_models.hpp"
 
 namespace model {
@@ -32,6 +33,9 @@ class chain {
   chain_link &top() { return links_.back(); }
   image &as_modelled() { return *images_.back(); }
   bool runs_turn() const { return runs_turn_; }
+  bool notes_accesses() const { return notes_accesses_; }
+  bool has_no_views() const { return links_.size() == 1 && !file_.is_open(); }
+  std::vector<uint8_t> records() const { return {array_, array_ + links_.size() * sizeof(qvimage)}; }
 
   // Call before pixels move and after: all bytes of the source and around it are as they should be. Values
   // that were not those that the image may hold have no place in it any longer.
@@ -59,6 +63,7 @@ class chain {
   }
 
  private:
+  tiff_file file_;
   pixels stored_, expected_;  // the image's own, and those of the model
   // The records, one after the other, at an address that is a multiple of 4.
   static constexpr size_t most_records = 13;
@@ -69,7 +74,8 @@ class chain {
   std::vector<std::unique_ptr<image>> images_;
   std::deque<translation_tables> tables_;
   std::vector<bool> stays_;  // the window of that record may not change any more
-  bool runs_turn_ = false;   // along another axis of the source than their own
+  bool notes_accesses_ = false;
+  bool runs_turn_ = false;  // along another axis of the source than their own
 
   memory_image &memory() { return static_cast<memory_image &>(*images_.front()); }
 
@@ -102,7 +108,7 @@ class chain {
                                     QVIM_HINT_CMY,
                                     QVIM_HINT_BGRPAD,
                                     5,
-                                    9};
+                                    31};
     const int32_t type = types[from.up_to(7)], hint = hints[from.up_to(12)];
     const int width = 8 * qvimdatasize(uint32_t(type));
     const bool all_bits = !is_integer(uint32_t(type)) || width == 64 || from.up_to(2) == 0;
@@ -142,9 +148,32 @@ class chain {
     stored_.fill(g, stored_.dirty());
     expected_ = stored_;
     require(record.with([&](auto *im, auto) { return build(im, stored_); }) == 0);
+    stays_.push_back(false);
+    if (from.up_to(7) == 0 && comes_from_a_file(from, record)) {
+      images_.push_back(std::make_unique<file_image>(record, expected_));
+      return;
+    }
     if (from.up_to(7) == 0) record.with([](auto *im, auto dim) { refuse_parts<decltype(dim)>(im); });
     images_.push_back(std::make_unique<memory_image>(record, expected_));
-    stays_.push_back(false);
+  }
+
+  // Of pixels that a TIFF file holds as they are: the image becomes one over a file.
+  bool comes_from_a_file(fuzz_input &from, chain_link &record) {
+    if (!tiff_file::holds(stored_.d)) return false;
+    require(file_.write(record, from.up_to(3), 1 + from.up_to(5000)) == 0);
+    file_.open(record);
+    pixels in_file = stored_;
+    in_file.d = record.data();
+    for (pos p{}; p[2] < stored_.dims[2]; p[2]++)
+      for (p[1] = 0; p[1] < stored_.dims[1]; p[1]++)
+        for (p[0] = 0; p[0] < stored_.dims[0]; p[0]++)
+          for (int c = 0; c < stored_.d.pixies; c++)
+            in_file.put(p, c, numbers_of(stored_, stored_.get(p, c)));
+    expected_ = stored_ = in_file;
+    return true;
+  }
+  static bits numbers_of(const form &f, uint64_t stored) {
+    return as_read(f, stored, uint32_t(f.d.pixietype) | QVIM_LSB);
   }
   static int32_t build(qvimage *im, pixels &over) {
     return qvimage_memdata(im, over.base(), 0, over.dims.data(), over.pitch, &over.d, nullptr, 0);
@@ -331,6 +360,7 @@ class chain {
         return moves(how.build(view.flat(), flat_below(source), shared), view, shared, how, true);
       }
       case 3:
+        notes_accesses_ = true;
         return moves(monitored().build(view.flat(), flat_below(source), shared), view, shared, monitored(),
                      true);
       case 4: {

@@ -128,28 +128,66 @@ class comparison {
 
   void list(fuzz_input &from) {
     const request r = random_request(from, top().data(), top().deep);
-    const int32_t code = top().with([&](auto *im, auto) { return im->bxts(im, 0, r.datatype, r.mask); });
+    how_ = transfer_way(from.up_to(2));
+    block_ = {};
+    const int32_t code = set_up_list(r);
     tell("list", r, code);
-    require(chain_.runs_turn() ? code < 0 || model().lists(r) : (code >= 0) == model().lists(r));
+    require(chain_.runs_turn() ? code < 0 || lists(r) : (code >= 0) == lists(r));
     const std::vector<qvxyzcoord> entries = random_list(from);
     const uint32_t op = random_operation(from);
     if (talks()) std::fprintf(stderr, "op %u, %zu entries\n", op, entries.size());
     caller_buffer buffer(r, entries.size());
-    buffer.fill(from.byte(), entries.size(), model().list_allowed(r.datatype));
+    const bool own = how_ == transfer_way::by_runs;
+    buffer.fill(from.byte(), entries.size(),
+                own ? model().image::list_allowed(r.datatype) : model().list_allowed(r.datatype));
     if (op != QVIM_OP_READ && !model().writable()) return;
     caller_buffer given = buffer;
-    const bool by_pointers = from.up_to(1);
+    const std::vector<uint8_t> records = chain_.records();
     chain_.begin();
     soil_stack(0x11);
-    const size_t worked = transfer(by_pointers, buffer, entries, op);
+    const size_t worked = transfer(buffer, entries, op);
     require(worked == (code < 0 ? 0 : entries.size()));
     for (size_t i = 0; i < worked; i++) check_entry(buffer, given, i, entries[i], op);
     buffer.expect_untouched(entries.size());
     chain_.check();
+    if (own && !chain_.notes_accesses()) require(records == chain_.records());
     if (op != QVIM_OP_READ) return;
     soil_stack(0xEE);
-    transfer(by_pointers, given, entries, op);
+    transfer(given, entries, op);
     require(buffer.bytes == given.bytes);
+  }
+
+  // Into a file and out of it again.
+  void save(fuzz_input &from) {
+    const qvimagedata d = top().data();
+    const request r{0, uint32_t(d.pixietype) | QVIM_LSB, uint32_t(ones(d.pixies))};
+    if (!tiff_file::holds(d) || !model().serves(r)) return;
+    tiff_file file;
+    uint8_t place[sizeof(qvimage)], *array = place;
+    chain_link saved{array, 0, top().deep};
+    const int32_t code = file.write(top(), from.up_to(3), 1 + from.up_to(3000));
+    tell("save", r, code);
+    if (talks() && code < 0) std::fprintf(stderr, "%s\n", qvimage_reason());
+    const extent size = top().window().size;
+    const expected_run run =
+        expected_from({}, QVIM_WRAP, size_t(size[0]) * size_t(size[1]) * size_t(size[2]));
+    if (code < 0 && chain_.runs_turn()) return;
+    require((code == 0) == !run.stop);
+    if (code != 0) return;
+    file.open(saved);
+    const request whole{QVIM_WRAP, uint32_t(saved.data().pixietype) | QVIM_LSB, r.mask};
+    require(saved.with([&](auto *im, auto) { return im->ioset(im, whole.mode, whole.datatype, r.mask); }) ==
+            1);
+    caller_buffer buffer(whole, run.served.size());
+    require(read(saved, buffer.bytes.data(), run.served.size(), {}) == run.served.size());
+    // A file has as many bits as the image says that it has, whatever a converter makes of them.
+    const uint64_t kept = ones(form{d}.used());
+    for (size_t i = 0; i < run.served.size(); i++)
+      for (int c = 0; c < d.pixies; c++) {
+        if (model().leaves_alone(c, r)) continue;
+        const bits v = model().read(run.served[i], c, r);
+        buffer.expect(i, c, {v.value & kept, v.known});
+      }
   }
 
   void map(fuzz_input &from) {
@@ -171,7 +209,12 @@ class comparison {
   }
 
  private:
+  // Lists are served by the image, after its pointers were asked for or not, or by its runs.
+  enum class transfer_way { at_once, by_pointers, by_runs };
+
   chain chain_;
+  transfer_way how_ = transfer_way::at_once;
+  qvimbxtstate block_{};
 
   void require_nothing_outside(const request &r) {
     if (r.mode & QVIM_TRUST) return;
@@ -267,14 +310,43 @@ class comparison {
     return entries;
   }
 
-  // Some clients ask for pointers first.
-  uint32_t transfer(bool by_pointers, caller_buffer &buffer, std::vector<qvxyzcoord> entries, uint32_t op) {
+  int32_t set_up_list(const request &r) {
+    if (how_ != transfer_way::by_runs)
+      return top().with([&](auto *im, auto) { return im->bxts(im, 0, r.datatype, r.mask); });
+    return top().deep ? qvim3bxts(&block_, top().volume(), 0, r.datatype, r.mask)
+                      : qvimbxts(&block_, top().flat(), 0, r.datatype, r.mask);
+  }
+
+  uint32_t transfer(caller_buffer &buffer, std::vector<qvxyzcoord> entries, uint32_t op) {
+    const uint32_t n = uint32_t(entries.size());
+    void *const values = buffer.bytes.data();
+    if (how_ == transfer_way::by_runs)
+      return top().deep ? qvim3bxta(&block_, top().volume(), QVIM_LIST, values, entries.data(), n, op)
+                        : qvimbxta(&block_, top().flat(), QVIM_LIST, values, entries.data(), n, op);
     return top().with([&](auto *im, auto) {
-      const uint32_t n = uint32_t(entries.size());
-      const uint32_t pointers =
-          by_pointers ? im->bxtp(im, QVIM_LIST, buffer.bytes.data(), entries.data(), n, op) : 0;
-      return im->bxta(im, pointers ? 0 : uint32_t(QVIM_LIST), buffer.bytes.data(), entries.data(), n, op);
+      const bool pointers =
+          how_ == transfer_way::by_pointers && im->bxtp(im, QVIM_LIST, values, entries.data(), n, op);
+      return im->bxta(im, pointers ? 0 : uint32_t(QVIM_LIST), values, entries.data(), n, op);
     });
+  }
+
+  // What the image says of lists, or what every image's runs make of them.
+  bool lists(const request &r) {
+    return how_ == transfer_way::by_runs ? model().image::lists(r) : model().lists(r);
+  }
+  bits list_read(const pos &at, int pixie, const request &r) {
+    return how_ == transfer_way::by_runs ? model().image::list_read(at, pixie, r)
+                                         : model().list_read(at, pixie, r);
+  }
+  bool list_leaves_alone(int pixie, const request &r) {
+    return how_ == transfer_way::by_runs ? model().image::list_leaves_alone(pixie, r)
+                                         : model().list_leaves_alone(pixie, r);
+  }
+  void list_write(const pos &at, const std::vector<bits> &values, const request &r) {
+    if (how_ == transfer_way::by_runs)
+      model().image::list_write(at, values, r);
+    else
+      model().list_write(at, values, r);
   }
 
   void check_entry(caller_buffer &buffer, caller_buffer &given, size_t i, const qvxyzcoord &entry,
@@ -285,15 +357,42 @@ class comparison {
     const bool reads = op == QVIM_OP_READ || op == QVIM_OP_EXCHANGE;
     for (int c = 0; c < r.colours() && reads; c++) {
       if (served)
-        buffer.expect(i, c,
-                      model().list_leaves_alone(r.first() + c, r) ? given.get(i, c)
-                                                                  : model().list_read(at, r.first() + c, r));
+        buffer.expect(
+            i, c, list_leaves_alone(r.first() + c, r) ? given.get(i, c) : list_read(at, r.first() + c, r));
     }
     for (int c = 0; c < r.colours() && !served; c++) buffer.expect(i, c, given.get(i, c));
     if (!served || op == QVIM_OP_READ) return;
-    const bool known = op == QVIM_OP_WRITE || op == QVIM_OP_EXCHANGE;
-    model().list_write(at, known ? given.pixel_values(i) : std::vector<bits>(size_t(r.colours()), unknown),
-                       r);
+    std::vector<bits> values = given.pixel_values(i);
+    if (op != QVIM_OP_WRITE && op != QVIM_OP_EXCHANGE)
+      for (int c = 0; c < r.colours(); c++) values[size_t(c)] = combined(op, at, c, values[size_t(c)], r);
+    list_write(at, values, r);
+  }
+
+  // Of a memory image itself: whatever a view adds up may be rounded and limited on its way.
+  bits combined(uint32_t op, const pos &at, int c, const bits &given, const request &r) {
+    const form f = model().described();
+    if (!chain_.has_no_views()) return unknown;
+    const bits old = list_read(at, r.first() + c, r);
+    if (f.size() == 4 && !f.integer()) return combined_reals<float>(op, old, given);
+    if (!f.integer()) return combined_reals<double>(op, old, given);
+    const int low = model::place(f, r.datatype);
+    const uint64_t meant = ones(f.used()) << low;
+    // Dirt below the bits that mean something reaches them as it is added.
+    const bool certain = (old.known & meant) == meant && !(f.dirty() && f.used() < 8 * f.size());
+    const uint64_t a = old.value & meant, b = given.value & meant;
+    const uint64_t sum = op == QVIM_OP_ADD ? a + b : op == QVIM_OP_SUBTRACT ? a - b : a ^ b;
+    return {sum & meant, certain ? meant : 0};
+  }
+  template <class T>
+  static bits combined_reals(uint32_t op, const bits &old, const bits &given) {
+    T a, b;
+    std::memcpy(&a, &old.value, sizeof a);
+    std::memcpy(&b, &given.value, sizeof b);
+    const T result = op == QVIM_OP_ADD ? a + b : op == QVIM_OP_SUBTRACT ? a - b : a * b;
+    bits v{0};
+    std::memcpy(&v.value, &result, sizeof result);
+    if (!old.known || result != result) v.known = 0;
+    return v;
   }
 
   // Every pixel that the mapping reaches is where the view's pixel is stored, in the form that was asked for.
@@ -316,9 +415,14 @@ inline void check_chain(fuzz_input &from) {
   comparison chain(from);
   if (chain.is_empty()) return;
   for (int i = 0; i < 6 && !from.empty(); i++) {
-    switch (from.up_to(3)) {
-      case 0: chain.list(from); break;
-      case 1: chain.map(from); break;
+    switch (from.up_to(12)) {
+      case 0: chain.save(from); break;
+      case 1:
+      case 2:
+      case 3: chain.list(from); break;
+      case 4:
+      case 5:
+      case 6: chain.map(from); break;
       default: chain.runs(from);
     }
   }

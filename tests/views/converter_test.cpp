@@ -1,4 +1,4 @@
-// Images presented in other data types and bits, judged pixie by pixie.
+// Images presented in other data types and bits.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,129 +6,11 @@
 
 #include "core/dimension.hpp"
 #include "tests/fault.hpp"
-#include "tests/views/converter_model.hpp"
-#include "tests/views/model.hpp"
+#include "tests/views/values.hpp"
 
 namespace {
 
 using namespace model;
-using qvim::three_d;
-using qvim::two_d;
-
-// What a caller may write: clean values unless it says otherwise, and such as the source can hold.
-uint64_t given_value(generator &g, const pixels &im, const converted &c, const request &r) {
-  if (!is_integer(r.datatype)) {
-    const double v = std::uniform_real_distribution<double>(-0.2, 1.2)(g);
-    return as_raw(chance(g, 50) || c.normalised ? v : v * double(ones(std::min(im.used(), 20))), r.size());
-  }
-  const int shown = presented(im, c, r), top = caller_top(r, shown), width = 8 * r.size();
-  const uint64_t any = g() & ones(width);
-  if (!top) return r.datatype & QVIM_DIRTY ? any : any & (im.integer() ? im.significant() : ~uint64_t{0});
-  if (r.datatype & QVIM_DIRTY) return any;
-  const int n = std::min(shown, width);
-  return any & ones(n) << (top - n);
-}
-
-// --- random converters ---------------------------------------------------------------------------
-
-template <class Dim>
-struct scene {
-  generator g;
-  pixels stored;
-  qvim::record<Dim> source, view;
-  converted how;
-  frame within;  // the source's window, as the view was built
-  bool shared = false;
-  request r;
-
-  static int32_t construct(qvimage *v, qvimage *s, bool shared, const converted &c) {
-    return qvimage_converter(v, s, nullptr, shared, c.masks, uint8_t(c.bits), c.normalised);
-  }
-  static int32_t construct(qvimage3 *v, qvimage3 *s, bool shared, const converted &c) {
-    return qvimage3_converter(v, s, nullptr, shared, c.masks, uint8_t(c.bits), c.normalised);
-  }
-
-  void set_up(int seed) {
-    g.seed(uint64_t(seed));
-    how.masks = chance(g, 30);
-    how.normalised = chance(g, 30);
-    pixel_choice choice;
-    choice.undeclared_dirt = how.masks;
-    stored = random_pixels(g, Dim::axes, choice);
-    if (chance(g, 60)) how.bits = between(g, 1, 8 * std::min(stored.size(), 4));
-    ASSERT_NO_FATAL_FAILURE(build(&source, stored));
-    if (chance(g, 60)) {
-      ASSERT_NO_FATAL_FAILURE(set_window(&source, random_part(g, stored.dims)));
-    }
-    within = frame_of(source.wind);
-    shared = chance(g, 40);
-    ASSERT_EQ(construct(&view, &source, shared, how), 0);
-    ASSERT_EQ(frame_of(view.wind), shared ? within : (frame{{0, 0, 0}, within.size}));
-    if (chance(g, 60)) {
-      ASSERT_NO_FATAL_FAILURE(set_window(&view, random_part(g, frame_of(view.imdim).size)));
-    }
-    const uint32_t types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
-    r = {random_mode(g, 2), one_of(g, types) | random_flags(g), random_mask(g, stored.d.pixies)};
-  }
-  std::string text() const {
-    char line[200];
-    std::snprintf(
-        line, sizeof line,
-        "%s; source type %d used %d xsb 0x%x dirty 0x%x/0x%x endian 0x%x; view bits %d masks %d mode %d",
-        r.text().c_str(), stored.d.pixietype, stored.used(), stored.integer() ? stored.d.i_bitsxsb : 0,
-        stored.dirty(), stored.tolerant(), stored.reversed(), how.bits, how.masks, how.normalised);
-    return line;
-  }
-  pos in_source(const pos &at) const {
-    const frame own = frame_of(view.wind);
-    return shared ? sum(own.nw, at) : sum(within.nw, sum(own.nw, at));
-  }
-  // What a pixie of the view reads as, when the source's pixels are those.
-  bits expected_in(const pixels &in, const pos &at, int pixie, const request &asked) const {
-    return read_converted(in, in.get(in_source(at), pixie), how, asked);
-  }
-  bits expected_in(const pixels &in, const pos &at, int pixie) const { return expected_in(in, at, pixie, r); }
-};
-
-template <class Dim>
-void reads_what_the_model_says(int seed) {
-  scene<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text());
-  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1) << s.r.text();
-  for (int i = 0; i < 4; i++)
-    ASSERT_NO_FATAL_FAILURE(
-        check_read<Dim>(&s.view, s.r, random_pos(s.g, frame_of(s.view.wind).size),
-                        uint32_t(between(s.g, 1, i == 3 ? 9000 : 200)),
-                        [&](const pos &at, int pixie) { return s.expected_in(s.stored, at, pixie); }));
-}
-
-template <class Dim>
-void writes_what_the_model_says(int seed) {
-  scene<Dim> s;
-  ASSERT_NO_FATAL_FAILURE(s.set_up(seed));
-  SCOPED_TRACE(s.text());
-  pixels expected = s.stored;
-  ASSERT_EQ(s.view.ioset(&s.view, s.r.mode, s.r.datatype, s.r.mask), 1) << s.r.text();
-  for (int i = 0; i < 4; i++)
-    ASSERT_NO_FATAL_FAILURE(check_write<Dim>(
-        &s.view, s.r, random_pos(s.g, frame_of(s.view.wind).size),
-        uint32_t(between(s.g, 1, i == 3 ? 9000 : 200)),
-        [&] { return given_value(s.g, s.stored, s.how, s.r); },
-        [&](const pos &at, int pixie, uint64_t v) {
-          expected.put(s.in_source(at), pixie, write_converted(s.stored, v, s.how, s.r));
-        }));
-  expect_equal(s.stored, expected);
-}
-
-TEST(Converter, ReadsWhatTheModelSays) {
-  for_seeds(1500, reads_what_the_model_says<two_d>);
-  for_seeds(1500, reads_what_the_model_says<three_d>);
-}
-TEST(Converter, WritesWhatTheModelSaysAndNothingElse) {
-  for_seeds(1500, writes_what_the_model_says<two_d>);
-  for_seeds(1500, writes_what_the_model_says<three_d>);
-}
 
 struct ConverterFixed : testing::Test {
   void SetUp() override {

@@ -193,6 +193,17 @@ class memory_image : public image {
   bool selects(uint32_t mask) const { return qvimcolormap(stored_.d.pixies, mask, nullptr) > 0; }
 };
 
+// The same pixels out of a file, which is only read.
+class file_image : public memory_image {
+ public:
+  using memory_image::memory_image;
+  bool writable() const override { return false; }
+  bool lists(const request &r) const override { return image::lists(r); }
+  bits list_read(const pos &at, int pixie, const request &r) const override {
+    return image::list_read(at, pixie, r);
+  }
+};
+
 // A view. Unless a kind says otherwise its source serves what it is asked for, somewhere else.
 class view : public image {
  public:

@@ -24,10 +24,6 @@ inline int between(generator &g, int low, int high) {
   return std::uniform_int_distribution<int>(low, high)(g);
 }
 inline bool chance(generator &g, int percent) { return between(g, 1, 100) <= percent; }
-template <class T, size_t N>
-T one_of(generator &g, const T (&items)[N]) {
-  return items[between(g, 0, int(N) - 1)];
-}
 inline uint64_t ones(int n) { return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1; }
 
 // The number in a container, with the bits of it that are certain.
@@ -107,36 +103,6 @@ struct pixels : form {
   }
 };
 
-struct pixel_choice {
-  std::vector<int> types{QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64};
-  int most_pixies = 5;
-  extent most{60, 9, 4};
-  bool undeclared_dirt = false;  // unused bits hold anything although the description says that they do not
-};
-
-inline pixels random_pixels(generator &g, int axes, const pixel_choice &choice = {}) {
-  pixels im;
-  const int type = choice.types[size_t(between(g, 0, int(choice.types.size()) - 1))];
-  const int width = 8 * qvimdatasize(uint32_t(type));
-  const int used = is_integer(uint32_t(type)) && chance(g, 60) ? between(g, 1, width) : 0;
-  qviminitdata(&im.d, type, used, between(g, 1, choice.most_pixies), 0);
-  if (im.integer()) {
-    if (im.used() < width) {
-      if (chance(g, 50)) im.d.i_bitsxsb = QVIM_MSB;
-      im.d.i_dirtyread = chance(g, 40) ? QVIM_DIRTY : 0;
-      im.d.i_dirtyrite = chance(g, 40) ? QVIM_DIRTY : 0;
-    }
-    if (width > 8 && chance(g, 30)) im.d.i_endian = QVIM_SWAPPED;
-  }
-  for (int axis = 0; axis < axes; axis++) im.dims[axis] = between(g, 1, choice.most[axis]);
-  const int pixel = im.d.pixies * im.size();
-  im.pitch = uint32_t(im.dims[0] * pixel + (chance(g, 50) ? between(g, 1, 9) : 0));
-  im.planepitch = im.pitch * uint32_t(im.dims[1]) + uint32_t(chance(g, 30) ? between(g, 1, 50) : 0);
-  im.allocate();
-  im.fill(g, im.dirty() || choice.undeclared_dirt);
-  return im;
-}
-
 // --- windows -------------------------------------------------------------------------------------
 
 struct frame {
@@ -151,24 +117,12 @@ inline frame frame_of(const qvywindow &w) {
 inline frame frame_of(const qvyzwindow &w) {
   return {{w.nw.x, w.nw.y, w.nw.z}, {w.se.x - w.nw.x, w.se.y - w.nw.y, w.se.z - w.nw.z}};
 }
-inline frame random_part(generator &g, const extent &of) {
-  frame f;
-  for (int axis = 0; axis < 3; axis++) {
-    f.nw[axis] = between(g, 0, of[axis] - 1);
-    f.size[axis] = between(g, 1, of[axis] - f.nw[axis]);
-  }
-  return f;
-}
 inline pos sum(const pos &a, const pos &b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
 inline bool holds(const extent &e, const pos &p) {
   for (int axis = 0; axis < 3; axis++)
     if (p[axis] < 0 || p[axis] >= e[axis]) return false;
   return true;
 }
-inline pos random_pos(generator &g, const extent &e) {
-  return {between(g, 0, e[0] - 1), between(g, 0, e[1] - 1), between(g, 0, e[2] - 1)};
-}
-
 template <class Dim>
 qvim::point<Dim> as_point(const pos &p) {
   qvim::point<Dim> result;
@@ -209,19 +163,6 @@ struct request {
   }
 };
 
-inline uint32_t random_mask(generator &g, int pixies) {
-  if (chance(g, 50)) return uint32_t(ones(pixies));
-  const int first = between(g, 0, pixies - 1);
-  return uint32_t(ones(between(g, 1, pixies - first)) << first);
-}
-inline uint32_t random_flags(generator &g) {
-  const uint32_t justified[] = {0, QVIM_MSB, QVIM_LSB};
-  return one_of(g, justified) | (chance(g, 30) ? QVIM_DIRTY : 0) | (chance(g, 30) ? QVIM_SWAPPED : 0);
-}
-inline uint32_t random_mode(generator &g, int scans) {
-  return uint32_t(2 * between(g, 0, scans - 1)) | (chance(g, 50) ? QVIM_WRAP : 0);
-}
-
 // --- what an image's own read and write make of values -------------------------------------------
 
 inline int place(const form &im, uint32_t datatype) {
@@ -241,12 +182,6 @@ inline bits as_written(const form &im, uint64_t given, uint32_t datatype) {
   const bool dirt_stays = datatype & QVIM_DIRTY && im.tolerant();
   return {number << (im.high() ? 8 * im.size() - im.used() : 0),
           dirt_stays ? im.significant() : ~uint64_t{0}};
-}
-// A value that a caller may write with this request: no bit outside the significant ones unless it says so.
-inline uint64_t random_given(generator &g, const pixels &im, uint32_t datatype) {
-  if (!im.integer()) return im.random_value(g, false);
-  const uint64_t any = g() & ones(8 * im.size());
-  return datatype & QVIM_DIRTY ? any : any & ones(im.used()) << place(im, datatype);
 }
 
 }  // namespace model
