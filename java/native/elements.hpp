@@ -36,11 +36,12 @@ class critical_elements {
 // How regions of an array are copied.
 template <class Array>
 struct region;
-#define QVIM_REGION(Array, Element, Name)                                                               \
-  template <>                                                                                           \
-  struct region<Array> {                                                                                \
-    using element = Element;                                                                            \
-    static constexpr auto get = &JNIEnv::Get##Name##ArrayRegion, set = &JNIEnv::Set##Name##ArrayRegion; \
+#define QVIM_REGION(Array, Element, Name)                        \
+  template <>                                                    \
+  struct region<Array> {                                         \
+    using element = Element;                                     \
+    static constexpr auto get = &JNIEnv::Get##Name##ArrayRegion; \
+    static constexpr auto set = &JNIEnv::Set##Name##ArrayRegion; \
   };
 QVIM_REGION(jbyteArray, jbyte, Byte)
 QVIM_REGION(jshortArray, jshort, Short)
