@@ -29,7 +29,8 @@ public final class Image extends Pixels {
   /**
    * Makes an image of the pixels in a buffer, without a copy, which stays reachable as long as it is needed.
    *
-   * @param pixels a direct buffer; the first pixel is at its position
+   * @param pixels a direct buffer; the first pixel is at its position. Memory that others free, as closed
+   *     arenas do, must outlast the image and its views
    * @param width pixels in a row
    * @param height rows
    * @param pitch bytes from a row to the next, 0 for rows without gaps

@@ -49,7 +49,8 @@ public final class Volume extends Pixels {
   /**
    * Makes a volume of the pixels in a buffer, without a copy, which stays reachable as long as it is needed.
    *
-   * @param pixels a direct buffer; the first pixel is at its position
+   * @param pixels a direct buffer; the first pixel is at its position. Memory that others free, as closed
+   *     arenas do, must outlast the image and its views
    * @param width pixels in a row
    * @param height rows of a plane
    * @param depth planes, which follow each other without gaps
