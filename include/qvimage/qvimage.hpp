@@ -9,8 +9,8 @@
 //   qvimage/cxx/series.hpp   numbered files as a volume that can be written
 //   qvimage/cxx/formats.hpp  the formats by signature and name
 //
-// It compiles with and without exceptions and RTTI, and adds nothing to what C code does: a row is one
-// call of the record's slot.
+// It compiles with and without exceptions and RTTI, and adds nothing to what C code does: a row is the
+// calls of the record's slots that C code makes.
 #pragma once
 
 #include <qvimage/cxx/chain.hpp>

@@ -21,6 +21,12 @@ class Values : public testing::Test {
   qv::image image_ = qv::over(frame_, {width, height}, 1, 12).value();
 };
 
+// A view is found by its place in its chain, and a file has one owner: neither is copied by mistake.
+static_assert(!std::is_copy_constructible_v<qv::view> && !std::is_constructible_v<qv::image, qv::view &>);
+static_assert(!std::is_assignable_v<qv::image &, qv::view &> && !std::is_copy_constructible_v<qv::file>);
+static_assert(std::is_nothrow_move_constructible_v<qv::tiff> &&
+              std::is_nothrow_move_constructible_v<qv::series>);
+
 TEST_F(Values, ImagesDescribeTheMemoryThatTheyAreOver) {
   EXPECT_EQ(image_.width(), width);
   EXPECT_EQ(image_.height(), height);

@@ -348,23 +348,6 @@ struct opener {
   }
 };
 
-// A file of one format.
-template <class Format, class Top>
-class opened : public basic_file<Top> {
- public:
-  // Opens a file. Fails with the codes of the format's read function, with path and reason.
-  static result<opened> open(path name, const opening &how = {}) noexcept {
-    opened made;
-    if (status s = opener<Top>::template open<Format>(made, name.c_str(), how); !s) return s;
-    return made;
-  }
-
-  // The open file, for C functions; null when none is open.
-  typename Format::handle *handle() const noexcept {
-    return static_cast<typename Format::handle *>(this->handle_);
-  }
-};
-
 // Opens a file of whatever format its first bytes tell.
 template <class Top>
 result<basic_file<Top>> open_any(const char *path, opening how) noexcept {
@@ -405,14 +388,31 @@ inline result<stack> open_stack(path name, const opening &how = {}) noexcept {
   return detail::open_any<::qvimage3>(name.c_str(), how);
 }
 
-// Files of one format: pictures, and stacks.
-using tiff = detail::opened<detail::of_tiff, ::qvimage>;
-using jpeg = detail::opened<detail::of_jpeg, ::qvimage>;
-using bmp = detail::opened<detail::of_bmp, ::qvimage>;
-using tiff_stack = detail::opened<detail::of_tiff, ::qvimage3>;
-using pnm = detail::opened<detail::of_pgm, ::qvimage3>;
-using fits = detail::opened<detail::of_fits, ::qvimage3>;
-using avi = detail::opened<detail::of_avi, ::qvimage3>;
+// A file of one format: tiff, jpeg, bmp; stacks: tiff_stack, pnm, fits, avi.
+template <class Format, class Top>
+class file_of : public basic_file<Top> {
+ public:
+  // Opens a file. Fails with the codes of the format's read function, with path and reason.
+  static result<file_of> open(path name, const opening &how = {}) noexcept {
+    file_of made;
+    if (status s = detail::opener<Top>::template open<Format>(made, name.c_str(), how); !s) return s;
+    return made;
+  }
+
+  // The open file, for C functions; null when none is open.
+  typename Format::handle *handle() const noexcept {
+    return static_cast<typename Format::handle *>(this->handle_);
+  }
+};
+
+// Pictures, and stacks.
+using tiff = file_of<detail::of_tiff, ::qvimage>;
+using jpeg = file_of<detail::of_jpeg, ::qvimage>;
+using bmp = file_of<detail::of_bmp, ::qvimage>;
+using tiff_stack = file_of<detail::of_tiff, ::qvimage3>;
+using pnm = file_of<detail::of_pgm, ::qvimage3>;
+using fits = file_of<detail::of_fits, ::qvimage3>;
+using avi = file_of<detail::of_avi, ::qvimage3>;
 
 // Pixels in a file without a header, read and written where they lie (qvimage/raw.h). What is written may
 // stay in the file's block until close(), which says what went wrong.

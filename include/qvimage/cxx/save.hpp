@@ -252,27 +252,23 @@ inline status refused(const format_sign &sign, const char *path, const saving &h
 
 }  // namespace detail
 
-// Writes the window of a picture, or all planes of a volume, as a file; sets up its runs. Fails with the
-// codes of the format's write function, QVERR_UNSUPPORTED where the name tells no format or the format has
-// no room for what is asked; a callback's answer that stopped it is the code.
-template <class Record, class F = no_progress>
-requires std::is_same_v<Record, ::qvimage> || std::is_same_v<Record, ::qvimage3> status
-save_record(Record &im, path name, const saving &how, F &progress) {
-  const char *const where = name.c_str();
-  const format_sign *const sign = format_of_name(where);
-  if (sign == nullptr) return detail::no_format(where);
-  if (status s = detail::refused(*sign, where, how, std::is_same_v<Record, ::qvimage3>); !s) return s;
-  return detail::with_progress(progress, [&] {
-    detail::job work = {where, how, detail::options_of(how)};
-    return status::of_work(detail::save_as(sign->id, work, &im), where);
-  });
-}
-
-// The same of an image, a chain, an open file.
+// Writes the window of a picture, or all planes of a volume, as a file: of an image, a chain, an open
+// file, whose runs are set up. Fails with the codes of the format's write function, with QVERR_UNSUPPORTED
+// where the name tells no format or the format has no room for what is asked; a callback's answer that
+// stopped it is the code.
 template <class Image, class F = no_progress>
 requires requires(Image &im) { im.record(); }
 status save(Image &&im, path name, const saving &how = {}, F &&progress = {}) {
-  return save_record(im.record(), name, how, progress);
+  const char *const where = name.c_str();
+  const format_sign *const sign = format_of_name(where);
+  if (sign == nullptr) return detail::no_format(where);
+  auto &record = im.record();
+  constexpr bool volume = std::is_same_v<decltype(record), ::qvimage3 &>;
+  if (status s = detail::refused(*sign, where, how, volume); !s) return s;
+  return detail::with_progress(progress, [&] {
+    detail::job work = {where, how, detail::options_of(how)};
+    return status::of_work(detail::save_as(sign->id, work, &record), where);
+  });
 }
 
 // Writes the window of a picture as raw pixels, in its own type, without a header (qvimage_filewrite).
