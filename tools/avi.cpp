@@ -22,17 +22,19 @@ namespace {
 constexpr char bitmaps[] = "DIB ", motion_jpeg[] = "MJPG";
 
 int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
-  return qvimage_aviinfo(info, path, nullptr, 0);
+  const int32_t code = qvimage_aviinfo(info, path, nullptr, 0);
+  if (code >= 0) info->palette = info->data.pixelhint == QVIM_HINT_INDEX;
+  return code;
 }
 
-int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+int32_t read_all(qvimage3 *image, qvimage *palette, void **handle, const char *path) {
   return with_handle<avihandle>(
-      handle, [&](avihandle **h) { return qvimage3_aviread(image, nullptr, h, path, nullptr, 0, 0); });
+      handle, [&](avihandle **h) { return qvimage3_aviread(image, palette, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, void **handle) {
+int32_t done_all(qvimage3 *image, qvimage *palette, void **handle) {
   return with_handle<avihandle>(handle,
-                                [&](avihandle **h) { return qvimage3_avireaddone(image, nullptr, h); });
+                                [&](avihandle **h) { return qvimage3_avireaddone(image, palette, h); });
 }
 
 bool is_motion_jpeg(const qvimagefileinfo &info) {
@@ -50,9 +52,26 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
 }
 
 constexpr option codec_option = {"--codec", "bitmaps|mjpg", "of AVI files; else IN's, or bitmaps"};
+constexpr option mjpeg_option = {"--mjpeg", "", "the same as --codec mjpg"};
 constexpr option rate_option = {"--rate", "N[,M]",
-                                "N frames in M seconds (M: 1) of AVI files; else IN's, or 25"};
-constexpr option writing_options[] = {codec_option, rate_option, quality_option};
+                                "N frames in M seconds (M: 1) of AVI files, also --fps; else IN's, or 25"};
+constexpr option writing_options[] = {codec_option, mjpeg_option, rate_option, quality_option};
+
+void set_rate(const std::string &text, qvimagefileinfo &info) {
+  if (const auto pair = numbers<int64_t>(text, ',', 1, INT32_MAX); pair && pair->size() <= 2) {
+    info.avi_ratenum = static_cast<uint32_t>(pair->front());
+    info.avi_rateden = pair->size() == 2 ? static_cast<uint32_t>(pair->back()) : 1;
+    return;
+  }
+  const auto one = numbers(text, ',', 0.001, 4e6);
+  if (!one || one->size() != 1)
+    throw usage_error("--rate takes N or N,M, numbers from 1 on, or one with a point, not " +
+                      printable(text));
+  uint32_t ratio[2];
+  set_ratio(ratio, one->front());
+  info.avi_ratenum = ratio[0];
+  info.avi_rateden = ratio[1];
+}
 
 void apply(const arguments &arguments, qvimagefileinfo &info) {
   apply_quality(arguments, info);
@@ -61,13 +80,8 @@ void apply(const arguments &arguments, qvimagefileinfo &info) {
     const char *const handlers[] = {bitmaps, motion_jpeg};
     std::memcpy(info.avi_handler, handlers[chosen(codec_option, *codec)], 4);
   }
-  const auto rate = arguments.value(rate_option.name);
-  if (!rate) return;
-  const auto found = numbers<int64_t>(*rate, ',', 1, INT32_MAX);
-  if (!found || found->size() > 2)
-    throw usage_error("--rate takes N or N,M, numbers from 1 on, not " + printable(*rate));
-  info.avi_ratenum = static_cast<uint32_t>(found->front());
-  info.avi_rateden = found->size() == 2 ? static_cast<uint32_t>(found->back()) : 1;
+  if (arguments.has(mjpeg_option.name)) std::memcpy(info.avi_handler, motion_jpeg, 4);
+  if (const auto rate = arguments.value(rate_option.name)) set_rate(*rate, info);
 }
 
 class avi_writer : public serial_writer {
@@ -79,8 +93,6 @@ class avi_writer : public serial_writer {
  private:
   int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
     constexpr uint32_t extended = 2;  // of any length
-    if (image->d.pixies > 1 && !is_rgb(image->d.pixelhint))
-      refuse("AVI files hold grey or RGB pixels (--colour makes them)");
     return qvimage_aviwriteinit(nullptr, &handle_, path(), nullptr, image, 0, nullptr, palette, &options, 0,
                                 palette != nullptr && red_first(palette),
                                 static_cast<uint32_t>(std::min<int64_t>(pages_, INT32_MAX)), extended);
@@ -112,6 +124,7 @@ const file_format avi_format = {qv::sign_of(qv::format::avi),
                                 true,
                                 writing_options,
                                 apply,
+                                {"AVI files", is_bitmap, bitmap_types, "--bits 8", true, true},
                                 create};
 
 }  // namespace tool

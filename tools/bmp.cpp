@@ -20,8 +20,8 @@ constexpr uint32_t colour_palette = 1;                  // of bmp_palettekind
 constexpr uint32_t unit_inch = 2, unit_centimetre = 3;  // of resunit
 constexpr double inches_a_metre = 1 / 0.0254;
 
-int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
-  const int32_t code = qvimage_bmpinfo(info, path, nullptr, 0, 0);
+int32_t described(qvimagefileinfo *info, const char *path, bool icon) {
+  const int32_t code = qvimage_bmpinfo(info, path, nullptr, 0, icon);
   if (code < 0) return code;
   info->palette = info->bmp_palettekind == colour_palette;
   if (info->bmp_xppm <= 0 || info->bmp_yppm <= 0) return code;
@@ -32,9 +32,19 @@ int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   return code;
 }
 
+int32_t info(qvimagefileinfo *info, const char *path, int64_t) { return described(info, path, false); }
+int32_t icon_info(qvimagefileinfo *info, const char *path, int64_t) { return described(info, path, true); }
+
+int32_t opened(qvimage *image, qvimage *palette, void **handle, const char *path, bool icon) {
+  return with_handle<bmphandle>(handle, [&](bmphandle **h) {
+    return qvimage_bmpread(image, palette, h, path, nullptr, 0, 1, 0, icon);
+  });
+}
 int32_t read(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t) {
-  return with_handle<bmphandle>(
-      handle, [&](bmphandle **h) { return qvimage_bmpread(image, palette, h, path, nullptr, 0, 1, 0, 0); });
+  return opened(image, palette, handle, path, false);
+}
+int32_t read_icon(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t) {
+  return opened(image, palette, handle, path, true);
 }
 
 int32_t done(qvimage *image, qvimage *palette, void **handle) {
@@ -44,6 +54,7 @@ int32_t done(qvimage *image, qvimage *palette, void **handle) {
 
 bool coded(const qvimagefileinfo &) { return false; }
 std::string kind(const qvimagefileinfo &) { return "BMP"; }
+std::string icon_kind(const qvimagefileinfo &) { return "ICO"; }
 std::vector<fact> facts(const qvimagefileinfo &) { return {}; }
 
 void apply(const arguments &, qvimagefileinfo &info) { set_pixels_a_metre(info); }
@@ -56,9 +67,6 @@ class bmp_writer : public serial_writer {
   int32_t begin(qvimage *, qvimage *, qvimagefileinfo &) override { return 0; }
   int32_t page(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
     if (written_) refuse("a BMP file holds one page (--pages chooses it)");
-    const int32_t hint = image->d.pixelhint;
-    if (image->d.pixies > 1 && !is_rgb(hint))
-      refuse("BMP files hold grey or RGB pixels (--colour makes them)");
     written_ = true;
     return qvimage_bmpwrite(progress::callback, image, palette, path(), "w+b", 0, &options, red_first(image),
                             palette != nullptr && red_first(palette), 0);
@@ -73,6 +81,11 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 }
 
 }  // namespace
+
+bool is_bitmap(const qvimagedata &data) {
+  if (data.pixietype >= QVIM_FLOAT32) return false;
+  return data.i_bitsused == 8 || (data.pixies == 1 && (data.i_bitsused == 1 || data.i_bitsused == 4));
+}
 
 void set_pixels_a_metre(qvimagefileinfo &info) {
   const double a_metre = info.resunit == unit_inch         ? inches_a_metre
@@ -93,6 +106,20 @@ const file_format bmp_format = {qv::sign_of(qv::format::bmp),
                                 true,
                                 {},
                                 apply,
+                                {"BMP files", is_bitmap, bitmap_types, "--bits 8", true, true},
                                 create};
+
+const file_format ico_format = {qv::sign_of(qv::format::ico),
+                                {icon_info, nullptr, qvimage_bmpinfodone, read_icon, done, nullptr, nullptr},
+                                nullptr,
+                                coded,
+                                icon_kind,
+                                facts,
+                                0,
+                                false,
+                                {},
+                                apply,
+                                {},
+                                nullptr};
 
 }  // namespace tool

@@ -37,6 +37,16 @@ void chain::refuse(int32_t code, const std::string &reason) const {
   throw failure(file_, code, where_ + ": " + reason);
 }
 
+void recolour(chain &chain, int32_t hint) {
+  const qvimagedata old = chain.top()->d;
+  if (old.pixelhint == hint) return;
+  // There is a way between RGB and everything else, and none beside it.
+  if (!is_rgb(old.pixelhint) && !is_rgb(hint)) recolour(chain, QVIM_HINT_RGB);
+  chain.put([=](qvimage *view, qvimage *source) { return qvimage_colorconverter(view, source, hint, 0); },
+            describe_type(old) + " " + describe_colour(old) +
+                formatted(" pixels of %d components", old.pixies) + " have no such colours");
+}
+
 namespace {
 
 constexpr int32_t invalid_dimensions = -52;
@@ -175,16 +185,6 @@ step component(const std::string &text, values) {
 
 constexpr int32_t colours[] = {QVIM_HINT_RGB,  QVIM_HINT_BGR, QVIM_HINT_GREY, QVIM_HINT_CMY,
                                QVIM_HINT_CMYK, QVIM_HINT_BSH, QVIM_HINT_YCRCB};
-
-void recolour(chain &chain, int32_t hint) {
-  const qvimagedata old = chain.top()->d;
-  if (old.pixelhint == hint) return;
-  // There is a way between RGB and everything else, and none beside it.
-  if (!is_rgb(old.pixelhint) && !is_rgb(hint)) recolour(chain, QVIM_HINT_RGB);
-  chain.put([=](qvimage *view, qvimage *source) { return qvimage_colorconverter(view, source, hint, 0); },
-            describe_type(old) + " " + describe_colour(old) +
-                formatted(" pixels of %d components", old.pixies) + " have no such colours");
-}
 
 step colour(const std::string &text, values) {
   const int32_t hint = colours[chosen(colour_option, text)];

@@ -62,6 +62,9 @@ std::vector<option> step_options_of_convert();
 // Brings a page's first row to the top and its first column to the left; orientations from 1 to 8.
 step turned_upright(int orientation);
 
+// The colours of a hint, which the pixels have already, or are converted to.
+void recolour(chain &chain, int32_t hint);
+
 // Whether floating-point values are the same numbers as integers, or 0 to 1 stand for all that a pixie holds.
 enum real_values : uint8_t { same_numbers = 0, from_0_to_1 = 1 };
 

@@ -14,9 +14,9 @@ namespace {
   throw usage_error(what + " (see qvimage " + std::string(command.name) + " --help)");
 }
 
-// Names as Americans spell them.
-constexpr std::pair<std::string_view, std::string_view> spellings[] = {{"--color", "--colour"},
-                                                                       {"--normalize", "--normalise"}};
+// Names as Americans spell them, and as other programs call them.
+constexpr std::pair<std::string_view, std::string_view> spellings[] = {
+    {"--color", "--colour"}, {"--normalize", "--normalise"}, {"--fps", "--rate"}};
 
 const option &find(const command &command, std::span<const option> known, std::string_view name) {
   for (const auto &[other, ours] : spellings) {

@@ -12,13 +12,15 @@
 #include "format.hpp"
 #include "interrupt.hpp"
 #include "mean.hpp"
+#include "operand.hpp"
+#include "output.hpp"
 #include "pages.hpp"
 #include "parallel.hpp"
 #include "pixels.hpp"
 #include "progress.hpp"
 #include "settings.hpp"
-#include "target.hpp"
 #include "text.hpp"
+#include "words.hpp"
 
 namespace tool {
 
@@ -26,6 +28,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr option format_option = {"--format", "NAME",
+                                  "OUT's: tiff, jpeg, pnm, bmp, fits, avi or raw; else by its name"};
 constexpr option append_option = {"--append", "", "add the pages to OUT, if it exists, behind its own"};
 constexpr option drop_alpha_option = {"--drop-alpha", "", "of RGB with alpha write the RGB"};
 constexpr option upright_option = {"--upright", "", "turn and mirror pages as their Orientation says"};
@@ -74,11 +78,20 @@ class losses {
   std::vector<std::string> names_;
 };
 
+// For files that take three components for red, green and blue.
+step red_brought_first() {
+  return {[](chain &chain) {
+            const int32_t hint = chain.top()->d.pixelhint;
+            if (blue_first(hint)) recolour(chain, hint == QVIM_HINT_BGR ? QVIM_HINT_RGB : QVIM_HINT_RGBPAD);
+          },
+          true};
+}
+
 class conversion {
  public:
-  conversion(const arguments &arguments, const file_format &format)
-      : in_(arguments.operand(0)),
-        out_(arguments.operand(1)),
+  conversion(const arguments &arguments, const operand &out, const file_format &format, bool appends)
+      : out_(out),
+        shown_(out.standard() ? "standard output" : out.word(out.path)),
         format_(format),
         settings_(arguments, format),
         steps_(steps_of(arguments)),
@@ -86,32 +99,16 @@ class conversion {
         drops_alpha_(arguments.has(drop_alpha_option.name)),
         takes_component_(arguments.has(component_option.name)),
         upright_(arguments.has(upright_option.name)),
-        input_(in_, chosen_threads(arguments)),
-        pages_(chosen_pages(arguments, in_, input_.of(0).pages())) {}
+        appends_(appends),
+        input_(inputs(arguments), chosen_threads(arguments)),
+        pages_(chosen_pages(arguments, arguments.operand(0), input_.of(0).pages())) {}
 
   const losses &lost() const { return lost_; }
 
-  // Beside the target under a temporary name, then renamed.
-  void write_new() {
-    target target(out_);
-    write(target.temporary(), false);
-    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
-    target.keep();
-  }
-
-  // In the target itself: a page becomes part of the file when it is complete.
-  void append() {
-    std::error_code ignored;
-    if (fs::equivalent(in_, out_, ignored))
-      throw failure(out_, QVERR_USAGE, "a file cannot be appended to itself");
-    write(out_, true);
-  }
-
- private:
-  void write(const std::string &path, bool append) {
+  void write() {
     const int64_t count = mean_ ? 1 : pages_.count();
     progress progress(count);
-    const auto writer = format_.create(path, out_, append, count);
+    const auto writer = appends_ ? open_append(out_, format_, count) : open_output(out_, format_, count);
     const int64_t last = mean_ ? pages_.first : pages_.last;
     for (int64_t page = pages_.first; page <= last; page++) {
       progress.next_unit();
@@ -119,6 +116,11 @@ class conversion {
       if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
     }
     writer->finish();
+  }
+
+ private:
+  static std::vector<std::string> inputs(const arguments &arguments) {
+    return {arguments.operands().begin(), arguments.operands().end() - 1};
   }
 
   void write_page(writer &writer, int64_t number) {
@@ -135,69 +137,95 @@ class conversion {
     });
     const std::span<const step> before(steps.begin(), reordering), after(reordering, steps.end());
     std::unique_ptr<pixels> page = opened(number, before), turned;
-    if (!after.empty()) turned = kept_in_scratch(*page, out_, after, in_, where(number));
+    if (!after.empty()) turned = kept_in_scratch(*page, beside(), after, where(number));
     pixels &result = turned ? *turned : *page;
+    check_held(format_, shown_, result.data(), result.palette() != nullptr);
     if (result.transposed()) settings_.exchange_resolution(options);
     writer.add(result, page->palette(), options, coded || mean_ || !steps.empty());
   }
 
   // What the page itself asks for comes before what the command line does.
-  std::vector<step> steps_for(const page_notes &notes, int64_t number) const {
+  std::vector<step> steps_for(const page_notes &notes, int64_t number) {
     std::vector<step> steps;
     if (notes.alpha && !takes_component_) {
       if (!drops_alpha_)
-        throw failure(in_, QVERR_UNSUPPORTED,
-                      where(number) + ": RGB with alpha is not written (--drop-alpha writes the RGB)");
+        throw failure(where(number).file, QVERR_UNSUPPORTED,
+                      where(number).page + ": RGB with alpha is not written (--drop-alpha writes the RGB)");
       steps.push_back(alpha_dropped());
     }
     if (upright_ && notes.orientation != 1) steps.push_back(turned_upright(notes.orientation));
     steps.insert(steps.end(), steps_.begin(), steps_.end());
+    if (format_.holds.red_first) steps.push_back(red_brought_first());
     return steps;
   }
 
-  std::string where(int64_t number) const {
-    return mean_ ? "the mean" : formatted("page %lld", static_cast<long long>(number + 1));
+  place where(int64_t number) {
+    place found = input_.of(0).where(number);
+    if (mean_) found.page = "the mean";
+    return found;
+  }
+
+  // Where room for pixels may be made.
+  std::string beside() const {
+    return out_.standard() ? fs::temp_directory_path() / "-" : fs::path(out_.path);
   }
 
   std::unique_ptr<pixels> opened(int64_t number, std::span<const step> steps) {
     if (mean_) {
-      const auto mean = [this](unsigned) { return mean_of(input_.of(0), pages_, in_, out_); };
-      return std::make_unique<pixels>(1, mean, steps, in_, where(number));
+      const auto mean = [this](unsigned) { return mean_of(input_.of(0), pages_, beside()); };
+      return std::make_unique<pixels>(1, mean, steps, where(number));
     }
     const bool keeps_palette = std::ranges::all_of(steps_, &step::keeps_palette);
     return std::make_unique<pixels>(input_, number, keeps_palette ? colour_map::kept : colour_map::applied,
                                     steps);
   }
 
-  const std::string in_, out_;
+  const operand out_;
+  const std::string shown_;
   const file_format &format_;
   settings settings_;
   const std::vector<step> steps_;
-  const bool mean_, drops_alpha_, takes_component_, upright_;
+  const bool mean_, drops_alpha_, takes_component_, upright_, appends_;
   losses lost_;
   documents input_;
   const page_range pages_;
 };
 
+// Something to append to must be there; where it is not, a file is made.
+bool appends(const arguments &arguments, const operand &out) {
+  if (!arguments.has(append_option.name)) return false;
+  if (out.standard() || out.numbered) throw usage_error("--append takes one file");
+  std::error_code ignored;
+  if (!fs::exists(out.path, ignored)) return false;
+  for (size_t i = 0; i + 1 < arguments.operands().size(); i++) {
+    if (fs::equivalent(operand_of(arguments.operand(i)).path, out.path, ignored))
+      throw failure(out.path, QVERR_USAGE, "a file cannot be appended to itself");
+  }
+  return true;
+}
+
+const file_format &format_of(const arguments &arguments, const operand &out, bool appends) {
+  if (out.format != nullptr) return *out.format;
+  if (const auto name = arguments.value(format_option.name)) return format_named(*name);
+  if (appends) return format_of_content(out.path, out.path);
+  if (out.standard())
+    throw usage_error("--format tells the format of the standard output, or a name like pnm:-");
+  return format_of_name(out.path);
+}
+
 int run(const arguments &arguments) {
   const interrupts_noted noted;
-  std::error_code ignored;
-  const std::string &out = arguments.operand(1);
-  const bool appends = arguments.has(append_option.name) && fs::exists(out, ignored);
-  const file_format &format = appends ? format_of_content(out) : format_of_name(out);
-  conversion conversion(arguments, format);
-  if (appends) {
-    conversion.append();
-  } else {
-    conversion.write_new();
-  }
+  const operand out = operand_of(arguments.operands().back());
+  const bool appending = appends(arguments, out);
+  conversion conversion(arguments, out, format_of(arguments, out, appending), appending);
+  conversion.write();
   if (!arguments.has(quiet_option.name)) conversion.lost().tell(arguments.operand(0));
   return fine;
 }
 
 std::vector<option> options() {
-  std::vector<option> all = {pages_option,   append_option, mean_option,   drop_alpha_option,
-                             upright_option, quiet_option,  threads_option};
+  std::vector<option> all = {format_option,     pages_option,   append_option, mean_option,
+                             drop_alpha_option, upright_option, quiet_option,  threads_option};
   for (const std::vector<option> &more :
        {step_options_of_convert(),
         {description_option, software_option, copyright_option, resolution_option},
@@ -210,16 +238,21 @@ std::vector<option> options() {
 
 const command convert_command = {
     "convert",
-    "IN OUT",
+    "IN... OUT",
     "write pages into another file",
     "Writes the pages of IN to OUT, in the format that the end of its name tells. What no option changes "
-    "stays as "
-    "it is in IN: compression, resolution, strings, version, palettes; what of it is left behind is named. "
-    "Pages are counted from 1. An existing OUT is replaced when the new file is complete; after a failure or "
-    "an "
-    "interrupt it is what it was.",
+    "stays as it is in IN: compression, resolution, strings, version, palettes; what of it is left behind is "
+    "named. Pages are counted from 1, on through several INs. An existing OUT is replaced when the new file "
+    "is "
+    "complete; after a failure or an interrupt it is what it was.\n\nA file may also be the standard input "
+    "or "
+    "output, - or, say, pnm:-; a numbered series of files, frames-????.tif or series:img????.tif:1-500 "
+    "(quote "
+    "the pattern), a page a file when written; or bare pixels, "
+    "raw:FILE:WxH[xN]:TYPE[xC][:BITS][:le|be][@OFFSET], "
+    "where TYPE is u8, u16, u32, u64, f32 or f64.",
     2,
-    2,
+    SIZE_MAX,
     options,
     run};
 

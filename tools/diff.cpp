@@ -74,7 +74,8 @@ std::string shape(const qvimagefileinfo &info) {
 
 class comparison {
  public:
-  comparison(const std::string &a, const std::string &b, unsigned threads) : a_(a, threads), b_(b, threads) {}
+  comparison(const std::string &a, const std::string &b, unsigned threads)
+      : a_({a}, threads), b_({b}, threads) {}
 
   bool equal() {
     const int64_t pages[2] = {a_.of(0).pages(), b_.of(0).pages()}, common = std::min(pages[0], pages[1]);

@@ -9,6 +9,7 @@
 
 #include "failure.hpp"
 #include "format.hpp"
+#include "operand.hpp"
 
 namespace tool {
 
@@ -20,6 +21,8 @@ class page {
   alignas(8) qvimage palette;  // of an index image; else a null image
   bool has_palette = false;
   std::shared_ptr<const void> kept;  // what the palette stands over, if it is not the file
+  std::shared_ptr<const void>
+      held_open;  // what stays open while the page does, if its document does not see to it
 
  protected:
   page();
@@ -50,63 +53,49 @@ struct description {
   std::optional<failure> refused;  // why its pixels are not read
 };
 
-// Descriptions of pages, fetched many at a time: every call of the library walks the file's chain of pages.
-class descriptions {
- public:
-  descriptions(const reader &reader, std::string path) : reader_(reader), path_(std::move(path)) {}
-  ~descriptions() { clear(); }
-  descriptions(const descriptions &) = delete;
-  descriptions &operator=(const descriptions &) = delete;
-
-  // Throws a failure when the file says nothing of the page.
-  const description &at(int64_t page);
-
- private:
-  static constexpr int64_t at_once = 1024;
-  void clear();
-  void fetch(int64_t page);
-  int64_t fetch_many(int64_t page);
-
-  const reader &reader_;
-  const std::string path_;
-  std::vector<description> held_;
-  int64_t first_ = 0;
-  int64_t bad_until_ = 0;  // pages before this are fetched one by one
+// Where a page is, for messages.
+struct place {
+  std::string file;
+  std::string page;  // "page 3"
 };
 
-class stack;
-
-// Pages are counted from 0 here and from 1 in front of people. Everything throws failures that name the file
-// and the page.
+// One file, or several whose pages follow each other. Pages are counted from 0 here and from 1 in front of
+// people. Everything throws failures that name the file and the page.
 class document {
  public:
-  document(const std::string &path, const file_format &format);
-  ~document();
+  virtual ~document() = default;
+  document(const document &) = delete;
+  document &operator=(const document &) = delete;
 
-  const file_format &format() const { return format_; }
   int64_t pages() const { return pages_; }
+  virtual const file_format &format(int64_t page) const = 0;
+  const file_format &format() const { return format(0); }
+  virtual place where(int64_t page) const = 0;
   // Both are valid until the next call. info throws the refusal of a page whose pixels are not read.
-  const description &describe(int64_t page);
-  const description &describe_first() { return describe(first_described_); }  // that tells anything
+  virtual const description &describe(int64_t page) = 0;
+  virtual const description &describe_first() = 0;  // that tells anything
   const qvimagefileinfo &info(int64_t page);
-  page_notes notes(int64_t page);
-  bool coded(int64_t page) { return format_.coded(info(page)); }
-  // The page may be used as long as the document lives.
-  std::unique_ptr<page> open(int64_t number, colour_map colours);
-  // Pages first to last, which must be alike.
-  std::unique_ptr<volume> open_volume(int64_t first, int64_t last);
+  virtual page_notes notes(int64_t page) = 0;
+  bool coded(int64_t page) { return format(page).coded(info(page)); }
+  virtual std::unique_ptr<page> open(int64_t number, colour_map colours) = 0;
+  // Pages first to last as planes, where the format gives them so; else null. They have to be alike.
+  virtual std::unique_ptr<volume> open_volume(int64_t first, int64_t last) = 0;
+  void check_alike(int64_t first, int64_t last, int64_t model);  // like the model
+  // The same once more, for another thread. Other threads may use this one meanwhile.
+  virtual std::unique_ptr<document> again() const = 0;
 
- private:
-  int64_t count_pages();
-  const std::string path_;
-  const file_format &format_;
-  descriptions descriptions_;
-  int64_t first_described_ = 0;
-  int64_t pages_;
-  std::unique_ptr<page_extras> extras_;
-  std::unique_ptr<stack> stack_;
+ protected:
+  document() = default;
+  void check_number(int64_t page) const;
+  int64_t pages_ = 0;
 };
 
-std::unique_ptr<document> open_document(const std::string &path);
+// What a word of the command line stands for (operand.hpp).
+std::unique_ptr<document> open_document(const std::string &word);
+// The pages of several, one behind the other.
+std::unique_ptr<document> open_documents(const std::vector<std::string> &words);
+
+// One file.
+std::unique_ptr<document> open_file(const source &file);
 
 }  // namespace tool

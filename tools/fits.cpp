@@ -25,12 +25,12 @@ int64_t info_many(qvimagefileinfo *infos, int64_t count, const char *path, int64
   return found;
 }
 
-int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
   return with_handle<fitshandle>(
       handle, [&](fitshandle **h) { return qvimage3_fitsread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, void **handle) {
+int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
   return with_handle<fitshandle>(handle,
                                  [&](fitshandle **h) { return qvimage3_fitsreaddone(image, nullptr, h); });
 }
@@ -54,6 +54,8 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
   return facts;
 }
 
+bool is_held(const qvimagedata &data) { return data.pixietype != QVIM_UINT64; }
+
 void apply(const arguments &, qvimagefileinfo &info) { info.fts_comment = info.description; }
 
 class fits_writer : public serial_writer {
@@ -63,8 +65,7 @@ class fits_writer : public serial_writer {
   ~fits_writer() override { end(); }
 
  private:
-  int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
-    if (palette != nullptr) refuse("FITS files have no palettes (--colour rgb applies one)");
+  int32_t begin(qvimage *image, qvimage *, qvimagefileinfo &options) override {
     constexpr int64_t no_frames = -1;
     const qvywindow window = image->wind;
     return qvimage_fitswriteinit(&handle_, &window, nullptr, image, path(), nullptr, 0,
@@ -98,6 +99,7 @@ const file_format fits_format = {
     true,
     {},
     apply,
+    {"FITS files", is_held, "integers of up to 32 bits and floating-point numbers", "--bits 32"},
     create};
 
 }  // namespace tool

@@ -30,8 +30,9 @@ struct reader {
   void (*info_done)(qvimagefileinfo *info);
   int32_t (*read)(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page);
   int32_t (*done)(qvimage *image, qvimage *palette, void **handle);
-  int32_t (*read_all)(qvimage3 *image, void **handle, const char *path);
-  int32_t (*done_all)(qvimage3 *image, void **handle);
+  // The palette is null, or receives the one that all pages have.
+  int32_t (*read_all)(qvimage3 *image, qvimage *palette, void **handle, const char *path);
+  int32_t (*done_all)(qvimage3 *image, qvimage *palette, void **handle);
 };
 
 // What a page says beside its pixels and what qvimagefileinfo has room for.
@@ -78,6 +79,15 @@ enum text : unsigned {
   all_texts = 15
 };
 
+// Which pixels a format's files hold, for those that do not hold every kind.
+struct holdings {
+  const char *files = nullptr;                  // "BMP files"
+  bool (*type)(const qvimagedata &) = nullptr;  // null: any
+  const char *types = "", *way = "";            // those of `type`, and the option that makes such
+  bool palettes = false, grey_or_rgb = false;
+  bool red_first = false;  // colours are taken as red, green, blue whatever they are called
+};
+
 struct file_format {
   const qv::format_sign &sign;  // name, suffixes, signature
   reader read;
@@ -91,14 +101,20 @@ struct file_format {
   // usage_error.
   std::span<const option> options;
   void (*apply)(const arguments &arguments, qvimagefileinfo &info);
+  holdings holds;
   // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
-  // `pages` are how many will be written.
+  // `pages` are how many will be written. Null: files are only read.
   std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append,
                                     int64_t pages);
 };
 
-const file_format &format_of_content(const std::string &path);  // throws a failure that tells what it is not
-const file_format &format_of_name(const std::string &path);     // by the suffix; throws usage_error
+// Throws a failure that tells what it is not.
+const file_format &format_of_content(const std::string &path, const std::string &shown);
+const file_format &format_of_name(const std::string &path);  // by the suffix; throws usage_error
+const file_format &format_named(const std::string &name);    // "tiff", in small letters; throws usage_error
+
+// Throws a failure that says what the format holds, when it does not hold such pixels.
+void check_held(const file_format &format, const std::string &shown, const qvimagedata &data, bool palette);
 
 // The options of all formats; those given that are another format's throw usage_error.
 std::vector<option> options_of_formats();

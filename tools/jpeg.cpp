@@ -50,6 +50,7 @@ int32_t done(qvimage *image, qvimage *, void **handle) {
   return with_handle<jpegcontext>(handle, [&](jpegcontext **c) { return qvimage_jpegreaddone(image, c); });
 }
 
+bool has_8_bits(const qvimagedata &data) { return data.pixietype == QVIM_UINT8 && data.i_bitsused == 8; }
 bool coded(const qvimagefileinfo &) { return true; }
 std::string kind(const qvimagefileinfo &) { return "JPEG"; }
 
@@ -77,8 +78,8 @@ class jpeg_writer : public writer {
  public:
   jpeg_writer(std::string path, std::string shown) : path_(std::move(path)), shown_(std::move(shown)) {}
 
-  void add(pixels &page, qvimage *palette, qvimagefileinfo &options, bool) override {
-    check(page.data(), palette);
+  void add(pixels &page, qvimage *, qvimagefileinfo &options, bool) override {
+    if (written_) throw failure(shown_, QVERR_UNSUPPORTED, "a JPEG file holds one page (--pages chooses it)");
     jpegcontext *context = nullptr;
     const std::vector<uint32_t> firsts = first_rows(page);
     const auto bands = static_cast<uint32_t>(firsts.size() - 1);
@@ -101,18 +102,6 @@ class jpeg_writer : public writer {
   void finish() override {}
 
  private:
-  void check(const qvimagedata &data, const qvimage *palette) const {
-    if (written_) refuse("a JPEG file holds one page (--pages chooses it)");
-    if (palette != nullptr) refuse("JPEG files have no palettes (--colour rgb applies one)");
-    if (data.pixietype != QVIM_UINT8 || data.i_bitsused != 8)
-      refuse("JPEG files hold 8-bit samples, not " + describe_type(data) + " ones (--bits 8 makes them)");
-    const bool colours = data.pixies == 3 || data.pixies == 4;
-    if (data.pixies != 1 && !(colours && is_rgb(data.pixelhint) && !blue_first(data.pixelhint)))
-      refuse("JPEG files hold grey or RGB pixels (--colour makes them)");
-  }
-
-  [[noreturn]] void refuse(const std::string &why) const { throw failure(shown_, QVERR_UNSUPPORTED, why); }
-
   // Of the bands, one for each thread, and the end of the last. Blocks have eight rows.
   static std::vector<uint32_t> first_rows(pixels &page) {
     const auto height = static_cast<uint64_t>(page.height());
@@ -172,6 +161,7 @@ const file_format jpeg_format = {qv::sign_of(qv::format::jpeg),
                                  true,
                                  writing_options,
                                  apply,
+                                 {"JPEG files", has_8_bits, "8-bit samples", "--bits 8", false, true, true},
                                  create};
 
 }  // namespace tool

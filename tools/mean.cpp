@@ -4,8 +4,8 @@
 #include <qvimage/views.h>
 
 #include "failure.hpp"
+#include "gathered.hpp"
 #include "text.hpp"
-#include "unpacked.hpp"
 #include "words.hpp"
 
 namespace tool {
@@ -42,11 +42,11 @@ bool any_compressed(document &document, const page_range &pages) {
 
 }  // namespace
 
-std::unique_ptr<page> mean_of(document &document, const page_range &pages, const std::string &in,
-                              const std::string &out) {
-  auto volume = document.open_volume(pages.first, pages.last);
-  if (has_mean(volume->image.d) && any_compressed(document, pages)) volume = unpacked(*volume, in, out);
-  return std::make_unique<mean_page>(std::move(volume), in);
+std::unique_ptr<page> mean_of(document &document, const page_range &pages, const std::string &out) {
+  const bool unpacks = has_mean(document.info(pages.first).data) && any_compressed(document, pages);
+  auto volume = unpacks ? nullptr : document.open_volume(pages.first, pages.last);
+  if (volume == nullptr) volume = gathered(document, pages, out);
+  return std::make_unique<mean_page>(std::move(volume), document.where(pages.first).file);
 }
 
 }  // namespace tool

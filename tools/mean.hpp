@@ -11,10 +11,9 @@
 
 namespace tool {
 
-// `in` is the document's name for messages; compressed pages are unpacked beside `out`. Pages that are not
-// alike, and pixels that have no mean, are refused.
-std::unique_ptr<page> mean_of(document &document, const page_range &pages, const std::string &in,
-                              const std::string &out);
+// Compressed pages, and those of several files, are unpacked beside `out`. Pages that are not alike, and
+// pixels that have no mean, are refused.
+std::unique_ptr<page> mean_of(document &document, const page_range &pages, const std::string &out);
 
 constexpr option mean_option = {"--mean", "", "the mean of the pages as one page, before other options"};
 

@@ -40,11 +40,13 @@ class memory_page : public page {
 
 }  // namespace
 
-documents::documents(std::string path, unsigned threads) : path_(std::move(path)), open_(threads) {}
+documents::documents(const std::vector<std::string> &words, unsigned threads) : open_(threads) {
+  open_[0] = open_documents(words);
+}
 
 document &documents::of(unsigned thread) {
   std::unique_ptr<document> &mine = open_[thread];
-  if (mine == nullptr) mine = open_document(path_);
+  if (mine == nullptr) mine = open_[0]->again();
   return *mine;
 }
 
@@ -53,12 +55,11 @@ pixels::thread_view::thread_view(std::unique_ptr<tool::page> opened, const pixel
   for (const step &step : pixels.steps_) step.take(chain);
 }
 
-pixels::pixels(unsigned threads, opener open, std::span<const step> steps, std::string file,
-               std::string where)
+pixels::pixels(unsigned threads, opener open, std::span<const step> steps, place where)
     : open_(std::move(open)),
       steps_(steps),
-      file_(std::move(file)),
-      where_(std::move(where)),
+      file_(std::move(where.file)),
+      where_(std::move(where.page)),
       views_(threads),
       threads_(worth_threads(image(0)) ? threads : 1) {}
 
@@ -68,7 +69,7 @@ pixels::pixels(documents &documents, int64_t number, colour_map colours, std::sp
           [&documents, number, colours](unsigned thread) {
             return documents.of(thread).open(number, colours);
           },
-          steps, documents.path(), formatted("page %lld", static_cast<long long>(number + 1))) {}
+          steps, documents.of(0).where(number)) {}
 
 pixels::thread_view &pixels::view(unsigned thread) {
   std::unique_ptr<thread_view> &mine = views_[thread];
@@ -107,7 +108,7 @@ void pixels::blame(unsigned thread, int64_t row) {
 }
 
 std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside, std::span<const step> steps,
-                                        std::string file, std::string where) {
+                                        place where) {
   const qvimagedata data = from.data();
   const qvimagehints hints = from.image(0)->h;
   const int32_t size[2] = {from.width(), from.height()};
@@ -126,13 +127,13 @@ std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside,
         const int32_t both[2] = {width, height};
         return std::make_unique<memory_page>(room, both, data, hints);
       },
-      steps, std::move(file), std::move(where));
+      steps, std::move(where));
 }
 
 std::unique_ptr<pixels> read_ahead(pixels &page, const std::string &beside) {
   if (page.threads() == 1 || page.row_bytes() * static_cast<size_t>(page.height()) > most_memory)
     return nullptr;
-  return kept_in_scratch(page, beside, {}, beside, "the page");
+  return kept_in_scratch(page, beside, {}, {beside, "the page"});
 }
 
 }  // namespace tool

@@ -15,16 +15,14 @@
 
 namespace tool {
 
-// A document for each thread, opened at the thread's first call.
+// A document for each thread: the first one, and others opened at their thread's first call.
 class documents {
  public:
-  documents(std::string path, unsigned threads);
+  documents(const std::vector<std::string> &words, unsigned threads);
   document &of(unsigned thread);
-  const std::string &path() const { return path_; }
   unsigned threads() const { return static_cast<unsigned>(open_.size()); }
 
  private:
-  const std::string path_;
   std::vector<std::unique_ptr<document>> open_;
 };
 
@@ -33,8 +31,7 @@ class pixels {
  public:
   using opener = std::function<std::unique_ptr<page>(unsigned thread)>;
 
-  // `file` and `where` are for messages.
-  pixels(unsigned threads, opener open, std::span<const step> steps, std::string file, std::string where);
+  pixels(unsigned threads, opener open, std::span<const step> steps, place where);
   pixels(documents &documents, int64_t page, colour_map colours, std::span<const step> steps);
 
   // How many threads are worth while for so many pixels.
@@ -71,7 +68,7 @@ class pixels {
 
 // All pixels of an image kept where each can be reached at once: what --rotate needs.
 std::unique_ptr<pixels> kept_in_scratch(pixels &from, const std::string &beside, std::span<const step> steps,
-                                        std::string file, std::string where);
+                                        place where);
 
 // For what writes on one thread: pixels that fit into memory, read by several threads before. Null where one
 // thread does as well.

@@ -26,12 +26,12 @@ int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   return code;
 }
 
-int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
   return with_handle<pgmhandle>(
       handle, [&](pgmhandle **h) { return qvimage3_pgmread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, void **handle) {
+int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
   return with_handle<pgmhandle>(handle,
                                 [&](pgmhandle **h) { return qvimage3_pgmreaddone(image, nullptr, h); });
 }
@@ -49,16 +49,17 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
 
 void apply(const arguments &, qvimagefileinfo &) {}
 
+bool is_short(const qvimagedata &data) { return data.pixietype < QVIM_FLOAT32 && data.i_bitsused <= 16; }
+
 // Frames behind one header, all alike.
 class pnm_writer : public serial_writer {
  public:
   pnm_writer(const std::string &file, const std::string &shown, bool append)
-      : serial_writer(file, shown), frames_(append ? open_document(file)->pages() : 0) {}
+      : serial_writer(file, shown), frames_(append ? open_file({file, shown, &pnm_format})->pages() : 0) {}
   ~pnm_writer() override { end(); }
 
  private:
-  int32_t begin(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
-    if (palette != nullptr) refuse("anymaps have no palettes (--colour rgb applies one)");
+  int32_t begin(qvimage *image, qvimage *, qvimagefileinfo &options) override {
     const int32_t hint = image->d.pixelhint;
     return qvimage_pgmwriteinit(nullptr, &handle_, path(), nullptr, 0, image, static_cast<uint64_t>(frames_),
                                 &options, blue_first(hint), is_rgb(hint));
@@ -88,6 +89,7 @@ const file_format pnm_format = {qv::sign_of(qv::format::pnm),
                                 true,
                                 {},
                                 apply,
+                                {"anymaps", is_short, "integers of 1 to 16 bits", "--bits 16"},
                                 create};
 
 }  // namespace tool

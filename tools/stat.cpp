@@ -167,7 +167,7 @@ void tell_page(pixels &page, progress &progress) {
 
 int run(const arguments &arguments) {
   const std::string &file = arguments.operand(0);
-  documents documents(file, chosen_threads(arguments));
+  documents documents({file}, chosen_threads(arguments));
   const page_range pages = chosen_pages(arguments, file, documents.of(0).pages());
   progress progress(pages.count());
   for (int64_t number = pages.first; number <= pages.last; number++) {

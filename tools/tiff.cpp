@@ -37,12 +37,12 @@ int32_t done(qvimage *image, qvimage *palette, void **handle) {
                                  [&](tiffhandle **h) { return qvimage_tiffreaddone(image, palette, h); });
 }
 
-int32_t read_all(qvimage3 *image, void **handle, const char *path) {
+int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
   return with_handle<tiffhandle>(
       handle, [&](tiffhandle **h) { return qvimage3_tiffread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, void **handle) {
+int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
   return with_handle<tiffhandle>(handle,
                                  [&](tiffhandle **h) { return qvimage3_tiffreaddone(image, nullptr, h); });
 }
@@ -124,6 +124,7 @@ const file_format tiff_format = {qv::sign_of(qv::format::tiff),
                                  true,
                                  options,
                                  apply,
+                                 {},
                                  create_tiff};
 
 }  // namespace tool

@@ -23,6 +23,7 @@ constexpr int32_t maps_lines = 0x4005;         // what imapset answers: stored p
 
 struct [[gnu::packed]] state {
   bufio *stream;
+  uint64_t first;  // byte of the stream
   // Written by ioset.
   qvimacclen_fn *length;
   scan axis;
@@ -30,10 +31,10 @@ struct [[gnu::packed]] state {
   qvimbxtstate blocks;  // written by bxts
 };
 
-uint64_t position_of(const qvimage *im, const point<two_d> &at) {
+uint64_t position_of(qvimage *im, const point<two_d> &at) {
   const auto window = box<two_d>::of(&im->wind);
   const uint64_t x = uint64_t(int64_t(window.nw[0]) + at[0]), y = uint64_t(int64_t(window.nw[1]) + at[1]);
-  return (y * uint32_t(im->imdim.se.x) + x) * uint32_t(im->f.pixelsize);
+  return state_of<state>(im).first + (y * uint32_t(im->imdim.se.x) + x) * uint32_t(im->f.pixelsize);
 }
 
 // While it lives, one thread at a time uses a stream that asks for it.
@@ -220,8 +221,8 @@ int32_t imapset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourma
   if (!scan_of_mode<two_d>(mode, &axis)) return QVERR_USAGE;
   const bufio &stream = *state_of<state>(im).stream;
   const uint64_t bytes = uint64_t(im->imdim.se.x) * uint64_t(im->imdim.se.y) * uint32_t(im->f.pixelsize);
-  if (axis != scan::x || !(stream.modeflags & BUFIO_MEMORY) || stream.filelen < bytes)
-    return QVERR_UNSUPPORTED;
+  const bool is_whole = stream.filelen >= state_of<state>(im).first + bytes;
+  if (axis != scan::x || !(stream.modeflags & BUFIO_MEMORY) || !is_whole) return QVERR_UNSUPPORTED;
   im->imap = slots<two_d>::map<imap>;
   return maps_lines;
 }
@@ -251,7 +252,9 @@ int32_t present(qvimage *im, bufio *stream, const uint32_t size[2], const qvimag
   if (!is_valid(data)) return because(QVERR_USAGE, {"the description of the pixels is not valid"});
   qvimagefacts facts{};
   qviminitfacts(&facts, &data);
-  if (uint64_t bytes; __builtin_mul_overflow(uint64_t(size[0]) * size[1], uint32_t(facts.pixelsize), &bytes))
+  uint64_t end;
+  if (__builtin_mul_overflow(uint64_t(size[0]) * size[1], uint32_t(facts.pixelsize), &end) ||
+      __builtin_add_overflow(end, stream->tare, &end))
     return because(QVERR_LOGIC, {size[0], " x ", size[1], " pixels are more bytes than any file has"});
   std::memset(static_cast<void *>(im), 0, sizeof *im);
   set_device_name(im, "QVIMFIB");
@@ -259,6 +262,7 @@ int32_t present(qvimage *im, bufio *stream, const uint32_t size[2], const qvimag
   im->d = data;
   im->f = facts;
   state_of<state>(im).stream = stream;
+  state_of<state>(im).first = stream->tare;
   im->aeiou = aeiou;
   im->xwind = kind_xwind<two_d, kind>;
   im->xwind(im, nullptr, 's');

@@ -3,8 +3,9 @@
  *
  * Pixel (x, y) of an image W pixels wide begins at byte (y * W + x) * pixelsize of the stream; its components
  * follow each other, each in the bytes, byte order and justification that the description says. A window is
- * read and written in its place; nothing is loaded but the stream's block. A header before the pixels is left
- * out by a stream over the rest of the file; foreign byte order is said by i_endian of the description.
+ * read and written in its place; nothing is loaded but the stream's block. A stream's tare at the time when
+ * the image is made (bufio_tareset) is where pixels begin: a header before them is left out. Foreign byte
+ * order is said by i_endian of the description.
  *
  * Access: runs along x and y of any neighbouring components in every justification and byte order that
  * qvimage/memory.h names; block transfers; mappings, along x, of streams in memory that hold the whole image,

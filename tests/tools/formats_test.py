@@ -1,4 +1,5 @@
 """Files of other formats than TIFF: what arrives in them and comes back, and what they refuse."""
+import os
 import unittest
 
 import tiff
@@ -8,6 +9,71 @@ TEXTS = dict(description=b"a frame", software=b"camera 3", copyright=b"me")
 
 
 class Formats(ToolTest):
+    def word(self, name):
+        """A path in the test's folder, or a word that has FOLDER where that is to stand."""
+        return name.replace("FOLDER", self.folder) if "FOLDER" in name or name.endswith("-") else self.path(name)
+
+    def test_words_for_other_things_than_a_file(self):
+        """Pages go there and back, into as many files as there are; the content of the first one is told."""
+        grey, deep, colour = picture(9, 8), picture(9, 8, bits=12), picture(9, 8, samples=3)
+        little = lambda page: b"".join(v.to_bytes(2, "little") for v in page.pixels)
+        big = lambda page: b"".join(v.to_bytes(2, "big") for v in page.pixels)
+        many = [tiff.Page(9, 8, [i] * 72) for i in range(12)]
+        cases = [
+            ("raw:FOLDER/b:9x8:u8", "", [grey], 1, bytes(grey.pixels)),
+            ("raw:FOLDER/b:c:9x8x12:u8", "", many, 1, b"".join(bytes(page.pixels) for page in many)),
+            ("raw:FOLDER/b:9x8:u16:12", "", [deep], 1, little(deep)),
+            ("raw:FOLDER/b:9x8:u16:12:be@10", "", [deep], 1, bytes(10) + big(deep)),
+            ("raw:FOLDER/b:9x8:u8x3", "", [colour], 1, bytes(colour.pixels)),
+            ("raw:FOLDER/b", ":9x8:u16:12", [deep], 1, little(deep)),
+            ("raw:FOLDER/b??:9x8:u8", "", many, 12, bytes(many[0].pixels)),
+            ("b?????.pgm", "", many, 12, None),
+            ("b??.tif", "", many + many, 24, None),
+            ("series:FOLDER/?b?.bmp:7-", "", many, 12, None),
+            ("series:FOLDER/b???.fits:0-11", "", many, 12, None),
+        ]
+        for name, more, pages, files, content in cases:
+            with self.subTest(name):
+                source, word, back = self.make("a.tif", *pages), self.word(name), self.path("back.tif")
+                self.good("convert", "--quiet", source, word)
+                made = [file for file in self.files() if file != "a.tif"]
+                self.assertEqual(len(made), files, made)
+                if content is not None:
+                    with open(self.path(made[0]), "rb") as file:
+                        self.assertEqual(file.read(), content)
+                self.good("convert", word + more, back)
+                self.assertEqual([page.pixels for page in tiff.read(back)], [page.pixels for page in pages])
+                self.good("diff", source, word + more)
+                for file in made + ["back.tif"]:
+                    os.remove(self.path(file))
+
+    def test_files_follow_each_other(self):
+        pages = [tiff.Page(9, 8, [i] * 72) for i in range(4)]
+        one, two = self.make("a.tif", *pages[:3]), self.make("c.tif", pages[3])
+        self.good("convert", two, self.path("b.pgm"))
+        self.good("convert", one, self.path("b.pgm"), self.path("all.tif"), "--pages=2-")
+        self.assertEqual([page.pixels[0] for page in tiff.read(self.path("all.tif"))], [1, 2, 3])
+        self.good("convert", "--mean", one, self.path("b.pgm"), self.path("mean.pgm"))
+        self.assertIn("mean 2,", self.good("stat", self.path("mean.pgm")))  # of 1.5, rounded up
+        self.refused(1, r".*d2\.tif: File not found .*", "info", f"series:{self.path('d?.tif')}:2-3")
+        self.refused(1, r".*d\?\.tif: File not found .*: no file has such a name.*", "info", self.path("d?.tif"))
+
+    def test_standard_input_and_output(self):
+        path = self.make("a.tif", picture(40, 30, samples=3))
+        with open(path, "rb") as file:
+            content = file.read()
+        for name in ("tiff", "jpeg", "pnm", "bmp", "fits", "avi"):
+            with self.subTest(name):
+                words = (["--format", name, "-"], [name + ":-"])[name in ("pnm", "avi")]
+                out = run("convert", "--quiet", "-", *words, input=content)
+                self.assertEqual((out.returncode, out.stderr), (0, b""))
+                self.good("convert", "--quiet", path, self.path("b"), "--format", name)
+                with open(self.path("b"), "rb") as file:
+                    self.assertEqual(run("diff", "-", self.path("b"), input=out.stdout).returncode, 0)
+                    self.assertEqual(len(file.read()), len(out.stdout))
+        self.assertIn("raw, 12 pages", self.good("info", "raw:-:9x8:u8", input=bytes(12 * 72)))
+        self.assertRegex(run("info", "-", input=b"").stderr.decode(), "standard input: .* the file is empty")
+
     def test_pages_go_there_and_back(self):
         """Within so much of every value; the rest of the page stays."""
         resolution = ((120, 1), (60, 1), 3)
@@ -33,7 +99,8 @@ class Formats(ToolTest):
             ("b.fits", make(bits=32, real=True), [], 0, True, ["description"]),
             ("b.avi", grey, [], 0, True, texts),
             ("b.avi", colour, [], 0, True, texts),
-            ("b.avi", grey, ["--codec=mjpg"], 9, True, texts),
+            ("b.avi", palette, [], 0, False, ()),
+            ("b.avi", grey, ["--mjpeg", "--quality=95", "--fps=29.97"], 9, True, texts),
         ]
         for name, page, words, most, sized, kept in cases:
             with self.subTest(name=name, page=page.shape()[:6]):
@@ -109,11 +176,22 @@ class Formats(ToolTest):
             ("b.jpg", [picture(9, 8, samples=4)], [], 1, "hold grey or RGB pixels .--colour"),
             ("b.jpg", [page], ["--compression=lzw"], 2, "--compression is for TIFF files, not for JPEG"),
             ("b.pgm", [picture(9, 8, samples=2)], [], 1, "-1"),
-            ("b.pgm", [picture(9, 8, bits=32)], [], 1, "-19"),
+            ("b.pgm", [picture(9, 8, bits=32)], [], 1, "anymaps hold integers of 1 to 16 bits, not 32-bit ones .--bits 16"),
+            ("b.ico", [page], [], 1, "ICO files are read, not written"),
+            ("raw:FOLDER/b:9x7:u8", [page], [], 1, "the page has 9 x 8 pixels, the name tells 9 x 7"),
+            ("raw:FOLDER/b:9x8:u16", [page], [], 1, "tells 16-bit uint16 pixels, not 8-bit uint8 ones .--type"),
+            ("raw:FOLDER/b:9x8x3:u8", [page], [], 1, "1 pages are not the 3"),
+            ("raw:FOLDER/b:9x8:f16", [page], [], 2, "the type f16 is not known"),
+            ("raw:FOLDER/b", [palette_picture(9, 8)], [], 1, "raw files have no palettes .--colour"),
+            ("b?.bmp", [page] * 10, [], 1, "-57.: too few . for the number 10"),
+            ("series:FOLDER/b?.bmp:1-3", [page], [], 1, "1 pages are not the files from 1 to 3"),
+            ("-", [page], [], 2, "--format tells the format of the standard output"),
+            ("jpg:-", [page], [], 2, "jpg is no format; there are tiff, jpeg"),
+            ("b.avi", [page], ["--fps=a"], 2, "--rate takes N or N,M"),
             ("b.pgm", [page, picture(9, 7)], [], 1, "page|frame"),
             ("b.pgm", [palette_picture(9, 8)], [], 1, "anymaps have no palettes"),
             ("b.bmp", [page, page], [], 1, "a BMP file holds one page .--pages"),
-            ("b.bmp", [picture(9, 8, bits=16)], [], 1, "BMP files have 1, 4, 8, 24 or 32 bits a pixel"),
+            ("b.bmp", [picture(9, 8, bits=16)], [], 1, "BMP files hold 8-bit samples, .* not 16-bit ones .--bits 8"),
             ("b.fits", [page, picture(9, 7)], [], 1, "-1"),
             ("b.avi", [picture(9, 8, samples=4)], [], 1, "hold grey or RGB pixels .--colour"),
             ("b.avi", [page], ["--rate=0"], 2, "--rate takes N or N,M"),
@@ -121,7 +199,7 @@ class Formats(ToolTest):
         ]
         for name, pages, words, status, text in cases:
             with self.subTest(text):
-                self.refused(status, f".*{text}.*", "convert", *words, self.make("a.tif", *pages), self.path(name))
+                self.refused(status, f".*{text}.*", "convert", *words, self.make("a.tif", *pages), self.word(name))
                 self.assertEqual(self.files(), ["a.tif"])
 
     def test_segments_of_jpeg_files_are_named_and_their_orientation_is_applied(self):

@@ -88,12 +88,16 @@ TEST(RawFileImage, IsTheMemoryImageOfTheSameBytes) {
     const bool in_memory = from.below(2), from_nothing = from.below(4) == 0;
     if (from_nothing) std::fill(pixels.begin(), pixels.end(), uint8_t(0));
     const std::string path = folder / "raster";
-    put_file(path, from_nothing ? bytes() : pixels);
+    bytes whole(from.below(2) ? from.below(100) : 0, from_nothing ? 0 : 0xA5);
+    const bytes head = whole;
+    whole.insert(whole.end(), pixels.begin(), pixels.end());
+    put_file(path, from_nothing ? bytes() : whole);
     bufio stream;
     const uint64_t block = uint64_t{1} << from.below(13);  // down to a byte: pixels across blocks
     ASSERT_EQ(bufio_init(&stream, path.c_str(), "r+b", block, BUFIO_NOZERO | (in_memory ? BUFIO_MEMORY : 0)),
               0);
-    if (in_memory && !from_nothing) bufio_io(&stream, pixels.data(), pixels.size(), 'w');
+    if (in_memory && !from_nothing) bufio_io(&stream, whole.data(), whole.size(), 'w');
+    bufio_tareset(&stream, head.size());
     qvimage raw, memory;
     ASSERT_EQ(qvimage_filebufio(&raw, &stream, size, &d), 0);
     ASSERT_EQ(qvimage_memdata(&memory, pixels.data(), 0, dims, 0, &d, nullptr, 0), 0);
@@ -101,15 +105,17 @@ TEST(RawFileImage, IsTheMemoryImageOfTheSameBytes) {
     if (HasFatalFailure()) return;
     const uint32_t latched = raw.aeiou(&raw, 'e', 1, 0, nullptr);
     EXPECT_TRUE(latched == 0 || (from_nothing && int32_t(latched) == QVERR_FORMAT));
-    bytes written(pixels.size());
+    whole = head;
+    whole.insert(whole.end(), pixels.begin(), pixels.end());
+    bytes written(whole.size());
     stream.pos = 0;
     bufio_io(&stream, written.data(), written.size(), 'r');
-    EXPECT_EQ(written, pixels);
+    EXPECT_EQ(written, whole);
     bufio_done(&stream);
     if (in_memory) continue;
     written = file_bytes(path);
-    written.resize(pixels.size());
-    EXPECT_EQ(written, pixels);
+    written.resize(whole.size());
+    EXPECT_EQ(written, whole);
   }
 }
 

@@ -1,0 +1,216 @@
+#include "operand.hpp"
+
+#include <fcntl.h>
+#include <glob.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include <qvimage/error.h>
+#include <qvimage/utility.h>
+
+#include "failure.hpp"
+#include "format.hpp"
+#include "interrupt.hpp"
+#include "raw.hpp"
+#include "text.hpp"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view series_mark = "series:";
+constexpr char digit_place = '?';
+
+bool exists(const std::string &path) {
+  std::error_code ignored;
+  return fs::exists(path, ignored);
+}
+
+bool has_place(const std::string &path) { return path.find(digit_place) != path.npos; }
+
+// "A-B" or "A-" behind the last colon, which is taken off.
+void take_numbers(operand &series, std::string &text) {
+  const size_t colon = text.rfind(':');
+  if (colon == text.npos) return;
+  std::string range = text.substr(colon + 1);
+  if (range.empty() || range.find_first_not_of("0123456789-") != range.npos || range.find('-') == range.npos)
+    return;
+  const bool open_end = range.back() == '-';
+  if (open_end) range.pop_back();
+  const auto ends = numbers<int64_t>(range, '-', 0, INT32_MAX);
+  if (!ends || ends->size() != (open_end ? 1U : 2U) || ends->front() > ends->back())
+    throw usage_error("the numbers of a series are A-B or A- with A <= B, not " +
+                      printable(text.substr(colon + 1)));
+  series.given_first = true;
+  series.first = ends->front();
+  series.last = open_end ? -1 : ends->back();
+  text.resize(colon);
+}
+
+void take_path(operand &word, const std::string &text) {
+  if (is_raw(text)) {
+    const raw_parts parts = parts_of_raw(text);
+    word.before = raw_mark;
+    word.path = parts.file;
+    word.after = parts.behind;
+    word.format = &raw_format;
+    return;
+  }
+  const size_t colon = text.rfind(":-");
+  if (colon != text.npos && colon + 2 == text.size() && text.find('/') == text.npos) {
+    word.format = &format_named(text.substr(0, colon));
+    word.path = text.substr(colon + 1);
+    return;
+  }
+  word.path = text;
+}
+
+// The standard input, which can be read only once.
+const std::string &standard_input() {
+  static const std::string path = [] {
+    static nameless_file copy("standard input");
+    copy.fill(STDIN_FILENO, "standard input");
+    return copy.path();
+  }();
+  return path;
+}
+
+int64_t number_in(const operand &series, const std::string &name) {
+  int64_t number = 0;
+  for (size_t i = 0; i < name.size(); i++) {
+    if (series.path[i] == digit_place && number < INT32_MAX) number = 10 * number + (name[i] - '0');
+  }
+  return number;
+}
+
+std::vector<std::string> matches(const operand &series) {
+  std::string pattern;
+  for (const char c : series.path) {
+    if (std::strchr("*[\\", c) != nullptr) pattern += '\\';
+    if (c == digit_place)
+      pattern += "[0-9]";
+    else
+      pattern += c;
+  }
+  glob_t found = {};
+  std::vector<std::string> names;
+  if (glob(pattern.c_str(), GLOB_NOSORT, nullptr, &found) == 0)
+    names.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  // Names differ only in their digits, so that this is the order of the numbers.
+  std::ranges::sort(names);
+  if (series.given_first)
+    std::erase_if(names, [&](const std::string &name) { return number_in(series, name) < series.first; });
+  return names;
+}
+
+std::vector<std::string> names_of(const operand &series) {
+  std::vector<std::string> names;
+  if (series.last < 0) {
+    names = matches(series);
+    if (names.empty())
+      throw failure(series.path, QVERR_NOTFOUND, "no file has such a name with digits for each ?");
+    return names;
+  }
+  for (int64_t number = series.first; number <= series.last; number++) {
+    names.push_back(numbered_name(series, number));
+    if (!exists(names.back()))
+      throw failure(names.back(), QVERR_NOTFOUND, "this file of the series is missing");
+  }
+  return names;
+}
+
+source source_of(const operand &word, const std::string &name) {
+  const bool standard = name == "-";
+  const std::string path = word.word(standard ? standard_input() : name);
+  const std::string shown = standard ? "standard input" : word.word(name);
+  return {path, shown, word.format != nullptr ? word.format : &format_of_content(path, shown)};
+}
+
+}  // namespace
+
+operand operand_of(const std::string &word) {
+  operand found;
+  std::string text = word;
+  const bool says_so = text.starts_with(series_mark);
+  if (says_so) {
+    text.erase(0, series_mark.size());
+    take_numbers(found, text);
+  }
+  take_path(found, text);
+  if (says_so && !has_place(found.path))
+    throw usage_error(printable(word) + ": the pattern of a series has a ? for each digit of the numbers");
+  found.numbered = says_so || (has_place(found.path) && !exists(found.path));
+  return found;
+}
+
+std::string numbered_name(const operand &series, int64_t number) {
+  std::string name = series.path;
+  if (number > INT32_MAX || pathseq(name.data(), static_cast<int32_t>(number), digit_place) != 1)
+    throw failure(series.path, QVERR_NOFILE,
+                  formatted("too few ? for the number %lld", static_cast<long long>(number)));
+  return name;
+}
+
+std::vector<source> sources_of(const std::string &word) {
+  const operand operand = operand_of(word);
+  std::vector<source> sources;
+  if (!operand.numbered) return {source_of(operand, operand.path)};
+  for (const std::string &name : names_of(operand)) sources.push_back(source_of(operand, name));
+  return sources;
+}
+
+nameless_file::nameless_file(const std::string &shown) {
+  std::error_code ignored;
+  const fs::path folder = fs::temp_directory_path(ignored);
+  std::string name = ((folder.empty() ? fs::path("/tmp") : folder) / "qvimage-XXXXXX").string();
+  errno = 0;
+  descriptor_ = mkostemp(name.data(), O_CLOEXEC);
+  if (descriptor_ < 0)
+    throw failure(shown, QVERR_NOTCREATED, system_detail(QVERR_NOTCREATED, name + " cannot be made for it"));
+  unlink(name.c_str());
+}
+
+nameless_file::~nameless_file() { close(descriptor_); }
+
+std::string nameless_file::path() const { return formatted("/proc/self/fd/%d", descriptor_); }
+
+namespace {
+
+// From one place to another, to the end.
+void copy(int from, int to, const std::string &shown) {
+  std::vector<char> block(size_t{1} << 18);
+  for (;;) {
+    errno = 0;
+    const ssize_t n = read(from, block.data(), block.size());
+    if (n == 0) return;
+    ssize_t done = 0;
+    while (n > 0 && done < n) {
+      const ssize_t part = write(to, block.data() + done, static_cast<size_t>(n - done));
+      if (part < 0 && errno != EINTR) break;
+      if (part > 0) done += part;
+      if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
+    }
+    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 || done < n) throw failure(shown, QVERR_IO, system_detail(QVERR_IO, "it cannot be copied"));
+  }
+}
+
+}  // namespace
+
+void nameless_file::fill(int descriptor, const std::string &shown) { copy(descriptor, descriptor_, shown); }
+
+void nameless_file::copy_to(int descriptor, const std::string &shown) const {
+  lseek(descriptor_, 0, SEEK_SET);
+  copy(descriptor_, descriptor, shown);
+}
+
+}  // namespace tool
