@@ -5,7 +5,8 @@ import ctypes
 import functools
 import os
 import pathlib
-from typing import Any, Callable, NoReturn
+import sys
+from typing import Any, Callable, Iterator, NoReturn
 
 from . import _abi
 
@@ -38,10 +39,20 @@ class Error(OSError):
         return Error, (self.code, self.filename, self.reason)
 
 
+def _candidates() -> Iterator[pathlib.Path]:
+    """Where the library is that came with this module: beside it in a wheel, else where CMake installs both."""
+    here = pathlib.Path(__file__).resolve().parent
+    yield here / SONAME
+    if len(here.parents) > 3:
+        prefix = here.parents[3]  # above lib/python3/dist-packages
+        for folder in 'lib', f'lib/{getattr(sys.implementation, "_multiarch", "")}', 'lib64':
+            yield prefix / folder / SONAME
+
+
 def _load() -> ctypes.CDLL:
-    """The library that QVIMAGE_LIBRARY names, that of the wheel, beside this module, or the system's."""
-    beside = pathlib.Path(__file__).with_name(SONAME)
-    named = os.environ.get('QVIMAGE_LIBRARY') or (str(beside) if beside.exists() else SONAME)
+    """The library that QVIMAGE_LIBRARY names, the one that came with this module, or the system's."""
+    ours = (str(path) for path in _candidates() if path.exists())
+    named = os.environ.get('QVIMAGE_LIBRARY') or next(ours, SONAME)
     try:
         return ctypes.CDLL(named)
     except OSError as e:

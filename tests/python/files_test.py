@@ -1,4 +1,5 @@
 """Files of all formats, open, closed and forgotten; errors; threads; what stops a save."""
+import concurrent.futures
 import gc
 import os
 import pathlib
@@ -189,6 +190,17 @@ class Files(unittest.TestCase):
         for thread in threads[4:]:
             thread.join()
         self.assertEqual(wrong, [])
+
+    def test_threads_use_one_series(self):
+        for i in range(6):
+            qv.Image.over(np.full((50, 60), i, np.uint8)).save(f's{i}.tif')
+        with qv.open('s?.tif', mode='r+') as series:
+            def work(seed):
+                for z in np.random.default_rng(seed).integers(0, 6, 40):
+                    np.testing.assert_array_equal(series[int(z)].read(), z)
+                return True
+            with concurrent.futures.ThreadPoolExecutor(8) as threads:
+                self.assertTrue(all(threads.map(work, range(8))))
 
     def test_what_stops_a_save_leaves_what_was_there(self):
         for ending in ('tif', 'pgm', 'bmp', 'jpg', 'fits', 'avi'):
