@@ -194,11 +194,11 @@ class File(Image):
 
     @property
     def volume(self) -> Volume:
-        """All pages, or frames, as one volume."""
+        """All pages, or frames, as one volume. That of a TIFF file has the file open for itself."""
         if self._opened.planes:
             return Volume._make(self._opened.record, self._owner, readonly=True)
         if self._opened.form.opens == 'page':
-            return super().volume
+            return self._as_volume()
         whole = _Opened(self.path, self._opened.form, 0, False, True, False)
         return Volume._make(whole.record, whole.owner, readonly=True)
 

@@ -27,9 +27,8 @@ PIECE = 1 << 25  # bytes moved by a call at most: between calls signals are seen
 STAGE = 1 << 18  # bytes between an image and rows with gaps
 NOBODY: Any = contextlib.nullcontext()
 
-HINTS = {0: 'unknown', 1: 'grey', 2: 'complex', 3: 'bgr', 4: 'bgrpad', 17: 'index', 18: 'cbycry', 19: 'ycrcb',
-         20: 'ycrcbpad', 33: 'bayer', 34: 'ycbycr', 35: 'bsh', 36: 'rgbpad', 50: 'crycby', 52: 'bayer4',
-         66: 'ycrycb', 67: 'rgb', 68: 'cmyk', 82: 'bgrg', 83: 'yiq', 98: 'rggb', 99: 'cmy', 114: 'rgbg'}
+HINTS: dict[int, str] = {code: name[len('QVIM_HINT_'):].lower() for name, code in vars(_abi).items()
+                         if name.startswith('QVIM_HINT_')}
 HINT_CODES = {name: code for code, name in HINTS.items()}
 TURNS = {0: 0, 90: 5, 180: 6, 270: 3}  # degrees clockwise, as the flags of a turned view
 
@@ -97,12 +96,15 @@ class Access:
     def runs(self, name: str) -> Callable[[int, int, int], None]:
         """Sets up runs. The answer moves so many lines, from the line given on (over all planes), from or to
         packed pixels at an address."""
-        lines_at = self.mapped_lines()
-        if lines_at:
-            return copy_of_lines(lines_at, self._extents[-1] * self._size, name == 'ioread')
-        self.set_up('ioset', _abi.QVIM_WRAP)
-        run, extents, size = self.slot(name), self._extents, self._size
+        extents, size, first = self._extents, self._size, self.mapped_lines() if name == 'ioread' else 0
         columns, rows, piece = extents[-1], extents[-2], max(1, PIECE // size)
+
+        def copy(address: int, line: int, lines: int) -> None:
+            ctypes.memmove(address, first + line * columns * size, lines * columns * size)
+        if first:
+            return copy
+        self.set_up('ioset', _abi.QVIM_WRAP)
+        run = self.slot(name)
 
         def move(address: int, line: int, lines: int) -> None:
             done, count = 0, lines * columns
@@ -115,14 +117,6 @@ class Access:
                     self.failed()
                 done += moved
         return move
-
-
-def copy_of_lines(first: int, size: int, reads: bool) -> Callable[[int, int, int], None]:
-    """What moves lines that follow each other in memory: one copy, however many there are."""
-    def move(address: int, line: int, lines: int) -> None:
-        there = first + line * size
-        ctypes.memmove(address if reads else there, there if reads else address, lines * size)
-    return move
 
 
 class Pixels(Generic[P]):
@@ -594,6 +588,9 @@ class Image(Pixels['Image']):
     @property
     def volume(self) -> Volume:
         """The image as the only plane of a volume."""
+        return self._as_volume()
+
+    def _as_volume(self) -> Volume:
         return self._view(Volume, 'qvimage_def3from2', 0)  # type: ignore[no-any-return]
 
     def save(self, path: Any, **options: Any) -> None:

@@ -141,7 +141,7 @@ def save(pixels: Pixels[Any], path: Any, *, format: str | None = None, compressi
     if isinstance(pixels, Volume) and form.opens == 'page':
         raise ValueError(f'{form.title} files hold one image: save the planes')
     if isinstance(pixels, Image) and form.stem == 'avi':
-        pixels = pixels.volume if type(pixels) is Image else Image.volume.fget(pixels)  # type: ignore
+        pixels = pixels._as_volume()
     if form.stem not in ('tiff', 'fits'):
         pixels = _in_colours(pixels, form.title, form.stem == 'jpeg')
     steps = _Steps(progress)
