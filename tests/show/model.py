@@ -1,23 +1,31 @@
-"""What the viewer has to show, slowly and plainly."""
+"""What the viewer has to show, plainly."""
 import numpy
+
+
+def cells(count, zoom, start, pixels):
+    """For each screen pixel of an axis its first pixel, or -1; pixels a cell."""
+    times, per = (round(zoom), 1) if zoom >= 1 else (1, round(1 / zoom))
+    first = (round(start * times) + numpy.arange(count) * per) // times
+    return numpy.where((first >= 0) & (first < pixels), first, -1), per
 
 
 def blocks(pixels, zoom, x0, y0, size):
     """The part of a picture [y, x, channels] that a window of this size (width, height) shows; NaN is nothing."""
-    times, per = (round(zoom), 1) if zoom >= 1 else (1, round(1 / zoom))
     height, width, channels = pixels.shape
     out = numpy.full((size[1], size[0], channels), numpy.nan)
-    left, top = round(x0 * times), round(y0 * times)
-    for sy in range(size[1]):
-        y = (top + sy * per) // times
-        if not 0 <= y < height:
+    columns, per = cells(size[0], zoom, x0, width)
+    rows, _ = cells(size[1], zoom, y0, height)
+    seen = columns >= 0
+    for sy, y in enumerate(rows):
+        if y < 0:
             continue
-        rows = pixels[y : y + per]
-        for sx in range(size[0]):
-            x = (left + sx * per) // times
-            if 0 <= x < width:
-                cell = rows[:, x : x + per].astype(float)
-                out[sy, sx] = cell.sum(axis=(0, 1)) / (cell.shape[0] * cell.shape[1])
+        sums = pixels[y : y + per].astype(float).sum(axis=0)
+        edges = numpy.concatenate([columns[seen], [min(columns[seen][-1] + per, width)]])
+        if per == 1:
+            out[sy, seen] = sums[columns[seen]]
+        else:
+            counts = numpy.diff(edges)[:, None] * pixels[y : y + per].shape[0]
+            out[sy, seen] = numpy.add.reduceat(sums[: edges[-1]], columns[seen]) / counts
     return out
 
 

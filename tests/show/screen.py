@@ -9,7 +9,7 @@ import unittest
 import numpy
 
 SHOW = os.environ["QVIMAGE_TOOL"]
-PATIENCE = 60  # seconds; for loaded machines
+PATIENCE = 30  # seconds; for loaded machines
 STATUS_HEIGHT = 17
 
 
@@ -35,6 +35,8 @@ class Screen:
         with os.fdopen(read) as numbers:
             self.display = ":" + numbers.readline().strip()
         self.environment = dict(os.environ, DISPLAY=self.display)
+        # Keys go to the window under the pointer: it begins over the status line.
+        self.run("xdotool", "mousemove", 200, 310)
 
     def close(self):
         self.server.kill()
@@ -48,12 +50,17 @@ class Screen:
 class Viewer:
     """qvimage show with a window at (0, 0)."""
 
-    def __init__(self, screen, *words, geometry="400x317+0+0", **more):
+    def __init__(self, screen, *words, geometry="400x317+0+0", settle=True, **more):
         self.screen = screen
         self.program = subprocess.Popen([SHOW, "show", "--geometry", geometry, *map(str, words)],
                                         env=screen.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
-        self.window = int(wait_for(self._find, "the window"))
-        self.last = self.settled(0)
+        try:
+            self.window = int(wait_for(self._find, "the window"))
+        except AssertionError:
+            self.close()
+            raise
+        self.fence = "y"
+        self.last = self.settled() if settle else None
 
     def _find(self):
         if self.program.poll() is not None:
@@ -68,27 +75,27 @@ class Viewer:
         _, equals, value = text.partition(" = ")
         return json.loads(json.loads(value)) if equals else {"serial": -1}
 
-    def settled(self, serial, condition=lambda state: True):
-        """The first state after that serial that nothing is to be done for any more, and that is as wanted."""
+    def settled(self, condition=lambda state: True):
+        """The first state that is as wanted, and that nothing is to be done for any more."""
 
         def look():
             state = self.state()
-            done = state["serial"] > serial and not state["busy"] and condition(state)
-            return state if done else None
+            return state if state["serial"] > 0 and not state["busy"] and condition(state) else None
 
         self.last = wait_for(look, "a finished drawing")
         return self.last
 
-    def do(self, *words, until=lambda state: True):
-        """What xdotool does with these words; then the state."""
-        serial = self.state()["serial"]
-        self.screen.run("xdotool", *words)
-        return self.settled(serial, until)
+    def first_drawing(self):
+        return wait_for(lambda: (state := self.state())["serial"] > 0 and state["pages"] > 0 and state, "a drawing")
 
-    def key(self, *names, **more):
-        for name in names:
-            self.do("key", name, **more)
-        return self.last
+    def do(self, *words):
+        """What xdotool does with these words; then the state. A key that means nothing tells that all is done."""
+        self.fence = "x" if self.fence == "y" else "y"
+        self.screen.run("xdotool", *words, "key", self.fence)
+        return self.settled(lambda state: state["key"] == self.fence)
+
+    def key(self, *names):
+        return self.do("key", *names)
 
     def drag(self, start, end, button=1, shift=False):
         words = ["mousemove", *start]
@@ -117,11 +124,13 @@ class Viewer:
     def close(self):
         if self.program.poll() is None:
             self.program.kill()
-        self.program.communicate()
+            self.program.communicate()
+        self.program.stdout.close()
+        self.program.stderr.close()
 
 
 class ShowTest(unittest.TestCase):
-    screen = None
+    screen = viewer = None
 
     @classmethod
     def setUpClass(cls):
@@ -137,6 +146,10 @@ class ShowTest(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def show(self, *words, screen=None, **more):
+        """One at a time."""
+        if self.viewer:
+            self.viewer.close()
         viewer = Viewer(screen or self.screen, *words, cwd=self.folder, **more)
         self.addCleanup(viewer.close)
+        self.viewer = viewer
         return viewer

@@ -40,9 +40,11 @@ int open_window(const arguments &arguments) {
   words.push_back(nullptr);
   std::fflush(nullptr);
   execv(beside.c_str(), words.data());
-  throw failure(program, QVERR_NOTINSTALLED,
-                errno == ENOENT ? "windows are opened by this program, which is not beside qvimage"
-                                : std::string("it cannot be started: ") + std::strerror(errno));
+  throw failure(
+      program, QVERR_NOTINSTALLED,
+      errno == ENOENT
+          ? "windows are opened by this program, which is not beside qvimage; --terminal draws without it"
+          : std::string("it cannot be started: ") + std::strerror(errno));
 }
 
 }  // namespace tool::show

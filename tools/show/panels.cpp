@@ -228,7 +228,7 @@ std::string viewer::state() const {
              static_cast<unsigned long long>(serial_), busy() ? "true" : "false",
              static_cast<long long>(wish_.page + 1), static_cast<long long>(picture_ ? picture_->pages : 0),
              view.scale().factor(), view.left(), view.top(), wish_.levels.black, wish_.levels.white) +
-         "\"file\": " + json_text(files_[wish_.file]) +
+         "\"key\": " + json_text(last_key_) + ", \"file\": " + json_text(files_[wish_.file]) +
          ", \"value\": " + (value_.json.empty() ? "null" : value_.json) +
          ", \"message\": " + json_text(message_.empty() ? trouble_ : message_) + "}";
 }

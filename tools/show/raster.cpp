@@ -19,6 +19,8 @@ bool raster::complete() const {
   return std::ranges::all_of(states, [](row_state state) { return state == exact || state == broken; });
 }
 
+bool raster::has_broken() const { return std::ranges::find(states, broken) != states.end(); }
+
 namespace {
 
 span middle_of(span cell) {

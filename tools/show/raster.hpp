@@ -25,6 +25,7 @@ struct raster {
   double *row(int64_t y) { return &values[static_cast<size_t>(y * columns * channels)]; }
   const double *row(int64_t y) const { return &values[static_cast<size_t>(y * columns * channels)]; }
   bool complete() const;
+  bool has_broken() const;
 };
 
 // Called after each row that was read; false ends the reading.

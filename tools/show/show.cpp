@@ -28,11 +28,35 @@ levels chosen_levels(const std::string &text) {
   return {found->front(), found->back()};
 }
 
-int run(const arguments &arguments) { return open_window(arguments); }
+int run(const arguments &arguments) {
+  if (arguments.has(graphics_option.name) && !arguments.has(terminal_option.name))
+    throw usage_error("--graphics goes with --terminal");
+  return arguments.has(terminal_option.name) ? draw_in_terminal(arguments) : open_window(arguments);
+}
 
-std::vector<option> options() { return {geometry_option, page_option, zoom_option, levels_option}; }
+std::vector<option> options() {
+  return {geometry_option, page_option, zoom_option, levels_option, terminal_option, graphics_option};
+}
 
 }  // namespace
+
+geometry chosen_geometry(const arguments &arguments, extent usual) {
+  geometry chosen = {usual, std::nullopt};
+  const auto text = arguments.value(geometry_option.name);
+  if (!text) return chosen;
+  constexpr int64_t least = 16, most = 16384;
+  const size_t plus = text->find('+');
+  const auto size = numbers<int64_t>(std::string_view(*text).substr(0, plus), 'x', least, most);
+  const auto place = plus == text->npos
+                         ? std::nullopt
+                         : numbers<int64_t>(std::string_view(*text).substr(plus + 1), '+', 0, most);
+  if (!size || size->size() != 2 || (plus != text->npos && (!place || place->size() != 2)))
+    throw usage_error(formatted("--geometry takes WxH or WxH+X+Y, sizes from %d to %d, not %s", int{least},
+                                int{most}, printable(*text).c_str()));
+  chosen.size = {size->front(), size->back()};
+  if (place) chosen.place = position{place->front(), place->back()};
+  return chosen;
+}
 
 wish first_wish(const arguments &arguments) {
   wish first;

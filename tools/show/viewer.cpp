@@ -84,16 +84,18 @@ viewer::viewer(std::vector<std::string> files, const wish &first, surroundings a
 
 void viewer::key(std::string_view name, bool shift) {
   needs_drawing_ = true;
+  last_key_ = name;
+  const bool is_digit = name.size() == 1 && name[0] >= '0' && name[0] <= '9';
+  const int64_t window = picture_window().height;
+  const auto *bound = std::ranges::find(bindings, name, &binding::key);
+  if (!is_digit && bound == std::end(bindings)) return;
   message_.clear();
-  if (name.size() == 1 && name[0] >= '0' && name[0] <= '9') return digit(name[0] - '0');
+  if (is_digit) return digit(name[0] - '0');
   if (shift && (name == "Left" || name == "Right"))
     return pan(name == "Left" ? -window_.width : window_.width, 0);
-  const int64_t height = picture_window().height;
-  if (shift && (name == "Up" || name == "Down")) return pan(0, name == "Up" ? -height : height);
+  if (shift && (name == "Up" || name == "Down")) return pan(0, name == "Up" ? -window : window);
   if (!is_level_key(name)) automatic_steps_ = 0;
-  for (const binding &bound : bindings) {
-    if (bound.key == name) (this->*bound.action)();
-  }
+  (this->*bound->action)();
   typed_.clear();
 }
 
@@ -128,6 +130,8 @@ void viewer::go_to_page(int64_t page) {
 void viewer::go_to_file(size_t file) {
   wish_.file = file;
   wish_.beside.reset();
+  reloading_ = playing_ = false;
+  rate_ = 0;
   how_.other = blinking_ = false;
   how_.difference = 0;
   want();
@@ -174,6 +178,7 @@ void viewer::reset() {
 }
 
 void viewer::pan(int64_t x, int64_t y) {
+  if (x == 0 && y == 0) return;
   wish_.fit = false;
   wish_.view.move(x, y);
   want();
@@ -253,6 +258,12 @@ void viewer::print_region() {
   around_.print(formatted("--crop %lld,%lld,%lld,%lld", static_cast<long long>(region_->x),
                           static_cast<long long>(region_->y), static_cast<long long>(region_->width),
                           static_cast<long long>(region_->height)));
+}
+
+// Asked for, also what is broken is shown.
+void viewer::reload() {
+  changed(wish_.file);
+  reloading_ = false;
 }
 
 void viewer::next_component() {
@@ -442,7 +453,11 @@ void viewer::value(position stored, const pixel_value &value) {
 
 void viewer::show(const picture &news) {
   if (news.wanted.number != wish_.number) return;  // a later one is under way
-  // What was broken meanwhile is not shown in place of what was whole.
+  if (reloading_) {
+    if (!news.finished) return;
+    if (news.values.has_broken()) return trouble("read again, it is not whole: " + news.remark);
+    reloading_ = false;
+  }
   picture_ = news;
   shown_ = wish_.number;
   trouble_ = news.remark;
@@ -467,6 +482,7 @@ void viewer::trouble(const std::string &what) {
 }
 
 void viewer::changed(size_t file) {
+  reloading_ = picture_.has_value();
   wish_.reloads[file]++;
   want();
 }

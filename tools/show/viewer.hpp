@@ -93,7 +93,7 @@ class viewer {
   void white_down() { change_levels(0, -1); }
   void white_up() { change_levels(0, 1); }
   void change_levels(int black, int white);
-  void reload() { changed(wish_.file); }
+  void reload();
   void blink();
   void difference();
   void histogram() { shows_histogram_ = !shows_histogram_; }
@@ -137,7 +137,8 @@ class viewer {
   const std::vector<std::string> files_;
   const surroundings around_;
   wish wish_;
-  uint64_t shown_ = 0;  // the wish that the picture is of
+  bool reloading_ = false;  // nothing broken takes the picture's place
+  uint64_t shown_ = 0;      // the wish that the picture is of
   std::optional<picture> picture_;
   development how_;
   std::string message_;
@@ -162,7 +163,7 @@ class viewer {
   position drag_start_, drag_last_;
   levels drag_levels_;
 
-  std::string typed_;
+  std::string last_key_, typed_;
   view before_typing_;
   bool fit_before_typing_ = false;
 

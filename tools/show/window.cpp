@@ -14,9 +14,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <map>
 
 #include <qvimage/error.h>
+#include <qvimage/views.h>
 #include <qvimage/x11.h>
 
 #include "../failure.hpp"
@@ -70,9 +70,11 @@ class client_image {
       : display_(display), visual_(visual), depth_(depth), size_(size) {
     if (!XShmQueryExtension(display) || !make_shared()) make_plain();
     const uint32_t dims[2] = {static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height)};
-    check(qvimage_X11(&view_, dims, display, image_, 0, visual, 0, QVIM_HINT_BGRPAD), DisplayString(display),
-          "its pixels have no form that is known");
-    view_.ioset(&view_, 0, QVIM_UINT8, 0xF);
+    check(qvimage_X11(&pixels_, dims, display, image_, 0, visual, 0, QVIM_HINT_BGRPAD),
+          DisplayString(display), "its pixels have no form that is known");
+    constexpr uint8_t bits = 8;  // whatever the channels have
+    check(qvimage_converter(&view_, &pixels_, nullptr, 0, 0, bits, 0), DisplayString(display), "");
+    view_.ioset(&view_, 0, QVIM_UINT8 | QVIM_LSB, 0xF);
   }
   ~client_image() {
     if (shared_) {
@@ -140,6 +142,7 @@ class client_image {
   XImage *image_ = nullptr;
   XShmSegmentInfo segment_ = {};
   bool shared_ = false;
+  alignas(8) qvimage pixels_;
   alignas(8) qvimage view_;
 };
 
@@ -161,6 +164,14 @@ std::optional<stamp> stamp_of(const std::string &path) {
   return stamp{found.st_dev, found.st_ino, found.st_size, found.st_mtim};
 }
 
+bool is_recent(const stamp &stamp) {
+  constexpr auto recent = 100ms;
+  const auto age =
+      std::chrono::system_clock::now().time_since_epoch() -
+      (std::chrono::seconds(stamp.changed.tv_sec) + std::chrono::nanoseconds(stamp.changed.tv_nsec));
+  return age > -recent && age < recent;
+}
+
 struct closed_display {
   void operator()(Display *display) const { XCloseDisplay(display); }
 };
@@ -171,11 +182,13 @@ class window {
       : files_(arguments.operands()),
         display_(XOpenDisplay(nullptr)),
         wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (!display_) throw failure(XDisplayName(nullptr), QVERR_X11, "no X server answers");
+    if (!display_)
+      throw failure(XDisplayName(nullptr), QVERR_X11, "no X server answers; --terminal draws without one");
     XSetErrorHandler(note_error);
     XSetIOErrorHandler(end_without_server);
     visual_ = true_colour_visual(display_.get(), &depth_);
-    make_window(arguments.value(geometry_option.name));
+    for (const std::string &file : files_) stamps_.push_back(stamp_of(file).value_or(stamp()));
+    make_window(chosen_geometry(arguments, usual_size));
     worker_ = std::make_unique<worker>(files_, [this] { wake(); });
     viewer_ = std::make_unique<viewer>(
         files_, first_wish(arguments),
@@ -222,13 +235,9 @@ class window {
  private:
   Display *display() const { return display_.get(); }
 
-  void make_window(const std::optional<std::string> &geometry) {
-    int x = 0, y = 0;
-    auto width = static_cast<unsigned>(usual_size.width), height = static_cast<unsigned>(usual_size.height);
-    const int given = geometry ? XParseGeometry(geometry->c_str(), &x, &y, &width, &height) : 0;
-    constexpr unsigned least = 16, most = 16384;
-    if (geometry && (given == 0 || width < least || height < least || width > most || height > most))
-      throw usage_error("--geometry takes WxH+X+Y, not " + printable(*geometry));
+  void make_window(const geometry &geometry) {
+    const position at = geometry.place.value_or(position{});
+    size_ = geometry.size;
     const int screen = DefaultScreen(display());
     XSetWindowAttributes attributes = {};
     attributes.colormap = XCreateColormap(display(), DefaultRootWindow(display()), visual_, AllocNone);
@@ -237,10 +246,10 @@ class window {
     attributes.event_mask = KeyPressMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask |
                             LeaveWindowMask | ExposureMask | StructureNotifyMask;
     window_ = XCreateWindow(
-        display(), RootWindow(display(), screen), x, y, width, height, 0, depth_, InputOutput, visual_,
-        CWColormap | CWBackPixel | CWBorderPixel | CWBitGravity | CWEventMask, &attributes);
+        display(), RootWindow(display(), screen), static_cast<int>(at.x), static_cast<int>(at.y),
+        static_cast<unsigned>(size_.width), static_cast<unsigned>(size_.height), 0, depth_, InputOutput,
+        visual_, CWColormap | CWBackPixel | CWBorderPixel | CWBitGravity | CWEventMask, &attributes);
     context_ = XCreateGC(display(), window_, 0, nullptr);
-    size_ = {width, height};
     state_ = XInternAtom(display(), "_QVIMAGE_STATE", False);
     text_ = XInternAtom(display(), "UTF8_STRING", False);
     name_ = XInternAtom(display(), "_NET_WM_NAME", False);
@@ -249,7 +258,7 @@ class window {
     XClassHint names = {const_cast<char *>("qvimage"), const_cast<char *>("Qvimage")};
     XSetClassHint(display(), window_, &names);
     XSizeHints hints = {};
-    hints.flags = (given & (XValue | YValue) ? USPosition : 0) | (given & WidthValue ? USSize : 0);
+    hints.flags = geometry.place ? USPosition | USSize : PSize;
     XSetWMNormalHints(display(), window_, &hints);
     XMapWindow(display(), window_);
   }
@@ -332,10 +341,9 @@ class window {
 
   void look_at(size_t file) {
     const auto found = stamp_of(files_[file]);
-    if (!found) return;
-    const auto [known, is_new] = stamps_.try_emplace(file, *found);
-    if (is_new || known->second == *found) return;
-    known->second = *found;
+    if (!found || *found == stamps_[file]) return;
+    // What was written just now may go on being written without another time: it is read once more.
+    stamps_[file] = is_recent(*found) ? stamp() : *found;
     viewer_->changed(file);
   }
 
@@ -372,7 +380,7 @@ class window {
   extent size_;
   std::string title_;
   bool closed_ = false, exposed_ = false;
-  std::map<size_t, stamp> stamps_;
+  std::vector<stamp> stamps_;  // of the files, from before they were opened
   std::unique_ptr<client_image> image_;
   std::unique_ptr<viewer> viewer_;
   std::unique_ptr<worker> worker_;
@@ -382,6 +390,7 @@ class window {
 
 int open_window(const arguments &arguments) {
   first_wish(arguments);  // complains before anything is opened
+  chosen_geometry(arguments, usual_size);
   return window(arguments).run();
 }
 
