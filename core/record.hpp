@@ -13,11 +13,13 @@ namespace qvim {
 // zero while no runs are set up.
 struct [[gnu::packed]] run_facts {
   uint16_t buffer_pixel;  // bytes of a pixel in the caller's buffer
+  uint16_t source_pixel;  // of a view: bytes of a pixel that its source was set up for
   uint8_t in_memory;      // transfers touch memory alone: they neither wait nor call anyone back
-  uint8_t zero;
+  uint8_t has_source;     // it is a view's
+  uint8_t zero[2];
 };
 
-// The private state of a kind, kept in the record's first 188 private bytes. Records lie at any 4-byte
+// The private state of a kind, kept in the record's first 184 private bytes. Records lie at any 4-byte
 // boundary, so a state is a packed struct; take its members by value.
 template <class State, class Record>
 State &state_of(Record *im) {

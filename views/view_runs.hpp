@@ -27,8 +27,18 @@ struct view_runs : view_window<Dim, Kind, SourceDim> {
     if (code < 0 || buffer_pixel(im) == 0)
       clear_runs<Dim>(im);
     else
-      run_facts_of(im).in_memory = run_facts_of(source_of(im)).in_memory;
+      note_source(im);
     return code;
+  }
+
+  // Where someone else sets the source up for other pixels, this view's set-up is out of date. Transfers do
+  // not look at that, but whoever must not trust the program does.
+  static void note_source(image *im) {
+    const run_facts source = run_facts_of(source_of(im));
+    run_facts &own = run_facts_of(im);
+    own.source_pixel = source.buffer_pixel;
+    own.in_memory = source.in_memory;
+    own.has_source = true;
   }
 
   // Notes how runs go in this view's window; false when the scan bits name no axis.

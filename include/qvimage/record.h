@@ -58,7 +58,7 @@
  * For those who write kinds: a source reference is the address of a record, or counts in records from the one
  * that holds it: a value v from -128 to -1 names the record (65 + v) * 452 bytes after it, so that arrays of
  * records can be copied as a block. Only references belong there: block transfers follow them to keep
- * set-ups. A kind must not keep a pointer into its own record. The last four bytes of the iostate are for
+ * set-ups. A kind must not keep a pointer into its own record. The last eight bytes of the iostate are for
  * what the library's own kinds note at ioset; other kinds leave them zero. */
 #ifndef QVIMAGE_RECORD_H
 #define QVIMAGE_RECORD_H

@@ -8,6 +8,7 @@
 #include "java/native/elements.hpp"
 #include "java/native/errors.hpp"
 #include "java/native/natives.hpp"
+#include "views/chain.hpp"
 
 using namespace qvim;
 using namespace qvim::java;
@@ -32,12 +33,27 @@ uint64_t bytes_of(JNIEnv *env, Array array) {
   return uint64_t(env->GetArrayLength(array)) * sizeof(typename region<Array>::element);
 }
 
+// Was nothing in a chain of views set up for other pixels since the views above it were?
+template <class Dim>
+bool set_ups_agree(const record<Dim> *im) {
+  const auto *record =
+      reinterpret_cast<const qvimage *>(im);  // those of three dimensions have the same bytes
+  for (int step = 0; step < longest_chain; step++) {
+    const run_facts own = run_facts_of(record);
+    if (!own.has_source) return true;
+    record = resolve<const qvimage>(record, record->source[0]);
+    const run_facts source = run_facts_of(record);
+    if (source.buffer_pixel != own.source_pixel || source.in_memory != own.in_memory) return false;
+  }
+  return false;
+}
+
 // The count that move(bytes, pixels) answers for the elements of an array. They stay where they are only
 // where transfers cannot wait.
 template <class Dim, class Array, class Move>
 jint with_elements(JNIEnv *env, const char *name, record<Dim> *im, Array array, jint count, purpose to,
                    Move move) {
-  if (!array) return 0;
+  if (!array || !set_ups_agree<Dim>(im)) return 0;
   const uint64_t pixel = pixel_of<Dim>(im);
   const auto pixels = uint32_t(std::min(uint64_t(std::max(count, 0)), bytes_of(env, array) / pixel));
   if (run_facts_of(im).in_memory) {

@@ -101,6 +101,26 @@ class AbuseTest extends Images {
     equal("a window", 0, v.ioread_byte(0, array, 99, 0, 0));
   }
 
+  /** A view whose source was set up for other pixels moves nothing until one of them is set up again. */
+  static void testSetUpsUnderTheFeet() throws Exception {
+    Jqvimage v = image(2, 16, 3, RGB, WIDTH, 1, (x, y, z, c) -> 1), view = image(), top = image();
+    view.qvimage_cachemonitor(v, 0, 1);
+    top.qvimage_rotate(view, 0, 4);
+    short[] array = new short[WIDTH];
+    top.ioset(0, 2, 1);
+    equal("set up", WIDTH, top.ioread_short(0, array, WIDTH, 0, 0));
+    v.ioset(0, 2, 7);
+    equal(
+        "from above", 0, top.ioread_short(0, array, WIDTH, 0, 0) + view.iorite_short(0, array, WIDTH, 0, 0));
+    v.ioset(0, 2, 2);
+    equal("for pixels of that size", WIDTH, top.ioread_short(0, array, WIDTH, 0, 0));
+    view.ioset(0, 2, 7);
+    equal("for more components", 0, top.ioread_short(0, array, WIDTH, 0, 0));
+    equal("by itself", WIDTH / 3, view.ioread_short(0, array, WIDTH, 0, 0));
+    top.ioset(0, 2, 1);
+    equal("again", WIDTH, top.ioread_short(0, array, WIDTH, 0, 0));
+  }
+
   /** No promise of a program makes positions outside the window reach memory. */
   static void testPositions() throws Exception {
     final int TRUST = 0x2000;
