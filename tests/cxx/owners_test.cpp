@@ -57,6 +57,22 @@ TEST_F(Owners, EveryFormatGoesThereAndBack) {
   }
 }
 
+// An icon is a bitmap of twice the height, without its first 14 bytes, behind a head of its own.
+TEST_F(Owners, IconsAreFoundByTheirFirstBytes) {
+  std::vector<uint8_t> nibbles(8 * 16);
+  for (size_t i = 0; i < nibbles.size(); i++) nibbles[i] = i % 16;
+  ASSERT_TRUE(qv::save(qv::over(nibbles, {8, 16}, 1, 4).value(), folder_ / "a.bmp"));
+  auto bitmap = file_bytes(folder_ / "a.bmp");
+  const auto size = static_cast<uint8_t>(bitmap.size() - 14);
+  std::vector<uint8_t> icon = {0, 0, 1, 0, 1, 0, 8, 8, 16, 0, 1, 0, 4, 0, size, 0, 0, 0, 22, 0, 0, 0};
+  icon.insert(icon.end(), bitmap.begin() + 14, bitmap.end());
+  put_file(folder_ / "a.ico", icon);
+  auto file = qv::open(folder_ / "a.ico", {.palette = true}).value();
+  EXPECT_EQ(file.height(), 8);
+  EXPECT_EQ(file.pixels<uint8_t>().value()[5], nibbles[5]);
+  EXPECT_EQ(std::string_view(qv::info::of(folder_ / "a.ico").value()->type, 3), "ico");
+}
+
 TEST_F(Owners, FilesOfOneFormatHaveItsNameAndHandle) {
   make("a.tif", {.compression = 5, .description = "twelve bits"});
   make("a.pgm");
@@ -199,6 +215,7 @@ TEST_F(Owners, ErrorsCarryCodePathAndReason) {
   } cases[] = {
       {qv::open(none).error(), QVERR_NOTFOUND, none},
       {qv::open(text).error(), QVERR_FORMAT, text},
+      {qv::open(nullptr).error(), QVERR_NOTFOUND, ""},
       {qv::info::of(none).error(), QVERR_NOTFOUND, none},
       {qv::tiff::open(text).error(), QVERR_FORMAT, text},
       {qv::tiff::open(make("a.tif"), {.page = 7}).error(), QVERR_FORMAT, folder_ / "a.tif"},

@@ -29,10 +29,11 @@
 
 namespace qv {
 
-// A path: text that ends with a zero, or anything with c_str(), such as strings and std::filesystem::path.
+// A path: text that ends with a zero (null is no file's), or anything with c_str(), such as strings and
+// std::filesystem::path.
 class path {
  public:
-  path(const char *text) noexcept : text_(text) {}
+  path(const char *text) noexcept : text_(text == nullptr ? "" : text) {}
   template <class Text>
   requires requires(const Text &t) {
     { t.c_str() } -> std::convertible_to<const char *>;

@@ -360,7 +360,8 @@ class image_calls {
   }
 
   // The pixels of the whole window as an array, which is allocated: packed, row by row and plane by plane.
-  // Fails as read does, and with QVERR_MEMORY where no array has room for them.
+  // Fails as read does, and with QVERR_MEMORY where no array has room for them; memory that is short is the
+  // vector's to report.
   template <class T>
   result<std::vector<T>> pixels(uint32_t flags = low_end, uint32_t mask = all_components) {
     const auto selected =

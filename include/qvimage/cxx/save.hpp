@@ -9,10 +9,10 @@
 // QVERR_UNSUPPORTED) and a view makes what fits; but components are put into the file's order, and colours
 // that are not red, green, blue are converted for formats that have no others.
 //
-// A callback that is given hears how far the work has come: (step, steps), numbers of rows of a
-// picture or planes of a volume. What it answers, if it answers anything, stops the work unless it is 0, and
-// is the status's code. What it throws leaves the call. Without one the thread's progress callback is called
-// (qvimage/progress.h). All of it happens in the thread that calls.
+// A callback that is given hears how far the work has come: (step, steps), numbers of rows of a picture
+// (of JPEG every eighth) or planes of a volume. What it answers, if it answers anything, stops the work
+// unless it is 0, and is the status's code. What it throws leaves the call. Without one the thread's
+// progress callback is called (qvimage/progress.h). All of it happens in the thread that calls.
 #pragma once
 
 #include <qvimage/cxx/files.hpp>
@@ -138,7 +138,12 @@ inline qvimagefileinfo options_of(const saving &s) noexcept {
   if (s.copyright != nullptr) o.copyright = const_cast<char *>(s.copyright);
   if (s.datetime != nullptr) o.datetime = const_cast<char *>(s.datetime);
   if (o.fts_comment == nullptr) o.fts_comment = o.description;
-  if (o.jpg_comment[0] == nullptr) o.jpg_comment[0] = o.description;
+  if (o.jpg_comment[0] == nullptr) {
+    int comments = 0;
+    for (char *const text : {o.description, o.software, o.copyright}) {
+      if (text != nullptr) o.jpg_comment[comments++] = text;
+    }
+  }
   return o;
 }
 
