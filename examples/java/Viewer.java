@@ -38,7 +38,8 @@ class Viewer extends JFrame {
   private static final long serialVersionUID = 1;
   private static final int MOST_ZOOM = 32;
 
-  private final transient Volume volume;
+  private final transient Path file;
+  private transient Volume volume; // null where pages differ: then they are opened one by one
   private transient Image plane;
   private transient BufferedImage shown;
   private int z = -1;
@@ -47,6 +48,7 @@ class Viewer extends JFrame {
   private final JLabel status = new JLabel(" ");
   private final JSlider black = new JSlider();
   private final JSlider white = new JSlider();
+  private final Box levels = Box.createVerticalBox();
 
   public static void main(String[] arguments) {
     SwingUtilities.invokeLater(() -> {
@@ -60,38 +62,35 @@ class Viewer extends JFrame {
 
   Viewer(Path file) {
     super(file.getFileName().toString());
-    volume = Images.openVolume(file);
-    setDefaultCloseOperation(DISPOSE_ON_CLOSE);
-    Box controls = Box.createVerticalBox();
-    if (hasLevels()) {
-      int largest = (1 << volume.format().bits()) - 1;
-      controls.add(slider("Black", black, largest, 0));
-      controls.add(slider("White", white, largest, largest));
+    this.file = file;
+    try {
+      volume = Images.openVolume(file);
+    } catch (ImageException pagesDiffer) {
+      volume = null;
     }
+    show(0);
+    setDefaultCloseOperation(DISPOSE_ON_CLOSE);
+    levels.add(slider("Black", black));
+    levels.add(slider("White", white));
     status.setName("status");
-    status.setAlignmentX(LEFT_ALIGNMENT);
-    controls.add(status);
+    Box controls = Box.createVerticalBox();
+    for (JComponent part : new JComponent[] {levels, status}) {
+      part.setAlignmentX(LEFT_ALIGNMENT);
+      controls.add(part);
+    }
     add(new JScrollPane(picture), BorderLayout.CENTER);
     add(controls, BorderLayout.SOUTH);
-    onKey("PAGE_DOWN", () -> show(Math.min(z + 1, volume.depth() - 1)));
-    onKey("PAGE_UP", () -> show(Math.max(z - 1, 0)));
+    onKey("PAGE_DOWN", () -> show(z + 1));
+    onKey("PAGE_UP", () -> show(z - 1));
     onKey("PLUS", () -> zoom(2));
     onKey("ADD", () -> zoom(2));
     onKey("MINUS", () -> zoom(0.5));
     onKey("SUBTRACT", () -> zoom(0.5));
-    show(0);
     pack();
   }
 
-  private boolean hasLevels() {
-    PixelFormat format = volume.format();
-    return format.type().isInteger() && format.bits() > 8 && format.bits() < 31;
-  }
-
-  private Component slider(String name, JSlider slider, int largest, int value) {
+  private Component slider(String name, JSlider slider) {
     slider.setName(name);
-    slider.setMaximum(largest);
-    slider.setValue(value);
     slider.setFocusable(false); // Page Up and Page Down are for planes
     slider.addChangeListener(change -> develop());
     Box row = Box.createHorizontalBox();
@@ -113,28 +112,48 @@ class Viewer extends JFrame {
     });
   }
 
-  /** Shows a plane. */
+  /** Shows a plane; where there is none of that number, what was shown stays. */
   private void show(int wanted) {
-    if (wanted == z) return;
-    z = wanted;
-    if (plane != null) plane.close();
-    plane = volume.plane(z);
+    if (wanted < 0 || (volume != null && wanted >= volume.depth())) return;
+    try {
+      Image next = volume == null ? Images.open(file, wanted) : volume.plane(wanted);
+      if (plane != null) plane.close();
+      plane = next;
+      z = wanted;
+    } catch (ImageException none) {
+      if (plane == null) throw none;
+      status.setText(none.getMessage());
+      return;
+    }
+    PixelFormat format = plane.format();
+    setLevels(format);
     develop();
-    PixelFormat format = volume.format();
-    status.setText(String.format("%d x %d, %d x %s, %d bits, plane %d of %d", volume.width(), volume.height(),
-        format.components(), format.type(), format.bits(), z + 1, volume.depth()));
+    status.setText(String.format("%d x %d, %d x %s, %d bits, plane %d", plane.width(), plane.height(),
+        format.components(), format.type(), format.bits(), z + 1));
+  }
+
+  /** Makes the sliders fit pixels of more than 8 bits, and hides them from others. */
+  private void setLevels(PixelFormat format) {
+    levels.setVisible(format.type().isInteger() && format.bits() > 8 && format.bits() < 31);
+    int largest = (1 << Math.min(format.bits(), 30)) - 1;
+    if (white.getMaximum() == largest) return;
+    for (JSlider slider : new JSlider[] {black, white}) {
+      slider.setMaximum(largest);
+      slider.setValue(slider == white ? largest : 0);
+    }
   }
 
   /** Makes what is seen of the plane's pixels. */
   private void develop() {
     try {
-      boolean all = !hasLevels();
       int low = Math.min(black.getValue(), white.getMaximum() - 1);
-      shown = all ? plane.toBufferedImage() : plane.toBufferedImage(low, Math.max(white.getValue(), low + 1));
+      int high = Math.max(white.getValue(), low + 1);
+      shown = levels.isVisible() ? plane.toBufferedImage(low, high) : plane.toBufferedImage();
     } catch (ImageException failed) { // a damaged plane: what was seen before is none of it
       shown = null;
       status.setText(failed.getMessage());
     }
+    picture.revalidate();
     picture.repaint();
   }
 
@@ -159,7 +178,8 @@ class Viewer extends JFrame {
   @Override
   public void dispose() {
     super.dispose();
-    volume.close();
+    if (plane != null) plane.close();
+    if (volume != null) volume.close();
   }
 
   /** The plane's pixels, each a square. */
@@ -177,13 +197,13 @@ class Viewer extends JFrame {
 
     @Override
     public Dimension getPreferredSize() {
-      return new Dimension(volume.width() * zoom, volume.height() * zoom);
+      return new Dimension(plane.width() * zoom, plane.height() * zoom);
     }
 
     @Override
     protected void paintComponent(Graphics graphics) {
       if (shown == null) return;
-      ((Graphics2D) graphics).drawImage(shown, 0, 0, volume.width() * zoom, volume.height() * zoom, null);
+      ((Graphics2D) graphics).drawImage(shown, 0, 0, plane.width() * zoom, plane.height() * zoom, null);
     }
   }
 }

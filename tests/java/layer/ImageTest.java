@@ -135,6 +135,19 @@ class ImageTest extends Checks {
         "as doubles", 6, 4, volume.converter(PixelType.FLOAT64).plane(1), (x, y, c) -> 1000 + value(x, y, 0));
   }
 
+  static void testWritesTravelDown() {
+    Volume volume = planes(3);
+    volume.plane(1)
+        .rotate(90)
+        .crop(new Rectangle(1, 2, 2, 2))
+        .write(new Rectangle(1, 0, 1, 1), new short[] {4711});
+    same(
+        "through views", 6, 4, volume.plane(1), (x, y, c) -> x == 2 && y == 1 ? 4711 : 1000 + value(x, y, 0));
+    Image rgb = picture(3, Hint.RGB, 12);
+    rgb.component(1).converter(8).write(new Rectangle(3, 2, 1, 1), new byte[] {(byte) 200});
+    same("upper bits", 6, 4, rgb, (x, y, c) -> x == 3 && y == 2 && c == 1 ? 200 << 4 : value(x, y, c));
+  }
+
   /** All types, both ways, a rectangle at a time; what lies around it stays. */
   static void testTypes() {
     Rectangle area = new Rectangle(1, 1, 2, 2);

@@ -122,7 +122,7 @@ final class Record {
     while (true) {
       try {
         ((Guard) UNREACHABLE.remove()).record.close();
-      } catch (InterruptedException | RuntimeException nobodyWaitsForIt) {
+      } catch (Throwable nobodyWaitsForIt) {
         // The next one may fare better.
       }
     }
