@@ -6,6 +6,7 @@
 #include <qvimage/avi.h>
 #include <qvimage/error.h>
 
+#include "audit.hpp"
 #include "bmp.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
@@ -125,6 +126,7 @@ const file_format avi_format = {qv::sign_of(qv::format::avi),
                                 writing_options,
                                 apply,
                                 {"AVI files", is_bitmap, bitmap_types, "--bits 8", true, true},
-                                create};
+                                create,
+                                audit_avi};
 
 }  // namespace tool

@@ -30,7 +30,7 @@ struct command {
   int (*run)(const arguments &);
 };
 
-extern const command info_command, convert_command, diff_command, stat_command, show_command;
+extern const command info_command, check_command, convert_command, diff_command, stat_command, show_command;
 
 // A command line taken apart. Options may stand anywhere before "--", as `--name value` or `--name=value`.
 class arguments {

@@ -3,6 +3,7 @@
 #include <qvimage/error.h>
 #include <qvimage/fits.h>
 
+#include "audit.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
 #include "progress.hpp"
@@ -100,6 +101,7 @@ const file_format fits_format = {
     {},
     apply,
     {"FITS files", is_held, "integers of up to 32 bits and floating-point numbers", "--bits 32"},
-    create};
+    create,
+    audit_fits};
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include <qvimage/error.h>
 #include <qvimage/jpeg.h>
 
+#include "audit.hpp"
 #include "document.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
@@ -162,6 +163,7 @@ const file_format jpeg_format = {qv::sign_of(qv::format::jpeg),
                                  writing_options,
                                  apply,
                                  {"JPEG files", has_8_bits, "8-bit samples", "--bits 8", false, true, true},
-                                 create};
+                                 create,
+                                 audit_jpeg};
 
 }  // namespace tool

@@ -18,8 +18,8 @@ namespace tool {
 
 namespace {
 
-const command *const commands[] = {&info_command, &convert_command, &diff_command, &stat_command,
-                                   &show_command};
+const command *const commands[] = {&info_command, &check_command, &convert_command,
+                                   &diff_command, &stat_command,  &show_command};
 
 std::string overall_help() {
   std::string text = "usage: qvimage COMMAND [OPTIONS] FILE...\n\nCommands:\n";
