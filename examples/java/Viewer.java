@@ -27,11 +27,10 @@ import org.qvimage.ImageException;
 import org.qvimage.Images;
 import org.qvimage.PixelFormat;
 import org.qvimage.PixelType;
-import org.qvimage.Volume;
 
 /**
  * Shows a file of any format: {@code java -cp qvimage-java.jar Viewer.java FILE}. Pixels of more than 8 bits
- * have sliders for what is black and what is white. Page Up and Page Down step through the planes, + and -
+ * have sliders for what is black and what is white. Page Up and Page Down step through the pages, + and -
  * zoom, the value under the mouse is written below.
  */
 class Viewer extends JFrame {
@@ -39,10 +38,9 @@ class Viewer extends JFrame {
   private static final int MOST_ZOOM = 32;
 
   private final transient Path file;
-  private transient Volume volume; // null where pages differ: then they are opened one by one
-  private transient Image plane;
+  private transient Image page;
   private transient BufferedImage shown;
-  private int z = -1;
+  private int number = -1;
   private int zoom = 1;
   private final Picture picture = new Picture();
   private final JLabel status = new JLabel(" ");
@@ -63,11 +61,6 @@ class Viewer extends JFrame {
   Viewer(Path file) {
     super(file.getFileName().toString());
     this.file = file;
-    try {
-      volume = Images.openVolume(file);
-    } catch (ImageException pagesDiffer) {
-      volume = null;
-    }
     show(0);
     setDefaultCloseOperation(DISPOSE_ON_CLOSE);
     levels.add(slider("Black", black));
@@ -80,8 +73,8 @@ class Viewer extends JFrame {
     }
     add(new JScrollPane(picture), BorderLayout.CENTER);
     add(controls, BorderLayout.SOUTH);
-    onKey("PAGE_DOWN", () -> show(z + 1));
-    onKey("PAGE_UP", () -> show(z - 1));
+    onKey("PAGE_DOWN", () -> show(number + 1));
+    onKey("PAGE_UP", () -> show(number - 1));
     onKey("PLUS", () -> zoom(2));
     onKey("ADD", () -> zoom(2));
     onKey("MINUS", () -> zoom(0.5));
@@ -91,7 +84,7 @@ class Viewer extends JFrame {
 
   private Component slider(String name, JSlider slider) {
     slider.setName(name);
-    slider.setFocusable(false); // Page Up and Page Down are for planes
+    slider.setFocusable(false); // Page Up and Page Down are for pages
     slider.addChangeListener(change -> develop());
     Box row = Box.createHorizontalBox();
     row.add(new JLabel(name + " "));
@@ -112,24 +105,24 @@ class Viewer extends JFrame {
     });
   }
 
-  /** Shows a plane; where there is none of that number, what was shown stays. */
+  /** Shows a page; where there is none of that number, what was shown stays. */
   private void show(int wanted) {
-    if (wanted < 0 || (volume != null && wanted >= volume.depth())) return;
+    if (wanted < 0) return;
     try {
-      Image next = volume == null ? Images.open(file, wanted) : volume.plane(wanted);
-      if (plane != null) plane.close();
-      plane = next;
-      z = wanted;
+      Image next = Images.open(file, wanted); // by itself: pages of a file may differ
+      if (page != null) page.close();
+      page = next;
+      number = wanted;
     } catch (ImageException none) {
-      if (plane == null) throw none;
+      if (page == null) throw none;
       status.setText(none.getMessage());
       return;
     }
-    PixelFormat format = plane.format();
+    PixelFormat format = page.format();
     setLevels(format);
     develop();
-    status.setText(String.format("%d x %d, %d x %s, %d bits, plane %d", plane.width(), plane.height(),
-        format.components(), format.type(), format.bits(), z + 1));
+    status.setText(String.format("%d x %d, %d x %s, %d bits, page %d", page.width(), page.height(),
+        format.components(), format.type(), format.bits(), number + 1));
   }
 
   /** Makes the sliders fit pixels of more than 8 bits, and hides them from others. */
@@ -143,13 +136,13 @@ class Viewer extends JFrame {
     }
   }
 
-  /** Makes what is seen of the plane's pixels. */
+  /** Makes what is seen of the page's pixels. */
   private void develop() {
     try {
       int low = Math.min(black.getValue(), white.getMaximum() - 1);
       int high = Math.max(white.getValue(), low + 1);
-      shown = levels.isVisible() ? plane.toBufferedImage(low, high) : plane.toBufferedImage();
-    } catch (ImageException failed) { // a damaged plane: what was seen before is none of it
+      shown = levels.isVisible() ? page.toBufferedImage(low, high) : page.toBufferedImage();
+    } catch (ImageException failed) { // a damaged page: what was seen before is none of it
       shown = null;
       status.setText(failed.getMessage());
     }
@@ -165,9 +158,9 @@ class Viewer extends JFrame {
 
   private void tell(Point at) {
     Rectangle pixel = new Rectangle(at.x / zoom, at.y / zoom, 1, 1);
-    if (!plane.area().contains(pixel)) return;
-    double[] values = new double[plane.format().components()];
-    try (Image numbers = plane.converter(PixelType.FLOAT64)) {
+    if (!page.area().contains(pixel)) return;
+    double[] values = new double[page.format().components()];
+    try (Image numbers = page.converter(PixelType.FLOAT64)) {
       numbers.read(pixel, values);
       status.setText("(" + pixel.x + ", " + pixel.y + "): " + Arrays.toString(values));
     } catch (ImageException failed) {
@@ -178,11 +171,10 @@ class Viewer extends JFrame {
   @Override
   public void dispose() {
     super.dispose();
-    if (plane != null) plane.close();
-    if (volume != null) volume.close();
+    if (page != null) page.close();
   }
 
-  /** The plane's pixels, each a square. */
+  /** The page's pixels, each a square. */
   private final class Picture extends JComponent {
     private static final long serialVersionUID = 1;
 
@@ -197,13 +189,13 @@ class Viewer extends JFrame {
 
     @Override
     public Dimension getPreferredSize() {
-      return new Dimension(plane.width() * zoom, plane.height() * zoom);
+      return new Dimension(page.width() * zoom, page.height() * zoom);
     }
 
     @Override
     protected void paintComponent(Graphics graphics) {
       if (shown == null) return;
-      ((Graphics2D) graphics).drawImage(shown, 0, 0, plane.width() * zoom, plane.height() * zoom, null);
+      ((Graphics2D) graphics).drawImage(shown, 0, 0, page.width() * zoom, page.height() * zoom, null);
     }
   }
 }
