@@ -100,7 +100,11 @@ TEST_F(Values, RegionsAreRelativeToTheWindow) {
   EXPECT_EQ(inner.pixels<uint16_t>().value(), (std::vector<uint16_t>{at(3, 2), at(4, 2)}));
   EXPECT_EQ(image_.width(), width);  // the original is what it was
 
-  for (const qv::region outside : {qv::region{5, 0, 3, 1}, {-1, 0, 2, 2}, {0, 0, 3, 6}, {3, 3, -1, 1}}) {
+  EXPECT_EQ(part.set_window({-1, 0, 2, 2}).code(),
+            QVERR_USAGE);  // inside of the image, but not of the window
+  EXPECT_TRUE(part.reset_window());
+  for (const qv::region outside :
+       {qv::region{5, 0, 3, 1}, {-1, 0, 2, 2}, {0, 0, 3, 6}, {3, 3, -1, 1}, {3, 0, INT32_MAX, 1}}) {
     auto none = image_.crop(outside);
     EXPECT_EQ(none.access<uint16_t>().error().code(), QVERR_USAGE);
     EXPECT_EQ(none.pixels<uint16_t>().error().code(), QVERR_USAGE);

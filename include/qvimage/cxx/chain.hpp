@@ -129,8 +129,7 @@ static_assert(sizeof(chain<3>) == 3 * 452 && std::is_trivially_copyable_v<chain<
 
 // Puts a view on an image, a chain, an open file, or on what the step before answered, whose failure is
 // passed on. Fails with the codes of the view's constructor.
-template <class Source, class View>
-requires detail::view_of<View, typename Source::record_type>
+template <detail::has_record Source, detail::view_of<typename Source::record_type> View>
 auto operator|(const Source &below, const View &next) noexcept {
   if constexpr (std::is_base_of_v<typename Source::record_type, Source>) {
     return chain<1, typename Source::record_type>(below.copy()).with(next);
@@ -138,8 +137,7 @@ auto operator|(const Source &below, const View &next) noexcept {
     return below.copy().with(next);
   }
 }
-template <class Source, class View>
-requires detail::view_of<View, typename Source::record_type>
+template <class Source, detail::view_of<typename Source::record_type> View>
 auto operator|(const result<Source> &below, const View &next) noexcept {
   return below ? *below | next : decltype(*below | next)(below.error());
 }

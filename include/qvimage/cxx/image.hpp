@@ -9,6 +9,7 @@
 // Positions are those of the window, (0, 0) its first pixel; width() and height() are the window's.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -64,6 +65,16 @@ constexpr int32_t pixie_type_of() {
   }
 }
 
+// A stretch of an axis, and the part of it that begins so far behind its begin; (-1, -1) where it has none
+// such.
+struct stretch {
+  int32_t from, to;
+  constexpr stretch part(int32_t at, int32_t size) const noexcept {
+    if (at < 0 || size < 0 || int64_t{at} + size > int64_t{to} - from) return {-1, -1};
+    return {from + at, from + at + size};
+  }
+};
+
 // What differs between pictures and volumes.
 template <class Record>
 struct dimension;
@@ -74,7 +85,11 @@ struct dimension<::qvimage> {
   using window = qvywindow;
   using extent = qv::extent;
   using region = qv::region;
-  static window window_of(const region &r) noexcept { return {{r.x, r.y}, {r.x + r.width, r.y + r.height}}; }
+  static window part(const window &of, const region &r) noexcept {
+    const stretch x = stretch{of.nw.x, of.se.x}.part(r.x, r.width);
+    const stretch y = stretch{of.nw.y, of.se.y}.part(r.y, r.height);
+    return {{x.from, y.from}, {x.to, y.to}};
+  }
   static void make_null(::qvimage *im) noexcept { qvimage_defnull(im); }
   static int32_t make(::qvimage *im, void *at, uint64_t bytes, const extent &e, uint32_t pitch,
                       const qvimagedata *d) noexcept {
@@ -95,8 +110,11 @@ struct dimension<::qvimage3> {
   using window = qvyzwindow;
   using extent = qv::extent3;
   using region = qv::region3;
-  static window window_of(const region &r) noexcept {
-    return {{r.x, r.y, r.z}, {r.x + r.width, r.y + r.height, r.z + r.depth}};
+  static window part(const window &of, const region &r) noexcept {
+    const stretch x = stretch{of.nw.x, of.se.x}.part(r.x, r.width);
+    const stretch y = stretch{of.nw.y, of.se.y}.part(r.y, r.height);
+    const stretch z = stretch{of.nw.z, of.se.z}.part(r.z, r.depth);
+    return {{x.from, y.from, z.from}, {x.to, y.to, z.to}};
   }
   static void make_null(::qvimage3 *im) noexcept { qvimage3_defnull(im); }
   static int32_t make(::qvimage3 *im, void *at, uint64_t bytes, const extent &e, uint32_t pitch,
@@ -131,9 +149,17 @@ auto memory_of(Given &given) noexcept {
   }
 }
 
-// A position: as many numbers as the record has axes.
-template <class Record, class... At>
-concept position = sizeof...(At) == dimension<Record>::axes && (std::is_convertible_v<At, int32_t> && ...);
+// Memory that knows its size.
+template <class Given>
+concept sized_memory = std::is_array_v<std::remove_reference_t<Given>> || requires(Given &given) {
+  given.size();
+};
+
+// An image, a chain, an open file.
+template <class Image>
+concept has_record = requires(Image &im) {
+  im.record();
+};
 
 // The code of the first transfer that failed since it was asked for last.
 template <class Record>
@@ -157,9 +183,9 @@ class runs {
 
   // Reads pixels from a position on, to the end of the line or of the buffer, whichever comes first. Answers
   // the part of the buffer that was filled: empty outside of the window, short where something failed.
-  template <class... At>
-  requires detail::position<Record, At...> std::span<T> read(std::span<T> to, At... at)
-  const noexcept {
+  template <std::convertible_to<int32_t>... At>
+  std::span<T> read(std::span<T> to, At... at) const noexcept {
+    static_assert(sizeof...(At) == detail::dimension<Record>::axes, "a position has a number for each axis");
     const uint32_t moved =
         image_->ioread(image_, 0, to.data(), pixels_of(to.size()), static_cast<int32_t>(at)...);
     image_->iowait(image_, 0, to.data());
@@ -167,9 +193,9 @@ class runs {
   }
 
   // Writes pixels; answers how many were written.
-  template <class... At>
-  requires detail::position<Record, At...> uint32_t write(std::span<const T> from, At... at)
-  const noexcept {
+  template <std::convertible_to<int32_t>... At>
+  uint32_t write(std::span<const T> from, At... at) const noexcept {
+    static_assert(sizeof...(At) == detail::dimension<Record>::axes, "a position has a number for each axis");
     const uint32_t moved =
         image_->iorite(image_, 0, from.data(), pixels_of(from.size()), static_cast<int32_t>(at)...);
     image_->iowait(image_, 0, const_cast<T *>(from.data()));
@@ -254,7 +280,9 @@ class image_calls {
   int32_t height() const noexcept { return record().wind.se.y - record().wind.nw.y; }
   int32_t depth() const noexcept { return dim::depth(record()); }
   uint64_t pixel_count() const noexcept {
-    return static_cast<uint64_t>(width()) * static_cast<uint32_t>(height()) * static_cast<uint32_t>(depth());
+    const uint64_t plane = static_cast<uint64_t>(width()) * static_cast<uint32_t>(height());
+    uint64_t all = 0;
+    return __builtin_mul_overflow(plane, static_cast<uint32_t>(depth()), &all) ? UINT64_MAX : all;
   }
 
   // What a pixel is made of: components, their type (QVIM_UINT8 ...), the significant bits of integers (those
@@ -271,8 +299,7 @@ class image_calls {
   // Makes a region of the window the window, and discards what was set up. A region that is not inside it
   // leaves no window, QVERR_USAGE: nothing is transferred until there is one again.
   status set_window(const region_type &part) noexcept {
-    auto window = dim::window_of(part);
-    move(window, record().wind.nw);
+    auto window = dim::part(record().wind, part);
     return put_window(&window);
   }
 
@@ -295,7 +322,7 @@ class image_calls {
   // QVERR_COLOUR, QVERR_UNSUPPORTED; QVERR_USAGE without a window.
   template <class T>
   result<runs<T, Record>> access(uint32_t flags = low_end, uint32_t mask = all_components,
-                                 uint32_t mode = QVIM_XSCAN) &noexcept {
+                                 uint32_t mode = QVIM_XSCAN) & {
     Record &im = record();
     const uint32_t selected = mask == all_components ? whole_pixel() : mask;
     const int32_t code = im.ioset(&im, mode, request<T>(flags), selected);
@@ -305,7 +332,7 @@ class image_calls {
 
   // Sets up scattered pixels, in the same form.
   template <class T>
-  result<points<T, Record>> scattered(uint32_t flags = low_end, uint32_t mask = all_components) &noexcept {
+  result<points<T, Record>> scattered(uint32_t flags = low_end, uint32_t mask = all_components) & {
     Record &im = record();
     const uint32_t selected = mask == all_components ? whole_pixel() : mask;
     const int32_t code = im.bxts(&im, 0, request<T>(flags), selected);
@@ -315,9 +342,9 @@ class image_calls {
 
   // The pixels themselves from a position on, along the rows or, with QVIM_YSCAN, columns, for images that
   // are memory and store them so. The answer is valid as long as the memory. Fails with the codes of imapset.
-  template <class T, class... At>
-  requires detail::position<Record, At...> result<mapping<T>> map(uint32_t mode, At... at)
-  noexcept {
+  template <class T, std::convertible_to<int32_t>... At>
+  result<mapping<T>> map(uint32_t mode, At... at) noexcept {
+    static_assert(sizeof...(At) == dim::axes, "a position has a number for each axis");
     Record &im = record();
     const int32_t code = im.imapset(&im, mode | QVIM_STEP, request<T>(as_stored), whole_pixel());
     if (code < 0) return status::of(code);
@@ -332,11 +359,8 @@ class image_calls {
   // span, with room for pixel_count() times the selected components, or QVERR_USAGE is answered. Set-ups are
   // replaced. Beyond the codes of access: what made a transfer stop (of files QVERR_FORMAT, QVERR_IO), with
   // the pixels before it read.
-  template <class Memory>
-  requires(!std::is_pointer_v<std::decay_t<Memory>> ||
-           std::is_array_v<std::remove_reference_t<Memory>>) status
-      read(Memory &&to, uint32_t flags = low_end, uint32_t mask = all_components)
-  noexcept {
+  template <detail::sized_memory Memory>
+  status read(Memory &&to, uint32_t flags = low_end, uint32_t mask = all_components) noexcept {
     return all_lines(detail::memory_of(to), flags, mask,
                      [](Record *im, auto *at, uint32_t n, int32_t y, int32_t z) {
                        const uint32_t moved = dim::read(im, at, n, y, z);
@@ -346,11 +370,8 @@ class image_calls {
   }
 
   // Writes the whole window from memory, likewise.
-  template <class Memory>
-  requires(!std::is_pointer_v<std::decay_t<Memory>> ||
-           std::is_array_v<std::remove_reference_t<Memory>>) status
-      write(const Memory &from, uint32_t flags = low_end, uint32_t mask = all_components)
-  noexcept {
+  template <detail::sized_memory Memory>
+  status write(const Memory &from, uint32_t flags = low_end, uint32_t mask = all_components) noexcept {
     return all_lines(
         detail::memory_of(from), flags, mask, [](Record *im, auto *at, uint32_t n, int32_t y, int32_t z) {
           const uint32_t moved = dim::write(im, at, n, y, z);
@@ -398,20 +419,10 @@ class image_calls {
                     : status(QVERR_USAGE, {}, "an image without pixels, or without a window");
   }
 
-  static void move(qvywindow &window, const qvxypoint &by) noexcept {
-    window.nw.x += by.x, window.se.x += by.x;
-    window.nw.y += by.y, window.se.y += by.y;
-  }
-  static void move(qvyzwindow &window, const qvxyzpoint &by) noexcept {
-    window.nw.x += by.x, window.se.x += by.x;
-    window.nw.y += by.y, window.se.y += by.y;
-    window.nw.z += by.z, window.se.z += by.z;
-  }
-
   status put_window(typename dim::window *window) noexcept {
     Record &im = record();
     if (im.xwind(&im, window, 's') != nullptr) return {};
-    return status(QVERR_USAGE, {}, "the region lies outside of the image");
+    return status(QVERR_USAGE, {}, "the region lies outside of the window");
   }
 
   // Moves line after line between the window and memory, by `one`.

@@ -261,8 +261,7 @@ inline status refused(const format_sign &sign, const char *path, const saving &h
 // file, whose runs are set up. Fails with the codes of the format's write function, with QVERR_UNSUPPORTED
 // where the name tells no format or the format has no room for what is asked; a callback's answer that
 // stopped it is the code.
-template <class Image, class F = no_progress>
-requires requires(Image &im) { im.record(); }
+template <detail::has_record Image, class F = no_progress>
 status save(Image &&im, path name, const saving &how = {}, F &&progress = {}) {
   const char *const where = name.c_str();
   const format_sign *const sign = format_of_name(where);
@@ -277,8 +276,7 @@ status save(Image &&im, path name, const saving &how = {}, F &&progress = {}) {
 }
 
 // Writes the window of a picture as raw pixels, in its own type, without a header (qvimage_filewrite).
-template <class Image, class F = no_progress>
-requires requires(Image &im) { im.record(); }
+template <detail::has_record Image, class F = no_progress>
 status save_raw(Image &&im, path name, F &&progress = {}) {
   return detail::with_progress(progress, [&] {
     return status::of_work(qvimage_filewrite(nullptr, &im.record(), name.c_str(), nullptr, 0), name.c_str());
@@ -304,8 +302,7 @@ class writer {
   // Makes the file. `like` is a picture like those to come, in size, type and components; nothing of it is
   // written. `frames` says how many there will be, as far as that is known. Texts, palette and `like` of
   // `how` must outlive the writer. Fails with the codes of the format's functions.
-  template <class Image>
-  requires requires(Image &im) { im.record(); }
+  template <detail::has_record Image>
   static result<writer> create(path name, Image &&like, const saving &how = {},
                                uint32_t frames = 0) noexcept {
     writer made;
@@ -324,8 +321,7 @@ class writer {
   // Adds the window of a picture and sets up its runs. One that failed or was stopped is no part of the file;
   // others may follow in PNM and FITS files, others end with the pictures before. The callback is that of
   // save().
-  template <class Image, class F = no_progress>
-  requires requires(Image &im) { im.record(); }
+  template <detail::has_record Image, class F = no_progress>
   status add(Image &&picture, F &&progress = {}) {
     if (handle_ == nullptr) return status(QVERR_USAGE, {}, "no file is being written");
     return detail::with_progress(progress, [&] { return status::of_work(put(&picture.record()), {}); });

@@ -178,8 +178,8 @@ class [[nodiscard]] result {
   T value() && { return checked(), std::move(value_); }
 
   // The value, which must be there.
-  T &operator*() &noexcept { return value_; }
-  const T &operator*() const &noexcept { return value_; }
+  T &operator*() & { return value_; }
+  const T &operator*() const & { return value_; }
   T operator*() && { return std::move(value_); }
   T *operator->() noexcept { return &value_; }
   const T *operator->() const noexcept { return &value_; }
