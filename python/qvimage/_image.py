@@ -327,8 +327,7 @@ class Pixels(Generic[P]):
         view = buffer.view
         if 0 in self._extents:
             return
-        packed = view.c_contiguous and view.shape == self.shape
-        if not packed:
+        if not view.c_contiguous or view.shape != self.shape:
             extents, components, _ = buffer.layout(self._dimensions)
             if extents != self._extents or components != self.components:
                 raise ValueError(f'an array of {self.shape} is needed, not of {view.shape}')
@@ -341,37 +340,28 @@ class Pixels(Generic[P]):
                 move = idle.pop()
             except IndexError:
                 move = Access(self).runs(slot)
-            if packed:
+            if view.c_contiguous:
                 move(buffer.address, 0, self._lines())
             else:
-                self._pieces(slot, buffer, move)
+                self._read_in_pieces(buffer, move)
             idle.append(move)
 
     def _lines(self) -> int:
         return self._extents[0] * (self._extents[1] if self._dimensions == 3 else 1)
 
-    def _pieces(self, slot: str, buffer: Buffer, move: Callable[[int, int, int], None]) -> None:
-        """Rows with gaps between them, by way of packed ones: a call costs more than a row. Without numpy row
-        by row."""
+    def _read_in_pieces(self, buffer: Buffer, move: Callable[[int, int, int], None]) -> None:
+        """Into rows with gaps between them, by way of packed ones: a call costs more than a row."""
         numpy, rows = numpy_or_none(), self._extents[-2]
-        _, _, pitches = buffer.layout(self._dimensions)
         if numpy is None:
-            for line in range(self._lines()):
-                z, y = divmod(line, rows)
-                move(buffer.address + z * pitches[0] * (self._dimensions == 3) + y * pitches[-1], line, 1)
-            return
-        array = numpy.asarray(buffer.view)
+            raise BufferError('rows with gaps between them need numpy')
+        array = numpy.asarray(buffer.view).reshape(self.shape)
         many = max(1, STAGE // (self._extents[-1] * self._size))
         stage = numpy.empty((many, *self.shape[self._dimensions - 1:]), array.dtype)
         for z, plane in enumerate(array if self._dimensions == 3 else [array]):
             for y in range(0, rows, many):
-                part = plane[y:y + many].reshape(-1, *stage.shape[1:])
-                packed = stage[:len(part)]
-                if slot == 'iorite':
-                    packed[...] = part
-                move(packed.ctypes.data, z * rows + y, len(part))
-                if slot == 'ioread':
-                    plane[y:y + many] = packed.reshape(plane[y:y + many].shape)
+                part = plane[y:y + many]
+                move(stage.ctypes.data, z * rows + y, len(part))
+                part[...] = stage[:len(part)]
 
     # --- scattered pixels ---
 

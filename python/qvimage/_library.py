@@ -40,7 +40,7 @@ class Error(OSError):
 
 
 def _candidates() -> Iterator[pathlib.Path]:
-    """Where the library is that came with this module: beside it in a wheel, else where CMake installs both."""
+    """Where the library is that came with this module: beside it in a wheel, or where CMake installs both."""
     here = pathlib.Path(__file__).resolve().parent
     yield here / SONAME
     if len(here.parents) > 3:

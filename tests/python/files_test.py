@@ -148,9 +148,14 @@ class Files(unittest.TestCase):
                 use()
         file.close()
         self.assertEqual(open_files(), before)
+        file = qv.open('a.tif')
+        with file._inside():  # as in a transfer of another thread
+            file.close()
+            self.assertEqual(open_files(), before + 1)
+        self.assertEqual(open_files(), before)
 
     def test_ten_thousand_opens_leave_nothing(self):
-        qv.Image.over(GREY).save('a.tif', compression='lzw')
+        qv.Image.over(GREY).save('a.tif', compression='lzw', description='text ' * 1000)
 
         def use():
             with qv.open('a.tif') as file:
@@ -231,11 +236,15 @@ class Files(unittest.TestCase):
         expected[2:4, 5:7] = 9
         np.testing.assert_array_equal(qv.open('s1.tif').read(), expected)
         self.assertEqual(qv.open('s1.tif').info.description, 'number 1')
+        series = qv.open('s?.tif', mode='r+')
+        series[0][0, 0] = 7
+        del series  # saves, too
+        self.assertEqual(qv.open('s0.tif')[0, 0], 7)
         with qv.open('s?.tif', first=1) as series, self.assertRaises(ValueError):
             series[0][0, 0] = 1
         os.remove('s1.tif')
         with qv.open('s?.tif', first=0, last=2) as series:
-            np.testing.assert_array_equal(series[0].read(), GREY)
+            np.testing.assert_array_equal(series[2, 1:].read(), GREY[1:])
             with self.assertRaises(qv.Error) as caught:
                 series[1].read()
             self.assertEqual((caught.exception.code, caught.exception.filename), (-13, 's?.tif'))

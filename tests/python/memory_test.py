@@ -4,6 +4,7 @@ import os
 import subprocess
 import sys
 import unittest
+import unittest.mock
 
 import numpy as np
 
@@ -57,6 +58,11 @@ class Memory(unittest.TestCase):
         image.read(out=room[5:25, 7:107])
         np.testing.assert_array_equal(room[5:25, 7:107], FRAME)
         self.assertEqual(room.sum(), FRAME.sum(dtype=int))
+        deep = random((3, 400, 500, 3), 'u2')  # several pieces a plane
+        gaps = np.zeros((5, 410, 510, 3), np.uint16)
+        qv.Volume.over(deep).read(out=gaps[1:4, 3:403, 2:502])
+        np.testing.assert_array_equal(gaps[1:4, 3:403, 2:502], deep)
+        self.assertEqual(gaps.sum(), deep.sum(dtype=int))
         wide = image.read(dtype=np.uint16)
         np.testing.assert_array_equal(wide, FRAME.astype(np.uint16) << 8)
         np.testing.assert_array_equal(qv.Image.over(wide).read(dtype='uint8'), FRAME)
@@ -91,6 +97,10 @@ class Memory(unittest.TestCase):
                 np.testing.assert_array_equal(np.asarray(view), expected)
         padded = rgb.colour('rgbpad').read()
         np.testing.assert_array_equal(padded, np.dstack([colours, np.zeros_like(colours[..., :1])]))
+        with unittest.mock.patch('qvimage._image.PIECE', 100):  # transfers in several calls
+            np.testing.assert_array_equal(image.rotate(180).read(), deep[::-1, ::-1])
+            exchanged = qv.Volume.over(colours[None]).colour('bgr')
+            np.testing.assert_array_equal(exchanged.read(), [colours[..., ::-1]])
         volume = qv.Volume.over(np.stack([deep, deep + 1, deep + 5]))
         np.testing.assert_array_equal(volume.mean().read(), deep + 2)
         np.testing.assert_array_equal([plane.read() for plane in volume], np.asarray(volume))
