@@ -19,40 +19,6 @@ class AbuseTest extends Images {
 
   static final int WIDTH = 12;
 
-  interface Transfer {
-    int of(Object array, int count) throws Exception;
-  }
-
-  static Transfer reads(Jqvimage v) {
-    return (array, count) -> {
-      if (array instanceof byte[]) return v.ioread_byte(0, (byte[]) array, count, 0, 0);
-      if (array instanceof short[]) return v.ioread_short(0, (short[]) array, count, 0, 0);
-      if (array instanceof int[]) return v.ioread_int(0, (int[]) array, count, 0, 0);
-      if (array instanceof float[]) return v.ioread_float(0, (float[]) array, count, 0, 0);
-      return v.ioread_double(0, (double[]) array, count, 0, 0);
-    };
-  }
-
-  static Transfer writes(Jqvimage v) {
-    return (array, count) -> {
-      if (array instanceof byte[]) return v.iorite_byte(0, (byte[]) array, count, 0, 0);
-      if (array instanceof short[]) return v.iorite_short(0, (short[]) array, count, 0, 0);
-      if (array instanceof int[]) return v.iorite_int(0, (int[]) array, count, 0, 0);
-      if (array instanceof float[]) return v.iorite_float(0, (float[]) array, count, 0, 0);
-      return v.iorite_double(0, (double[]) array, count, 0, 0);
-    };
-  }
-
-  static Transfer reads(Jqvimage3 v) {
-    return (array, count) -> {
-      if (array instanceof byte[]) return v.ioread_byte(0, (byte[]) array, count, 0, 0, 0);
-      if (array instanceof short[]) return v.ioread_short(0, (short[]) array, count, 0, 0, 0);
-      if (array instanceof int[]) return v.ioread_int(0, (int[]) array, count, 0, 0, 0);
-      if (array instanceof float[]) return v.ioread_float(0, (float[]) array, count, 0, 0, 0);
-      return v.ioread_double(0, (double[]) array, count, 0, 0, 0);
-    };
-  }
-
   /** Arrays of every type, of lengths that hold no whole number of pixels, whatever runs are set up for. */
   static void testCountsAreLimitedByBytes() throws Exception {
     for (int type : new int[] {1, 2, 4, 8, 16, 32})
@@ -75,9 +41,9 @@ class AbuseTest extends Images {
                 int room = bytes * length / (Jqvimage.pixelsize(type) * selected);
                 int wanted = Math.min(Math.min(room, WIDTH), Math.max(count, 0));
                 String what = type + " x" + selected + " count " + count + " in " + length + " x " + bytes;
-                equal("read " + what, wanted, reads(v).of(array, count));
-                equal("written " + what, wanted, writes(v).of(array, count));
-                equal("read from volume " + what, wanted, reads(deep).of(array, count));
+                equal("read " + what, wanted, move(v, "ioread", array, count));
+                equal("written " + what, wanted, move(v, "iorite", array, count));
+                equal("read from volume " + what, wanted, move(deep, "ioread", array, count));
               }
         }
       }

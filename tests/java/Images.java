@@ -1,3 +1,4 @@
+import java.lang.reflect.Method;
 import java.util.function.IntUnaryOperator;
 
 /** Images that tests are made on. Records and pixels stay until the program ends. */
@@ -109,6 +110,20 @@ class Images extends Checks {
         values[line * n + i] = im.d.pixietype == 1 ? bytes[i] & 0xFF : shorts[i] & 0xFFFF;
     }
     return values;
+  }
+
+  /** What the native "ioread_...", "iorite_..." or "iowait_..." for such an array answers at the origin. */
+  static int move(Object peer, String slot, Object array, int count) throws Exception {
+    String name = slot + "_" + array.getClass().getComponentType().getName();
+    for (Method method : peer.getClass().getDeclaredMethods()) {
+      if (!method.getName().equals(name)) continue;
+      Object[] arguments = new Object[method.getParameterTypes().length];
+      java.util.Arrays.fill(arguments, 0);
+      arguments[1] = array;
+      if (arguments.length > 2) arguments[2] = count;
+      return (Integer) method.invoke(peer, arguments);
+    }
+    throw new NoSuchMethodException(name);
   }
 
   static int[] values(int x, int y, int z, int components, Values values) {

@@ -191,67 +191,22 @@ class ViewsTest extends Images {
 
   /** Every array type, both ways, in both dimensions: an element a component. */
   static void testArrays() throws Exception {
-    for (int type : new int[] {1, 2, 4, 16, 32}) {
+    Object[][] table = {{1, new byte[] {1, -2, 3, -4, 5}}, {2, new short[] {1, -2, 300, -4, 5}},
+        {4, new int[] {1, -2, 300000, -4, 5}}, {16, new float[] {1, -2, 0.5f, Float.MAX_VALUE, 5}},
+        {32, new double[] {1, -2, 1e-300, Double.MAX_VALUE, 5}}};
+    for (Object[] row : table) {
+      int type = (Integer) row[0];
       Jqvimage flat = image(type, 0, 1, GREY, 5, 1, (x, y, z, c) -> 0);
       Jqvimage3 deep = volume(type, 0, 1, GREY, 5, 1, 1, (x, y, z, c) -> 0);
       flat.ioset(0, type, 1);
       deep.ioset(0, type, 1);
-      Object array, back, deepBack;
-      int[] got;
-      switch (type) {
-        case 1: {
-          byte[] a = {1, -2, 3, -4, 5}, b = new byte[5], c = new byte[5];
-          got = new int[] {flat.iorite_byte(0, a, 5, 0, 0), flat.iowait_byte(0, a),
-              flat.ioread_byte(0, b, 5, 0, 0), deep.iorite_byte(0, a, 5, 0, 0, 0), deep.iowait_byte(0, a),
-              deep.ioread_byte(0, c, 5, 0, 0, 0)};
-          array = a;
-          back = b;
-          deepBack = c;
-          break;
-        }
-        case 2: {
-          short[] a = {1, -2, 300, -4, 5}, b = new short[5], c = new short[5];
-          got = new int[] {flat.iorite_short(0, a, 5, 0, 0), flat.iowait_short(0, a),
-              flat.ioread_short(0, b, 5, 0, 0), deep.iorite_short(0, a, 5, 0, 0, 0), deep.iowait_short(0, a),
-              deep.ioread_short(0, c, 5, 0, 0, 0)};
-          array = a;
-          back = b;
-          deepBack = c;
-          break;
-        }
-        case 4: {
-          int[] a = {1, -2, 300000, -4, 5}, b = new int[5], c = new int[5];
-          got = new int[] {flat.iorite_int(0, a, 5, 0, 0), flat.iowait_int(0, a),
-              flat.ioread_int(0, b, 5, 0, 0), deep.iorite_int(0, a, 5, 0, 0, 0), deep.iowait_int(0, a),
-              deep.ioread_int(0, c, 5, 0, 0, 0)};
-          array = a;
-          back = b;
-          deepBack = c;
-          break;
-        }
-        case 16: {
-          float[] a = {1, -2, 0.5f, Float.MAX_VALUE, 5}, b = new float[5], c = new float[5];
-          got = new int[] {flat.iorite_float(0, a, 5, 0, 0), flat.iowait_float(0, a),
-              flat.ioread_float(0, b, 5, 0, 0), deep.iorite_float(0, a, 5, 0, 0, 0), deep.iowait_float(0, a),
-              deep.ioread_float(0, c, 5, 0, 0, 0)};
-          array = a;
-          back = b;
-          deepBack = c;
-          break;
-        }
-        default: {
-          double[] a = {1, -2, 1e-300, Double.MAX_VALUE, 5}, b = new double[5], c = new double[5];
-          got = new int[] {flat.iorite_double(0, a, 5, 0, 0), flat.iowait_double(0, a),
-              flat.ioread_double(0, b, 5, 0, 0), deep.iorite_double(0, a, 5, 0, 0, 0),
-              deep.iowait_double(0, a), deep.ioread_double(0, c, 5, 0, 0, 0)};
-          array = a;
-          back = b;
-          deepBack = c;
-        }
+      for (Object peer : new Object[] {flat, deep}) {
+        Object back = java.lang.reflect.Array.newInstance(row[1].getClass().getComponentType(), 5);
+        equal("written", 5, move(peer, "iorite", row[1], 5));
+        equal("complete", 1, move(peer, "iowait", row[1], 5));
+        equal("read", 5, move(peer, "ioread", back, 5));
+        equal("type " + type, row[1], back);
       }
-      equal("type " + type, new int[] {5, 1, 5, 5, 1, 5}, got);
-      equal("type " + type, array, back);
-      equal("type " + type, array, deepBack);
     }
   }
 
