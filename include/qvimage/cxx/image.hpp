@@ -336,7 +336,7 @@ class image_calls {
     Record &im = record();
     const uint32_t selected = mask == all_components ? whole_pixel() : mask;
     const int32_t code = im.bxts(&im, 0, request<T>(flags), selected);
-    if (code < 0 || is_null()) return refusal(code);
+    if (code < 0 || is_null()) return refusal(code < 0 ? code : 0);
     return points<T, Record>(im, static_cast<uint32_t>(__builtin_popcount(selected)));
   }
 
@@ -347,7 +347,7 @@ class image_calls {
     static_assert(sizeof...(At) == dim::axes, "a position has a number for each axis");
     Record &im = record();
     const int32_t code = im.imapset(&im, mode | QVIM_STEP, request<T>(as_stored), whole_pixel());
-    if (code < 0) return status::of(code);
+    if (code < 0) return status(code, {}, "pixels are not reached in memory in that form");
     qvimagemap found;
     if (im.imap(&im, &found, static_cast<int32_t>(at)...) != 1) return refusal(0);
     const mapping<T> pixels(found);
@@ -414,9 +414,15 @@ class image_calls {
     return static_cast<uint32_t>(detail::pixie_type_of<T>()) | flags;
   }
 
+  // Why a set-up was refused: the library states no reasons of set-ups.
   static status refusal(int32_t code) noexcept {
-    return code < 0 ? status::of(code)
-                    : status(QVERR_USAGE, {}, "an image without pixels, or without a window");
+    switch (code) {
+      case 0: return status(QVERR_USAGE, {}, "an image without pixels, or without a window");
+      case QVERR_DATATYPE:
+        return status(code, {}, "the image has no components of that type; qv::convert gives them");
+      case QVERR_COLOUR: return status(code, {}, "the mask is no run of components that the image serves");
+      default: return status::of(code);
+    }
   }
 
   status put_window(typename dim::window *window) noexcept {
