@@ -76,8 +76,8 @@ class Buffer:
             self.view = memoryview(array)
         except TypeError:
             numpy = numpy_or_none()
-            if numpy is None or not (hasattr(array, '__array__') or hasattr(array, '__array_interface__')):
-                raise
+            if numpy is None or not hasattr(array, '__array_interface__'):
+                raise  # what only __array__ gives might be a copy
             self.view = memoryview(numpy.asarray(array))
         self.code, self.swapped, self.truth = form(self.view.format, self.view.itemsize)
         self.readonly = self.view.readonly

@@ -74,7 +74,11 @@ def options_of(info: Info | None, compression: str | None, quality: float | None
         if compression not in CODES:
             raise ValueError(f'no compression {compression!r}; there are {", ".join(CODES)}')
         fields['compression'] = CODES[compression]
-    if quality is not None or not fields.get('jpg_reserved'):
+    if info is not None and max(info.fields.get('compression', 1), fields.get('compression', 1)) > 1:
+        fields.pop('stripsize', None)  # it counts the bytes of compressed strips
+    if quality is not None and not 0 <= quality <= 100:
+        raise ValueError(f'quality is 0 to 100, not {quality}')
+    if quality is not None or not (fields.get('jpg_quality') or fields.get('jpg_reserved')):
         fields.update(jpg_quality=round((90 if quality is None else quality) * 10), jpg_reserved=1)
     if resolution is not None:
         across, down = resolution if isinstance(resolution, tuple) else (resolution, resolution)
@@ -89,6 +93,8 @@ def options_of(info: Info | None, compression: str | None, quality: float | None
         fields['avi_ratenum'], fields['avi_rateden'] = rate if isinstance(rate, tuple) else (rate, 1)
     fields.update(more)
     for name, value in fields.items():
+        if not hasattr(_abi.qvimagefileinfo, name):
+            raise ValueError(f'the C record has no field {name!r}')
         if isinstance(value, list):
             array = getattr(record, name)
             for i, v in enumerate(value):
@@ -120,7 +126,7 @@ def save(pixels: Pixels[Any], path: Any, *, format: str | None = None, compressi
 
       format       "tiff", "jpeg", "pnm", "bmp", "fits" or "avi", whatever the name is
       compression  of TIFF: none, lzw, lzw-predictor, packbits, arithmetic, arithmetic-predictor
-      quality      of JPEG pictures, 1 to 100 (90)
+      quality      of JPEG pictures, 0 to 100 (90)
       append       adds pages to a TIFF file, frames to a PNM file
       palette      an image of the colours of indices (TIFF, BMP, AVI)
       info         what a file said, to be written again; other options count more

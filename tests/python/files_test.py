@@ -93,6 +93,13 @@ class Files(unittest.TestCase):
         info = qv.open('b.tif').info
         self.assertEqual((info.description, info.software, info.compression, info.fields['xres']),
                          ('of a hörn', 't', 'packbits', [30000, 100]))
+        qv.Image.over(GREY).save('a.jpg', quality=30)
+        qv.open('a.jpg').save('b.jpg', info=qv.open('a.jpg').info)
+        self.assertEqual(qv.open('b.jpg').info.fields['jpg_quality'], 300)
+        for wrong in (dict(quality=101), dict(compression='zip'), dict(fields={'colour': 1}),
+                      dict(format='png')):
+            with self.assertRaises(ValueError):
+                qv.Image.over(GREY).save('c.tif', **wrong)
         told = subprocess.run([sys.executable, '-m', 'qvimage', 'info', 'b.tif', 'none.tif'],
                               capture_output=True, text=True)
         self.assertIn('description: of a hörn', told.stdout)

@@ -63,11 +63,14 @@ class Memory(unittest.TestCase):
         qv.Volume.over(deep).read(out=gaps[1:4, 3:403, 2:502])
         np.testing.assert_array_equal(gaps[1:4, 3:403, 2:502], deep)
         self.assertEqual(gaps.sum(), deep.sum(dtype=int))
+        other = np.zeros_like(FRAME)
+        image.read(out=qv.Image.over(other))
+        np.testing.assert_array_equal(other, FRAME)
         wide = image.read(dtype=np.uint16)
         np.testing.assert_array_equal(wide, FRAME.astype(np.uint16) << 8)
         np.testing.assert_array_equal(qv.Image.over(wide).read(dtype='uint8'), FRAME)
         for out, error in [(np.zeros((20, 100), np.uint16), TypeError), (bytes(2000), ValueError),
-                           (np.zeros((20, 99), np.uint8), ValueError)]:
+                           (np.zeros((20, 99), np.uint8), ValueError), (image.rotate(180), TypeError)]:
             with self.assertRaises(error):
                 image.read(out=out)
         with self.assertRaises(OverflowError):
