@@ -109,8 +109,8 @@ class [[nodiscard]] status {
 };
 
 // What value() throws: a status as an exception. Made, copied and asked by any thread; what it answers
-// belongs to it.
-class error : public std::exception {
+// belongs to it. It is one type in all shared libraries of a program.
+class [[gnu::visibility("default")]] error : public std::exception {
  public:
   explicit error(const status &why) noexcept : why_(why) {}
   const char *what() const noexcept override { return why_.text(); }  // text(), all in one line
