@@ -22,6 +22,14 @@ struct [[gnu::packed]] channels {
 
   // Significant bits of the widest channel; 0 for visuals without masks.
   int bits() const { return std::bit_width(std::max({red.mask, green.mask, blue.mask})); }
+
+  // Blue, green and red are the three low bytes of a pixel, as on most screens.
+  bool are_bytes() const {
+    const auto is_byte = [](channel c, int right) {
+      return c.mask == 255 && c.right == right && c.left == 0;
+    };
+    return is_byte(blue, 0) && is_byte(green, 8) && is_byte(red, 16);
+  }
 };
 
 constexpr uint64_t widest_channel = 255;  // components are bytes

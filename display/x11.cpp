@@ -10,6 +10,7 @@
 #include "core/reason.hpp"
 #include "display/pixels.hpp"
 #include "display/state.hpp"
+#include "display/whole_bytes.hpp"
 
 namespace qvim::x11 {
 
@@ -115,6 +116,10 @@ class transfer {
   void take_apart(const Pixels &pixels, uint32_t count, uint8_t *to) const {
     const channels c = s_.layout;
     const uint32_t first = s_.first, selected = s_.selected;
+    if constexpr (in_bytes<Pixels>) {
+      if (are_whole_bytes(pixels, c, first, selected))
+        return copy_whole_bytes(pixels.first, pixel_bytes, to, selected, count);
+    }
     for (uint32_t i = 0; i < count; i++, to += selected) {
       const uint64_t pixel = pixels.get(i);
       const uint8_t components[most_components] = {c.blue.of_pixel(pixel), c.green.of_pixel(pixel),
@@ -127,6 +132,10 @@ class transfer {
   void put_together(const Pixels &pixels, uint32_t count, const uint8_t *from) const {
     const channels c = s_.layout;
     const uint32_t first = s_.first, selected = s_.selected;
+    if constexpr (in_bytes<Pixels>) {
+      if (are_whole_bytes(pixels, c, first, selected))
+        return copy_whole_bytes(from, selected, pixels.first, pixel_bytes, count);
+    }
     const bool all_colours = first == 0 && selected >= 3;
     for (uint32_t i = 0; i < count; i++, from += selected) {
       uint8_t components[most_components];
