@@ -94,5 +94,31 @@ class LogTest extends Images {
         "qvimage3_pgmseq          'ed        ret=        -13: ",
     };
     equal("lines", String.join("\n", wanted), String.join("\n", lines()));
+    linesOfDisplays();
+  }
+
+  /** Arguments of the three natives of X11 in the library's order; without a visual nothing is looked at. */
+  private static void linesOfDisplays() throws Exception {
+    Jqvimage none = new Jqvimage();
+    Call[] all = {()
+                      -> none.qvimage_hDC(extent(3, 2), 0x11, 0x12, 0x13, 0, 0x15, 6),
+        ()
+            -> none.qvimage_hXImage(extent(3, 2), 0x11, 0x12, 0, 0x15, 6),
+        () -> none.qvimage_hXDrawable(extent(3, 2), 0x11, 0x13, 0, 0x15, 6)};
+    String[] wanted = {
+        "qvimage_hDC                                        :           0h           3           2"
+            + "         11h         12h         13h          0h         15h           6",
+        "qvimage_hXImage                                    :           0h           3           2"
+            + "         11h         12h          0h          0h         15h           6",
+        "qvimage_hXDrawable                                 :           0h           3           2"
+            + "         11h          0h         13h          0h         15h           6"};
+    for (int i = 0; i < all.length; i++) {
+      try {
+        all[i].run();
+        fail("no exception");
+      } catch (JqverrnoException e) {
+        equal("line", wanted[i], lines().get(0));
+      }
+    }
   }
 }
