@@ -28,9 +28,11 @@ int32_t info(qvimagefileinfo *info, const char *path, int64_t) {
   return code;
 }
 
+constexpr uint32_t lenient = 1;  // whatever the handler is called: other programs leave its name out
+
 int32_t read_all(qvimage3 *image, qvimage *palette, void **handle, const char *path) {
   return with_handle<avihandle>(
-      handle, [&](avihandle **h) { return qvimage3_aviread(image, palette, h, path, nullptr, 0, 0); });
+      handle, [&](avihandle **h) { return qvimage3_aviread(image, palette, h, path, nullptr, 0, lenient); });
 }
 
 int32_t done_all(qvimage3 *image, qvimage *palette, void **handle) {
