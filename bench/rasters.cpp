@@ -1,0 +1,170 @@
+// Uncompressed formats in memory: this library against plain calls over as many bytes, one thread. A table of
+// formats, each with a function that writes a frame and one that reads it. libnetpbm is in pnm.cpp.
+#include <benchmark/benchmark.h>
+
+#include <bit>
+#include <vector>
+
+#include <qvimage/qvimage.h>
+
+#include "bench/files.hpp"
+#include "bench/frames.hpp"
+
+namespace {
+
+using frames::frame;
+
+int32_t type_of(const frame &f) { return f.bits == 16 ? QVIM_UINT16 : QVIM_UINT8; }
+uint32_t pixels_of(const frame &f) { return f.width * f.height; }
+
+// The frame as an image; colours as if blue stood first, as in bitmaps.
+qvimage image_of(const frame &f) {
+  qvimage image;
+  const int32_t dims[] = {int32_t(f.width), int32_t(f.height)};
+  must(qvimage_memory(&image, const_cast<uint8_t *>(f.bytes.data()), dims, 0, type_of(f), 0,
+                      int32_t(f.samples), f.samples == 3 ? QVIM_HINT_BGR : QVIM_HINT_GREY, 0) == 0,
+       "memory");
+  return image;
+}
+
+void read_pixels(qvimage &image, const frame &f, uint8_t *pixels) {
+  must(image.ioset(&image, QVIM_WRAP, uint32_t(type_of(f)), (1u << f.samples) - 1) == 1, "ioset");
+  must(image.ioread(&image, 0, pixels, pixels_of(f), 0, 0) == pixels_of(f), "ioread");
+}
+void read_pixels(qvimage3 &image, const frame &f, uint8_t *pixels) {
+  must(image.ioset(&image, QVIM_WRAP, uint32_t(type_of(f)), (1u << f.samples) - 1) == 1, "ioset");
+  must(image.ioread(&image, 0, pixels, pixels_of(f), 0, 0, 0) == pixels_of(f), "ioread");
+}
+
+void write_bmp(const frame &f, const std::string &path, bool exchanged) {
+  qvimage image = image_of(f);
+  must(qvimage_bmpwrite(nullptr, &image, nullptr, path.c_str(), "wb", 0, nullptr, exchanged, 0, 0) == 0,
+       "bmp");
+}
+void read_bmp(const frame &f, const std::string &path, uint8_t *pixels, bool exchanged) {
+  qvimage image;
+  bmphandle *h = nullptr;
+  must(qvimage_bmpread(&image, nullptr, &h, path.c_str(), nullptr, 0, exchanged, 0, 0) == 0, "bmp");
+  read_pixels(image, f, pixels);
+  must(qvimage_bmpreaddone(&image, nullptr, &h) == 0, "done");
+}
+
+void write_fits(const frame &f, const std::string &path, bool) {
+  qvimage image = image_of(f);
+  must(qvimage_fitswrite(nullptr, &image, 0, path.c_str(), "wb", 0, nullptr) == 0, "fits");
+}
+void read_fits(const frame &f, const std::string &path, uint8_t *pixels, bool) {
+  qvimage3 image;
+  fitshandle *h = nullptr;
+  must(qvimage3_fitsread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0) == 0, "fits");
+  read_pixels(image, f, pixels);
+  must(qvimage3_fitsreaddone(&image, nullptr, &h) == 0, "done");
+}
+
+void write_avi(const frame &f, const std::string &path, bool exchanged) {
+  constexpr uint32_t extended = 2;
+  qvimage image = image_of(f);
+  avihandle *h = nullptr;
+  must(qvimage_aviwriteinit(nullptr, &h, path.c_str(), "wb", &image, 0, nullptr, nullptr, nullptr, 0, 0, 1,
+                            extended) == 0,
+       "avi");
+  must(qvimage_aviwriteadd(nullptr, &h, path.c_str(), nullptr, &image, exchanged) == 0, "add");
+  must(qvimage_aviwritedone(nullptr, &h, path.c_str()) == 0, "done");
+}
+void read_avi(const frame &f, const std::string &path, uint8_t *pixels, bool) {
+  qvimage3 image;
+  avihandle *h = nullptr;
+  must(qvimage3_aviread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0) == 0, "avi");
+  read_pixels(image, f, pixels);
+  must(qvimage3_avireaddone(&image, nullptr, &h) == 0, "done");
+}
+
+void write_raw(const frame &f, const std::string &path, bool) {
+  qvimage image = image_of(f);
+  must(qvimage_filewrite(nullptr, &image, path.c_str(), "wb", 0) == 0, "raw");
+}
+void read_raw(const frame &f, const std::string &path, uint8_t *pixels, bool) {
+  qvimage image;
+  bufio *h = nullptr;
+  const uint32_t size[] = {f.width, f.height};
+  must(qvimage_file(&image, &h, path.c_str(), "rb", size, uint32_t(type_of(f)), 0, f.samples,
+                    f.samples == 3 ? QVIM_HINT_BGR : QVIM_HINT_GREY, 0) == 0,
+       "raw");
+  read_pixels(image, f, pixels);
+  must(qvimage_filedone(&image, &h) == 0, "done");
+}
+
+// A series of one raw file: loaded into a frame buffer and read from there, written to it and saved.
+void use_series(const frame &f, const std::string &path, uint8_t *pixels, bool writes) {
+  static std::vector<uint8_t> buffer(f.bytes.size());
+  qvimage held;
+  const int32_t dims[] = {int32_t(f.width), int32_t(f.height)};
+  must(qvimage_memory(&held, buffer.data(), dims, 0, type_of(f), 0, int32_t(f.samples), QVIM_HINT_GREY, 0) ==
+           0,
+       "memory");
+  qvimage3 image;
+  seqhandle *h = nullptr;
+  must(qvimage3_bufbinseq(&h, &image, &held, nullptr, path.c_str(), 0, 1, 1, writes, 0) == 0, "series");
+  if (writes) {
+    must(image.ioset(&image, QVIM_WRAP, uint32_t(type_of(f)), (1u << f.samples) - 1) == 1, "ioset");
+    must(image.iorite(&image, 0, f.bytes.data(), pixels_of(f), 0, 0, 0) == pixels_of(f), "iorite");
+    must(image.aeiou(&image, 'f', 0, 0, nullptr) == 0, "save");
+  } else {
+    read_pixels(image, f, pixels);
+  }
+  must(qvimage3_bufbinseqdone(&h, &image) == 0, "done");
+}
+void write_series(const frame &f, const std::string &path, bool) {
+  // A frame is loaded before it is changed.
+  if (!std::filesystem::exists(path)) write_raw(f, path, false);
+  use_series(f, path, nullptr, true);
+}
+void read_series(const frame &f, const std::string &path, uint8_t *pixels, bool) {
+  use_series(f, path, pixels, false);
+}
+
+struct format {
+  const char *name;
+  const frame &content;
+  void (*write)(const frame &, const std::string &path, bool exchanged);
+  void (*read)(const frame &, const std::string &path, uint8_t *pixels, bool exchanged);
+  bool exchanged;                    // components change places
+  double write_target, read_target;  // against plain calls; 0: for the record
+};
+
+void register_format(const format &k) {
+  static std::vector<uint8_t> pixels(4000 * 3000 * 3);
+  const frame &f = k.content;
+  const double bytes = double(f.bytes.size());
+  const std::string what = k.name, path = files() / (what + ".in"), out = files() / (what + ".out");
+  const std::string plain = files() / (what + ".plain");
+  k.write(f, path, k.exchanged);
+  write_plain(f, plain);
+  k.read(f, path, pixels.data(), k.exchanged);
+  must(std::memcmp(pixels.data(), f.bytes.data(), f.bytes.size()) == 0, "other pixels");
+  time_it("write/" + what + "/qvimage", bytes, k.write_target,
+          [k, out] { k.write(k.content, out, k.exchanged); });
+  time_it("write/" + what + "/pwrite", bytes, 0, [&f, out] { write_plain(f, out); });
+  time_it("read/" + what + "/qvimage", bytes, k.read_target,
+          [k, path] { k.read(k.content, path, pixels.data(), k.exchanged); });
+  time_it("read/" + what + "/pread", bytes, 0, [&f, plain] { read_plain(f, plain, pixels.data()); });
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  static_assert(std::endian::native == std::endian::little);
+  benchmark::Initialize(&argc, argv);
+  static const frame colours = frames::rgb8(4000, 3000), deep = frames::grey16(4000, 3000);
+  // Where bytes change places there is more to do than to copy them.
+  static const format formats[] = {{"raw16", deep, write_raw, read_raw, false, 0.95, 0.85},
+                                   {"raw_colours", colours, write_raw, read_raw, false, 0.95, 0.85},
+                                   {"bmp", colours, write_bmp, read_bmp, false, 0.95, 0.85},
+                                   {"bmp_exchanged", colours, write_bmp, read_bmp, true, 0.75, 0.75},
+                                   {"avi", colours, write_avi, read_avi, false, 0.95, 0.85},
+                                   {"fits16", deep, write_fits, read_fits, false, 0.75, 0.75},
+                                   {"series16", deep, write_series, read_series, false, 0, 0}};
+  for (const format &k : formats) register_format(k);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
