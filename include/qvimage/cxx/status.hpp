@@ -108,9 +108,10 @@ class [[nodiscard]] status {
   char text_[longest_path + QVIM_REASON_SIZE + 128];
 };
 
+#pragma GCC visibility push(default)
 // What value() throws: a status as an exception. Made, copied and asked by any thread; what it answers
 // belongs to it. It is one type in all shared libraries of a program.
-class [[gnu::visibility("default")]] error : public std::exception {
+class error : public std::exception {
  public:
   explicit error(const status &why) noexcept : why_(why) {}
   const char *what() const noexcept override { return why_.text(); }  // text(), all in one line
@@ -122,6 +123,7 @@ class [[gnu::visibility("default")]] error : public std::exception {
  private:
   status why_;
 };
+#pragma GCC visibility pop
 
 namespace detail {
 
