@@ -138,6 +138,25 @@ class FilesTest extends Checks {
     }
   }
 
+  /** A film that the command makes of frames shows the same grey. */
+  static void testFilm() throws Exception {
+    String tool = System.getProperty("qvimage.tool", "");
+    if (tool.isEmpty()) return;
+    Path source = frames("source.pgm", 3), film = folder.resolve("film.avi");
+    Process convert =
+        new ProcessBuilder(tool, "convert", source.toString(), film.toString()).inheritIO().start();
+    equal("qvimage convert", 0, convert.waitFor());
+    byte[] wanted = new byte[WIDTH * HEIGHT], got = new byte[WIDTH * HEIGHT];
+    try (Volume frames = Images.openVolume(source); Volume shown = Images.openVolume(film)) {
+      equal("frames", 3, shown.depth());
+      for (int z = 0; z < 3; z++) {
+        frames.read(frames.area(), z, wanted);
+        shown.component(0).read(shown.area(), z, got);
+        equal("frame " + z, wanted, got);
+      }
+    }
+  }
+
   static void testSeries() throws IOException {
     for (int i = 8; i <= 11; i++) frames(String.format("series%02d", i), 1);
     Path pattern = folder.resolve("series??");
