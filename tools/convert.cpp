@@ -244,7 +244,7 @@ const command convert_command = {
     "stays as it is in IN: compression, resolution, strings, version, palettes; what of it is left behind is "
     "named. Pages are counted from 1, on through several INs. An existing OUT is replaced when the new file "
     "is "
-    "complete; after a failure or an interrupt it is what it was.\n\nA file may also be the standard input "
+    "complete; after a failure or an interrupt it is what it was. A file may also be the standard input "
     "or "
     "output, - or, say, pnm:-; a numbered series of files, frames-????.tif or series:img????.tif:1-500 "
     "(quote "

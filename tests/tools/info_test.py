@@ -90,7 +90,7 @@ class CommandLine(ToolTest):
     def test_help_and_version(self):
         self.assertRegex(self.good("--version"), r"\Aqvimage \d+\.\d+\.\d+, processor level \w+\n\Z")
         commands = re.findall(r"(?m)^  (\w+)  ", self.good("--help"))
-        self.assertEqual(commands, ["info", "convert", "diff", "stat"])
+        self.assertEqual(commands, ["info", "check", "convert", "diff", "stat", "show"])
         for command in commands:
             text = self.good(command, "--help")
             self.assertRegex(text, rf"\Ausage: qvimage {command} ")
