@@ -17,5 +17,3 @@ extern "C" qvimageprogress qvimage_progress(qvimageprogress callback, void *user
   of_thread = {callback, user};
   return former;
 }
-
-extern "C" void *qvimage_progressuser() { return of_thread.user; }

@@ -18,10 +18,6 @@ typedef int32_t (*qvimageprogress)(void *user, int64_t step, int64_t steps);
  * is null; it is asked for when they begin. `user` is passed on as it is. Other threads are not concerned. */
 qvimageprogress qvimage_progress(qvimageprogress callback, void *user);
 
-/* The pointer that stands beside the calling thread's progress callback, for who puts another one in its
- * place for a while; null where there is none. */
-void *qvimage_progressuser(void);
-
 QVIM_END_DECLS
 
 #endif

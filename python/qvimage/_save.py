@@ -48,12 +48,11 @@ class _Steps:
         callback = STEPS(self)
         if main:
             signal.signal(signal.SIGINT, lambda number, frame: self.signals.append((number, frame)))
-        user = function('qvimage_progressuser')()
         before = function('qvimage_progress')(ctypes.cast(callback, ctypes.c_void_p), None)
         try:
             yield
         finally:
-            function('qvimage_progress')(before, user)
+            function('qvimage_progress')(before, None)
             if main:
                 signal.signal(signal.SIGINT, handler)
         for number, frame in self.signals:

@@ -39,14 +39,13 @@ struct no_progress {};
 
 namespace detail {
 
-// Makes a callable of the caller's the thread's progress callback while it lives, but not while it runs.
+// Makes a callable of the caller's the thread's progress callback while it lives, but not while it runs: what
+// it calls is heard by others. Afterwards the thread has none.
 template <class F>
 class progress_scope {
  public:
-  explicit progress_scope(F &f) noexcept : f_(f), user_(qvimage_progressuser()) {
-    callback_ = qvimage_progress(call, this);
-  }
-  ~progress_scope() { qvimage_progress(callback_, user_); }
+  explicit progress_scope(F &f) noexcept : f_(f) { qvimage_progress(call, this); }
+  ~progress_scope() { qvimage_progress(nullptr, nullptr); }
   progress_scope(const progress_scope &) = delete;
   progress_scope &operator=(const progress_scope &) = delete;
 
@@ -61,7 +60,7 @@ class progress_scope {
  private:
   static int32_t call(void *user, int64_t step, int64_t steps) {
     auto *const self = static_cast<progress_scope *>(user);
-    qvimage_progress(self->callback_, self->user_);
+    qvimage_progress(nullptr, nullptr);
     const int32_t answer = self->told(step, steps);
     qvimage_progress(call, self);
     return answer;
@@ -90,8 +89,6 @@ class progress_scope {
   }
 
   F &f_;
-  void *user_;
-  qvimageprogress callback_;
 #if defined(__cpp_exceptions)
   std::exception_ptr thrown_;
 #endif
