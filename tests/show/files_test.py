@@ -10,7 +10,7 @@ import unittest
 import numpy
 import tifffile
 
-from screen import SHOW, Screen, ShowTest
+from screen import SHOW, Screen, ShowTest, wait_for
 
 
 def picture(seed, pages=1):
@@ -70,6 +70,19 @@ class Files(ShowTest):
         with open(self.path("a.tif"), "wb") as file:
             file.write(whole)
         becomes(picture(3)[0], pages=2)
+
+    def test_a_series_is_one_stack(self):
+        for number in range(1, 6):
+            self.save(f"f{number:03}.tif", picture(number)[0])
+        viewer = self.show("--zoom", "1", "--page", "3", "f???.tif")
+        shown = lambda: viewer.pixels()[50:250, 50:350, 0]
+        self.assertEqual(viewer.last["pages"], 5)
+        numpy.testing.assert_array_equal(shown(), picture(3)[0])
+        viewer.key("Next")
+        numpy.testing.assert_array_equal(shown(), picture(4)[0])
+        time.sleep(0.6)  # the file has been looked at
+        self.save("f004.tif", picture(9)[0])
+        wait_for(lambda: (shown() == picture(9)[0]).all(), "the new picture")
 
     def test_broken_rows_show_as_broken(self):
         self.save("a.tif", picture(1)[0], rowsperstrip=10)

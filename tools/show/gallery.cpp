@@ -118,6 +118,7 @@ void gallery::paint(const wish &wish, const stop_question &stopped, const sink &
   picture picture;
   picture.wanted = wish;
   picture.wanted.page = page.number;
+  picture.path = file.document->where(page.number).file;
   picture.pages = file.document->pages();
   picture.data = page.shown.data();
   picture.stored = page.shown.size();

@@ -44,7 +44,8 @@ struct wish {
 };
 
 struct picture {
-  wish wanted;  // the page, view and levels as they came to be
+  wish wanted;       // the page, view and levels as they came to be
+  std::string path;  // of the file that the page lies in
   int64_t pages = 1;
   qvimagedata data = {};  // of the values shown
   extent stored;          // the page's size

@@ -51,6 +51,7 @@ class viewer {
   bool needs_drawing() const { return needs_drawing_; }
   std::optional<time> next_tick() const;
   size_t file() const { return wish_.file; }
+  std::string file_of_page() const { return picture_ ? picture_->path : std::string(); }
   std::optional<size_t> file_beside() const { return wish_.beside; }
 
   canvas draw();  // all of the window

@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <map>
 
 #include <qvimage/error.h>
 #include <qvimage/views.h>
@@ -187,7 +188,9 @@ class window {
     XSetErrorHandler(note_error);
     XSetIOErrorHandler(end_without_server);
     visual_ = true_colour_visual(display_.get(), &depth_);
-    for (const std::string &file : files_) stamps_.push_back(stamp_of(file).value_or(stamp()));
+    for (const std::string &file : files_) {
+      if (const auto found = stamp_of(file)) stamps_[file] = *found;
+    }
     make_window(chosen_geometry(arguments, usual_size));
     worker_ = std::make_unique<worker>(files_, [this] { wake(); });
     viewer_ = std::make_unique<viewer>(
@@ -334,16 +337,22 @@ class window {
     poll(ends, 2, static_cast<int>(std::max<int64_t>(left.count() + 1, 0)));
   }
 
+  // Words of series and bare pixels name no file: then it is the one that the page shown lies in.
   void look_at_files() {
-    look_at(viewer_->file());
-    if (const auto beside = viewer_->file_beside()) look_at(*beside);
+    const size_t file = viewer_->file();
+    look_at(file, stamp_of(files_[file]) ? files_[file] : viewer_->file_of_page());
+    if (const auto beside = viewer_->file_beside()) look_at(*beside, files_[*beside]);
   }
 
-  void look_at(size_t file) {
-    const auto found = stamp_of(files_[file]);
-    if (!found || *found == stamps_[file]) return;
+  void look_at(size_t file, const std::string &path) {
+    const auto found = stamp_of(path);
+    if (!found) return;
+    const auto known = stamps_.find(path);
+    if (known != stamps_.end() && known->second == *found) return;
     // What was written just now may go on being written without another time: it is read once more.
-    stamps_[file] = is_recent(*found) ? stamp() : *found;
+    const bool is_new = known == stamps_.end();
+    stamps_[path] = !is_new && is_recent(*found) ? stamp() : *found;
+    if (is_new) return;
     viewer_->changed(file);
   }
 
@@ -380,7 +389,7 @@ class window {
   extent size_;
   std::string title_;
   bool closed_ = false, exposed_ = false;
-  std::vector<stamp> stamps_;  // of the files, from before they were opened
+  std::map<std::string, stamp> stamps_;  // of files, mostly from before they were opened
   std::unique_ptr<client_image> image_;
   std::unique_ptr<viewer> viewer_;
   std::unique_ptr<worker> worker_;
