@@ -181,10 +181,21 @@ void read_from_block(bufio &b, uint8_t *data, uint64_t count) {
   }
 }
 
+// Bytes that end in the resident block and begin before it, as they are asked for on a way through the file
+// backwards: the end is copied before its block goes. Returns how many that were.
+uint64_t read_resident_end(const bufio &b, uint8_t *data, uint64_t count) {
+  if (in_memory(b) || !b.valid || b.pos >= b.bufpos) return 0;
+  const uint64_t before = b.bufpos - b.pos;
+  if (count <= before || count - before > b.bufsize) return 0;
+  copy_bytes(data + before, b.bufp, count - before);
+  return count - before;
+}
+
 void read_any(bufio &b, uint8_t *data, uint64_t count) {
   const uint64_t inside = b.bufsize && b.pos < b.filelen ? std::min(count, b.filelen - b.pos) : 0;
   if (inside < count) fail_beyond_end(b, b.pos, count);
-  for (uint64_t left = inside; left;) {
+  const uint64_t end = read_resident_end(b, data, inside);
+  for (uint64_t left = inside - end; left;) {
     uint64_t n = whole_blocks(b, left);
     if (n) {
       read_whole_blocks(b, data, n);
@@ -196,6 +207,8 @@ void read_any(bufio &b, uint8_t *data, uint64_t count) {
     data += n;
     left -= n;
   }
+  b.pos += end;
+  data += end;
   if (inside < count) std::memset(data, 0, count - inside);
   advance(b, count - inside);
   check_limit(b);
