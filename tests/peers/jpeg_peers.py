@@ -5,35 +5,13 @@ Needs djpeg and cjpeg of libjpeg-turbo, ImageMagick, and the Python module numpy
 library. Prints its random seed."""
 import itertools
 import os
-import random
-import subprocess
 import sys
-import tempfile
 
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import ours as qv
-
-seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
-print("seed", seed)
-rng = np.random.default_rng(seed)
-folder = tempfile.TemporaryDirectory(prefix="qvimage-peers-")
-path = lambda name: os.path.join(folder.name, name)
-passed = failed = 0
-
-
-def check(what, good, detail=""):
-    global passed, failed
-    if good:
-        passed += 1
-    else:
-        failed += 1
-        print("FAILED", what, detail)
-
-
-def run(*command):
-    return subprocess.run(command, capture_output=True)
+from judge import check, finish, path, rng, run_bytes as run
 
 
 def picture(height, width, components):
@@ -135,5 +113,4 @@ for options, words in ((["-sample", "2x1"], "4:2:2"), (["-sample", "2x2"], "4:2:
     found = qv.read(path("r.jpg"))
     check(f"theirs: {' '.join(options)}", found.code == -11 and (words in found.reason or options == ["-rgb"]), found.reason)
 
-print(f"{passed} passed, {failed} failed")
-sys.exit(1 if failed or not passed else 0)
+finish()

@@ -27,6 +27,15 @@ def run(*command):
     return subprocess.run(command, capture_output=True, text=True)
 
 
+def run_bytes(*command):
+    return subprocess.run(command, capture_output=True)
+
+
+def output_of(*command, given=None):
+    """What a program that must succeed prints, in bytes."""
+    return subprocess.run(command, input=given, capture_output=True, check=True).stdout
+
+
 def finish():
     print(f"seed {seed}\n{counts['passed']} passed, {counts['failed']} failed")
     sys.exit(1 if counts["failed"] or not counts["passed"] else 0)

@@ -3,33 +3,13 @@
 
 QVIMAGE_LIBRARY names the shared library. Prints its random seed."""
 import os
-import random
-import subprocess
 import sys
-import tempfile
 
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import ours as qv
-
-seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
-print("seed", seed)
-rng = np.random.default_rng(seed)
-folder = tempfile.TemporaryDirectory(prefix="qvimage-peers-")
-path = lambda name: os.path.join(folder.name, name)
-passed = failed = 0
-
-
-def check(what, good, detail=""):
-    global passed, failed
-    passed, failed = passed + bool(good), failed + (not good)
-    if not good:
-        print("FAILED", what, detail)
-
-
-def run(*command, given=None):
-    return subprocess.run(command, input=given, capture_output=True, check=True).stdout
+from judge import check, finish, output_of as run, path, rng
 
 
 def numbers(plain):
@@ -78,5 +58,4 @@ described = run("pamfile", path("b.ppm"))
 check("ours: the first frame of four", b"PPM raw, 7 by 5  maxval 255" in described, described)
 check("ours: four frames", qv.qv.open(path("b.ppm")).volume.shape == (4, 5, 7, 3))
 
-print(f"{passed} passed, {failed} failed")
-sys.exit(failed > 0)
+finish()

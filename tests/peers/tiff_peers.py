@@ -5,36 +5,15 @@ Needs libtiff's tools, ImageMagick, and the Python modules numpy and tifffile. Q
 library. Prints its random seed."""
 import itertools
 import os
-import random
 import subprocess
 import sys
-import tempfile
 
 import numpy as np
 import tifffile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import ours as qv
-
-seed = int(os.environ.get("SEED", random.randrange(1 << 30)))
-print("seed", seed)
-rng = np.random.default_rng(seed)
-folder = tempfile.TemporaryDirectory(prefix="qvimage-peers-")
-path = lambda name: os.path.join(folder.name, name)
-passed = failed = 0
-
-
-def check(what, good, detail=""):
-    global passed, failed
-    if good:
-        passed += 1
-    else:
-        failed += 1
-        print("FAILED", what, detail)
-
-
-def run(*command):
-    return subprocess.run(command, capture_output=True)
+from judge import check, finish, path, rng, run_bytes as run
 
 
 def picture(height, width, pixies, dtype, bits):
@@ -199,5 +178,4 @@ check("theirs: JPEG is refused", qv.read(path("j.tif")).code == -11)
 tifffile.imwrite(path("planar.tif"), picture(16, 16, 3, U8, 8).transpose(2, 0, 1), planarconfig="separate", photometric="rgb", metadata=None)
 check("theirs: planes apart are refused", qv.read(path("planar.tif")).code in (-10, -11))
 
-print(f"{passed} passed, {failed} failed")
-sys.exit(failed > 0)
+finish()
