@@ -28,6 +28,11 @@ void recoloured_rows::recolour(const uint8_t *stored, uint8_t *to, uint32_t n) c
 }
 
 int32_t recoloured_rows::read(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
+  if (!entries_) {
+    const int32_t code = stored_.read(y, x, n, to);
+    if (code == 0) recolour(to, to, n);
+    return code;
+  }
   while (n > 0) {
     uint32_t count = n;
     const uint8_t *indices;
