@@ -206,6 +206,7 @@ class window {
   ~window() {
     worker_.reset();
     image_.reset();
+    if (context_ != nullptr) XFreeGC(display(), context_);
     close(wake_);
   }
   window(const window &) = delete;
