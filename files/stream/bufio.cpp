@@ -93,8 +93,8 @@ void set_file_length(bufio &b) {
     disk_length(b) = b.filelen;
 }
 
-// Fills the resident block from the file. After a failed read nothing is resident: bytes that never came from
-// the file must not go back to it.
+// Fills the resident block from the file. After a read that failed or fell short nothing is resident: bytes
+// that never came from the file must not go back to it, nor be taken for its own by the next read.
 bool load_from_file(bufio &b, uint64_t block) {
   flush_block(b);
   b.valid = 0;
@@ -102,8 +102,10 @@ bool load_from_file(bufio &b, uint64_t block) {
   const uint64_t inside = b.filelen > block ? std::min(b.filelen - block, b.bufsize) : 0;
   const uint64_t wanted = on_disk(b, block, inside);
   const int64_t have = wanted ? read_at(b.fd, b.bufp, wanted, block) : 0;
-  if (have < int64_t(wanted)) fail_transfer(b, "reading ", wanted, block, have < 0);
-  if (have < 0) return false;
+  if (have < int64_t(wanted)) {
+    fail_transfer(b, "reading ", wanted, block, have < 0);
+    return false;
+  }
   const bool zero_all = !(b.modeflags & BUFIO_NOZERO);
   const uint64_t end = zero_all ? b.bufsize : std::max(inside, b.pos - block);
   std::memset(b.bufp + have, 0, end - uint64_t(have));
