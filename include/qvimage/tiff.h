@@ -99,7 +99,8 @@ int32_t qvimage3_tiffwrite(qvimagecallback callback, qvimage3 *image, qvimage *p
  *
  * A page may be cut into bands, band i of n having the rows from i x height / n up to the next band's first.
  * The data of the bands may be written in any order and by different threads at once, each with an image
- * record of its own; all other steps belong to one thread. Bands after the first are coded in memory.
+ * record of its own; all other steps belong to one thread. Bands after the first are coded in memory, and go
+ * to the file when those before them are coded: many small bands need little memory.
  *
  * *h must be null; it is set when opening succeeds. size and d (width and height, and description of the
  * pages) serve to size the memory of the bands and may be null. */
