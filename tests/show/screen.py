@@ -28,9 +28,10 @@ class Screen:
 
     def __init__(self, depth=24, visual_class=4):
         read, write = os.pipe()
+        self.folder = tempfile.TemporaryDirectory(prefix="qvimage-screen-")
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write), "-nolisten", "tcp", "-noreset", "-cc", str(visual_class), "-screen", "0",
-             f"800x700x{depth}"], pass_fds=[write], stderr=subprocess.DEVNULL)
+             f"800x700x{depth}", "-fbdir", self.folder.name], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as numbers:
             self.display = ":" + numbers.readline().strip()
@@ -41,10 +42,28 @@ class Screen:
     def close(self):
         self.server.kill()
         self.server.wait()
+        self.folder.cleanup()
 
     def run(self, *words):
         return subprocess.run(list(map(str, words)), env=self.environment, capture_output=True, check=True,
                               timeout=PATIENCE).stdout
+
+
+    def frame_buffer(self):
+        """All of the screen, as the server's own file has it."""
+        with open(os.path.join(self.folder.name, "Xvfb_screen0"), "rb") as file:
+            return dumped(file.read())
+
+
+def dumped(image):
+    """The pixels of a window's dump, red first: [y, x, 3]."""
+    field = lambda i: int.from_bytes(image[4 * i : 4 * i + 4], "big")
+    header, width, height, order, bits, line, colours = (field(i) for i in (0, 4, 5, 7, 11, 12, 19))
+    masks = [field(14), field(15), field(16)]
+    data = numpy.frombuffer(image, numpy.uint8, height * line, header + 12 * colours).reshape(height, line)
+    kind = numpy.dtype({16: "u2", 32: "u4"}[bits]).newbyteorder("<>"[order])
+    values = numpy.ascontiguousarray(data).view(kind)[:, :width].astype(numpy.int64)
+    return numpy.stack([(values & mask) // (mask & -mask) for mask in masks], axis=2)
 
 
 class Viewer:
@@ -106,15 +125,7 @@ class Viewer:
 
     def pixels(self):
         """The picture's part of the window, red first: [y, x, 3]."""
-        image = self.screen.run("xwd", "-silent", "-id", self.window)
-        header, *_ = [int.from_bytes(image[:4], "big")]
-        field = lambda i: int.from_bytes(image[4 * i : 4 * i + 4], "big")
-        width, height, order, bits, line, colours = field(4), field(5), field(7), field(11), field(12), field(19)
-        masks = [field(14), field(15), field(16)]
-        data = numpy.frombuffer(image, numpy.uint8, height * line, header + 12 * colours).reshape(height, line)
-        kind = numpy.dtype({16: "u2", 32: "u4"}[bits]).newbyteorder("<>"[order])
-        values = numpy.ascontiguousarray(data).view(kind)[: height - STATUS_HEIGHT, :width].astype(numpy.int64)
-        return numpy.stack([(values & mask) // (mask & -mask) for mask in masks], axis=2)
+        return dumped(self.screen.run("xwd", "-silent", "-id", self.window))[:-STATUS_HEIGHT]
 
     def end(self, key="q"):
         subprocess.run(["xdotool", "key", key], env=self.screen.environment, check=True)

@@ -53,6 +53,9 @@ class Window(ShowTest):
                 viewer = self.view(*start, name + ".tif")
                 with self.subTest(picture=name, start=start):
                     self.expect(viewer, pixels)
+                    shown = viewer.pixels()
+                    height, width, _ = shown.shape
+                    numpy.testing.assert_array_equal(self.screen.frame_buffer()[:height, :width], shown)
                 if not start:
                     for key in "127":
                         with self.subTest(picture=name, zoom=key):
