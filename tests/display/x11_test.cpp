@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include <qvimage/qvimage.h>
@@ -183,6 +184,33 @@ TEST_F(X11, PixelsBeyondAClientSideImageAreLeftAlone) {
     }
   image->data = nullptr;
   XDestroyImage(image);
+}
+
+TEST_F(X11, ThreadsHaveAConnectionEach) {
+  int right[2] = {};
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 2; t++)
+    threads.emplace_back([&, t] {
+      Display *const own = XOpenDisplay(DisplayString(display()));
+      if (!own) return;
+      Visual visual = visual_of(formats[0]);
+      const Drawable drawable = XCreatePixmap(own, DefaultRootWindow(own), width, height, 24);
+      qvimage view;
+      qvimage_X11(&view, dims, own, nullptr, drawable, &visual, 0, 3);
+      for (unsigned round = 0; round < 50; round++) {
+        const bytes from = noise(size_t(width) * height * 3, 2 * round + t);
+        bytes back(from.size());
+        view.ioset(&view, QVIM_WRAP, QVIM_UINT8, 7);
+        view.iorite(&view, 0, from.data(), width * height, 0, 0);
+        view.ioread(&view, 0, back.data(), width * height, 0, 0);
+        right[t] += back == from;
+      }
+      XFreePixmap(own, drawable);
+      XCloseDisplay(own);
+    });
+  for (auto &t : threads) t.join();
+  EXPECT_EQ(right[0], 50);
+  EXPECT_EQ(right[1], 50);
 }
 
 // Both ways to talk to the server.
