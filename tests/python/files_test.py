@@ -215,6 +215,8 @@ class Files(unittest.TestCase):
                 self.assertTrue(all(threads.map(work, range(8))))
 
     def test_what_stops_a_save_leaves_what_was_there(self):
+        # What a shell runs in the background begins with the signal ignored.
+        self.addCleanup(signal.signal, signal.SIGINT, signal.signal(signal.SIGINT, signal.default_int_handler))
         for ending in ('tif', 'pgm', 'bmp', 'jpg', 'fits', 'avi'):
             image, path = qv.Volume.over(STACK) if ending == 'avi' else qv.Image.over(GREY), 'f.' + ending
             image.save(path)
