@@ -253,6 +253,24 @@ TEST_F(Bufio, GapsAreZeroWhateverMemoryHeld) {
       }
 }
 
+TEST_F(Bufio, WhatAFileLostWhileItWasOpenFailsEachTimeAndTheRestIsRead) {
+  const bytes data = pattern(1000);
+  put_file(path, data);
+  stream b(path, "rb");
+  std::filesystem::resize_file(path, 700);
+  const auto expect_read = [&](uint64_t at, size_t count) {
+    EXPECT_EQ(b.get_at(at, count), bytes(data.begin() + long(at), data.begin() + long(at + count))) << at;
+    EXPECT_EQ(bufio_err(&b), 0) << at;
+  };
+  for (int again = 0; again < 3; again++) {
+    b.get_at(720, 40);  // within one block, of which the file has the first part
+    EXPECT_EQ(bufio_err(&b), -7) << again;
+    bufio_errclear(&b);
+  }
+  expect_read(300, 100);
+  expect_read(150, 200);  // ends in the resident block, begins before it
+}
+
 TEST_F(Bufio, TruncationCutsTheFileWhenItCloses) {
   const bytes data = pattern(3000);
   put_file(path, data);
