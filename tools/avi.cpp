@@ -6,7 +6,7 @@
 #include <qvimage/avi.h>
 #include <qvimage/error.h>
 
-#include "audit.hpp"
+#include "audit/audit.hpp"
 #include "bmp.hpp"
 #include "failure.hpp"
 #include "handle.hpp"

@@ -5,6 +5,7 @@
 #include <qvimage/bmp.h>
 #include <qvimage/error.h>
 
+#include "audit/audit.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
 #include "progress.hpp"
@@ -107,7 +108,8 @@ const file_format bmp_format = {qv::sign_of(qv::format::bmp),
                                 {},
                                 apply,
                                 {"BMP files", is_bitmap, bitmap_types, "--bits 8", true, true},
-                                create};
+                                create,
+                                audit_bmp};
 
 const file_format ico_format = {qv::sign_of(qv::format::ico),
                                 {icon_info, nullptr, qvimage_bmpinfodone, read_icon, done, nullptr, nullptr},

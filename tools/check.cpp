@@ -6,6 +6,7 @@
 
 #include <qvimage/error.h>
 
+#include "audit/audit.hpp"
 #include "command.hpp"
 #include "document.hpp"
 #include "failure.hpp"
@@ -68,8 +69,9 @@ bool sound(const std::string &word) {
   try {
     for (const source &file : sources_of(word)) {
       if (file.format->audit == nullptr) continue;
-      for (const std::string &fault : file.format->audit(file.path))
-        faults.tell(file.shown, QVERR_FORMAT, fault);
+      audited_file audited(file.path);
+      file.format->audit(audited);
+      for (const std::string &fault : audited.faults()) faults.tell(file.shown, QVERR_FORMAT, fault);
     }
     const auto document = open_document(word);
     for (int64_t page = 0; page < document->pages(); page++) check_page(*document, page, faults);

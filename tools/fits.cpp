@@ -3,7 +3,7 @@
 #include <qvimage/error.h>
 #include <qvimage/fits.h>
 
-#include "audit.hpp"
+#include "audit/audit.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
 #include "progress.hpp"

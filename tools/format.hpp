@@ -18,6 +18,7 @@
 
 namespace tool {
 
+class audited_file;
 class pixels;
 class page;
 
@@ -106,8 +107,8 @@ struct file_format {
   // `pages` are how many will be written. Null: files are only read.
   std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append,
                                     int64_t pages);
-  // Rules that a file breaks although it can be read, each with its place. Null: none are known.
-  std::vector<std::string> (*audit)(const std::string &path) = nullptr;
+  // Tells of rules that a file breaks (audit/audit.hpp). Null: none are known.
+  void (*audit)(audited_file &file) = nullptr;
 };
 
 // Throws a failure that tells what it is not.

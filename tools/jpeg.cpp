@@ -7,7 +7,7 @@
 #include <qvimage/error.h>
 #include <qvimage/jpeg.h>
 
-#include "audit.hpp"
+#include "audit/audit.hpp"
 #include "document.hpp"
 #include "failure.hpp"
 #include "handle.hpp"

@@ -2,6 +2,7 @@
 
 #include <qvimage/pgm.h>
 
+#include "audit/audit.hpp"
 #include "document.hpp"
 #include "handle.hpp"
 #include "progress.hpp"
@@ -90,6 +91,7 @@ const file_format pnm_format = {qv::sign_of(qv::format::pnm),
                                 {},
                                 apply,
                                 {"anymaps", is_short, "integers of 1 to 16 bits", "--bits 16"},
-                                create};
+                                create,
+                                audit_pnm};
 
 }  // namespace tool

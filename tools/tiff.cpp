@@ -4,6 +4,7 @@
 
 #include <qvimage/tiff.h>
 
+#include "audit/audit.hpp"
 #include "failure.hpp"
 #include "handle.hpp"
 #include "text.hpp"
@@ -125,6 +126,7 @@ const file_format tiff_format = {qv::sign_of(qv::format::tiff),
                                  options,
                                  apply,
                                  {},
-                                 create_tiff};
+                                 create_tiff,
+                                 audit_tiff};
 
 }  // namespace tool

@@ -1,14 +1,12 @@
 // The tags of TIFF pages that the library passes over: listed here, so that convert can say what it leaves
-// behind. Nothing trusts the file: numbers past its end are 0.
-#include <fcntl.h>
-#include <unistd.h>
-
+// behind.
 #include <algorithm>
 #include <optional>
 
 #include <qvimage/memory.h>
 
 #include "document.hpp"
+#include "file_bytes.hpp"
 #include "text.hpp"
 #include "tiff.hpp"
 
@@ -98,33 +96,25 @@ unsigned integer_width(uint64_t type) {
 class directories {
  public:
   // The file may begin inside another one.
-  explicit directories(const std::string &path, uint64_t begin = 0)
-      : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), begin_(begin) {
-    const auto bytes = file_ < 0 ? 0 : static_cast<uint64_t>(std::max<off_t>(lseek(file_, 0, SEEK_END), 0));
-    size_ = bytes > begin ? bytes - begin : 0;
-    big_endian_ = at(0, 1) == 'M';
-    if (at(2, 2) == 43) {
+  explicit directories(const std::string &path, uint64_t begin = 0) : file_(path, begin) {
+    file_.big_endian = file_.byte(0) == 'M';
+    if (file_.number(2, 2) == 43) {
       offset_ = count_ = 8;
       entry_ = 20;
     }
-    places_.push_back(at(offset_ == 8 ? 8 : 4, offset_));
+    places_.push_back(file_.number(offset_ == 8 ? 8 : 4, offset_));
   }
-  ~directories() {
-    if (file_ >= 0) close(file_);
-  }
-  directories(const directories &) = delete;
-  directories &operator=(const directories &) = delete;
 
   std::vector<uint16_t> tags(int64_t page) {
     std::vector<uint16_t> numbers;
     for (uint64_t at_entry = first(page); at_entry + entry_ <= end(page); at_entry += entry_)
-      numbers.push_back(static_cast<uint16_t>(at(at_entry, 2)));
+      numbers.push_back(static_cast<uint16_t>(file_.number(at_entry, 2)));
     return numbers;
   }
 
   std::optional<uint64_t> value(int64_t page, uint16_t tag) {
     const auto found = find(page, tag);
-    return found ? std::optional(at(found->place, integer_width(found->type))) : std::nullopt;
+    return found ? std::optional(file_.number(found->place, integer_width(found->type))) : std::nullopt;
   }
 
   // All values of a tag of 16-bit numbers.
@@ -133,7 +123,7 @@ class directories {
     const auto found = find(page, tag);
     if (!found || integer_width(found->type) != 2) return values;
     for (uint64_t i = 0; i < found->count; i++)
-      values.push_back(static_cast<uint16_t>(at(found->place + 2 * i, 2)));
+      values.push_back(static_cast<uint16_t>(file_.number(found->place + 2 * i, 2)));
     return values;
   }
 
@@ -144,19 +134,21 @@ class directories {
 
   std::optional<entry> find(int64_t page, uint16_t tag) {
     for (uint64_t at_entry = first(page); at_entry + entry_ <= end(page); at_entry += entry_) {
-      if (at(at_entry, 2) != tag) continue;
-      const entry found = {at(at_entry + 2, 2), at(at_entry + 4, offset_), at_entry + 4 + offset_};
+      if (file_.number(at_entry, 2) != tag) continue;
+      const entry found = {file_.number(at_entry + 2, 2), file_.number(at_entry + 4, offset_),
+                           at_entry + 4 + offset_};
       const unsigned width = integer_width(found.type);
-      if (width == 0 || found.count == 0 || found.count > size_) return std::nullopt;
-      return found.count * width <= offset_ ? found
-                                            : entry{found.type, found.count, at(found.place, offset_)};
+      if (width == 0 || found.count == 0 || found.count > file_.size()) return std::nullopt;
+      return found.count * width <= offset_
+                 ? found
+                 : entry{found.type, found.count, file_.number(found.place, offset_)};
     }
     return std::nullopt;
   }
 
   uint64_t place(int64_t page) {
     while (static_cast<int64_t>(places_.size()) <= page)
-      places_.push_back(at(behind(places_.back()), offset_));
+      places_.push_back(file_.number(behind(places_.back()), offset_));
     return places_[static_cast<size_t>(page)];
   }
   uint64_t first(int64_t page) { return place(page) + count_; }
@@ -164,34 +156,12 @@ class directories {
 
   // Where the link to the next one is.
   uint64_t behind(uint64_t directory) {
-    if (directory == 0 || directory >= size_) return size_;
+    if (directory == 0 || directory >= file_.size()) return file_.size();
     // Not more entries than fit into the file, so that the sum stays a position.
-    return directory + count_ + std::min(at(directory, count_), size_ / entry_ + 1) * entry_;
+    return directory + count_ + std::min(file_.number(directory, count_), file_.size() / entry_ + 1) * entry_;
   }
 
-  uint64_t at(uint64_t position, unsigned width) {
-    if (position > size_ || width > size_ - position) return 0;
-    if (position < from_ || position + width > from_ + held_) hold(position);
-    if (position + width > from_ + held_) return 0;
-    const unsigned char *raw = &block_[position - from_];
-    uint64_t value = 0;
-    for (unsigned i = 0; i < width; i++) value = value << 8 | raw[big_endian_ ? i : width - 1 - i];
-    return value;
-  }
-
-  // Directories are read from their beginning on.
-  void hold(uint64_t position) {
-    const ssize_t got = pread(file_, block_, sizeof block_, static_cast<off_t>(begin_ + position));
-    from_ = position;
-    held_ = static_cast<uint64_t>(std::max<ssize_t>(got, 0));
-  }
-
-  const int file_;
-  const uint64_t begin_;
-  unsigned char block_[1024];
-  uint64_t from_ = 0, held_ = 0;  // what the block holds
-  uint64_t size_ = 0;
-  bool big_endian_ = false;
+  file_bytes file_;
   unsigned offset_ = 4, count_ = 2, entry_ = 12;  // bytes of an offset, a directory's count and an entry
   std::vector<uint64_t> places_;
 };
