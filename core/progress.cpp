@@ -14,6 +14,9 @@ qvim::progress::progress(qvimagecallback given)
 
 extern "C" qvimageprogress qvimage_progress(qvimageprogress callback, void *user) {
   const qvimageprogress former = of_thread.callback;
-  of_thread = {callback, user};
+  if (callback != QVIM_PROGRESS_ASK)
+    of_thread = {callback, user};
+  else if (user)
+    *static_cast<void **>(user) = of_thread.user;
   return former;
 }

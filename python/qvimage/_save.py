@@ -15,6 +15,7 @@ from ._library import check, fail, function
 
 CODES = {name: code for code, name in COMPRESSIONS.items()}
 TIFF_END = (1 << 63) - 1  # pages are added behind the last one
+PROGRESS_ASK = 1
 STEPS = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_int64, ctypes.c_int64)
 TEXTS = ('description', 'software', 'copyright', 'datetime')
 BLUE_FIRST, RED_FIRST = ('bgr', 'bgrpad'), ('rgb', 'rgbpad')
@@ -48,11 +49,13 @@ class _Steps:
         callback = STEPS(self)
         if main:
             signal.signal(signal.SIGINT, lambda number, frame: self.signals.append((number, frame)))
+        user = ctypes.c_void_p()
+        function('qvimage_progress')(PROGRESS_ASK, ctypes.addressof(user))
         before = function('qvimage_progress')(ctypes.cast(callback, ctypes.c_void_p), None)
         try:
             yield
         finally:
-            function('qvimage_progress')(before, None)
+            function('qvimage_progress')(before, user)
             if main:
                 signal.signal(signal.SIGINT, handler)
         for number, frame in self.signals:

@@ -275,6 +275,16 @@ TEST_F(Owners, SavesAreFollowedStoppedAndLeftByExceptions) {
   }));
   EXPECT_EQ(inner, height);
   EXPECT_EQ(outer, height);
+  // While a callback runs, and afterwards, the thread's is the one that was there.
+  int heard = 0;
+  qvimage_progress([](void *user, int64_t, int64_t) { return ++*static_cast<int *>(user), 0; }, &heard);
+  ASSERT_TRUE(qv::save(grey(), folder_ / "b.tif", {}, [&](auto row, auto) {
+    if (row == 1) (void)qv::save(grey(), folder_ / "c.tif");
+  }));
+  EXPECT_EQ(heard, height);
+  ASSERT_TRUE(qv::save(grey(), folder_ / "c.tif"));
+  EXPECT_EQ(heard, 2 * height);
+  qvimage_progress(nullptr, nullptr);
   EXPECT_EQ(folder_.files(), 7u);
 }
 

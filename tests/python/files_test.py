@@ -1,5 +1,6 @@
 """Files of all formats, open, closed and forgotten; errors; threads; what stops a save."""
 import concurrent.futures
+import ctypes
 import gc
 import os
 import pathlib
@@ -14,6 +15,7 @@ import unittest
 import numpy as np
 
 import qvimage as qv
+from qvimage import _library, _save
 
 RANDOM = np.random.default_rng(3)
 GREY = RANDOM.integers(0, 256, (16, 24), np.uint8)
@@ -231,6 +233,16 @@ class Files(unittest.TestCase):
                     image.save(path, progress=lambda step, steps: step // 0)
                 self.assertEqual(pathlib.Path(path).read_bytes(), before)
         self.assertIs(signal.getsignal(signal.SIGINT), signal.default_int_handler)
+
+    def test_the_threads_callback_is_there_again_after_a_save(self):
+        progress, user, beside = _library.function('qvimage_progress'), ctypes.c_int(), ctypes.c_void_p()
+        callback = _save.STEPS(lambda user, step, steps: 0)
+        progress(ctypes.cast(callback, ctypes.c_void_p), ctypes.addressof(user))
+        qv.Image.over(GREY).save('f.tif', progress=lambda step, steps: None)
+        self.assertEqual(progress(_save.PROGRESS_ASK, ctypes.addressof(beside)),
+                         ctypes.cast(callback, ctypes.c_void_p).value)
+        self.assertEqual(beside.value, ctypes.addressof(user))
+        progress(None, None)
 
     def test_series_save_what_was_changed_and_tell_when_they_cannot(self):
         for i in range(3):

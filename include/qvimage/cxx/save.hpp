@@ -39,13 +39,16 @@ struct no_progress {};
 
 namespace detail {
 
-// Makes a callable of the caller's the thread's progress callback while it lives, but not while it runs: what
-// it calls is heard by others. Afterwards the thread has none.
+// Makes a callable of the caller's the thread's progress callback while it lives, but not while it runs.
+// Then, and afterwards, the thread has the one that it had before.
 template <class F>
 class progress_scope {
  public:
-  explicit progress_scope(F &f) noexcept : f_(f) { qvimage_progress(call, this); }
-  ~progress_scope() { qvimage_progress(nullptr, nullptr); }
+  explicit progress_scope(F &f) noexcept : f_(f) {
+    qvimage_progress(QVIM_PROGRESS_ASK, &user_);
+    callback_ = qvimage_progress(call, this);
+  }
+  ~progress_scope() { qvimage_progress(callback_, user_); }
   progress_scope(const progress_scope &) = delete;
   progress_scope &operator=(const progress_scope &) = delete;
 
@@ -60,7 +63,7 @@ class progress_scope {
  private:
   static int32_t call(void *user, int64_t step, int64_t steps) {
     auto *const self = static_cast<progress_scope *>(user);
-    qvimage_progress(nullptr, nullptr);
+    qvimage_progress(self->callback_, self->user_);
     const int32_t answer = self->told(step, steps);
     qvimage_progress(call, self);
     return answer;
@@ -89,6 +92,8 @@ class progress_scope {
   }
 
   F &f_;
+  void *user_ = nullptr;
+  qvimageprogress callback_;
 #if defined(__cpp_exceptions)
   std::exception_ptr thrown_;
 #endif

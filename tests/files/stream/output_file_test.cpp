@@ -360,7 +360,10 @@ TEST_F(Kept, TheThreadsCallbackHearsOfCallsWithoutOne) {
   user = {{}, 0};
   EXPECT_EQ(qvimage3_tiffwrite(nullptr, &volume, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0), 0);
   EXPECT_EQ(user.steps, (std::vector<int64_t>{1, 2, 3, 4, 5})) << "planes, not their rows";
-  EXPECT_NE(qvimage_progress(nullptr, nullptr), nullptr);
+  void *beside = nullptr;
+  const qvimageprogress present = qvimage_progress(QVIM_PROGRESS_ASK, &beside);
+  EXPECT_EQ(beside, &user);
+  EXPECT_EQ(qvimage_progress(nullptr, nullptr), present);
 }
 
 }  // namespace
