@@ -213,7 +213,12 @@ class finder {
   void read_chunk_index(const chunk &c) {
     constexpr uint32_t entry_bytes = 8;
     const index_head h = read_index_head(c, entry_bytes);
-    if (h.type != index_of_chunks || !reserve(h.entries)) return;
+    if (h.type != index_of_chunks) return;
+    // Entries are read once: an index that is pointed to from many places could be longer than any file.
+    indexed_ += h.entries;
+    if (indexed_ > file_.filelen / entry_bytes)
+      return refuse(QVERR_FORMAT, {"indexes of more frames than the file has room for"});
+    if (!reserve(h.entries)) return;
     for (uint64_t i = 0; i < h.entries; i++) {
       const auto offset = in_.get<uint32_t>(), bytes = in_.get<uint32_t>();
       add(h.base + offset, bytes & ~delta_frame);
@@ -270,6 +275,7 @@ class finder {
   bool has_format_ = false;
   chunk super_index_{}, old_index_{};
   uint64_t first_movie_ = 0, movies_ = 0;
+  uint64_t indexed_ = 0;  // entries of chunk indexes so far
   array<span> movie_of_;
 };
 

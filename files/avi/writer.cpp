@@ -7,10 +7,10 @@
 #include <qvimage/alloc.h>
 #include <qvimage/colour.h>
 #include <qvimage/error.h>
-#include <qvimage/jpeg.h>
 
 #include "core/reason.hpp"
 #include "core/result.hpp"
+#include "files/jpeg/writer.hpp"
 #include "files/rows/image_rows.hpp"
 #include "files/rows/write_rows.hpp"
 #include "files/stream/number_writer.hpp"
@@ -19,7 +19,7 @@ namespace qvim::avi {
 
 namespace {
 
-constexpr uint64_t longest_chunk = 0xFFFFFFFF, part_bytes = 0x40000000;
+constexpr uint64_t longest_chunk = 0xFFFFFFFF;
 constexpr uint32_t movie_alignment = 8192, fewest_super_entries = 256;
 constexpr uint32_t super_entry_bytes = 16, chunk_entry_bytes = 8, old_entry_bytes = 16, index_head_bytes = 24;
 constexpr uint32_t usual_rate = 25, usual_scale = 1;
@@ -113,7 +113,7 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   scale_ =
       r.options && r.options->avi_ratenum && r.options->avi_rateden ? r.options->avi_rateden : usual_scale;
   expected_ = r.frames;
-  frames_per_part_ = std::max<uint64_t>(part_bytes / frame_bytes_, 1);
+  frames_per_part_ = std::max<uint64_t>(r.part_bytes / frame_bytes_, 1);
   const uint64_t parts = (uint64_t{expected_} + frames_per_part_ - 1) / frames_per_part_;
   super_index_room_ = uint32_t(std::max<uint64_t>(parts, fewest_super_entries));
   if (!is_jpeg_ && format_.has_palette())
@@ -249,9 +249,8 @@ int32_t writer::write_frame(const progress &told, qvimage &frame, const qvimagef
       return code;
     source = &recoloured;
   }
-  qvimagefileinfo settings = options ? *options : options_;
   bufio_tareset(&file, file.pos);
-  const int32_t code = qvimage_jpegwrite(nullptr, source, nullptr, nullptr, 0, &file, &settings);
+  const int32_t code = jpeg::write_picture(*source, &file, options ? options : &options_, told);
   bufio_tareclr(&file);
   return code;
 }

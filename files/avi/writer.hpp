@@ -24,6 +24,7 @@ struct request {
   bool exchanges_palette;
   uint32_t frames;  // expected
   uint32_t mode;
+  uint64_t part_bytes = 0x40000000;  // of frames as bitmaps, after which another part begins
 };
 
 class writer final : public avihandle {

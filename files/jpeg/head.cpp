@@ -39,7 +39,8 @@ const char *name_of_process(uint8_t m) {
   }
 }
 
-const char *name_of_sampling(uint8_t first) {
+// Of colours that have one sample where the first component has several.
+const char *name_of_subsampling(uint8_t first) {
   switch (first) {
     case 0x22: return "4:2:0 subsampled";
     case 0x21: return "4:2:2 subsampled";
@@ -248,14 +249,27 @@ class parser {
     if (h_.width == 0 || h_.height == 0)
       return because(QVERR_UNSUPPORTED, {h_.width, " x ", h_.height, " pixels"});
     if (h_.precision != 8) return because(QVERR_UNSUPPORTED, {"samples of ", h_.precision, " bits"});
-    for (uint32_t i = 0; i < h_.components; i++)
-      if (h_.part[i].sampling != no_subsampling)
-        return because(QVERR_UNSUPPORTED, {name_of_sampling(h_.part[0].sampling)});
+    if (const int32_t code = check_sampling(); code < 0) return code;
     if (h_.components != 1 && h_.components != 3)
       return because(QVERR_UNSUPPORTED, {h_.components, " components"});
     if (is_rgb_ && h_.components == 3)
       return because(QVERR_UNSUPPORTED, {"components are red, green, blue instead of YCbCr"});
     return check_tables();
+  }
+
+  int32_t check_sampling() const {
+    const uint8_t first = h_.part[0].sampling;
+    bool all_as_first = true, rest_plain = true;
+    for (uint32_t i = 1; i < h_.components; i++) {
+      all_as_first &= h_.part[i].sampling == first;
+      rest_plain &= h_.part[i].sampling == no_subsampling;
+    }
+    if (all_as_first && first == no_subsampling) return 0;
+    // Nothing is subsampled then: blocks only stand in another order.
+    if (all_as_first)
+      return because(QVERR_UNSUPPORTED,
+                     {"sampling factors ", first >> 4, " x ", first & 15, " of every component"});
+    return because(QVERR_UNSUPPORTED, {rest_plain ? name_of_subsampling(first) : "subsampled"});
   }
 
   int32_t check_tables() const {

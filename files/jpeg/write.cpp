@@ -39,15 +39,14 @@ int32_t begin(jpegcontext **c, uint32_t bands, const qvimage *image, const uint3
   return 0;
 }
 
-int32_t encode(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
-               const int32_t *rows) {
+int32_t encode(jpegcontext **c, uint32_t band, const progress &told, qvimage *image, const int32_t *rows) {
   writer *w;
   if (const int32_t code = behind(c, &w); code < 0) return code;
   if (!image || !rows || band >= w->bands.size()) return QVERR_USAGE;
   const int32_t height = int32_t(w->height);
   const uint32_t first = uint32_t(std::clamp(rows[0], 0, height)),
                  end = uint32_t(std::clamp(rows[1], 0, height));
-  const int32_t code = w->encode(band, progress(callback), *image, first, end);
+  const int32_t code = w->encode(band, told, *image, first, end);
   if (int32_t &kept = w->bands[band]->result; kept == 0 || code < kept) kept = code;
   return code;
 }
@@ -60,15 +59,19 @@ int32_t end(jpegcontext **c, int32_t error) {
   return w->finish(error);
 }
 
-int32_t write(qvimage *image, const target &to, const qvimagefileinfo *info) {
+int32_t write(qvimage *image, const target &to, const qvimagefileinfo *info, const progress &told) {
   if (!image) return QVERR_USAGE;
   jpegcontext *c = nullptr;
   if (const int32_t code = begin(&c, 1, image, nullptr, to, info); code < 0) return code;
   const int32_t all[2] = {0, highest_side};
-  return end(&c, encode(&c, 0, nullptr, image, all));
+  return end(&c, encode(&c, 0, told, image, all));
 }
 
 }  // namespace
+
+int32_t write_picture(qvimage &image, bufio *stream, const qvimagefileinfo *options, const progress &told) {
+  return write(&image, {nullptr, nullptr, 0, stream, output_file::way::itself}, options, told);
+}
 
 }  // namespace qvim::jpeg
 
@@ -79,7 +82,8 @@ extern "C" {
 int32_t qvimage_jpegwrite(void *, qvimage *image, const char *path, const char *fopenmode, int64_t bufsize,
                           bufio *memory, qvimagefileinfo *info) {
   const auto how = fopenmode ? qvim::output_file::way::itself : qvim::output_file::way::beside;
-  return public_call().result(qvim::jpeg::write(image, {path, fopenmode, bufsize, memory, how}, info));
+  return public_call().result(
+      qvim::jpeg::write(image, {path, fopenmode, bufsize, memory, how}, info, qvim::progress(nullptr)));
 }
 
 int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *, qvimage *image, const uint32_t *bandrows,
@@ -91,7 +95,7 @@ int32_t qvimage_jpegwrite0(jpegcontext **c, uint32_t bands, void *, qvimage *ima
 
 int32_t qvimage_jpegwrite1(jpegcontext **c, uint32_t band, qvimagecallback callback, qvimage *image,
                            const int32_t rows[2]) {
-  return public_call().result(qvim::jpeg::encode(c, band, callback, image, rows));
+  return public_call().result(qvim::jpeg::encode(c, band, qvim::progress(callback), image, rows));
 }
 
 int32_t qvimage_jpegwrite2(jpegcontext **c, void *, qvimage *, const char *, const char *, int32_t error) {

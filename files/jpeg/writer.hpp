@@ -79,4 +79,8 @@ struct writer final : jpegcontext {
   void put_end();
 };
 
+// A whole picture into a caller's stream. The codes of qvimage_jpegwrite; what `told` answers unless it is 0.
+[[nodiscard]] int32_t write_picture(qvimage &image, bufio *stream, const qvimagefileinfo *options,
+                                    const progress &told);
+
 }  // namespace qvim::jpeg

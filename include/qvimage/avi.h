@@ -29,8 +29,9 @@ typedef struct avihandle avihandle;
  *              that they have; swapmap (not 0) exchanges the first and third component. Null, or a null
  *              image: greys
  *   rgborder   not 0: frames hold red, green, blue, which are exchanged; for bitmaps only
- *   callback   hears of each row, from 1 to the number of rows; of each plane in qvimage3_aviwrite; null: the
- *              thread's progress callback. Any answer but 0 stops the frame and is the result
+ *   callback   hears of each row, from 1 to the number of rows, of motion JPEG of every eighth, as in
+ *              qvimage_jpegwrite1; of each plane in qvimage3_aviwrite; null: the thread's progress callback.
+ *              Any answer but 0 stops the frame and is the result
  *   fopenmode  null: qvimage3_aviwrite writes beside the path and gives the file its name when all is well,
  *              so that what stood there survives every failure; the steps write to the path itself. Others
  *              begin with 'w' or "r+" and work on the path itself

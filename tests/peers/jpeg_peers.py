@@ -68,7 +68,7 @@ def save(name, array, quality, mode=0):
 
 # --- ours, read by others, beside theirs of the same picture -----------------------------------------------------
 
-sizes = [(192, 256), (57, 83), (1, 1), (9, 200), (200, 7)]
+sizes = [(512, 768), (57, 83), (1, 1), (9, 200), (200, 7)]
 for (height, width), components, quality in itertools.product(sizes, (1, 3), (5, 50, 75, 90, 100)):
     what = f"ours: {width} x {height}, {components} components, quality {quality}"
     source = picture(height, width, components)
@@ -95,6 +95,32 @@ for (height, width), components, quality in itertools.product(sizes, (1, 3), (5,
         check(what + ", in integers: read by us as by djpeg", same_pixels(qv.read(path("i.jpg")).pixels, integers))
         if quality >= 50:  # steps of powers of two are up to a half too large or a quarter too small
             check(what + ", in integers: near enough", psnr(source, integers) > 25, psnr(source, integers))
+
+# --- blocks of one colour, whose values follow from the formulas: both encoders keep means to the nearest step ------
+
+TO_YCC = np.array([[0.299, 0.587, 0.114], [-0.1687, -0.3313, 0.5], [0.5, -0.4187, -0.0813]])
+TO_RGB = np.array([[1, 0, 1.402], [1, -0.34414, -0.71414], [1, 1.772, 0]])
+
+
+def decoded_model(colours, tables, off):
+    """Steps are those of the first coefficients, which are eight times the mean."""
+    steps = np.array([tables[1], tables[66], tables[66]]) / 8
+    means = np.floor((colours @ TO_YCC.T - [128, 0, 0] + off) / steps + 0.5) * steps
+    return np.clip(means @ TO_RGB.T + 128, 0, 255)
+
+
+for quality, mode in itertools.product((1, 3, 5, 8, 14, 20, 50, 90), (0, 105)):
+    colours = rng.choice(np.r_[0:30, 100:140, 226:256], (24, 32, 3)).astype(np.uint8)
+    what = f"ours: blocks of one colour, quality {quality}, mode {mode}"
+    check(what, not save(path("f.jpg"), colours.repeat(8, 0).repeat(8, 1), quality, mode))
+    tables = b"".join(segments(path("f.jpg"), 0xDB))
+    found = qv.read(path("f.jpg")).pixels
+    check(what + ": flat", np.array_equal(found, found[::8, ::8].repeat(8, 0).repeat(8, 1)))
+    # Means that lie between two steps may go to either: they are known to a tenth, in integers to a half.
+    alike = np.zeros(colours.shape[:2], bool)
+    for off in itertools.product((-0.1, 0, 0.1) if mode == 0 else (-0.5, 0, 0.5), repeat=3):
+        alike |= np.all(np.abs(found[::8, ::8] - decoded_model(colours, tables, off)) < 1.1, 2)
+    check(what + ": as the formulas say", np.all(alike), np.mean(alike))
 
 # --- theirs, read by us ------------------------------------------------------------------------------------------
 

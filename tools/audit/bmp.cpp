@@ -70,7 +70,7 @@ void audit_bmp(audited_file &file) {
   if (begin > file.size() || picture > file.size() - begin)
     file.tell(file.size(), "the file ends before the " + number(picture) +
                                " bytes of pixels that begin at byte " + number(begin));
-  // Some fill files up to a multiple of 4; a colour profile may stand behind the pixels of the longest header.
+  // Some fill files up to a multiple of 4; behind the pixels of the longest header may be a colour profile.
   else if (file.size() - begin - picture >= 4 && head.bytes <= long_header)
     file.tell_rest(begin + picture, "the pixels");
 }

@@ -364,6 +364,20 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
     EXPECT_EQ(*qvimage_reason() != 0, c.code < 0) << c.what;
   }
   EXPECT_EQ(opened(folder / "none.jpg").code, -13);
+  const struct {
+    uint8_t factors[3];
+    const char *reason;
+  } samplings[] = {{{0x22, 0x11, 0x11}, "4:2:0 subsampled"},
+                   {{0x12, 0x11, 0x11}, "4:4:0 subsampled"},
+                   {{0x21, 0x11, 0x21}, "subsampled"},
+                   {{0x12, 0x12, 0x12}, "sampling factors 1 x 2 of every component"}};
+  for (const auto &s : samplings) {
+    bytes file = good;
+    for (size_t i = 0; i < 3; i++) put(frame, 11 + 3 * i, s.factors[i])(file);
+    put_file(folder / "bad.jpg", file);
+    EXPECT_EQ(opened(folder / "bad.jpg").code, -11);
+    EXPECT_STREQ(qvimage_reason(), s.reason);
+  }
 }
 
 TEST(Jpeg, RowsBeforeDamageAreDelivered) {

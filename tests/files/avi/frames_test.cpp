@@ -1,0 +1,134 @@
+// Frames of AVI files: in several parts, beyond 4 GiB, indexed wrongly; motion JPEG and its callback.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include <qvimage/qvimage.h>
+
+#include "core/owned.hpp"
+#include "files/avi/writer.hpp"
+#include "tests/files.hpp"
+
+namespace {
+
+using bytes = std::vector<uint8_t>;
+constexpr int32_t width = 40, height = 24, count = 5;
+constexpr size_t frame_pixels = size_t{width} * height;
+
+// Where a chunk's data begin, from a place on.
+size_t chunk(const bytes &file, const char *code, size_t from = 0) {
+  const auto found = std::search(file.begin() + long(from), file.end(), code, code + 4);
+  EXPECT_NE(found, file.end()) << code;
+  return size_t(found - file.begin()) + 8;
+}
+
+void add_to(bytes &file, size_t at, uint64_t more) {
+  uint64_t value;
+  std::memcpy(&value, &file[at], sizeof value);
+  value += more;
+  std::memcpy(&file[at], &value, sizeof value);
+}
+
+class AviFrames : public testing::Test {
+ protected:
+  AviFrames() {
+    for (size_t i = 0; i < pixels_.size(); i++) pixels_[i] = uint8_t(i * 7 + i / frame_pixels);
+    const int32_t size[3] = {width, height, count};
+    EXPECT_EQ(qvimage3_memory(&film_, pixels_.data(), size, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  }
+  qvimage frame(int32_t z) {
+    qvimage result;
+    EXPECT_EQ(qvimage_def2from3(&result, &film_, 0, 2, z, 0), 0);
+    return result;
+  }
+  // The pixels of a file, or none.
+  bytes shown() {
+    qvimage3 image;
+    avihandle *h = nullptr;
+    if (qvimage3_aviread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0) < 0) return {};
+    bytes all(frame_pixels * size_t(image.imdim.se.z));
+    EXPECT_EQ(image.ioset(&image, QVIM_WRAP, QVIM_UINT8, 1), 1);
+    all.resize(image.ioread(&image, 0, all.data(), uint32_t(all.size()), 0, 0, 0));
+    EXPECT_EQ(qvimage3_avireaddone(&image, nullptr, &h), 0);
+    return all;
+  }
+
+  const temporary_folder folder_;
+  const std::string path_ = folder_ / "a.avi";
+  bytes pixels_ = bytes(frame_pixels * count);
+  qvimage3 film_;
+};
+
+// Parts of two frames, as if they were of 1 GiB; then with 5 GiB of nothing before the second one.
+TEST_F(AviFrames, PartsFollowEachOtherWhereverTheyAre) {
+  using namespace qvim;
+  avi::request r{path_.c_str(), nullptr, 0, nullptr, nullptr, false, count, 2};
+  r.part_bytes = 2 * frame_pixels;
+  {
+    auto writer = make_owned<avi::writer>();
+    ASSERT_EQ(writer->plan(frame(0), r), 0);
+    ASSERT_EQ(writer->open(r, output_file::way::itself), 0);
+    for (int32_t z = 0; z < count; z++) {
+      qvimage one = frame(z);
+      ASSERT_EQ(writer->add(progress(), one, nullptr, false), 0);
+    }
+    ASSERT_EQ(writer->end(0), 0);
+  }
+  EXPECT_EQ(shown(), pixels_);
+
+  constexpr uint64_t hole = uint64_t{5} << 30;
+  constexpr size_t head_bytes = 24, entry_bytes = 16, base = 12;
+  bytes file = file_bytes(path_);
+  const size_t super = chunk(file, "indx") + head_bytes, second = chunk(file, "AVIX") - 16;
+  const size_t first_index = chunk(file, "ix00", second), second_index = chunk(file, "ix00", first_index);
+  for (const size_t at :
+       {super + entry_bytes, super + 2 * entry_bytes, first_index + base, second_index + base})
+    add_to(file, at, hole);
+  put_file(path_, bytes(file.begin(), file.begin() + long(second)));
+  std::filesystem::resize_file(path_, second + hole);
+  std::ofstream(path_, std::ios::binary | std::ios::app)
+      .write(reinterpret_cast<const char *>(&file[second]), long(file.size() - second));
+  EXPECT_EQ(shown(), pixels_);
+}
+
+// The index of indexes points to one of them again and again.
+TEST_F(AviFrames, AreIndexedOnce) {
+  constexpr int32_t frames = 40;
+  constexpr uint32_t entries = 256;
+  constexpr size_t head_bytes = 24, entry_bytes = 16;
+  const int32_t size[3] = {1, 1, frames};
+  qvimage3 image;
+  ASSERT_EQ(qvimage3_memory(&image, pixels_.data(), size, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage3_aviwrite(nullptr, &image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 2), 0);
+  bytes file = file_bytes(path_);
+  const auto index = file.begin() + long(chunk(file, "indx"));
+  std::memcpy(&index[4], &entries, sizeof entries);
+  for (size_t i = 1; i < entries; i++)
+    std::copy_n(index + head_bytes, entry_bytes, index + long(head_bytes + i * entry_bytes));
+  put_file(path_, file);
+  avihandle *h = nullptr;
+  EXPECT_EQ(qvimage3_aviread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0), QVERR_FORMAT);
+}
+
+// The callback hears of every eighth row; of a frame that it stops nothing stays.
+TEST_F(AviFrames, OfMotionJpegAreToldToTheCallback) {
+  qvimagefileinfo options{};
+  std::memcpy(options.avi_handler, "MJPG", 4);
+  qvimage picture = frame(0);
+  static std::vector<int64_t> heard;
+  heard.clear();
+  const auto hear = [](int64_t row, int64_t) { return heard.push_back(row), row == 16 ? 9 : 0; };
+  avihandle *h = nullptr;
+  ASSERT_EQ(qvimage_aviwriteinit(nullptr, &h, path_.c_str(), nullptr, &picture, 0, nullptr, nullptr, &options,
+                                 0, 0, 2, 1),
+            0);
+  EXPECT_EQ(qvimage_aviwriteadd(hear, &h, nullptr, nullptr, &picture, 0), 9);
+  EXPECT_EQ(heard, (std::vector<int64_t>{0, 8, 16}));
+  EXPECT_EQ(qvimage_aviwriteadd(nullptr, &h, nullptr, nullptr, &picture, 0), 0);
+  ASSERT_EQ(qvimage_aviwritedone(nullptr, &h, nullptr), 0);
+  EXPECT_EQ(shown().size(), frame_pixels);
+}
+
+}  // namespace
