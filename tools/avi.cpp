@@ -85,6 +85,9 @@ void apply(const arguments &arguments, qvimagefileinfo &info) {
   }
   if (arguments.has(mjpeg_option.name)) std::memcpy(info.avi_handler, motion_jpeg, 4);
   if (const auto rate = arguments.value(rate_option.name)) set_rate(*rate, info);
+  // Of a page: before there is one, options alone are judged.
+  if (info.width != 0 && arguments.has(quality_option.name) && !is_motion_jpeg(info))
+    throw usage_error("--quality is for motion JPEG (--mjpeg), not for bitmaps");
 }
 
 class avi_writer : public serial_writer {

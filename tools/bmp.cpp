@@ -67,7 +67,10 @@ class bmp_writer : public serial_writer {
  private:
   int32_t begin(qvimage *, qvimage *, qvimagefileinfo &) override { return 0; }
   int32_t page(qvimage *image, qvimage *palette, qvimagefileinfo &options) override {
-    if (written_) refuse("a BMP file holds one page (--pages chooses it)");
+    if (written_)
+      refuse(
+          "a BMP file holds one page (--pages chooses it, a name with a ? for each digit makes a file of "
+          "each)");
     written_ = true;
     return qvimage_bmpwrite(progress::callback, image, palette, path(), "w+b", 0, &options, red_first(image),
                             palette != nullptr && red_first(palette), 0);

@@ -80,7 +80,10 @@ class jpeg_writer : public writer {
   jpeg_writer(std::string path, std::string shown) : path_(std::move(path)), shown_(std::move(shown)) {}
 
   void add(pixels &page, qvimage *, qvimagefileinfo &options, bool) override {
-    if (written_) throw failure(shown_, QVERR_UNSUPPORTED, "a JPEG file holds one page (--pages chooses it)");
+    if (written_)
+      throw failure(shown_, QVERR_UNSUPPORTED,
+                    "a JPEG file holds one page (--pages chooses it, a name with a ? for each digit makes a "
+                    "file of each)");
     jpegcontext *context = nullptr;
     const std::vector<uint32_t> firsts = first_rows(page);
     const auto bands = static_cast<uint32_t>(firsts.size() - 1);

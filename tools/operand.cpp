@@ -129,6 +129,7 @@ std::vector<std::string> names_of(const operand &series) {
 
 source source_of(const operand &word, const std::string &name) {
   const bool standard = name == "-";
+  if (word.format == &raw_format) check_raw_form(word.word(name));
   const std::string path = word.word(standard ? standard_input() : name);
   const std::string shown = standard ? "standard input" : word.word(name);
   return {path, shown, word.format != nullptr ? word.format : &format_of_content(path, shown)};

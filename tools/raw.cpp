@@ -263,6 +263,8 @@ raw_parts parts_of_raw(const std::string &word) {
   return {text.substr(0, static_cast<size_t>(found.position())), found.str()};
 }
 
+void check_raw_form(const std::string &word) { known_form(word); }
+
 const file_format raw_format = {sign,
                                 {info, nullptr, info_done, read, done, nullptr, nullptr},
                                 nullptr,

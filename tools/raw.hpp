@@ -21,6 +21,7 @@ inline bool is_raw(const std::string &word) { return word.starts_with(raw_mark);
 struct raw_parts {
   std::string file, behind;
 };
-raw_parts parts_of_raw(const std::string &word);  // throws usage_error
+raw_parts parts_of_raw(const std::string &word);
+void check_raw_form(const std::string &word);  // throws usage_error unless it tells one
 
 }  // namespace tool

@@ -25,9 +25,11 @@ class serial_writer : public writer {
 
  private:
   void write(pixels &page, qvimage *palette, qvimagefileinfo &options);
+  void check_alike(pixels &page);
   void checked(int32_t code) const;
   const std::string path_, shown_;
-  bool begun_ = false;
+  int64_t pages_ = 0;
+  std::string first_;  // what the first page is like
 };
 
 // Whether pixels are held red first, as files want to know it.

@@ -72,6 +72,7 @@ class Formats(ToolTest):
                     self.assertEqual(run("diff", "-", self.path("b"), input=out.stdout).returncode, 0)
                     self.assertEqual(len(file.read()), len(out.stdout))
         self.assertIn("raw, 12 pages", self.good("info", "raw:-:9x8:u8", input=bytes(12 * 72)))
+        self.refused(2, "raw:-: size and type are missing.*", "info", "raw:-", input=b"")
         self.assertRegex(run("info", "-", input=b"").stderr.decode(), "standard input: .* the file is empty")
 
     def test_pages_go_there_and_back(self):
@@ -192,8 +193,9 @@ class Formats(ToolTest):
             ("b.pgm", [palette_picture(9, 8)], [], 1, "anymaps have no palettes"),
             ("b.bmp", [page, page], [], 1, "a BMP file holds one page .--pages"),
             ("b.bmp", [picture(9, 8, bits=16)], [], 1, "BMP files hold 8-bit samples, .* not 16-bit ones .--bits 8"),
-            ("b.fits", [page, picture(9, 7)], [], 1, "-1"),
+            ("b.fits", [page, picture(9, 7)], [], 1, "page 2 would be 9 x 7, 1 x 8-bit .*, the first one is 9 x 8, .* makes a file of each"),
             ("b.avi", [picture(9, 8, samples=4)], [], 1, "hold grey or RGB pixels .--colour"),
+            ("b.avi", [page], ["--quality=50"], 2, "--quality is for motion JPEG .--mjpeg"),
             ("b.avi", [page], ["--rate=0"], 2, "--rate takes N or N,M"),
             ("b.tif", [page], ["--quality=50"], 2, "--quality is for JPEG files, not for TIFF"),
         ]
