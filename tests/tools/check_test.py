@@ -50,7 +50,20 @@ class Check(ToolTest):
             first = struct.unpack_from("<I", data, 4)[0]
             struct.pack_into("<I", data, first + 2 + 12 * struct.unpack_from("<H", data, first)[0], first)
 
+        def share(data):
+            """The page's values are those of more pages."""
+            first = struct.unpack_from("<I", data, 4)[0]
+            end = first + 2 + 12 * struct.unpack_from("<H", data, first)[0]
+            directory = bytes(data[first:end])
+            for _ in range(20):
+                struct.pack_into("<I", data, end, len(data))
+                data += directory + bytes(4)
+                end = len(data) - 4
+
         cases = [
+            (share, r"byte \d+: page \d+: with those of the pages before it, it has more values than .* room for",
+             picture(1, 1000, rows_per_strip=1)),
+            (put(277, "type", 16), r"byte \d+: page 1: tag 277 \(SamplesPerPixel\) has the type 16, not its own"),
             (exchange(258, 259), r"byte \d+: page 1: tag 258 \(BitsPerSample\) stands behind tag 259"),
             (put(277, "tag", 262), r"byte \d+: page 1: tag 262 \(PhotometricInterpretation\) stands behind tag 273"),
             (put(262, "tag", 263), r"byte \d+: page 1: tag 262 \(PhotometricInterpretation\) is missing"),
@@ -69,10 +82,10 @@ class Check(ToolTest):
             (lambda data: struct.pack_into("<I", data, 4, 1 << 20), r"byte 4: the link to page 1 leads to byte 1048576, .*"),
             (lambda data: data.__delitem__(slice(-30, None)), r"byte \d+: page 1: the directory of \d+ entries does not fit into the file"),
         ]
-        for change, text in cases:
+        usual = picture(40, 30, samples=3, rows_per_strip=10, strings=dict(software=b"camera 3"))
+        for change, text, *other in cases:
             with self.subTest(text):
-                page = picture(40, 30, samples=3, rows_per_strip=10, strings=dict(software=b"camera 3"))
-                path = self.make("b.tif", page)
+                path = self.make("b.tif", *(other or [usual]))
                 self.assertEqual(self.good("check", path), "")
 
                 def damage(content):

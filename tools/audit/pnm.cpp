@@ -24,7 +24,8 @@ struct header {
 
 class header_reader {
  public:
-  header_reader(audited_file &file, uint64_t at) : file_(file), at_(at) {}
+  header_reader(audited_file &file, uint64_t at) : file_(file), begin_(at), at_(at) {}
+  uint64_t bytes_read() const { return at_ - begin_; }
 
   std::optional<header> read() {
     const char kind = static_cast<char>(file_.byte(at_ + 1));
@@ -66,6 +67,7 @@ class header_reader {
   }
 
   audited_file &file_;
+  const uint64_t begin_;
   uint64_t at_;
 };
 
@@ -91,6 +93,7 @@ void audit_pnm(audited_file &file) {
   auto head = header_reader(file, 0).read();
   if (!head) return;  // readers tell why
   uint64_t at = head->end;
+  uint64_t mistaken = 0;  // bytes that began like a header: not looked at again and again for ever
   do {
     const uint64_t frame = head->frame_bytes(), left = file.size() - at;
     if (frame > left) {
@@ -100,9 +103,13 @@ void audit_pnm(audited_file &file) {
     }
     audit_values(file, *head, at, frame);
     at += frame;
-    if (const auto next = header_reader(file, at).read()) {
+    if (mistaken > file.size()) continue;
+    header_reader reader(file, at);
+    if (const auto next = reader.read()) {
       head = next;
       at = next->end;
+    } else {
+      mistaken += reader.bytes_read();
     }
   } while (at < file.size());
 }

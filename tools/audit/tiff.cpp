@@ -165,6 +165,7 @@ class auditor {
     const uint64_t first = directory + count_bytes();
     if (count > (size - first) / entry_bytes() || size - first - count * entry_bytes() < offset_bytes())
       return tell(directory, "the directory of " + number(count) + " entries does not fit into the file"), 0;
+    if (!has_room_for(count)) return tell_shared(), 0;
     const uint64_t end = first + count * entry_bytes();
     used_.push_back({directory, end + offset_bytes(), "the directory of " + page_});
     uint64_t last_tag = 0;
@@ -180,6 +181,17 @@ class auditor {
     audit_samples();
     audit_pieces();
     return end;
+  }
+
+  // Values that nothing else is made of have a byte each. Files whose directories and pages share them could
+  // tell of any number; the work stays in proportion to the file's length.
+  bool has_room_for(uint64_t values) {
+    if (values > file_.size() - told_of_) return false;
+    told_of_ += values;
+    return true;
+  }
+  void tell_shared() {
+    tell(directory_, "with those of the pages before it, it has more values than the file has room for");
   }
 
   void audit_entry(uint16_t tag, uint64_t place) {
@@ -244,14 +256,27 @@ class auditor {
                                   number(bits) + " bits");
   }
 
-  // Bytes of so many pixels of a row: of all samples, or of one plane's.
-  uint64_t row_bytes(uint64_t width, uint64_t first_sample, uint64_t samples) {
-    uint64_t bits = 0, all;
-    for (uint64_t i = first_sample; i < first_sample + samples; i++)
-      bits += value(bits_per_sample, std::min(i, std::max<uint64_t>(count(bits_per_sample), 1) - 1), 1);
-    return __builtin_mul_overflow(bits, width, &all) || all > UINT64_MAX - 7 ? UINT64_MAX : (all + 7) / 8;
+  // The last value counts for all samples behind it.
+  uint64_t sample_bits(uint64_t sample) {
+    const uint64_t stored = count(bits_per_sample);
+    return stored == 0 ? 1 : value(bits_per_sample, std::min(sample, stored - 1), 1);
+  }
+  uint64_t pixel_bits(uint64_t samples) {
+    const uint64_t stored = std::clamp<uint64_t>(count(bits_per_sample), 1, samples);
+    uint64_t bits = 0;
+    for (uint64_t i = 0; i < stored; i++) bits = sum(bits, sample_bits(i));
+    return sum(bits, product(samples - stored, sample_bits(stored)));
   }
 
+  // What is too large for 64 bits is as large as can be.
+  static uint64_t sum(uint64_t a, uint64_t b) {
+    uint64_t all;
+    return __builtin_add_overflow(a, b, &all) ? UINT64_MAX : all;
+  }
+  static uint64_t product(uint64_t a, uint64_t b) {
+    uint64_t all;
+    return __builtin_mul_overflow(a, b, &all) ? UINT64_MAX : all;
+  }
   static uint64_t divided(uint64_t value, uint64_t by) { return value / by + (value % by != 0); }
 
   void audit_pieces() {
@@ -266,23 +291,19 @@ class auditor {
       return tell(directory_, "a size is 0");
     const bool planar = value(planar_configuration, 0, 1) == 2;
     const uint64_t planes = planar ? samples : 1, down = divided(height, high), across = divided(width, wide);
-    uint64_t in_plane, expected;
-    if (__builtin_mul_overflow(down, across, &in_plane) ||
-        __builtin_mul_overflow(in_plane, planes, &expected))
-      expected = UINT64_MAX;
+    const uint64_t in_plane = product(down, across), expected = product(in_plane, planes);
     for (const uint16_t tag : {kind.offsets, kind.counts}) {
       if (count(tag) != expected)
         return tell(place(tag), name_of(tag) + " has " + number(count(tag)) + " values for " +
                                     number(expected) + " " + kind.name + "s");
     }
+    if (!has_room_for(sum(2 * expected, count(bits_per_sample)))) return tell_shared();
+    const uint64_t all_samples = pixel_bits(samples);
     for (uint64_t i = 0; i < expected; i++) {
       const uint64_t row = i % in_plane / across * high;
       const uint64_t rows = kind.offsets == tile_offsets ? high : std::min(high, height - row);
-      uint64_t bytes;
-      if (__builtin_mul_overflow(row_bytes(wide, planar ? i / in_plane : 0, planar ? 1 : samples), rows,
-                                 &bytes))
-        bytes = UINT64_MAX;
-      audit_piece(kind, i, has_plain_rows() ? bytes : 0);
+      const uint64_t bits = product(wide, planar ? sample_bits(i / in_plane) : all_samples);
+      audit_piece(kind, i, has_plain_rows() ? product(divided(bits, 8), rows) : 0);
     }
   }
 
@@ -318,6 +339,7 @@ class auditor {
   bool is_big_ = false;
   std::string page_;
   uint64_t directory_ = 0;             // of the page
+  uint64_t told_of_ = 0;               // values, of all pages so far
   std::map<uint16_t, entry> entries_;  // of the page
   std::vector<range> used_;
 };
