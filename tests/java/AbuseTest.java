@@ -1,7 +1,6 @@
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
 import java.lang.reflect.Modifier;
-import java.util.Arrays;
 
 /** What programs must not do, and the virtual machine has to outlive. */
 class AbuseTest extends Images {
@@ -238,30 +237,19 @@ class AbuseTest extends Images {
     thrown("half a character", -1, "aeiou_r", () -> deep.aeiou_r('I', 0, 0, "\uD800"));
   }
 
-  /** Sizes whose products leave the range of what computes them. */
+  /** What a constructor refuses is thrown, and leaves a null image. */
   static void testSizes() throws Exception {
     long at = Jqvimage.pixelalloc(1, 100);
-    Jqvywindow wide = extent(Integer.MAX_VALUE, Integer.MAX_VALUE), inverted = extent(Integer.MAX_VALUE, 1);
-    inverted.nwx = Integer.MIN_VALUE;
-    Object[][] table = {{-2, (Call) () -> image().qvimage_memory(at, wide, 0, 32, 0, 4, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, inverted, 0, 1, 0, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, extent(0, 1), 0, 1, 0, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, null, 0, 1, 0, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(0, extent(1, 1), 0, 1, 0, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, extent(1, 1), 0, 3, 0, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, extent(1, 1), 0, 1, 9, 1, 0, 0)},
-        {-1, (Call) () -> image().qvimage_memory(at, extent(1, 1), 0, 1, 0, 33, 0, 0)}};
-    for (Object[] row : table) thrown("size", (Integer) row[0], "qvimage_memory", (Call) row[1]);
+    Jqvywindow wide = extent(Integer.MAX_VALUE, Integer.MAX_VALUE);
+    Jqvimage v = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> x);
+    thrown("size", -2, "qvimage_memory", () -> v.qvimage_memory(at, wide, 0, 32, 0, 4, 0, 0));
+    equal("nothing stays", "NULL2", v.devname);
+    thrown("no size", -1, "qvimage_memory", () -> image().qvimage_memory(at, null, 0, 1, 0, 1, 0, 0));
+    thrown(
+        "no pixels", -1, "qvimage_memory", () -> image().qvimage_memory(0, extent(1, 1), 0, 1, 0, 1, 0, 0));
     thrown("data", -1, "qvimage_memdata",
         () -> image().qvimage_memorydata(at, 100, extent(5, 5), 0, null, null, 0));
     thrown("data", -1, "qvimage3_memdata",
         () -> volume().qvimage3_memorydata(at, 100, extent(5, 5, 5), 0, 0, null, null, 0));
-    equal("nothing stays", true, Arrays.asList("NULL2", "NULL3").contains(failed().devname));
-  }
-
-  static Jqvimage failed() throws Exception {
-    Jqvimage v = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> x);
-    code(() -> v.qvimage_decimate(v, 0, 0, 0, 0, 0));
-    return v;
   }
 }

@@ -39,154 +39,122 @@ class ViewsTest extends Images {
                       SIZE3 = "0.5 0.25 4.0 188 188 109",
                       NOTHING = "0 x0 hint 0 bits 0 0 0 0 0 range 0.0 0.0", NO_FACTS = "0 0 false false";
 
+  static void image(String device, String extent, String data, String facts, String hints, Make2 make)
+      throws Exception {
+    Jqvimage v = image();
+    equal(device + " answer", 0, make.on(v));
+    String[] wanted = {device, extent, extent, data, facts, hints};
+    equal("made", wanted,
+        new String[] {v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)});
+  }
+
+  static void volume(String device, String extent, String data, String facts, String hints, Make3 make)
+      throws Exception {
+    Jqvimage3 v = volume();
+    equal(device + " answer", 0, make.on(v));
+    String[] wanted = {device, extent, extent, data, facts, hints};
+    equal("made", wanted,
+        new String[] {v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)});
+  }
+
   static void testImagesInMemory() throws Exception {
-    long at = Jqvimage.pixelalloc(1, 1000);
+    long at = Jqvimage.pixelalloc(1, 2000);
     Jqvywindow size = extent(8, 5), moved = extent(11, 7);
     moved.nwx = 3;
     moved.nwy = 2; // the same extent
-    Object[][] table = {{(Make2) v -> v.qvimage_defnull(), "NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS},
-        {(Make2) v -> v.qvimage_defnop(size, real(), hints()), "NULL2", "0,0-8,5", REALS, REAL_FACTS, SIZE3},
-        {(Make2) v -> v.qvimage_defnop(null, null, null), "NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS},
-        {(Make2) v
-            -> v.qvimage_memory(at, moved, 0, 2, 12, 1, 1, 0),
-            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, NO_HINTS},
-        {(Make2) v
-            -> v.qvimage_memory2(at, size, 20, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f),
-            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE},
-        {(Make2) v
-            -> v.qvimage_memory3(at, 80, size, 0, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f),
-            "QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE},
-        {(Make2) v
-            -> v.qvimage_memorydata(at, 320, size, 0, real(), hints(), 0),
-            "QVIMMEM", "0,0-8,5", REALS, REAL_FACTS, SIZE3}};
-    for (Object[] row : table) {
-      Jqvimage v = image();
-      equal(row[1] + " answer", 0, ((Make2) row[0]).on(v));
-      Object[] got = {v.devname, text(v.imdim), text(v.d), text(v.f), text(v.h)};
-      equal("made", java.util.Arrays.asList(row).subList(1, 6), java.util.Arrays.asList(got));
-      equal("wind", text(v.imdim), text(v.wind));
-    }
-  }
+    Jqvimagehints h = hints();
+    image("NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS, v -> v.qvimage_defnull());
+    image("NULL2", "0,0-8,5", REALS, REAL_FACTS, SIZE3, v -> v.qvimage_defnop(size, real(), h));
+    image("NULL2", "0,0-0,0", NOTHING, NO_FACTS, NO_HINTS, v -> v.qvimage_defnop(null, null, null));
+    image("QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, NO_HINTS,
+        v -> v.qvimage_memory(at, moved, 0, 2, 12, 1, 1, 0));
+    image("QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE,
+        v -> v.qvimage_memory2(at, size, 20, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f));
+    image("QVIMMEM", "0,0-8,5", SHORTS, SHORT_FACTS, SIZE,
+        v -> v.qvimage_memory3(at, 80, size, 0, 2, 12, 1, 1, 0, INCH, 0.5f, 0.25f));
+    image("QVIMMEM", "0,0-8,5", REALS, REAL_FACTS, SIZE3,
+        v -> v.qvimage_memorydata(at, 320, size, 0, real(), h, 0));
 
-  static void testVolumesInMemory() throws Exception {
-    long at = Jqvimage.pixelalloc(1, 2000);
-    Jqvyzwindow size = extent(8, 5, 3);
-    Object[][] table = {
-        {(Make3) v -> v.qvimage3_defnull(), "NULL3", "0,0,0-0,0,0", NOTHING, NO_FACTS, NO_HINTS},
-        {(Make3) v
-            -> v.qvimage3_memory(at, size, 0, 2, 12, 1, 1, 0),
-            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, NO_HINTS},
-        {(Make3) v
-            -> v.qvimage3_memory2(at, size, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4),
-            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3},
-        {(Make3) v
-            -> v.qvimage3_memory3(at, 240, size, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4),
-            "QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3},
-        {(Make3) v
-            -> v.qvimage3_memorydata(at, 960, size, 0, 0, real(), hints(), 0),
-            "QVIMMEM3", "0,0,0-8,5,3", REALS, REAL_FACTS, SIZE3}};
-    for (Object[] row : table) {
-      Jqvimage3 v = volume();
-      equal(row[1] + " answer", 0, ((Make3) row[0]).on(v));
-      Object[] got = {v.devname, text(v.imdim), text(v.d), text(v.f), text(v.h)};
-      equal("made", java.util.Arrays.asList(row).subList(1, 6), java.util.Arrays.asList(got));
-      equal("wind", text(v.imdim), text(v.wind));
-    }
+    Jqvyzwindow box = extent(8, 5, 3);
+    volume("NULL3", "0,0,0-0,0,0", NOTHING, NO_FACTS, NO_HINTS, v -> v.qvimage3_defnull());
+    volume("QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, NO_HINTS,
+        v -> v.qvimage3_memory(at, box, 0, 2, 12, 1, 1, 0));
+    volume("QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3,
+        v -> v.qvimage3_memory2(at, box, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4));
+    volume("QVIMMEM3", "0,0,0-8,5,3", SHORTS, SHORT_FACTS, SIZE3,
+        v -> v.qvimage3_memory3(at, 240, box, 0, 2, 12, 1, 1, 0, INCH, METER, 0.5f, 0.25f, 4));
+    volume("QVIMMEM3", "0,0,0-8,5,3", REALS, REAL_FACTS, SIZE3,
+        v -> v.qvimage3_memorydata(at, 960, box, 0, 0, real(), h, 0));
   }
 
   static int grey(int x, int y, int z) { return 1000 * z + 100 * y + 3 * x; }
 
   static int colour(int x, int y, int z, int c) { return 50 * c + 10 * z + 7 * y + x; }
 
-  /** Rows of a table: how a view is made, its source, its device, size, components and values. */
-  static void testViewsOfImages() throws Exception {
+  /** A view as it must become: its source, device, size, components and values. */
+  static void view(Object source, String device, int width, int height, int components, Make2 make,
+      Values values) throws Exception {
+    Jqvimage v = image();
+    equal(device + " answer", 0, make.on(v));
+    equal("device", device, v.devname);
+    equal(device + " size", "0,0-" + width + "," + height, text(v.wind));
+    equal(device + " keeps its source", true, v.filter[0] == source);
+    equal(device + " pixels", values(width, height, 1, components, values), read(v));
+  }
+
+  static void view3(Object source, String device, int depth, int components, Make3 make, Values values)
+      throws Exception {
+    Jqvimage3 v = volume();
+    equal(device + " answer", 0, make.on(v));
+    equal("device", device, v.devname);
+    equal(device + " size", "0,0,0-6,4," + depth, text(v.wind));
+    equal(device + " keeps its source", true, v.filter[0] == source);
+    equal(device + " pixels", values(6, 4, depth, components, values), read(v));
+  }
+
+  static void testViews() throws Exception {
     Jqvimage flat = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> grey(x, y, 0));
     Jqvimage row8 = image(2, 12, 1, GREY, 8, 1, (x, y, z, c) -> grey(x, 0, 0));
     Jqvimage rgb = image(1, 8, 3, RGB, 6, 4, (x, y, z, c) -> colour(x, y, 0, c));
     Jqvimage3 deep = volume(2, 12, 1, GREY, 6, 4, 3, (x, y, z, c) -> grey(x, y, z));
+    Jqvimage3 rgb3 = volume(1, 8, 3, RGB, 6, 4, 3, (x, y, z, c) -> colour(x, y, z, c));
     long mirror = table(4096, i -> 4095 - i);
-    Object[][] table = {{(Make2) v
-                            -> v.qvimage_converter(flat, null, 0, 0, 8),
-                            flat, "QVIMCONV", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 0) >> 4},
-        {(Make2) v
-            -> v.qvimage_decimate(flat, 0, 2, 2, 1, 0),
-            flat, "QVIMDECI", 3, 2, 1, (Values) (x, y, z, c) -> grey(2 * x + 1, 2 * y, 0)},
-        {(Make2) v
-            -> v.qvimage_yodd(flat, 0, 1),
-            flat, "QVIMYOdd", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y | 1, 0)},
-        {(Make2) v
-            -> v.qvimage_stack(deep),
-            deep, "QVIMSTAK", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 1)},
-        {(Make2) v
-            -> v.qvimage_cachemonitor(flat, 0, 1),
-            flat, "QVIMCAM", 6, 4, 1, (Values) (x, y, z, c) -> grey(x, y, 0)},
-        {(Make2) v
-            -> v.qvimage_def2from3(deep, 4, 0, 2, 0),
-            deep, "QVIM3to2", 3, 6, 1, (Values) (x, y, z, c) -> grey(y, 2, x)},
-        {(Make2) v
-            -> v.qvimage_rotate(flat, 0, 5),
-            flat, "QVIMROTA", 4, 6, 1, (Values) (x, y, z, c) -> grey(y, 3 - x, 0)},
-        {(Make2) v
-            -> v.qvimage_lut(flat, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0, 0),
-            flat, "QVIMLUT2", 6, 4, 1, (Values) (x, y, z, c) -> 4095 - grey(x, y, 0)},
-        {(Make2) v
-            -> v.qvimage_lutconvert(row8, 4, 1),
-            row8, "QVIMLUT", 4, 1, 1, (Values) (x, y, z, c) -> grey(2 * x, 0, 0)},
-        {(Make2) v
-            -> v.qvimage_Beyer4(flat, 0, 0),
-            flat, "Bayer*4", 6, 4, 4, (Values) (x, y, z, c) -> grey(x & ~1 | c & 1, y & ~1 | c >> 1, 0)},
-        {(Make2) v
-            -> v.qvimage_colorslice(rgb, 0, 2, 0),
-            rgb, "ClrSlice", 6, 4, 1, (Values) (x, y, z, c) -> colour(x, y, 0, 1)},
-        {(Make2) v
-            -> v.qvimage_colorconverter(rgb, BGR, 0),
-            rgb, "QVIMCLR", 6, 4, 3, (Values) (x, y, z, c) -> colour(x, y, 0, 2 - c)}};
-    for (Object[] row : table) {
-      Jqvimage v = image();
-      equal(row[2] + " answer", 0, ((Make2) row[0]).on(v));
-      equal("device", row[2], v.devname);
-      equal(row[2] + " size", "0,0-" + row[3] + "," + row[4], text(v.wind));
-      equal(row[2] + " keeps its source", true, v.filter[0] == row[1]);
-      int[] wanted = values((Integer) row[3], (Integer) row[4], 1, (Integer) row[5], (Values) row[6]);
-      equal(row[2] + " pixels", wanted, read(v));
-    }
-  }
-
-  static void testViewsOfVolumes() throws Exception {
-    Jqvimage flat = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> grey(x, y, 0));
-    Jqvimage3 deep = volume(2, 12, 1, GREY, 6, 4, 3, (x, y, z, c) -> grey(x, y, z));
-    Jqvimage3 rgb = volume(1, 8, 3, RGB, 6, 4, 3, (x, y, z, c) -> colour(x, y, z, c));
-    long mirror = table(4096, i -> 4095 - i);
-    Object[][] table = {{(Make3) v
-                            -> v.qvimage3_converter(deep, null, 0, 0, 8),
-                            deep, "QVIMCONV", 3, 1, (Values) (x, y, z, c) -> grey(x, y, z) >> 4},
-        {(Make3) v
-            -> v.qvimage3_colorslice(rgb, 0, 4, 0),
-            rgb, "ClrSlice", 3, 1, (Values) (x, y, z, c) -> colour(x, y, z, 2)},
-        {(Make3) v
-            -> v.qvimage3_colorconverter(rgb, BGR, 0),
-            rgb, "QVIMCLR3", 3, 3, (Values) (x, y, z, c) -> colour(x, y, z, 2 - c)},
-        {(Make3) v
-            -> v.qvimage3_Beyer4(deep, 0, 3),
-            deep, "Bayer*4", 3, 4, (Values) (x, y, z, c) -> grey(x & ~1 | ~c & 1, y & ~1 | 1 - (c >> 1), z)},
-        {(Make3) v
-            -> v.qvimage_def3from2(flat, 0),
-            flat, "QVIM2to3", 1, 1, (Values) (x, y, z, c) -> grey(x, y, 0)},
-        {(Make3) v
-            -> v.qvimage3_def3from3(deep, -1, 0, 0, 0),
-            deep, "QVIM3to3", 3, 1, (Values) (x, y, z, c) -> grey(x, y, (z + 2) % 3)},
-        {(Make3) v
-            -> v.qvimage3_lut(deep, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0),
-            deep, "QVIMLUT3", 3, 1, (Values) (x, y, z, c) -> 4095 - grey(x, y, z)}};
-    for (Object[] row : table) {
-      Jqvimage3 v = volume();
-      equal(row[2] + " answer", 0, ((Make3) row[0]).on(v));
-      equal("device", row[2], v.devname);
-      equal(row[2] + " size", "0,0,0-6,4," + row[3], text(v.wind));
-      equal(row[2] + " keeps its source", true, v.filter[0] == row[1]);
-      int[] wanted = values(6, 4, (Integer) row[3], (Integer) row[4], (Values) row[5]);
-      equal(row[2] + " pixels", wanted, read(v));
-    }
+    view(flat, "QVIMCONV", 6, 4, 1,
+        v -> v.qvimage_converter(flat, null, 0, 0, 8), (x, y, z, c) -> grey(x, y, 0) >> 4);
+    view(flat, "QVIMDECI", 3, 2, 1,
+        v -> v.qvimage_decimate(flat, 0, 2, 2, 1, 0), (x, y, z, c) -> grey(2 * x + 1, 2 * y, 0));
+    view(flat, "QVIMYOdd", 6, 4, 1, v -> v.qvimage_yodd(flat, 0, 1), (x, y, z, c) -> grey(x, y | 1, 0));
+    view(deep, "QVIMSTAK", 6, 4, 1, v -> v.qvimage_stack(deep), (x, y, z, c) -> grey(x, y, 1));
+    view(flat, "QVIMCAM", 6, 4, 1, v -> v.qvimage_cachemonitor(flat, 0, 1), (x, y, z, c) -> grey(x, y, 0));
+    view(
+        deep, "QVIM3to2", 3, 6, 1, v -> v.qvimage_def2from3(deep, 4, 0, 2, 0), (x, y, z, c) -> grey(y, 2, x));
+    view(flat, "QVIMROTA", 4, 6, 1, v -> v.qvimage_rotate(flat, 0, 5), (x, y, z, c) -> grey(y, 3 - x, 0));
+    view(flat, "QVIMLUT2", 6, 4, 1,
+        v
+        -> v.qvimage_lut(flat, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0, 0),
+        (x, y, z, c) -> 4095 - grey(x, y, 0));
+    view(row8, "QVIMLUT", 4, 1, 1, v -> v.qvimage_lutconvert(row8, 4, 1), (x, y, z, c) -> grey(2 * x, 0, 0));
+    view(flat, "Bayer*4", 6, 4, 4,
+        v -> v.qvimage_Beyer4(flat, 0, 0), (x, y, z, c) -> grey(x & ~1 | c & 1, y & ~1 | c >> 1, 0));
+    view(rgb, "ClrSlice", 6, 4, 1,
+        v -> v.qvimage_colorslice(rgb, 0, 2, 0), (x, y, z, c) -> colour(x, y, 0, 1));
+    view(rgb, "QVIMCLR", 6, 4, 3,
+        v -> v.qvimage_colorconverter(rgb, BGR, 0), (x, y, z, c) -> colour(x, y, 0, 2 - c));
+    view3(deep, "QVIMCONV", 3, 1,
+        v -> v.qvimage3_converter(deep, null, 0, 0, 8), (x, y, z, c) -> grey(x, y, z) >> 4);
+    view3(rgb3, "ClrSlice", 3, 1,
+        v -> v.qvimage3_colorslice(rgb3, 0, 4, 0), (x, y, z, c) -> colour(x, y, z, 2));
+    view3(rgb3, "QVIMCLR3", 3, 3,
+        v -> v.qvimage3_colorconverter(rgb3, BGR, 0), (x, y, z, c) -> colour(x, y, z, 2 - c));
+    view3(deep, "Bayer*4", 3, 4,
+        v -> v.qvimage3_Beyer4(deep, 0, 3), (x, y, z, c) -> grey(x & ~1 | ~c & 1, y & ~1 | 1 - (c >> 1), z));
+    view3(flat, "QVIM2to3", 1, 1, v -> v.qvimage_def3from2(flat, 0), (x, y, z, c) -> grey(x, y, 0));
+    view3(deep, "QVIM3to3", 3, 1,
+        v -> v.qvimage3_def3from3(deep, -1, 0, 0, 0), (x, y, z, c) -> grey(x, y, (z + 2) % 3));
+    view3(deep, "QVIMLUT3", 3, 1,
+        v
+        -> v.qvimage3_lut(deep, 0, mirror, 0, 0, 0, mirror, 0, 0, 0, 0, 0),
+        (x, y, z, c) -> 4095 - grey(x, y, z));
   }
 
   /** Every array type, both ways, in both dimensions: an element a component. */
@@ -252,11 +220,10 @@ class ViewsTest extends Images {
 
   /** Without a display there is none; with headers missing at build time neither. */
   static void testDisplay() throws Exception {
+    Jqvywindow size = extent(3, 2);
     Make2[] all = {v
-        -> v.qvimage_hDC(extent(3, 2), 0, 0, 0, 0, 0, 0),
-        v
-        -> v.qvimage_hXImage(extent(3, 2), 0, 0, 0, 0, 0),
-        v -> v.qvimage_hXDrawable(extent(3, 2), 0, 0, 0, 0, 0)};
+        -> v.qvimage_hDC(size, 0, 0, 0, 0, 0, 0),
+        v -> v.qvimage_hXImage(size, 0, 0, 0, 0, 0), v -> v.qvimage_hXDrawable(size, 0, 0, 0, 0, 0)};
     for (Make2 make : all) {
       Jqvimage v = image(2, 12, 1, GREY, 6, 4, (x, y, z, c) -> 0);
       try {

@@ -1,5 +1,6 @@
 import java.awt.Rectangle;
 import java.awt.image.BufferedImage;
+import java.lang.reflect.Array;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import org.qvimage.Hint;
@@ -49,23 +50,10 @@ class ImageTest extends Checks {
     equal(what + ": width", width, image.width());
     equal(what + ": height", height, image.height());
     int components = image.format().components();
-    int count = width * height * components;
-    double[] got = new double[count], wanted = new double[count];
-    for (int i = 0; i < count; i++)
+    double[] got = new double[width * height * components], wanted = new double[got.length];
+    for (int i = 0; i < wanted.length; i++)
       wanted[i] = model.at(i / components % width, i / components / width, i % components);
-    switch (image.format().type()) {
-      case UINT8:
-        byte[] bytes = new byte[count];
-        image.read(image.area(), bytes);
-        for (int i = 0; i < count; i++) got[i] = bytes[i] & 0xFF;
-        break;
-      case UINT16:
-        short[] shorts = new short[count];
-        image.read(image.area(), shorts);
-        for (int i = 0; i < count; i++) got[i] = shorts[i] & 0xFFFF;
-        break;
-      default: image.read(image.area(), got); break;
-    }
+    image.converter(PixelType.FLOAT64).read(image.area(), got);
     equal(what, wanted, got);
   }
 
@@ -149,49 +137,18 @@ class ImageTest extends Checks {
   }
 
   /** All types, both ways, a rectangle at a time; what lies around it stays. */
-  static void testTypes() {
+  static void testTypes() throws Exception {
     Rectangle area = new Rectangle(1, 1, 2, 2);
+    Object[] arrays = {new byte[] {1, 2, 3, 4, 5, 6, 7, -8}, new short[] {1, 2, 3, 4, 5, 6, 7, -8},
+        new int[] {1, 2, 3, 4, 5, 6, 7, -8}, new long[] {1, 2, 3, 4, 5, 6, 7, -8},
+        new float[] {1, 2, 3, 4, 5, 6, 7, -8}, new double[] {1, 2, 3, 4, 5, 6, 7, -8}};
     for (PixelType type : PixelType.values()) {
       Volume v = Volume.allocate(4, 3, 2, PixelFormat.of(type, 2, Hint.UNKNOWN));
-      byte[] bytes = {1, 2, 3, 4, 5, 6, 7, -8};
-      short[] shorts = {1, 2, 3, 4, 5, 6, 7, -8};
-      int[] ints = {1, 2, 3, 4, 5, 6, 7, -8};
-      long[] longs = {1, 2, 3, 4, 5, 6, 7, -8};
-      float[] floats = {1, 2, 3, 4, 5, 6, 7, -8};
-      double[] doubles = {1, 2, 3, 4, 5, 6, 7, -8};
-      Object written = null, read = null;
-      switch (type) {
-        case UINT8:
-          v.write(area, 1, bytes);
-          v.read(area, 1, (byte[]) (read = new byte[8]));
-          written = bytes;
-          break;
-        case UINT16:
-          v.write(area, 1, shorts);
-          v.read(area, 1, (short[]) (read = new short[8]));
-          written = shorts;
-          break;
-        case UINT32:
-          v.write(area, 1, ints);
-          v.read(area, 1, (int[]) (read = new int[8]));
-          written = ints;
-          break;
-        case UINT64:
-          v.write(area, 1, longs);
-          v.read(area, 1, (long[]) (read = new long[8]));
-          written = longs;
-          break;
-        case FLOAT32:
-          v.write(area, 1, floats);
-          v.read(area, 1, (float[]) (read = new float[8]));
-          written = floats;
-          break;
-        case FLOAT64:
-          v.write(area, 1, doubles);
-          v.read(area, 1, (double[]) (read = new double[8]));
-          written = doubles;
-          break;
-      }
+      Object written = arrays[type.ordinal()];
+      Object read = Array.newInstance(written.getClass().getComponentType(), 8);
+      Volume.class.getMethod("write", Rectangle.class, int.class, written.getClass())
+          .invoke(v, area, 1, written);
+      Volume.class.getMethod("read", Rectangle.class, int.class, read.getClass()).invoke(v, area, 1, read);
       equal(type.toString(), written, read);
       ByteBuffer all = v.buffer();
       int pixel = 2 * type.bytes(), row = 4 * pixel, plane = 3 * row;
@@ -237,11 +194,7 @@ class ImageTest extends Checks {
     equal("after closing", (short) 6, memory.getShort(10));
   }
 
-  interface Wrong {
-    Object run();
-  }
-
-  private static void refused(Class<? extends Exception> type, String what, Wrong call) {
+  private static void refused(Class<? extends Exception> type, String what, Runnable call) {
     try {
       call.run();
       fail(what + " was taken");
@@ -257,50 +210,20 @@ class ImageTest extends Checks {
     Rectangle[] outside = {new Rectangle(-1, 0, 2, 2), new Rectangle(0, -1, 1, 1), new Rectangle(5, 0, 2, 1),
         new Rectangle(0, 4, 1, 1), new Rectangle(1, 0, Integer.MAX_VALUE, 1), new Rectangle(0, 0, -1, -1)};
     for (Rectangle area : outside) {
-      refused(argument, area.toString(), () -> {
-        image.read(area, new short[1000]);
-        return 0;
-      });
+      refused(argument, area.toString(), () -> image.read(area, new short[1000]));
       refused(argument, area.toString(), () -> image.crop(area));
     }
-    refused(argument, "short array", () -> {
-      image.read(image.area(), new short[71]);
-      return 0;
-    });
-    refused(argument, "short array", () -> {
-      image.write(image.area(), new short[71]);
-      return 0;
-    });
-    refused(NullPointerException.class, "no array", () -> {
-      image.read(image.area(), (short[]) null);
-      return 0;
-    });
-    refused(NullPointerException.class, "no area", () -> {
-      image.read(null, new short[100]);
-      return 0;
-    });
-    refused(ImageException.class, "bytes of shorts", () -> {
-      image.read(image.area(), new byte[100]);
-      return 0;
-    });
-    refused(ImageException.class, "bytes of shorts", () -> {
-      image.write(image.area(), new byte[100]);
-      return 0;
-    });
+    refused(argument, "short array", () -> image.read(image.area(), new short[71]));
+    refused(argument, "short array", () -> image.write(image.area(), new short[71]));
+    refused(NullPointerException.class, "no array", () -> image.read(image.area(), (short[]) null));
+    refused(NullPointerException.class, "no area", () -> image.read(null, new short[100]));
+    refused(ImageException.class, "bytes of shorts", () -> image.read(image.area(), new byte[100]));
+    refused(ImageException.class, "bytes of shorts", () -> image.write(image.area(), new byte[100]));
     ByteBuffer small = ByteBuffer.allocateDirect(143), heap = ByteBuffer.allocate(1000);
     ByteBuffer constant = ByteBuffer.allocateDirect(1000).asReadOnlyBuffer();
-    refused(argument, "small buffer", () -> {
-      image.read(image.area(), small);
-      return 0;
-    });
-    refused(argument, "buffer on the heap", () -> {
-      image.read(image.area(), heap);
-      return 0;
-    });
-    refused(argument, "constant buffer", () -> {
-      image.read(image.area(), constant);
-      return 0;
-    });
+    refused(argument, "small buffer", () -> image.read(image.area(), small));
+    refused(argument, "buffer on the heap", () -> image.read(image.area(), heap));
+    refused(argument, "constant buffer", () -> image.read(image.area(), constant));
     refused(argument, "image of a small buffer", () -> Image.over(small, 12, 12, 0, grey));
     refused(argument, "image of a large pitch", () -> Image.over(small, 2, 2, Integer.MAX_VALUE, grey));
     refused(argument, "image of a small pitch", () -> Image.over(small, 2, 2, 1, grey));
@@ -319,10 +242,7 @@ class ImageTest extends Checks {
     refused(ImageException.class, "decimated colours", () -> image.decimate(2, 2));
     refused(ImageException.class, "steps of 0", () -> image.component(0).decimate(0, -1));
     Class<UnsupportedOperationException> unsupported = UnsupportedOperationException.class;
-    refused(unsupported, "write of a mean", () -> {
-      image.volume().mean().write(image.area(), new short[72]);
-      return 0;
-    });
+    refused(unsupported, "write of a mean", () -> image.volume().mean().write(image.area(), new short[72]));
     refused(unsupported, "buffer of a view", () -> image.rotate(90).buffer());
     refused(ImageException.class, "2^62 bytes", () -> Volume.allocate(1 << 30, 1 << 30, 4, grey));
     refused(argument, "2^66 bytes", () -> Volume.allocate(1 << 30, 1 << 30, 1 << 6, grey));
