@@ -115,11 +115,12 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
   constexpr int64_t together = 4;  // vectors
   constexpr bool twelves = known_to == 12;
   const Operation operation = op;
-  const int64_t items = order.items, srcstep = items * order.srcstride, dststep = items * order.dststride;
+  const int64_t items = order.items, srcstep = known_from ? known_from : items * order.srcstride,
+                dststep = known_to ? known_to : items * order.dststride;
   const bool has_gaps = order.size < order.dststride;
-  alignas(lane_bytes) uint8_t written[lane_bytes];
-  for (int64_t i = 0; i < lane_bytes; ++i) written[i] = uint8_t(-(order.written >> i & 1));
-  const bytes from = in_all_lanes<uint8_t>(order.from), mask = in_all_lanes<uint8_t>(written);
+  alignas(lane_bytes) uint8_t unwritten[lane_bytes];
+  for (int64_t i = 0; i < lane_bytes; ++i) unwritten[i] = uint8_t((order.written >> i & 1) - 1);
+  const bytes from = in_all_lanes<uint8_t>(order.from), kept = in_all_lanes<uint8_t>(unwritten);
   struct vectors {
     bytes v[together];
   };
@@ -137,7 +138,7 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
       all.v[i] = operation.bytes(shuffled_lanes(all.v[i], from));
       if constexpr (twelves) return;
       char *const to = dst + i * lanes * dststep;
-      if (has_gaps) all.v[i] = (all.v[i] & mask) | (load_lanes<known_to>(to, dststep) & ~mask);
+      if (has_gaps) all.v[i] = chosen(kept, load_lanes<known_to>(to, dststep), all.v[i]);
       store_lanes<known_to>(to, dststep, all.v[i]);
     });
     if constexpr (twelves) store_twelves(dst, all.v);

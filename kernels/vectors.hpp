@@ -60,6 +60,15 @@ QVIM_INLINE void store_vector(void *to, const V &v) {
   std::memcpy(to, &v, sizeof v);
 }
 
+// Bytes of a where those of the mask are 255, of b where they are 0.
+QVIM_INLINE vec<uint8_t> chosen(vec<uint8_t> mask, vec<uint8_t> a, vec<uint8_t> b) {
+#if QVIM_LANES == 2
+  return (vec<uint8_t>)_mm256_blendv_epi8((__m256i)b, (__m256i)a, (__m256i)mask);
+#else
+  return (a & mask) | (b & ~mask);
+#endif
+}
+
 // Calls body(0) ... body(n - 1) with numbers that are constants: what a loop leaves in memory stays in
 // registers.
 template <int64_t n>
