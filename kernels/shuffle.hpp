@@ -76,6 +76,9 @@ struct unchanged {
 
 #if QVIM_HAVE_WIDE
 
+// A vector is loaded before the one in front of it is stored: a load waits for a store that it overlaps, even
+// where masks keep the bytes apart, and in place it would overlap each.
+//
 // Masked vectors that lie across cache lines hold up a processor that waits for memory. Lines asked for some
 // rounds ahead let frames in memory pass at twice the speed.
 constexpr int64_t lines_ahead = 1024;
@@ -92,15 +95,31 @@ void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order
   const uint64_t read = order.read, written = order.written;
   const int64_t items = order.items, srcstep = items * order.srcstride, dststep = items * order.dststride;
   if (srcstep < 0) src += srcstep - order.srcstride;  // the lowest address of a vector
-  const auto step = [&](uint64_t in, uint64_t out) __attribute__((always_inline)) {
+  int64_t left = int64_t(count);
+  const auto get = [&](uint64_t in) __attribute__((always_inline)) {
     expect_lines(src, dst, srcstep < 0);
     const __m512i v = _mm512_maskz_loadu_epi8(in, src);
+    src += srcstep;
+    return v;
+  };
+  const auto put = [&](__m512i v, uint64_t out) __attribute__((always_inline)) {
     const auto shuffled = (vec<uint8_t>)_mm512_maskz_permutexvar_epi8(out, from, v);
     _mm512_mask_storeu_epi8(dst, out, (__m512i)operation.bytes(shuffled));
+    dst += dststep;
   };
-  int64_t left = int64_t(count);
-  for (; left >= items; left -= items, src += srcstep, dst += dststep) step(read, written);
-  if (left) step(order.read_of(left), order.written_of(left));
+  if (left >= items) {
+    __m512i now = get(read);
+    for (left -= items; left >= items; left -= items) {
+      const __m512i next = get(read);
+      put(now, written);
+      now = next;
+    }
+    const __m512i last = left ? get(order.read_of(left)) : now;
+    put(now, written);
+    if (left) put(last, order.written_of(left));
+  } else if (left) {
+    put(get(order.read_of(left)), order.written_of(left));
+  }
 }
 
 #elif QVIM_LANES
