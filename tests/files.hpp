@@ -41,7 +41,7 @@ inline std::vector<uint8_t> file_bytes(const std::string &path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-inline void put_file(const std::string &path, const std::vector<uint8_t> &bytes) {
+inline void put_file(const std::string &path, const std::vector<uint8_t> &content) {
   std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char *>(bytes.data()), std::streamsize(bytes.size()));
+  file.write(reinterpret_cast<const char *>(content.data()), std::streamsize(content.size()));
 }

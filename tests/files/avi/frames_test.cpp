@@ -1,19 +1,13 @@
 // Frames of AVI files: in several parts, beyond 4 GiB, indexed wrongly; motion JPEG and its callback.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstring>
-#include <vector>
-
-#include <qvimage/qvimage.h>
 
 #include "core/owned.hpp"
 #include "files/avi/writer.hpp"
 #include "tests/files.hpp"
+#include "tests/files/pictures.hpp"
 
 namespace {
 
-using bytes = std::vector<uint8_t>;
 constexpr int32_t width = 40, height = 24, count = 5;
 constexpr size_t frame_pixels = size_t{width} * height;
 
@@ -33,32 +27,19 @@ void add_to(bytes &file, size_t at, uint64_t more) {
 
 class AviFrames : public testing::Test {
  protected:
-  AviFrames() {
-    for (size_t i = 0; i < pixels_.size(); i++) pixels_[i] = uint8_t(i * 7 + i / frame_pixels);
-    const int32_t size[3] = {width, height, count};
-    EXPECT_EQ(qvimage3_memory(&film_, pixels_.data(), size, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
-  }
-  qvimage frame(int32_t z) {
-    qvimage result;
-    EXPECT_EQ(qvimage_def2from3(&result, &film_, 0, 2, z, 0), 0);
-    return result;
-  }
   // The pixels of a file, or none.
   bytes shown() {
     qvimage3 image;
     avihandle *h = nullptr;
     if (qvimage3_aviread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0) < 0) return {};
-    bytes all(frame_pixels * size_t(image.imdim.se.z));
-    EXPECT_EQ(image.ioset(&image, QVIM_WRAP, QVIM_UINT8, 1), 1);
-    all.resize(image.ioread(&image, 0, all.data(), uint32_t(all.size()), 0, 0, 0));
+    const bytes all = pixels_of(image);
     EXPECT_EQ(qvimage3_avireaddone(&image, nullptr, &h), 0);
     return all;
   }
 
   const temporary_folder folder_;
   const std::string path_ = folder_ / "a.avi";
-  bytes pixels_ = bytes(frame_pixels * count);
-  qvimage3 film_;
+  film film_{QVIM_UINT8, 0, 1, QVIM_HINT_GREY, width, height, count};
 };
 
 // Parts of two frames, as if they were of 1 GiB; then with 5 GiB of nothing before the second one.
@@ -68,15 +49,15 @@ TEST_F(AviFrames, PartsFollowEachOtherWhereverTheyAre) {
   r.part_bytes = 2 * frame_pixels;
   {
     auto writer = make_owned<avi::writer>();
-    ASSERT_EQ(writer->plan(frame(0), r), 0);
+    ASSERT_EQ(writer->plan(film_.frame(0), r), 0);
     ASSERT_EQ(writer->open(r, output_file::way::itself), 0);
     for (int32_t z = 0; z < count; z++) {
-      qvimage one = frame(z);
+      qvimage one = film_.frame(z);
       ASSERT_EQ(writer->add(progress(), one, nullptr, false), 0);
     }
     ASSERT_EQ(writer->end(0), 0);
   }
-  EXPECT_EQ(shown(), pixels_);
+  EXPECT_EQ(shown(), film_.pixels);
 
   constexpr uint64_t hole = uint64_t{5} << 30;
   constexpr size_t head_bytes = 24, entry_bytes = 16, base = 12;
@@ -90,7 +71,7 @@ TEST_F(AviFrames, PartsFollowEachOtherWhereverTheyAre) {
   std::filesystem::resize_file(path_, second + hole);
   std::ofstream(path_, std::ios::binary | std::ios::app)
       .write(reinterpret_cast<const char *>(&file[second]), long(file.size() - second));
-  EXPECT_EQ(shown(), pixels_);
+  EXPECT_EQ(shown(), film_.pixels);
 }
 
 // The index of indexes points to one of them again and again.
@@ -100,7 +81,7 @@ TEST_F(AviFrames, AreIndexedOnce) {
   constexpr size_t head_bytes = 24, entry_bytes = 16;
   const int32_t size[3] = {1, 1, frames};
   qvimage3 image;
-  ASSERT_EQ(qvimage3_memory(&image, pixels_.data(), size, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage3_memory(&image, film_.pixels.data(), size, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
   ASSERT_EQ(qvimage3_aviwrite(nullptr, &image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 2), 0);
   bytes file = file_bytes(path_);
   const auto index = file.begin() + long(chunk(file, "indx"));
@@ -116,7 +97,7 @@ TEST_F(AviFrames, AreIndexedOnce) {
 TEST_F(AviFrames, OfMotionJpegAreToldToTheCallback) {
   qvimagefileinfo options{};
   std::memcpy(options.avi_handler, "MJPG", 4);
-  qvimage picture = frame(0);
+  qvimage picture = film_.frame(0);
   static std::vector<int64_t> heard;
   heard.clear();
   const auto hear = [](int64_t row, int64_t) { return heard.push_back(row), row == 16 ? 9 : 0; };

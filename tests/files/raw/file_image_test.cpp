@@ -1,23 +1,9 @@
 // Images over raw files: against a memory image over the same bytes, which has a model of its own.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <random>
-#include <vector>
-
-#include <qvimage/qvimage.h>
-
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/alike.hpp"
 
 namespace {
-
-using bytes = std::vector<uint8_t>;
-
-struct choices {
-  std::mt19937 random;
-  uint32_t below(uint32_t n) { return random() % n; }
-};
 
 qvimagedata any_description(choices &from) {
   constexpr int types[] = {QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_UINT64, QVIM_FLOAT32, QVIM_FLOAT64};
@@ -30,46 +16,6 @@ qvimagedata any_description(choices &from) {
   if (d.i_bitsused < container && from.below(2)) d.i_bitsxsb = QVIM_MSB;
   if (from.below(2)) d.i_endian = QVIM_SWAPPED;
   return d;
-}
-
-// The same calls on both; what differs is a failure.
-void use_both(choices &from, qvimage &raw, qvimage &memory) {
-  const uint32_t types = uint32_t(memory.d.pixietype);
-  for (int round = 0; round < 12; round++) {
-    if (from.below(4) == 0) {
-      qvywindow w{{int32_t(from.below(4)), int32_t(from.below(4))}, {}};
-      w.se = {w.nw.x + 1 + int32_t(from.below(uint32_t(memory.imdim.se.x - w.nw.x))),
-              w.nw.y + 1 + int32_t(from.below(uint32_t(memory.imdim.se.y - w.nw.y)))};
-      ASSERT_EQ(!raw.xwind(&raw, &w, 's'), !memory.xwind(&memory, &w, 's'));
-    }
-    const uint32_t mode = (from.below(2) ? QVIM_YSCAN : 0) | (from.below(2) ? QVIM_WRAP : 0);
-    const uint32_t flags[] = {0, QVIM_LSB, QVIM_MSB, QVIM_SWAPPED, QVIM_DIRTY};
-    const uint32_t type = types | flags[from.below(5)] | flags[from.below(5)];
-    const uint32_t first = from.below(uint32_t(memory.d.pixies));
-    const uint32_t mask = from.below(2) ? (1u << memory.d.pixies) - 1 : 1u << first;
-    const int32_t code = memory.ioset(&memory, mode, type, mask);
-    ASSERT_EQ(raw.ioset(&raw, mode, type, mask), code);
-    const int32_t x = int32_t(from.below(8)) - 1, y = int32_t(from.below(8)) - 1;
-    bytes there(4096), here(4096);
-    for (auto &b : there) b = uint8_t(from.random());
-    here = there;
-    const uint32_t n = 1 + from.below(40);
-    ASSERT_EQ(raw.iolen(&raw, n, x, y), memory.iolen(&memory, n, x, y));
-    if (from.below(2)) {
-      ASSERT_EQ(raw.iorite(&raw, 0, here.data(), n, x, y), memory.iorite(&memory, 0, there.data(), n, x, y));
-    } else {
-      ASSERT_EQ(raw.ioread(&raw, 0, here.data(), n, x, y), memory.ioread(&memory, 0, there.data(), n, x, y));
-      ASSERT_EQ(here, there) << "type " << type << " mask " << mask << " mode " << mode;
-    }
-    if (raw.imapset(&raw, 0, types, (1u << memory.d.pixies) - 1) <= 0) continue;
-    qvimagemap map;
-    if (raw.imap(&raw, &map, x, y) == 1) {
-      ASSERT_EQ(memory.ioset(&memory, 0, types, (1u << memory.d.pixies) - 1), 1);
-      const uint32_t length = uint32_t(map.length);
-      ASSERT_EQ(memory.ioread(&memory, 0, there.data(), length, x, y), length);
-      ASSERT_EQ(std::memcmp(there.data(), reinterpret_cast<void *>(map.address), length * map.step), 0);
-    }
-  }
 }
 
 TEST(RawFileImage, IsTheMemoryImageOfTheSameBytes) {
@@ -101,7 +47,7 @@ TEST(RawFileImage, IsTheMemoryImageOfTheSameBytes) {
     qvimage raw, memory;
     ASSERT_EQ(qvimage_filebufio(&raw, &stream, size, &d), 0);
     ASSERT_EQ(qvimage_memdata(&memory, pixels.data(), 0, dims, 0, &d, nullptr, 0), 0);
-    use_both(from, raw, memory);
+    expect_alike(from, raw, memory, true);
     if (HasFatalFailure()) return;
     const uint32_t latched = raw.aeiou(&raw, 'e', 1, 0, nullptr);
     EXPECT_TRUE(latched == 0 || (from_nothing && int32_t(latched) == QVERR_FORMAT));
