@@ -15,6 +15,7 @@
 #include "files/jpeg/transform.hpp"
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/formats.hpp"
 #include "tests/kernels/kernel_levels.hpp"
 
 #if QVIM_TEST_LEVELS
@@ -29,8 +30,6 @@ extern "C" decltype(jpeg_inverse_grey) jpeg_inverse_grey_v1, jpeg_inverse_grey_v
 #endif
 
 namespace {
-
-using bytes = std::vector<uint8_t>;
 
 // Waves, an edge and some noise.
 struct picture {
@@ -88,23 +87,7 @@ bytes saved(picture &p, const std::string &path, qvimagefileinfo info = of_quali
   return file_bytes(path);
 }
 
-struct opened {
-  qvimage im;
-  jpegcontext *c = nullptr;
-  int32_t code;
-  explicit opened(const std::string &path) {
-    code = qvimage_jpegread(&im, &c, path.c_str(), nullptr, 0, nullptr);
-    if (code < 0) return;
-    EXPECT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, im.d.pixies == 1 ? 1 : 7), 1);
-  }
-  ~opened() { EXPECT_EQ(qvimage_jpegreaddone(&im, &c), code < 0 ? -1 : 0); }
-  bytes read(int x, int y, uint32_t n) {
-    bytes to(n * uint32_t(im.d.pixies));
-    to.resize(im.ioread(&im, 0, to.data(), n, x, y) * uint32_t(im.d.pixies));
-    return to;
-  }
-  bytes all() { return read(0, 0, uint32_t(im.imdim.se.x * im.imdim.se.y)); }
-};
+int32_t code_of(const std::string &path) { return formats::opened(formats::jpeg, path).code; }
 
 }  // namespace
 
@@ -125,30 +108,6 @@ TEST(Jpeg, AnyBandsGiveTheSameFileThreads) {
                 << width << " x " << height << ", " << rows.size();
           }
       }
-}
-
-TEST(Jpeg, PixelsComeBack) {
-  const temporary_folder folder;
-  for (const int pixies : {1, 3})
-    for (const auto &[width, height] : {std::pair{64, 48}, {61, 77}, {1, 1}, {129, 9}}) {
-      picture p(width, height, pixies);
-      saved(p, folder / "p.jpg", of_quality(1000));
-      opened o(folder / "p.jpg");
-      ASSERT_EQ(o.code, 0);
-      EXPECT_EQ(o.im.d.pixelhint, pixies == 1 ? QVIM_HINT_GREY : QVIM_HINT_RGB);
-      const bytes all = o.all();
-      ASSERT_EQ(all.size(), p.pixels.size());
-      for (size_t i = 0; i < all.size(); i++) ASSERT_NEAR(all[i], p.pixels[i], 4) << i;
-      // In any order, through a new reader, too, which knows no row yet.
-      opened fresh(folder / "p.jpg");
-      std::minstd_rand random(7);
-      for (int i = 0; i < 40; i++) {
-        const int x = int(random() % unsigned(width)), y = int(random() % unsigned(height));
-        const uint32_t n = 1 + unsigned(random()) % unsigned(width - x);
-        const auto from = all.begin() + (y * width + x) * pixies;
-        EXPECT_EQ(fresh.read(x, y, n), bytes(from, from + int(n) * pixies)) << x << ", " << y;
-      }
-    }
 }
 
 namespace {
@@ -360,10 +319,10 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
     c.make(file);
     file.resize(std::max<size_t>(file.size(), good.size()));
     put_file(folder / "bad.jpg", file);
-    EXPECT_EQ(opened(folder / "bad.jpg").code, c.code) << c.what;
+    EXPECT_EQ(code_of(folder / "bad.jpg"), c.code) << c.what;
     EXPECT_EQ(*qvimage_reason() != 0, c.code < 0) << c.what;
   }
-  EXPECT_EQ(opened(folder / "none.jpg").code, -13);
+  EXPECT_EQ(code_of(folder / "none.jpg"), -13);
   const struct {
     uint8_t factors[3];
     const char *reason;
@@ -375,34 +334,9 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
     bytes file = good;
     for (size_t i = 0; i < 3; i++) put(frame, 11 + 3 * i, s.factors[i])(file);
     put_file(folder / "bad.jpg", file);
-    EXPECT_EQ(opened(folder / "bad.jpg").code, -11);
+    EXPECT_EQ(code_of(folder / "bad.jpg"), -11);
     EXPECT_STREQ(qvimage_reason(), s.reason);
   }
-}
-
-TEST(Jpeg, RowsBeforeDamageAreDelivered) {
-  const temporary_folder folder;
-  picture p(64, 64, 3);
-  const bytes good = saved(p, folder / "p.jpg");
-  const bytes all = opened(folder / "p.jpg").all();
-  uint32_t before = 0;
-  for (size_t length = 2; length < good.size(); length += 37) {
-    put_file(folder / "cut.jpg", bytes(good.begin(), good.begin() + long(length)));
-    opened o(folder / "cut.jpg");
-    if (o.code < 0) {
-      EXPECT_EQ(o.code, -10);
-      EXPECT_EQ(before, 0u) << "the pixels have begun";
-      continue;
-    }
-    const bytes some = o.all();
-    EXPECT_GE(some.size(), before);
-    before = uint32_t(some.size());
-    EXPECT_EQ(before % (8 * 64 * 3), 0u);
-    EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin()));
-    EXPECT_EQ(int32_t(o.im.aeiou(&o.im, 'e', 1, 0, nullptr)), before < all.size() ? -10 : 0);
-    EXPECT_EQ(o.read(0, 0, 64).size(), before ? 64u * 3 : 0u) << "the rows above can still be read";
-  }
-  EXPECT_GE(before, 7u * 8 * 64 * 3);
 }
 
 TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
@@ -462,30 +396,15 @@ TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
   EXPECT_TRUE(folder.empty());
 }
 
-TEST(Jpeg, FaultsAreReportedAndLeaveNothing) {
+TEST(Jpeg, FaultsInBandsAreReportedAndLeaveNothing) {
   const temporary_folder folder;
   picture p(90, 70, 3);
   qvimagefileinfo info = of_quality(950);
-  char text[] = "text";
-  info.jpg_comment[0] = text;
-  const bytes good = saved(p, folder / "good.jpg", info);
   const auto write = [&] { return write_bands(p, folder / "new.jpg", {16, 48}, info); };
-  const auto read = [&]() -> int32_t {
-    qvimagefileinfo back;
-    if (const int32_t code = qvimage_jpeginfo(&back, (folder / "good.jpg").c_str(), nullptr, 512); code < 0)
-      return code;
-    qvimage_jpeginfodone(&back);
-    opened o(folder / "good.jpg");
-    if (o.code < 0) return o.code;
-    o.all();
-    return int32_t(o.im.aeiou(&o.im, 'e', 1, 0, nullptr));
-  };
   const auto check = [&](const faulted &run) {
     EXPECT_EQ(file_exists(folder / "new.jpg"), !run.fired);
     std::filesystem::remove(folder / "new.jpg");
   };
   expect_faults_reported(write, -7, call_read | call_write | call_close | call_truncate, check);
   expect_faults_reported(write, -14, call_open | call_stat, check);
-  expect_faults_reported(read, -7, call_read);
-  expect_faults_reported(read, -13, call_open | call_stat);
 }

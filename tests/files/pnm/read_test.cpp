@@ -110,70 +110,8 @@ TEST(PgmRead, CommentsAreSizesAndTexts) {
   std::setlocale(LC_ALL, "C");
 }
 
-// Every pixel, in runs that begin and end anywhere, along each axis.
-TEST(PgmRead, PixelsByTheirPlaceInTheFile) {
-  struct row {
-    std::string header;
-    int width, height, samples, bits, bytes;  // bits 1: packed
-  };
-  for (const row &r : {row{"P4 37 5\n", 37, 5, 1, 1, 0}, row{"P4 20000 2\n", 20000, 2, 1, 1, 0},
-                       row{"P5 13 4 200\n", 13, 4, 1, 8, 1}, row{"P5 13 4 4095\n", 13, 4, 1, 12, 2},
-                       row{"P6 7 4 255\n", 7, 4, 3, 8, 1}, row{"P6 700 4 1023\n", 700, 4, 3, 10, 2}}) {
-    const size_t row_bytes = r.bits == 1 ? size_t(r.width + 7) / 8 : size_t(r.width * r.samples * r.bytes);
-    const std::string stored = raster(row_bytes * size_t(r.height) * 3);
-    opened o(r.header + stored);
-    ASSERT_EQ(o.code, 0);
-    const auto value = [&](int x, int y, int z, int s) {
-      const size_t at = size_t(z * r.height + y) * row_bytes;
-      if (r.bits == 1) return uint64_t(~uint8_t(stored[at + size_t(x) / 8]) >> (7 - x % 8) & 1);
-      uint64_t v = 0;
-      for (int b = 0; b < r.bytes; b++)
-        v = v << 8 | uint8_t(stored[at + size_t((x * r.samples + s) * r.bytes + b)]);
-      return v;
-    };
-    for (const uint32_t mode : {0u, uint32_t(QVIM_WRAP), uint32_t(QVIM_YSCAN), uint32_t(QVIM_ZSCAN)})
-      for (const uint32_t mask : {0u, 1u, 2u}) {
-        if (mask > 1 && r.samples == 1) continue;
-        for (const int x : {0, 1, 5, 6})
-          for (const uint32_t n : {1u, 3u, 16u, uint32_t(r.width * r.height)}) {
-            const std::vector<uint64_t> got = read_run(o.image, mode, 0, mask, n, x, 1, 0);
-            std::vector<uint64_t> want;
-            int at[] = {x, 1, 0};
-            for (uint32_t i = 0; i < n && at[0] < r.width && at[1] < r.height && at[2] < 3; i++) {
-              for (int s = 0; s < r.samples; s++)
-                if (mask == 0 || mask >> s & 1) want.push_back(value(at[0], at[1], at[2], s));
-              at[mode & QVIM_YSCAN ? 1 : mode & QVIM_ZSCAN ? 2 : 0]++;
-              if (mode & QVIM_WRAP && at[0] == r.width) at[0] = 0, at[1]++;
-              if (mode & QVIM_WRAP && at[1] == r.height) at[1] = 0, at[2]++;
-            }
-            ASSERT_EQ(got, want) << r.header << mode << " " << mask << " " << x << " " << n;
-          }
-      }
-  }
-}
-
-TEST(PgmRead, EveryFailureIsReported) {
-  const opened o("P4 # a\n3 # b\n2\n" + raster(4));
-  const std::string path = o.file.path();
-  const auto read = [&] {
-    qvimage3 image;
-    pgmhandle *h = nullptr;
-    qvimagefileinfo info;
-    int32_t code = qvimage3_pgmread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0);
-    if (code < 0) return code;
-    read_run(image, 0, 0, 0, 3, 0, 0, 0);
-    code = std::min(int32_t(image.aeiou(&image, 'e', 1, 0, nullptr)), qvimage_pgmreadinfo(h, &info));
-    qvimage_pgminfodone(&info);
-    EXPECT_EQ(qvimage3_pgmreaddone(&image, nullptr, &h), 0);
-    return code;
-  };
-  expect_faults_reported(read, -7, call_read);
+TEST(PgmRead, HandlesOfOthersAreRefused) {
   qvimagefileinfo info;
-  EXPECT_EQ(qvimage_pgminfo(&info, "/no/such/file", nullptr, 0), -13);
-  EXPECT_EQ(qvimage_pgminfo(nullptr, path.c_str(), nullptr, 0), -1);
-  pgmhandle *h = o.handle;
-  qvimage3 image;
-  EXPECT_EQ(qvimage3_pgmread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0), -1) << "set already";
   uint32_t foreign[8] = {1};
   EXPECT_EQ(qvimage_pgmreadinfo(reinterpret_cast<pgmhandle *>(foreign), &info), -64);
 }

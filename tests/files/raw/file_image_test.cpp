@@ -139,14 +139,6 @@ TEST(RawFiles, AreTheWindowsPixels) {
   bytes expected(all + (3 * 100 + 20) * 6, all + (3 * 100 + 60) * 6);
   expected.insert(expected.end(), all + (4 * 100 + 20) * 6, all + (4 * 100 + 60) * 6);
   EXPECT_EQ(file_bytes(path), expected);
-  // Stopped, or refused: what stood there stays, nothing else does.
-  const auto stop = [](int64_t step, int64_t) { return step == 1 ? 42 : 0; };
-  EXPECT_EQ(qvimage_filewrite(stop, &image, path.c_str(), nullptr, 0), 42);
-  EXPECT_EQ(file_bytes(path), expected);
-  EXPECT_EQ(qvimage_filewrite(stop, &image, (folder / "new").c_str(), "wb", 0), 42);
-  EXPECT_FALSE(file_exists(folder / "new"));
-  EXPECT_EQ(qvimage_filewrite(nullptr, nullptr, path.c_str(), nullptr, 0), QVERR_USAGE);
-  EXPECT_EQ(qvimage_filewrite(nullptr, &image, path.c_str(), "rb", 0), QVERR_USAGE);
 }
 
 }  // namespace

@@ -11,10 +11,9 @@
 
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/pictures.hpp"
 
 namespace {
-
-using bytes = std::vector<uint8_t>;
 
 bytes pattern(size_t count, uint32_t seed = 1) {
   std::mt19937 random(seed);

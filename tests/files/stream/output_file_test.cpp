@@ -18,6 +18,7 @@
 
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/formats.hpp"
 #include "tests/files/tiff/saved.hpp"
 
 namespace {
@@ -80,33 +81,16 @@ TEST_F(Kept, FailuresRemoveOnlyWhatTheCallMade) {
       {"device", [&] { static_cast<void>(mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 3))); }, S_IFCHR,
        S_IFCHR, 0, 0},
   };
-  frame grey(40, 30, 1, 8, 1, QVIM_HINT_GREY);
-  qvimage3 volume;
-  const int32_t dims[] = {40, 10, 3};
-  ASSERT_EQ(
-      qvimage3_memdata(&volume, grey.stored.data(), grey.stored.size(), dims, 0, 0, &grey.d, nullptr, 0), 0);
-  qvimage *const im = &grey.image;
-  const char *mode = nullptr;
-  const std::pair<const char *, std::function<int32_t(const char *p)>> writers[] = {
-      {"TIFF",
-       [&](auto p) { return qvimage_tiffwrite(nullptr, im, nullptr, p, mode, 0, 0, nullptr, 0, 0, 0); }},
-      {"JPEG", [&](auto p) { return qvimage_jpegwrite(nullptr, im, p, mode, 0, nullptr, nullptr); }},
-      {"PNM", [&](auto p) { return qvimage_pgmwrite(nullptr, im, p, mode, 0, 0, nullptr, 0, 0); }},
-      {"BMP", [&](auto p) { return qvimage_bmpwrite(nullptr, im, nullptr, p, mode, 0, nullptr, 0, 0, 0); }},
-      {"FITS", [&](auto p) { return qvimage_fitswrite(nullptr, im, 0, p, mode, 0, nullptr); }},
-      {"AVI",
-       [&](auto p) { return qvimage3_aviwrite(nullptr, &volume, nullptr, p, mode, 0, nullptr, 0, 0, 1); }},
-      {"raw", [&](auto p) { return qvimage_filewrite(nullptr, im, p, mode, 0); }}};
   qvimage_progress([](void *, int64_t, int64_t) { return -4; }, nullptr);
-  for (const auto &[format, write] : writers)
+  for (const formats::format &f : formats::all)
     for (const auto &c : cases)
-      for (const char *given : {(const char *)nullptr, "w+b"}) {
-        mode = given;
-        SCOPED_TRACE(testing::Message() << format << ", " << c.what << ", mode " << (mode ? mode : "null"));
+      for (const char *mode : {(const char *)nullptr, "w+b"}) {
+        SCOPED_TRACE(testing::Message() << f.name << ", " << c.what << ", mode " << (mode ? mode : "null"));
+        film picture = f.picture(40, 10);
         for (const std::string &name : {path, target}) std::remove(name.c_str());
         c.make();
         if (type_of(path) == 0 && c.by_default == S_IFCHR) continue;  // no devices can be made here
-        EXPECT_LT(write(path.c_str()), 0);
+        EXPECT_LT(f.save(picture, path, {.mode = mode}), 0);
         mode ? is(c.in_place, c.target_in_place) : is(c.by_default, c.target_by_default);
         EXPECT_EQ(folder.files(), size_t(type_of(path) != 0) + size_t(type_of(target) != 0));
       }

@@ -51,29 +51,4 @@ TEST(TiffCrash, OlderPagesSurviveAKillBeforeAnySystemCall) {
   }
 }
 
-TEST(TiffCrash, APictureThatIsReplacedIsOldOrNewAtAnyMoment) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
-  frame picture(150, 60, 1, 8, 3, QVIM_HINT_RGB);
-  const std::vector<uint8_t> before = {1, 2, 3};
-  ended how = ended::killed;
-  for (int n = 0; how == ended::killed; n++) {
-    put_file(path, before);
-    how = run_and_kill(
-        [&] {
-          qvimage_tiffwrite(nullptr, &picture.image, nullptr, path.c_str(), nullptr, 4096, 0, nullptr, 0, 0,
-                            0);
-        },
-        n);
-    if (how == ended::not_traceable) GTEST_SKIP() << "this system does not let processes be traced";
-    const std::vector<uint8_t> now = file_bytes(path);
-    if (now != before) {
-      const parsed_tiff whole(now);
-      ASSERT_EQ(whole.pages.size(), 1u);
-      whole.strips(whole.pages[0]);
-    }
-    ASSERT_LT(n, 1000);
-  }
-}
-
 }  // namespace

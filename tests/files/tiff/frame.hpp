@@ -80,15 +80,15 @@ struct frame {
 // A row in the file: whole bytes in the file's order, other depths as one stream of bits, the first bit on
 // top.
 inline std::vector<uint8_t> packed_row(const std::vector<uint64_t> &values, int bits, bool big_endian) {
-  std::vector<uint8_t> bytes;
+  std::vector<uint8_t> packed;
   if (bits % 8 == 0) {
     for (uint64_t v : values)
-      for (int b = 0; b < bits; b += 8) bytes.push_back(uint8_t(v >> (big_endian ? bits - 8 - b : b)));
-    return bytes;
+      for (int b = 0; b < bits; b += 8) packed.push_back(uint8_t(v >> (big_endian ? bits - 8 - b : b)));
+    return packed;
   }
   size_t at = 0;
-  bytes.resize((values.size() * size_t(bits) + 7) / 8);
+  packed.resize((values.size() * size_t(bits) + 7) / 8);
   for (uint64_t v : values)
-    for (int b = bits - 1; b >= 0; b--, at++) bytes[at / 8] |= uint8_t((v >> b & 1) << (7 - at % 8));
-  return bytes;
+    for (int b = bits - 1; b >= 0; b--, at++) packed[at / 8] |= uint8_t((v >> b & 1) << (7 - at % 8));
+  return packed;
 }

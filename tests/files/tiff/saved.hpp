@@ -10,10 +10,9 @@
 #include <qvimage/codec.h>
 #include <qvimage/tiff.h>
 
+#include "tests/files/pictures.hpp"
 #include "tests/files/tiff/frame.hpp"
 #include "tests/files/tiff/parse.hpp"
-
-using bytes = std::vector<uint8_t>;
 
 inline bytes unpackbits(const bytes &in) {
   bytes out;
