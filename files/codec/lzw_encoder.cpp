@@ -8,6 +8,7 @@ namespace qvim::lzw {
 namespace {
 
 constexpr uint32_t table_limit = 4094;  // the free code at which the table starts anew
+constexpr uint32_t distance = 0x9E5;
 
 // Writes the whole bytes of the buffer; false when the room ended before.
 bool flush(bit_buffer &buffer, codecstream &out) {
@@ -28,21 +29,37 @@ void pad(bit_buffer &buffer) {
 
 }  // namespace
 
-// Four neighbouring bytes at a time have a secret place. Within such four no two strings share a slot, since
-// these are apart modulo 5. The numbers are those of Steele, Lea and Flood, "Fast splittable pseudorandom
-// number generators", OOPSLA 2014.
 void encoder::reset(uint64_t seed) {
   stage_ = stage::start;
+  seed_ = seed;
+  scattered_ = false;
+}
+
+// Strings that are in the way of too many others have been made to be. Four neighbouring bytes at a time get
+// a secret place, and their strings with them. Within such four no two strings share a slot, since these are
+// apart modulo 5. The numbers are those of Steele, Lea and Flood, "Fast splittable pseudorandom number
+// generators", OOPSLA 2014.
+void encoder::scatter() {
+  uint64_t seed = seed_;
   for (uint32_t byte = 0; byte < 256; byte += 4) {
     uint64_t z = seed += 0x9E3779B97F4A7C15;
     z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9;
     z = (z ^ z >> 27) * 0x94D049BB133111EB;
-    for (uint32_t i = 0; i < 4; i++) spread_[byte + i] = uint16_t((z >> 48) + i * 0x9E5);
+    for (uint32_t i = 0; i < 4; i++) spread_[byte + i] = uint16_t((z >> 48) + i * distance);
   }
+  std::fill(table_, table_ + slots, 0);
+  for (uint32_t code = first_free; code < next_; code++) {
+    uint32_t slot = slot_of<true>(pairs_[code] >> 8, pairs_[code] & 0xFF);
+    while (table_[slot]) slot = (slot + 1) % slots;
+    table_[slot] = uint16_t(code);
+  }
+  scattered_ = true;
+  allowed_ = INT64_MAX;
 }
 
 void encoder::reset_table() {
   std::fill(table_, table_ + slots, 0);
+  allowed_ = scattered_ ? INT64_MAX : int64_t{codes};
   next_ = first_free;
   width_ = min_width;
   current_ = clear;
@@ -61,7 +78,8 @@ int32_t encoder::run(codecstream &in, codecstream &out) {
         stage_ = stage::strings;
         break;
       case stage::strings:
-        bulk(in, out, buffer);
+        scattered_ ? bulk<true>(in, out, buffer) : bulk<false>(in, out, buffer);
+        if (allowed_ < 0) scatter();
         if (next_ == table_limit) {
           emit(current_, buffer);
           emit(clear, buffer);
@@ -93,11 +111,18 @@ void encoder::emit(uint32_t code, bit_buffer &buffer) const {
   buffer.count += width_;
 }
 
-// The slot of a string, or the free one where it belongs. Where strings meet cannot be foreseen, so that no
-// pixels drive them into one heap; and only the sum waits for the code.
-inline uint32_t encoder::find(uint32_t code, uint32_t byte) const {
-  uint32_t slot = (code * 5 + spread_[byte]) % slots;
-  while (table_[slot] && pairs_[table_[slot]] != pair(code, byte)) slot = (slot + 1) % slots;
+// At first by a distance between neighbouring bytes that leaves the strings of pictures apart, as long as no
+// pixels are made to meet there. Only the sum waits for the code.
+template <bool scattered>
+inline uint32_t encoder::slot_of(uint32_t code, uint32_t byte) const {
+  return (code * 5 + (scattered ? spread_[byte] : byte * distance)) % slots;
+}
+
+// The slot of a string, or the free one where it belongs. Strings that are in the way use up what is allowed.
+template <bool scattered>
+inline uint32_t encoder::find(uint32_t code, uint32_t byte, int64_t &allowed) const {
+  uint32_t slot = slot_of<scattered>(code, byte);
+  for (; table_[slot] && pairs_[table_[slot]] != pair(code, byte); allowed--) slot = (slot + 1) % slots;
   return slot;
 }
 
@@ -106,7 +131,8 @@ void encoder::take(uint32_t byte, bit_buffer &buffer) {
     current_ = byte;
     return;
   }
-  const uint32_t slot = find(current_, byte);
+  const uint32_t slot =
+      scattered_ ? find<true>(current_, byte, allowed_) : find<false>(current_, byte, allowed_);
   if (table_[slot]) {
     current_ = table_[slot];
     return;
@@ -126,6 +152,7 @@ void encoder::emit_last(bit_buffer &buffer) {
 }
 
 // Encodes while there is ample input and room, up to where the table starts anew.
+template <bool scattered>
 void encoder::bulk(codecstream &in, codecstream &out, bit_buffer &buffer) {
   constexpr uint32_t group = 4;  // bytes whose codes the bit buffer surely takes
   if (current_ == clear || bytes_left(in) < group || bytes_left(out) < 8) return;
@@ -133,10 +160,12 @@ void encoder::bulk(codecstream &in, codecstream &out, bit_buffer &buffer) {
   uint8_t *to = out.next, *const to_end = out.end;
   uint64_t bits = buffer.bits;
   uint32_t count = buffer.count, current = current_, next = next_, width = width_;
+  int64_t allowed = allowed_;
 
-  while (from_end - from >= group && to_end - to >= 8 && next + group <= std::min(1u << width, table_limit)) {
+  while (from_end - from >= group && to_end - to >= 8 && allowed >= 0 &&
+         next + group <= std::min(1u << width, table_limit)) {
     for (uint32_t i = 0; i < group; i++) {
-      const uint32_t byte = from[i], slot = find(current, byte), known = table_[slot];
+      const uint32_t byte = from[i], slot = find<scattered>(current, byte, allowed), known = table_[slot];
       if (known) {
         current = known;
         continue;
@@ -159,6 +188,7 @@ void encoder::bulk(codecstream &in, codecstream &out, bit_buffer &buffer) {
   current_ = current;
   next_ = next;
   width_ = width;
+  allowed_ = allowed;
   advance(in, uint64_t(from - in.next));
   advance(out, uint64_t(to - out.next));
 }
