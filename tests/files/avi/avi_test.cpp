@@ -157,31 +157,6 @@ TEST_F(Avi, MotionJpegFramesAreThoseOfTheCoder) {
   }
 }
 
-// A writer that was killed leaves frames without an index, and lengths of 0.
-TEST_F(Avi, FilesWithoutAnEndGiveTheirWholeFrames) {
-  film f(QVIM_UINT8, 8, 1, 1, 64, 32, 6);
-  for (uint32_t mode : {1u, 2u}) {
-    qvimage first = f.frame(0);
-    const std::string being_written = folder_ / "b.avi";
-    ASSERT_EQ(qvimage_aviwriteinit(nullptr, &h_, being_written.c_str(), nullptr, &first, 4096, nullptr,
-                                   nullptr, nullptr, 0, 0, 6, mode),
-              0);
-    for (int z = 0; z < 6; z++) {
-      qvimage frame = f.frame(z);
-      ASSERT_EQ(qvimage_aviwriteadd(nullptr, &h_, nullptr, nullptr, &frame, 0), 0);
-    }
-    bytes cut = file_bytes(being_written);  // what reached the file so far
-    ASSERT_EQ(qvimage_aviwritedone(nullptr, &h_, nullptr), 0);
-    put_file(path_, cut);
-    qvimage3 image;
-    ASSERT_EQ(open(&image), 0) << qvimage_reason();
-    EXPECT_GE(image.imdim.se.z, 4);
-    const bytes shown = pixels_of(image);
-    EXPECT_EQ(shown, bytes(f.pixels.begin(), f.pixels.begin() + long(shown.size())));
-    close(&image);
-  }
-}
-
 TEST_F(Avi, BrokenAndForeignFilesAreRefused) {
   film f(QVIM_UINT8, 8, 1, 1, 16, 8, 2);
   ASSERT_EQ(qvimage3_aviwrite(nullptr, &f.image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 1), 0);

@@ -4,40 +4,26 @@
 
 namespace {
 
-// A file put together by hand: little-endian numbers of 1, 2 or 4 bytes.
-struct builder {
-  bytes file;
-  builder &put(uint64_t value, int size) {
-    for (int i = 0; i < size; i++) file.push_back(i < 8 ? uint8_t(value >> 8 * i) : 0);
-    return *this;
-  }
-  builder &set(size_t at, uint64_t value, int size) {
-    for (int i = 0; i < size; i++) file[at + size_t(i)] = uint8_t(value >> 8 * i);
-    return *this;
-  }
-};
+// Little-endian numbers of so many bytes.
+void put(bytes &file, int size, std::initializer_list<uint64_t> values) {
+  for (const uint64_t value : values)
+    for (int i = 0; i < size; i++) file.push_back(uint8_t(value >> 8 * i));
+}
 
 size_t row_bytes(int width, int bits) { return size_t(width * bits + 31) / 32 * 4; }
 
 // Headers, a palette of `colours` entries (i, 2i, 3i) or greys, and rows of noise.
 bytes bitmap(int width, int height, int bits, uint32_t used = 0, bool greys = false) {
-  builder b;
   const size_t colours = bits > 8 ? 0 : used ? used : size_t{1} << bits;
-  const size_t data = 54 + 4 * colours, rows = size_t(std::abs(height));
-  b.put(0x4D42, 2).put(data + rows * row_bytes(width, bits), 4).put(0, 4).put(data, 4);
-  b.put(40, 4)
-      .put(uint32_t(width), 4)
-      .put(uint32_t(height), 4)
-      .put(1, 2)
-      .put(uint64_t(bits), 2)
-      .put(0, 4)
-      .put(0, 4);
-  b.put(2000, 4).put(4000, 4).put(used, 4).put(0, 4);
-  for (size_t i = 0; i < colours; i++)
-    b.put(i, 1).put(greys ? i : 2 * i % 256, 1).put(greys ? i : 3 * i % 256, 1).put(0, 1);
+  const size_t data = 54 + 4 * colours, size = data + size_t(std::abs(height)) * row_bytes(width, bits);
+  bytes file = {'B', 'M'};
+  put(file, 4, {size, 0, data, 40, uint32_t(width), uint32_t(height)});
+  put(file, 2, {1, uint64_t(bits)});
+  put(file, 4, {0, 0, 2000, 4000, used, 0});
+  for (size_t i = 0; i < colours; i++) put(file, 1, {i, greys ? i : 2 * i % 256, greys ? i : 3 * i % 256, 0});
   std::mt19937 random(7);
-  while (b.file.size() < data + rows * row_bytes(width, bits)) b.put(random(), 1);
-  return b.file;
+  while (file.size() < size) put(file, 1, {random()});
+  return file;
 }
 
 // The stored value of a pixel (index, or bytes blue, green, red, pad), looked up by hand.
@@ -93,7 +79,7 @@ TEST_F(Bmp, FilesOfEveryDepthAreReadPixelByPixel) {
           }
         if (!entries.empty()) {
           EXPECT_EQ(palette.imdim.se.x, 1 << bits);
-          EXPECT_EQ(entries[rgb ? 5 : 3], rgb ? 1 : 1);
+          EXPECT_EQ(entries[rgb ? 5 : 3], 1);
           EXPECT_EQ(entries[rgb ? 3 : 5], 3);
         }
         qvimagefileinfo info;
@@ -107,33 +93,27 @@ TEST_F(Bmp, FilesOfEveryDepthAreReadPixelByPixel) {
 TEST_F(Bmp, WhatIsWrittenComesBack) {
   struct row {
     int32_t bits, pixies, hint;
-    bool rgb, allow32;
+    bool allow32;
     int file_bits;
   };
-  for (const row &r : {row{1, 1, 1, false, false, 1},
-                       {4, 1, 1, false, false, 4},
-                       {8, 1, 1, false, false, 8},
-                       {8, 3, 3, false, false, 24},
-                       {8, 3, 67, true, false, 24},
-                       {8, 4, 4, false, true, 32},
-                       {8, 4, 36, true, true, 32},
-                       {8, 4, 4, false, false, 24}})
+  for (const row &r : {row{1, 1, 1, false, 1},
+                       {4, 1, 1, false, 4},
+                       {8, 1, 1, false, 8},
+                       {8, 3, 3, false, 24},
+                       {8, 3, 67, false, 24},
+                       {8, 4, 4, true, 32},
+                       {8, 4, 36, true, 32},
+                       {8, 4, 4, false, 24}})
     for (int width : {5, 9}) {
       SCOPED_TRACE(testing::Message() << r.bits << " x " << r.pixies << ", width " << width);
-      const int32_t dims[2] = {width, 7};
-      bytes pixels(size_t(width * 7 * r.pixies));
-      std::mt19937 random(5);
-      for (auto &p : pixels) p = uint8_t(random() & ((1u << r.bits) - 1));
-      bytes colours(3 << r.bits);
-      for (auto &c : colours) c = uint8_t(random());
-      const int32_t palette_dims[2] = {1 << r.bits, 1};
-      qvimage image, palette, back, entries;
-      qvimage_memory(&image, pixels.data(), dims, 0, QVIM_UINT8, r.bits, r.pixies, r.hint, 0);
-      qvimage_memory(&palette, colours.data(), palette_dims, 0, QVIM_UINT8, 0, 3, 3, 0);
+      const bool rgb = r.hint > 5;
+      film f(QVIM_UINT8, r.bits, r.pixies, r.hint, width, 7, 1),
+          colours(QVIM_UINT8, 8, 3, 3, 1 << r.bits, 1, 1);
+      qvimage image = f.frame(0), palette = colours.frame(0), back, entries;
       qvimagefileinfo info{};
       info.bmp_xppm = 100;
       ASSERT_EQ(qvimage_bmpwrite(nullptr, &image, r.pixies == 1 ? &palette : nullptr, path_.c_str(), nullptr,
-                                 0, &info, r.rgb, 0, r.allow32),
+                                 0, &info, rgb, 0, r.allow32),
                 0)
           << qvimage_reason();
       const bytes file = file_bytes(path_);
@@ -141,14 +121,14 @@ TEST_F(Bmp, WhatIsWrittenComesBack) {
       EXPECT_EQ(file.size(),
                 54 + (r.file_bits <= 8 ? size_t{4} << r.file_bits : 0) + 7 * row_bytes(width, r.file_bits));
       bmphandle *h = nullptr;
-      ASSERT_EQ(qvimage_bmpread(&back, &entries, &h, path_.c_str(), nullptr, 0, r.rgb, 0, 0), 0)
+      ASSERT_EQ(qvimage_bmpread(&back, &entries, &h, path_.c_str(), nullptr, 0, rgb, 0, 0), 0)
           << qvimage_reason();
       const bytes shown = pixels_of(back);
       for (size_t i = 0; i < size_t(width) * 7; i++)
         for (int k = 0; k < std::min(back.d.pixies, r.pixies); k++)
-          ASSERT_EQ(shown[i * size_t(back.d.pixies) + size_t(k)], pixels[i * size_t(r.pixies) + size_t(k)]);
+          ASSERT_EQ(shown[i * size_t(back.d.pixies) + size_t(k)], f.pixels[i * size_t(r.pixies) + size_t(k)]);
       if (r.pixies == 1) {
-        EXPECT_EQ(pixels_of(entries), colours);
+        EXPECT_EQ(pixels_of(entries), colours.pixels);
       }
       ASSERT_EQ(qvimage_bmpreaddone(&back, &entries, &h), 0);
     }
@@ -185,8 +165,9 @@ TEST_F(Bmp, BrokenAndForeignFilesAreRefused) {
                        {"257 colours", 8, 46, 257, 4, -10},
                        {"3 colours", 8, 46, 3, 4, 0}}) {
     SCOPED_TRACE(r.what);
-    builder b{bitmap(6, 5, r.bits)};
-    put_file(path_, b.set(r.at, r.value, r.size).file);
+    bytes file = bitmap(6, 5, r.bits);
+    for (int i = 0; i < r.size; i++) file[r.at + size_t(i)] = uint8_t(r.value >> 8 * i);
+    put_file(path_, file);
     qvimage image;
     bmphandle *h = nullptr;
     EXPECT_EQ(qvimage_bmpread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0, 0, 0), r.code)
@@ -201,19 +182,13 @@ TEST_F(Bmp, BrokenAndForeignFilesAreRefused) {
 TEST_F(Bmp, TheFirstImageOfAnIconIsRead) {
   const bytes inner = bitmap(8, 16, 4);  // 8 rows of colours, 8 of the mask, which has fewer bytes
   for (int colours : {16, 0}) {
-    builder b;
-    b.put(0, 2).put(1, 2).put(2, 2);
-    b.put(8, 1)
-        .put(8, 1)
-        .put(uint64_t(colours), 1)
-        .put(0, 1)
-        .put(1, 2)
-        .put(4, 2)
-        .put(inner.size() - 14, 4)
-        .put(38, 4);
-    b.put(0, 16);
-    b.file.insert(b.file.end(), inner.begin() + 14, inner.end());
-    put_file(path_, b.file);
+    bytes file;
+    put(file, 2, {0, 1, 2});
+    put(file, 1, {8, 8, uint64_t(colours), 0});
+    put(file, 2, {1, 4});
+    put(file, 4, {inner.size() - 14, 38, 0, 0, 0, 0});
+    file.insert(file.end(), inner.begin() + 14, inner.end());
+    put_file(path_, file);
     qvimage image, palette;
     bmphandle *h = nullptr;
     ASSERT_EQ(qvimage_bmpread(&image, &palette, &h, path_.c_str(), nullptr, 0, 0, 0, 1), colours ? 0 : -10)

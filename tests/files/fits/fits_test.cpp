@@ -174,7 +174,7 @@ TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
   struct row {
     std::vector<std::string> cards;  // behind SIMPLE
     int32_t strict, lenient;         // codes, or the frames
-    int32_t width, pixies, bits;
+    int32_t width = 0, pixies = 0, bits = 0;
   };
   const auto card = [](const std::string &keyword, const std::string &value) {
     return keyword + std::string(8 - keyword.size(), ' ') + "= " + value;
@@ -193,31 +193,18 @@ TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
       {{b16, n2, x, y, card("DATAMAX", "2.56D2")}, 1, 1, 6, 1, 9},
       {{b8, n3, x, y, card("NAXIS3", "7")}, 7, 7, 6, 1, 8},
       {{b8, n3, card("NAXIS1", "3"), card("NAXIS2", "6"), card("NAXIS3", "5"), grey}, 1, 1, 6, 3, 8},
-      {{b8, n4, x, y, card("NAXIS3", "2"), card("NAXIS4", "2")},
-       QVERR_UNSUPPORTED,
-       QVERR_UNSUPPORTED,
-       0,
-       0,
-       0},
+      {{b8, n4, x, y, card("NAXIS3", "2"), card("NAXIS4", "2")}, QVERR_UNSUPPORTED, QVERR_UNSUPPORTED},
       {{b8, card("NAXIS", "5"), x, y, card("NAXIS3", "1"), card("NAXIS4", "1")},
        QVERR_UNSUPPORTED,
-       QVERR_UNSUPPORTED,
-       0,
-       0,
-       0},
+       QVERR_UNSUPPORTED},
       {{b8, card("NAXIS", "1"), x}, QVERR_UNSUPPORTED, 1, 6, 1, 8},
-      {{card("BITPIX", "-64"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
-      {{card("BITPIX", "-16"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
-      {{b8, n2, card("NAXIS1", "0"), y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
-      {{b8, n2, card("NAXIS1", "99999999999999999999"), y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0},
-      {{b8, n2, card("NAXIS1", "2147483647"), card("NAXIS2", "2147483647")},
-       QVERR_FORMAT,
-       QVERR_FORMAT,
-       0,
-       0,
-       0},
+      {{card("BITPIX", "-64"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT},
+      {{card("BITPIX", "-16"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT},
+      {{b8, n2, card("NAXIS1", "0"), y}, QVERR_FORMAT, QVERR_FORMAT},
+      {{b8, n2, card("NAXIS1", "99999999999999999999"), y}, QVERR_FORMAT, QVERR_FORMAT},
+      {{b8, n2, card("NAXIS1", "2147483647"), card("NAXIS2", "2147483647")}, QVERR_FORMAT, QVERR_FORMAT},
       {{b8, n3, x, y, card("NAXIS3", "99")}, QVERR_FORMAT, 96, 6, 1, 8},
-      {{n2, b8, x, y}, QVERR_FORMAT, QVERR_FORMAT, 0, 0, 0}};
+      {{n2, b8, x, y}, QVERR_FORMAT, QVERR_FORMAT}};
   for (const row &r : table) {
     std::string text;
     for (const auto &c : {std::vector<std::string>{card("SIMPLE", "                   T")}, r.cards, {"END"}})
