@@ -77,7 +77,7 @@ class transfer {
     qvimagemap map{};
     const bool mapped = map_window(datatype, &map);
     if (!mapped && im_->ioset(im_, run_mode<Dim>(mode), datatype, state_.colourmask) < 0) return 0;
-    with_operation(op, [&](auto operation) {
+    with_pixie_operation(op, [&](auto operation) {
       with_pixie_type(d_.pixietype, [&](auto pixie) {
         using T = decltype(pixie);
         if (mapped)

@@ -151,7 +151,7 @@ template <class Dim>
 int32_t allocate_and_make(record<Dim> *im, void *bufferpointer, const int32_t *imdim,
                           const description &pixels) {
   if (!im) return QVERR_USAGE;
-  if (!bufferpointer || load<void *>(bufferpointer) || !imdim || !all_positive<Dim>(imdim))
+  if (!bufferpointer || load_value<void *>(bufferpointer) || !imdim || !all_positive<Dim>(imdim))
     return fail(im, QVERR_USAGE);
   const uint64_t size = packed_size<Dim>(imdim, pixels);
   void *buffer = qvmallocf16(size);
@@ -160,7 +160,7 @@ int32_t allocate_and_make(record<Dim> *im, void *bufferpointer, const int32_t *i
   if (code < 0)
     qvfreef16(buffer);
   else
-    store(bufferpointer, buffer);
+    store_value(bufferpointer, buffer);
   return code;
 }
 

@@ -21,12 +21,12 @@ uint32_t bxtp(record<Dim> *im, uint32_t mode, void *, qvxyzcoord *list, uint32_t
   const uint32_t first = state_of<state<Dim>>(im).block.first;
   for (uint32_t i = 0; i < count; i++) {
     const auto at = position_of<Dim>(list[i]);
-    store(list + i, window.holds(at) ? offset_of<Dim>(im, at) + first : outside);
+    store_value(list + i, window.holds(at) ? offset_of<Dim>(im, at) + first : outside);
   }
   return mode;
 }
 
-uint64_t offset_in(const qvxyzcoord *entry) { return load<uint64_t>(entry); }
+uint64_t offset_in(const qvxyzcoord *entry) { return load_value<uint64_t>(entry); }
 
 // From the caller's form of the values to numbers in the bits where the image has them, and back.
 void take_values(const block_setup &s, int32_t pixiesize, uint8_t *values, uint64_t count) {
@@ -64,7 +64,7 @@ uint32_t bxta(record<Dim> *im, uint32_t mode, void *buffer, qvxyzcoord *list, ui
   const block_setup s = memory.block;
   auto *base = reinterpret_cast<uint8_t *>(memory.base);
   const bool reversed = is_reversed(im->d);
-  with_operation(op, [&](auto operation) {
+  with_pixie_operation(op, [&](auto operation) {
     for (uint32_t i = 0, end; i < count; i = end) {
       for (end = i; end < count && offset_in(list + end) != outside; end++) {
       }

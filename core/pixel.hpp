@@ -38,13 +38,13 @@ constexpr uint32_t all_pixies(int32_t pixies) {
 }
 
 template <class T>
-T load(const void *from) {
+T load_value(const void *from) {
   T value;
   std::memcpy(&value, from, sizeof value);
   return value;
 }
 template <class T>
-void store(void *to, T value) {
+void store_value(void *to, T value) {
   std::memcpy(to, &value, sizeof value);
 }
 

@@ -68,7 +68,7 @@ struct subtract_op {
 
 // Calls f with the operation of that number; false when there is none.
 template <class F>
-bool with_operation(uint32_t op, F f) {
+bool with_pixie_operation(uint32_t op, F f) {
   switch (op) {
     case QVIM_OP_EXCHANGE: return f(exchange_op{}), true;
     case QVIM_OP_ADD: return f(add_op{}), true;
@@ -105,12 +105,12 @@ template <class T, bool Reversed = false, class Op>
 void apply_to_pixel(Op, uint8_t *pixel, uint8_t *values, int pixies, T mask) {
   for (int i = 0; i < pixies; i++, pixel += sizeof(T), values += sizeof(T)) {
     T p{};
-    if constexpr (Op::reads_image) p = Reversed ? swapped(load<T>(pixel)) : load<T>(pixel);
+    if constexpr (Op::reads_image) p = Reversed ? swapped(load_value<T>(pixel)) : load_value<T>(pixel);
     T v{};
-    if constexpr (Op::uses_value) v = load<T>(values);
+    if constexpr (Op::uses_value) v = load_value<T>(values);
     Op::apply(p, v, mask);
-    if constexpr (Op::changes_image) store(pixel, Reversed ? swapped(p) : p);
-    if constexpr (Op::changes_value) store(values, v);
+    if constexpr (Op::changes_image) store_value(pixel, Reversed ? swapped(p) : p);
+    if constexpr (Op::changes_value) store_value(values, v);
   }
 }
 

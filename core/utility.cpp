@@ -7,6 +7,8 @@
 
 #include <qvimage/utility.h>
 
+#include "core/pixel.hpp"
+
 namespace {
 
 // Calls f with a value of the integer type of that width (its argument's sign), or answers 0 for other
@@ -26,16 +28,9 @@ auto with_unsigned(int32_t width, auto f) {
   return with_width<uint8_t, uint16_t, uint32_t, uint64_t>(width, f);
 }
 
-template <class T>
-T load(const void *p) {
-  T value;
-  std::memcpy(&value, p, sizeof value);
-  return value;
-}
-
 // Stores the low bytes; 1 when nothing was lost.
 template <class T, class Value>
-int32_t store(void *p, Value value) {
+int32_t store_low_bytes(void *p, Value value) {
   const T narrow = T(value);
   std::memcpy(p, &narrow, sizeof narrow);
   return Value(narrow) == value;
@@ -46,16 +41,16 @@ int32_t store(void *p, Value value) {
 extern "C" {
 
 int64_t intsget(const void *p, int32_t width) {
-  return with_signed(width, [&](auto type) { return int64_t(load<decltype(type)>(p)); });
+  return with_signed(width, [&](auto type) { return int64_t(qvim::load_value<decltype(type)>(p)); });
 }
 uint64_t intuget(const void *p, int32_t width) {
-  return with_unsigned(width, [&](auto type) { return uint64_t(load<decltype(type)>(p)); });
+  return with_unsigned(width, [&](auto type) { return uint64_t(qvim::load_value<decltype(type)>(p)); });
 }
 int32_t intsput(void *p, int32_t width, int64_t value) {
-  return with_signed(width, [&](auto type) { return store<decltype(type)>(p, value); });
+  return with_signed(width, [&](auto type) { return store_low_bytes<decltype(type)>(p, value); });
 }
 int32_t intuput(void *p, int32_t width, uint64_t value) {
-  return with_unsigned(width, [&](auto type) { return store<decltype(type)>(p, value); });
+  return with_unsigned(width, [&](auto type) { return store_low_bytes<decltype(type)>(p, value); });
 }
 
 int32_t ltoint(int64_t v) {

@@ -22,7 +22,7 @@ constexpr int most_components = 4;  // blue, green, red, pad
 
 // Lies outside the iostate, which block transfers put back as it was.
 void latch(qvimage *im, int32_t code) { std::memcpy(im->kind, &code, sizeof code); }
-int32_t latched(const qvimage *im) { return load<int32_t>(im->kind); }
+int32_t latched(const qvimage *im) { return load_value<int32_t>(im->kind); }
 
 // A run of pixels of one line.
 struct segment {

@@ -36,19 +36,19 @@ void lock() { pthread_mutex_lock(&mutex); }
 void unlock() { pthread_mutex_unlock(&mutex); }
 
 // While it lives the state is this thread's, and errno comes out as it went in.
-class locked {
+class held_lock {
  public:
-  locked() {
+  held_lock() {
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, [] { pthread_atfork(lock, unlock, unlock); });
     lock();
   }
-  ~locked() {
+  ~held_lock() {
     unlock();
     errno = error_;
   }
-  locked(const locked &) = delete;
-  locked &operator=(const locked &) = delete;
+  held_lock(const held_lock &) = delete;
+  held_lock &operator=(const held_lock &) = delete;
 
  private:
   int error_ = errno;
@@ -120,7 +120,7 @@ bool enable_for_call(bool header) {
 void trace(const char *function, const char *label, const char *format, const arguments &values) {
   const call_format call(format);
   if (call.suppressed || (!call.opens && !active())) return;
-  const locked state;
+  const held_lock state;
   const bool opened = call.opens && enable_for_call(!header_written);
   if (active() && path && call.level >= active()) {
     text line;
@@ -139,7 +139,7 @@ using namespace qvim;
 void liblog_setup(int16_t flags, const char *appname, const char *keypath, const char *envname,
                   uint32_t level) {
   const char *const given[name_count] = {appname, keypath, envname};
-  const locked state;
+  const held_lock state;
   if (flags & LIBLOG_REGISTER) register_names(given);
   if (flags & LIBLOG_ENABLE) enable(level);
   if (flags & LIBLOG_HEADER) write_header();
@@ -152,7 +152,7 @@ void liblog_printf(const char *format, ...) {
   va_list values, again;
   va_start(values, format);
   va_copy(again, values);
-  const locked state;
+  const held_lock state;
   const bool opened = enable_for_call(true);
   if (active() && path) {
     text line;

@@ -46,7 +46,7 @@ void put_string(text &out, const value &v) {
   for (uint64_t i = 0; to && i < v.size; i++) *to++ = char(v[i]);
 }
 
-uint64_t low_bytes(const value &v) {
+uint64_t number_in(const value &v) {
   uint64_t number = 0;
   for (uint64_t i = 0; i < v.size; i++) number |= uint64_t{v[i]} << 8 * i;
   return number;
@@ -90,7 +90,7 @@ void put_decimal(text &out, const value &v) {
   out.put(" ");
   if (v.size > short_number) return put_long_decimal(out, v);
   const uint64_t unused = 64 - 8 * v.size;
-  put_number(out, v.size ? int64_t(low_bytes(v) << unused) >> unused : 0, columns(v) - 1);
+  put_number(out, v.size ? int64_t(number_in(v) << unused) >> unused : 0, columns(v) - 1);
 }
 
 void put_unsigned(text &out, const value &v) {
@@ -107,7 +107,7 @@ void put_unsigned(text &out, const value &v) {
 template <class T>
 void put_real(text &out, const value &v) {
   T number;
-  const uint64_t bits = low_bytes(v);
+  const uint64_t bits = number_in(v);
   std::memcpy(&number, &bits, sizeof number);
   out.put(" ");
   put_number(out, double(number), column - 1, std::chars_format::general, 6);

@@ -92,7 +92,7 @@ void reverse_bytes(const void *source, void *destination, uint32_t size, uint64_
 template <class T>
 void limit_each(uint8_t *values, uint64_t pixies, uint32_t limit, uint32_t raise) {
   for (; pixies; pixies--, values += sizeof(T))
-    store(values, T(std::min(load<T>(values), T(limit)) << raise));
+    store_value(values, T(std::min(load_value<T>(values), T(limit)) << raise));
 }
 // Limits numbers and moves them to their place in the container.
 void limit_in_place(uint8_t *values, uint32_t size, uint64_t pixies, uint32_t limit, uint32_t raise) {

@@ -65,7 +65,7 @@ struct alignas(64) stage {
 inline uint32_t agreement(const uint8_t *a, const uint8_t *b, uint32_t from, uint32_t end) {
   constexpr uint64_t low = 0x0101010101010101, high = low << 7;
   for (; from < end; from += sizeof(uint64_t)) {
-    const uint64_t differing = load<uint64_t>(a + from) ^ load<uint64_t>(b + from);
+    const uint64_t differing = load_value<uint64_t>(a + from) ^ load_value<uint64_t>(b + from);
     if ((differing - low) & ~differing & high) break;  // a byte of it is 0
   }
   return from;

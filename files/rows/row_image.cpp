@@ -34,9 +34,9 @@ struct [[gnu::packed]] state {
 // A run of pixels on its way to the caller. A plane may be smaller than the image, and has zeros beyond
 // its sides: positions that nobody checked are harmless, too.
 template <class Dim>
-class run {
+class delivery {
  public:
-  run(const record<Dim> *im, const point<Dim> &at, void *buffer)
+  delivery(const record<Dim> *im, const point<Dim> &at, void *buffer)
       : s_(state_of<const state<Dim>>(im)),
         pixel_bytes_(uint32_t(im->f.pixelsize)),
         window_(box<Dim>::of(&im->wind)),
@@ -207,7 +207,7 @@ uint32_t read(record<Dim> *im, uint32_t, void *buffer, uint32_t count, const poi
   const transfer_call transfer;
   locked hold(*s.source);
   int32_t code;
-  const uint32_t moved = run<Dim>(im, at, buffer).move(n, &code);
+  const uint32_t moved = delivery<Dim>(im, at, buffer).move(n, &code);
   if (code < 0) s.source->latch(code);
   const uint64_t pixies = uint64_t(moved) * (s.selected / uint32_t(step));
   if (s.convert) s.convert(buffer, buffer, step, step, pixies, s.convert_param, s.convert_param);

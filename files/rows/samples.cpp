@@ -13,7 +13,7 @@ namespace qvim {
 namespace {
 
 template <class T>
-void add(uint8_t *samples, uint64_t count, T value) {
+void add_to_each(uint8_t *samples, uint64_t count, T value) {
   for (uint64_t i = 0; i < count; i++, samples += sizeof(T)) {
     T sample;
     std::memcpy(&sample, samples, sizeof sample);
@@ -26,10 +26,10 @@ void add(uint8_t *samples, uint64_t count, T value) {
 
 void add_to_samples(uint8_t *samples, int size, uint64_t count, uint64_t value) {
   switch (size) {
-    case 1: return add(samples, count, uint8_t(value));
-    case 2: return add(samples, count, uint16_t(value));
-    case 4: return add(samples, count, uint32_t(value));
-    default: return add(samples, count, value);
+    case 1: return add_to_each(samples, count, uint8_t(value));
+    case 2: return add_to_each(samples, count, uint16_t(value));
+    case 4: return add_to_each(samples, count, uint32_t(value));
+    default: return add_to_each(samples, count, value);
   }
 }
 
@@ -55,7 +55,7 @@ npfclx_fn *chroma_exchange(int sample_bytes) {
   }
 }
 
-void reverse_bits(uint8_t *bytes, uint64_t count) {
+void reverse_bit_order(uint8_t *bytes, uint64_t count) {
   const uint32_t width = 8;
   npfpix1_reverse(bytes, count, 0, 0, &width);
 }

@@ -21,6 +21,6 @@ void add_to_samples(uint8_t *samples, int size, uint64_t count, uint64_t value);
 npfclx_fn *chroma_exchange(int sample_bytes);
 
 // Of every byte.
-void reverse_bits(uint8_t *bytes, uint64_t count);
+void reverse_bit_order(uint8_t *bytes, uint64_t count);
 
 }  // namespace qvim

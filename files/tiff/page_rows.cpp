@@ -83,7 +83,7 @@ int32_t page_rows::read_plain(uint32_t y, uint32_t x, uint32_t n, uint8_t *to) {
   if (const int32_t code = strips_.locate(y, 1, &position, &rows); code < 0) return strips_.at_row(y, code);
   file_->pos = position + x * pixel_bytes_;
   read_bytes(*file_, to, n * pixel_bytes_);
-  if (strips_.bits_reversed()) reverse_bits(to, n * pixel_bytes_);
+  if (strips_.bits_reversed()) reverse_bit_order(to, n * pixel_bytes_);
   if (steps_.finishes()) steps_.finish(to, n * pixel_bytes_ / uint64_t(steps_.sample_bytes()));
   return strips_.at_row(y, bufio_err(file_));
 }
@@ -101,7 +101,7 @@ int32_t page_rows::fetch_rows(uint32_t y, uint32_t most, uint8_t *to, uint32_t *
     return strips_.at_row(y, code);
   file_->pos = position;
   read_bytes(*file_, to, rows * strips_.row_bytes());
-  if (strips_.bits_reversed()) reverse_bits(to, rows * strips_.row_bytes());
+  if (strips_.bits_reversed()) reverse_bit_order(to, rows * strips_.row_bytes());
   const int32_t code = strips_.at_row(y, bufio_err(file_));
   if (code == 0) *count = rows;
   return code;

@@ -82,7 +82,7 @@ int32_t strip_rows::begin_strip(uint32_t strip) {
     uint8_t first[2];
     file_->pos = offset;
     read_bytes(*file_, first, 2);
-    if (bits_reversed_) reverse_bits(first, 2);
+    if (bits_reversed_) reverse_bit_order(first, 2);
     if (lzw_bits_reversed(first[0], first[1])) return because(QVERR_FORMAT, {lzw_reversed});
   }
   if (const int32_t code = codec_.reset(); code < 0) return code;
@@ -115,7 +115,7 @@ int32_t strip_rows::decode_next(uint32_t count, uint8_t *to) {
     if (bits_reversed_ && n) {
       n = std::min(n, uint64_t{sizeof copy});
       std::memcpy(copy, bytes, n);
-      reverse_bits(copy, n);
+      reverse_bit_order(copy, n);
       bytes = copy;
     }
     uint8_t zeros[most_padding] = {};
