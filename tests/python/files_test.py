@@ -216,6 +216,21 @@ class Files(unittest.TestCase):
             with concurrent.futures.ThreadPoolExecutor(8) as threads:
                 self.assertTrue(all(threads.map(work, range(8))))
 
+    def test_a_series_is_edited_in_place(self):
+        for i in range(10):
+            qv.Image.over(GREY).save(f'img{i:03}.tif')
+        with qv.open('img???.tif', first=0, last=9, mode='r+') as series:
+            series[7][10, 20] = 99
+        expected = GREY.copy()
+        expected[10, 20] = 99
+        for i in range(10):
+            np.testing.assert_array_equal(qv.open(f'img{i:03}.tif').read(), expected if i == 7 else GREY)
+
+    def test_progress_is_told_row_by_row(self):
+        rows = []
+        qv.Image.over(GREY).rotate(90).save('b.tif', progress=lambda row, of: rows.append((row, of)))
+        self.assertEqual(rows, [(i, 24) for i in range(1, 25)])
+
     def test_what_stops_a_save_leaves_what_was_there(self):
         # What a shell runs in the background begins with the signal ignored.
         self.addCleanup(signal.signal, signal.SIGINT, signal.signal(signal.SIGINT, signal.default_int_handler))

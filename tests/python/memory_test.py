@@ -109,6 +109,13 @@ class Memory(unittest.TestCase):
         np.testing.assert_array_equal([plane.read() for plane in volume], np.asarray(volume))
         self.assertEqual(volume.at([(2, 3, 4)])[0], deep[3, 4] + 5)
 
+    def test_scattered_pixels(self):
+        frame = random((480, 640), 'u2')
+        image, points = qv.Image.over(frame), np.array([[3, 4], [100, 200]])
+        np.testing.assert_array_equal(image.at(points), frame[[3, 100], [4, 200]])
+        image.put(points, [7, 8])
+        self.assertEqual((frame[3, 4], frame[100, 200]), (7, 8))
+
     def test_memory_lives_as_long_as_anything_looks_at_it(self):
         make = lambda: np.full((500, 500), 77, np.uint8)  # noqa: E731
         for look in (np.asarray, lambda i: i, lambda i: i.rotate(90)[1:], lambda i: i.volume[0],
