@@ -5,7 +5,7 @@
 #include <qvimage/data.h>
 
 #include "core/dimension.hpp"
-#include "kernels/words.hpp"
+#include "core/pixel.hpp"
 
 namespace {
 
@@ -134,7 +134,7 @@ uint32_t qvimtypemap(uint32_t type) { return type; }
 int32_t qviminitdata(qvimagedata *data, int32_t pixietype, int32_t bitsused, int32_t pixies,
                      int32_t pixelhint) {
   std::memset(data, 0, sizeof *data);
-  const int32_t size = (pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(pixietype));
+  const int32_t size = size_of_type(pixietype);
   if (size == 0 || pixies < 1 || pixies > 32) return 0;
   if (is_integer(pixietype) && (bitsused < 0 || bitsused > 8 * size)) return 0;
   data->pixietype = pixietype;
@@ -158,8 +158,9 @@ void qviminithints(qvimagehints *hints, uint8_t widthunits, uint8_t heightunits,
 int32_t qviminitfacts(qvimagefacts *facts, const qvimagedata *data) {
   facts->pixiesize = qvimdatasize(uint32_t(data->pixietype));
   facts->pixelsize = int32_t(uint32_t(data->pixies) * uint32_t(facts->pixiesize));
-  facts->flags = uint8_t((facts->flags & ~3) | (is_integer(data->pixietype) ? 1 : 0) |
-                         (is_real(data->pixietype) ? 2 : 0));
+  facts->flags = uint8_t((facts->flags & ~(fact::integer | fact::real)) |
+                         (is_integer(data->pixietype) ? fact::integer : 0) |
+                         (is_real(data->pixietype) ? fact::real : 0));
   return facts->pixiesize;
 }
 

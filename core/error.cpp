@@ -25,12 +25,15 @@ constexpr bool in_order() {
 }
 static_assert(in_order());
 
+// A magnitude with this bit is that of the code below it.
+constexpr uint32_t mark_bit = 0x4000;
+
 }  // namespace
 
 extern "C" const char *qverrnomesg(int32_t code) {
   if (code >= 0) return nullptr;
   uint32_t magnitude = 0u - uint32_t(code);
-  if (magnitude & 0x4000) magnitude &= 0x3FFF;
+  if (magnitude & mark_bit) magnitude &= mark_bit - 1;
   const char *message = magnitude - 1 < std::size(messages) ? messages[magnitude - 1] : nullptr;
   return message ? message : "Unknown error";
 }

@@ -24,9 +24,14 @@ inline bool supported_without_conversion(const qvimage3 *im, uint32_t datatype) 
   return qvim3datasupportedwoutconversion(im, datatype);
 }
 
+// Bytes of a pixie of that type; 0 for what is no type, or more than one.
+inline int32_t size_of_type(int32_t pixietype) {
+  return type_word(uint32_t(pixietype)).type() == uint32_t(pixietype) ? qvimdatasize(uint32_t(pixietype)) : 0;
+}
+
 // Does the description say what pixels are made of?
 inline bool is_valid(const qvimagedata &d) {
-  const int32_t size = (d.pixietype & ~0xFF) ? 0 : qvimdatasize(uint32_t(d.pixietype));
+  const int32_t size = size_of_type(d.pixietype);
   if (size == 0 || d.pixies < 1 || d.pixies > 32) return false;
   return is_real(d.pixietype) || (d.i_bitsused >= 1 && d.i_bitsused <= 8 * size);
 }

@@ -223,7 +223,7 @@ uint32_t length(qvimage *im, uint32_t count, const point<two_d> &at) {
 
 int32_t ioset(qvimage *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
   clear_runs<two_d>(im);
-  if (int32_t(datatype & 0xFF) != im->d.pixietype) return QVERR_DATATYPE;
+  if (int32_t(type_word(datatype).type()) != im->d.pixietype) return QVERR_DATATYPE;
   int32_t first;
   const int32_t selected = qvimcolormap(im->d.pixies, colourmask, &first);
   if (selected == 0) return QVERR_COLOUR;

@@ -176,6 +176,9 @@ selection select(const side &from, const side &to, bool strided, bool writing, b
   return s;
 }
 
+// Bits of `direction`, values of `mode`.
+constexpr uint32_t writes = 1, normalises = 1;
+
 }  // namespace
 
 extern "C" int32_t qvimselectpfbixfunc(int64_t srcstride, int64_t dststride, uint32_t srctype,
@@ -184,7 +187,7 @@ extern "C" int32_t qvimselectpfbixfunc(int64_t srcstride, int64_t dststride, uin
                                        uint32_t *mask) {
   const side from{srctype, srcbits, qvimdatasize(srctype)}, to{dsttype, dstbits, qvimdatasize(dsttype)};
   const bool strided = srcstride != from.size || dststride != to.size;
-  const selection s = select(from, to, strided, direction & 1, mode == 1);
+  const selection s = select(from, to, strided, direction & writes, mode == normalises);
   if (s.kernel && kernel) *kernel = s.kernel;
   if (shift) *shift = s.shift;
   if (mask) *mask = s.mask;

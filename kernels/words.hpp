@@ -13,9 +13,15 @@ constexpr bool is_integer(int32_t pixietype) {
 }
 constexpr bool is_real(int32_t pixietype) { return pixietype & (QVIM_FLOAT32 | QVIM_FLOAT64); }
 
+// The components of a pixel with that hint, as far as the hint says.
+constexpr int32_t components_of(int32_t hint) { return hint & 0xF; }
+
 // Where the significant bits lie: the field of request words and of descriptions. In a description both ends
 // together say that all bits are significant.
 inline constexpr uint32_t justification = QVIM_MSB | QVIM_LSB, all_bits_used = justification;
+
+// The field of a data type word that holds the pixie type.
+inline constexpr uint32_t type_bits = 0xFF;
 
 // A data type word: a pixie type and the form in which a caller has such pixies.
 struct type_word {
@@ -23,7 +29,7 @@ struct type_word {
 
   constexpr type_word() = default;
   constexpr type_word(uint32_t word) : bits(word) {}
-  constexpr uint32_t type() const { return bits & 0xFF; }
+  constexpr uint32_t type() const { return bits & type_bits; }
   constexpr bool integer() const { return is_integer(int32_t(type())); }
   int32_t size() const { return qvimdatasize(bits); }  // bytes of a pixie; 0 for no type
   constexpr bool has(uint32_t flags) const { return bits & flags; }
@@ -44,6 +50,11 @@ inline constexpr uint32_t stays = 0x800;             // views take it away from 
 inline constexpr uint32_t marks_writes = 0x1000;     // and add this to those that write
 inline constexpr uint32_t through_blocks = 0x10000;  // the one bit of a 2-D block transfer that reaches ioset
 }  // namespace passing
+
+// The flags of facts about pixels.
+namespace fact {
+inline constexpr uint8_t integer = 0x1, real = 0x2;
+}
 
 // What imapset answers.
 namespace capability {

@@ -37,7 +37,7 @@ struct colorconverter : view<Dim, colorconverter<Dim>> {
     if (qvimdatasize(uint32_t(d.pixietype)) == 0 || d.pixietype == QVIM_UINT64) return QVERR_DATATYPE;
     if (!choose_colours(d, hint, &st.steps))
       return because(QVERR_COLOUR, {"no way from hint ", d.pixelhint, " to hint ", hint});
-    im->d.pixies = hint & 15;
+    im->d.pixies = components_of(hint);
     im->d.pixelhint = hint;
     base::serve_numbers(im);
     st.pads = is_padded(d.pixelhint);

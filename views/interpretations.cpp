@@ -2,6 +2,8 @@
 
 #include <qvimage/npfclx.h>
 
+#include "kernels/words.hpp"
+
 namespace qvim {
 namespace {
 
@@ -96,7 +98,7 @@ coefficients coefficients_of(colours other, bool blue_first, int32_t pixietype) 
 }  // namespace
 
 bool choose_colours(const qvimagedata &d, int32_t hint, colour_steps *steps) {
-  const colours from = colours_of(d.pixelhint, d.pixies), to = colours_of(hint, hint & 15);
+  const colours from = colours_of(d.pixelhint, d.pixies), to = colours_of(hint, components_of(hint));
   *steps = {};
   if (from == colours::none || to == colours::none || d.pixelhint == hint) return false;
   if (is_rgb(from) && is_rgb(to)) {

@@ -51,7 +51,8 @@ struct lut : view<Dim, lut<Dim>> {
     const qvimagedata d = source->d;
     if (!read || !write) return because(QVERR_USAGE, {"no tables"});
     if (d.pixies > most_tables) return because(QVERR_USAGE, {d.pixies, " components, tables serve 4"});
-    if (pixies && (pixies < 0 || pixies > most_tables || (pixelhint & 15) > most_tables || d.pixies != 1))
+    if (pixies &&
+        (pixies < 0 || pixies > most_tables || components_of(pixelhint) > most_tables || d.pixies != 1))
       return because(QVERR_USAGE, {"pseudo-colour makes up to 4 components of one"});
     state &st = state_in(im);
     const bool all_used = d.i_bitsused == 8 * qvimdatasize(uint32_t(d.pixietype));

@@ -13,6 +13,9 @@ namespace {
 
 using namespace qvim;
 
+// The flags of the constructor.
+constexpr uint32_t transposes = 1, mirrors_y = 2, mirrors_x = 4;
+
 struct rotate : view<two_d, rotate> {
   static constexpr char device[] = "QVIMROTA";
   static constexpr view_traits traits{2, 1, chain_flag::turns, false};
@@ -25,9 +28,9 @@ struct rotate : view<two_d, rotate> {
   static int32_t build(qvimage *im, const qvimage *, uint32_t flags) {
     if (const int32_t code = check_narrow(im->d); code < 0) return code;
     state &st = state_in(im);
-    st.transposed = flags & 1;
-    st.mirrored[0] = bool(flags & 4);
-    st.mirrored[1] = bool(flags & 2);
+    st.transposed = flags & transposes;
+    st.mirrored[0] = bool(flags & mirrors_x);
+    st.mirrored[1] = bool(flags & mirrors_y);
     if (st.transposed) {
       im->imdim = transposed(im->imdim);
       im->wind = transposed(im->wind);

@@ -186,14 +186,9 @@ uint64_t content::offset() const {
 }
 
 int32_t bitpix_of(int32_t pixietype) {
-  switch (pixietype) {
-    case QVIM_UINT8: return 8;
-    case QVIM_UINT16: return 16;
-    case QVIM_UINT32: return 32;
-    case QVIM_FLOAT32: return -32;
-    case QVIM_FLOAT64: return -64;
-    default: return 0;
-  }
+  if (pixietype == QVIM_UINT64) return 0;
+  const int32_t bits = 8 * size_of_type(pixietype);
+  return is_real(pixietype) ? -bits : bits;
 }
 
 void write_header(bufio &file, const content &c, const qvimagefileinfo *options, later_cards *later) {

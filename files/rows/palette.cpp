@@ -7,6 +7,7 @@
 #include <qvimage/views.h>
 
 #include "core/reason.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim {
 
@@ -26,7 +27,7 @@ int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32
   qvimage *source = palette;
   if (source->ioset(source, QVIM_WRAP, datatype, three) <= 0) {
     // A palette of another data type; real values stand for fractions of full scale.
-    const bool real = palette->f.flags & 2;
+    const bool real = palette->f.flags & fact::real;
     if (const int32_t code = qvimage_converter(&converter, palette, nullptr, 0, 0, 0, real); code < 0)
       return code;
     source = &converter;

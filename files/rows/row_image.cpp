@@ -224,7 +224,7 @@ uint32_t length(record<Dim> *im, uint32_t count, const point<Dim> &at) {
 template <class Dim>
 int32_t ioset(record<Dim> *im, uint32_t mode, uint32_t datatype, uint32_t colourmask) {
   clear_runs<Dim>(im);
-  if (im->d.pixietype != int32_t(datatype & 0xFF)) return QVERR_DATATYPE;
+  if (im->d.pixietype != int32_t(type_word(datatype).type())) return QVERR_DATATYPE;
   int32_t first;
   const int32_t pixies = qvimcolormap(im->d.pixies, colourmask, &first);
   if (pixies == 0) return QVERR_COLOUR;

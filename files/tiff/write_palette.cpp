@@ -4,6 +4,7 @@
 #include "core/reason.hpp"
 #include "files/rows/palette.hpp"
 #include "files/tiff/writer.hpp"
+#include "kernels/words.hpp"
 
 namespace qvim::tiff {
 
@@ -31,7 +32,7 @@ int32_t fill(page &p, qvimage *palette, uint32_t entries, bool exchanged) {
   if (!values.allocate(3 * uint64_t(entries)) || !p.colours.allocate(3 * uint64_t(entries)))
     return QVERR_MEMORY;
   if (const int32_t code = read_entries(palette, sizeof(T), values.data(), entries); code < 0) return code;
-  const bool integer = palette->f.flags & 1;
+  const bool integer = palette->f.flags & fact::integer;
   constexpr uint32_t width = 8 * sizeof(T);
   const uint32_t significant = integer && palette->d.i_bitsused > 0 ? uint32_t(palette->d.i_bitsused) : width;
   for (uint32_t i = 0; i < entries; i++)
