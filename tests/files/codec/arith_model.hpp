@@ -58,9 +58,9 @@ class slow_coder {
   // The code's bytes, the last one filled up with zero bits.
   std::vector<uint8_t> finish() {
     put(low_ >= 16384, owed_ + 13);
-    std::vector<uint8_t> bytes((bits_.size() + 7) / 8);
-    for (size_t i = 0; i < bits_.size(); i++) bytes[i / 8] |= uint8_t(bits_[i] << i % 8);
-    return bytes;
+    std::vector<uint8_t> code((bits_.size() + 7) / 8);
+    for (size_t i = 0; i < bits_.size(); i++) code[i / 8] |= uint8_t(bits_[i] << i % 8);
+    return code;
   }
 
  private:

@@ -2,6 +2,7 @@
 // was coded comes back, and neither depends on the pieces in which input and room come.
 #pragma once
 
+#include <random>
 #include <string>
 
 #include "tests/files/codec/slow_coders.hpp"
@@ -12,6 +13,13 @@ namespace strip_stream {
 using shape = ptifprar_params;  // of the rows
 
 inline size_t row_bytes(const shape &s) { return size_t(s.width) * size_t(s.samples) * (s.bits > 8 ? 2 : 1); }
+
+inline bytes noise(size_t size, uint32_t seed, uint32_t values = 256) {
+  std::mt19937 random(seed);
+  bytes result(size);
+  for (uint8_t &b : result) b = uint8_t(random() % values);
+  return result;
+}
 
 struct codec {
   const char *name;

@@ -10,6 +10,7 @@ namespace {
 
 using strip_stream::bytes;
 using strip_stream::constant;
+using strip_stream::noise;
 using strip_stream::outcome;
 
 struct pabi : strip_stream::coding {
@@ -24,13 +25,6 @@ bytes operator*(const bytes &one, int times) {
 bytes operator+(bytes a, const bytes &b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
-}
-
-bytes noise(size_t size, uint32_t seed, uint32_t values) {
-  std::mt19937 random(seed);
-  bytes result(size);
-  for (uint8_t &b : result) b = uint8_t(random() % values);
-  return result;
 }
 
 TEST(Ptifpabi, CodesRunsAndLiterals) {

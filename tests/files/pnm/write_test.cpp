@@ -40,9 +40,13 @@ int32_t save(frame &f, const std::string &path, uint64_t append = 0, bool rgb = 
   return qvimage_pgmwrite(callback, &f.image, path.c_str(), nullptr, 4096, append, options, rgb, allow4);
 }
 
-TEST(PgmWrite, BytesOfEveryKind) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pnm";
+class PgmWrite : public testing::Test {
+ protected:
+  const temporary_folder folder;
+  const std::string path = folder / "a.pgm";
+};
+
+TEST_F(PgmWrite, BytesOfEveryKind) {
   struct row {
     std::string header;
     int32_t width, height, type, bits, pixies, samples;
@@ -66,9 +70,7 @@ TEST(PgmWrite, BytesOfEveryKind) {
     }
 }
 
-TEST(PgmWrite, TextsAndSizesBecomeComments) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pgm";
+TEST_F(PgmWrite, TextsAndSizesBecomeComments) {
   frame f(2, 1, 1, 8, 1, QVIM_HINT_GREY);
   qviminithints(&f.image.h, uint8_t(qvimstringtounit("Millimeter")), 0, QVIM_UNIT_INCH, 0.01f, 3, 1234.5f);
   char software[] = "two longer\nlines\r\n", copyright[] = "nobody";
@@ -82,9 +84,8 @@ TEST(PgmWrite, TextsAndSizesBecomeComments) {
                     {raster(f, 1)}));
 }
 
-TEST(PgmWrite, FramesAreAppendedToFilesOfTheirKind) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pgm", header = "P5 # any form\n13 7 # of header\n511 ";
+TEST_F(PgmWrite, FramesAreAppendedToFilesOfTheirKind) {
+  const std::string header = "P5 # any form\n13 7 # of header\n511 ";
   frame one(13, 7, 2, 9, 1, 1), two(13, 7, 2, 9, 1, 1, 0, 2), other(13, 7, 2, 10, 1, 1),
       wide(14, 7, 2, 9, 1, 1);
   bytes torn = raster(two, 1);
@@ -113,9 +114,7 @@ TEST(PgmWrite, FramesAreAppendedToFilesOfTheirKind) {
             file_of(header, {raster(one, 1), raster(two, 1), raster(one, 1), raster(two, 1)}));
 }
 
-TEST(PgmWrite, PlanesBecomeFramesAndReadBack) {
-  temporary_folder folder;
-  const std::string path = folder / "a.ppm";
+TEST_F(PgmWrite, PlanesBecomeFramesAndReadBack) {
   frame flat(20, 12, 1, 8, 3, QVIM_HINT_RGB);
   const int32_t dims[] = {20, 4, 3};
   qvimage3 volume, read;
@@ -132,9 +131,7 @@ TEST(PgmWrite, PlanesBecomeFramesAndReadBack) {
   EXPECT_EQ(file_bytes(path), file_of("P6\n20 4\n255\n", {raster(flat, 3)}));
 }
 
-TEST(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pgm";
+TEST_F(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
   frame grey(4, 4, 1, 8, 1, 1), two(4, 4, 1, 8, 2, 0), four(4, 4, 1, 8, 4, 0), deep(4, 4, 4, 12, 1, 1),
       real(4, 4, QVIM_FLOAT32, 0, 1, 0), empty(4, 4, 1, 8, 1, 1);
   qvywindow none{{2, 2}, {2, 4}};
@@ -152,9 +149,7 @@ TEST(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
 }
 
 // A process that appends may die at any moment: a file holds its frames, and those that were added whole.
-TEST(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pgm";
+TEST_F(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
   frame old(700, 9, 2, 12, 1, 1), added(700, 9, 2, 12, 1, 1, 0, 2);
   const bytes before = file_of("P5\n700 9\n4095\n", {raster(old, 1)}), more = raster(added, 1);
   ended how = ended::killed;
@@ -172,9 +167,7 @@ TEST(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
   EXPECT_EQ(how, ended::by_itself);
 }
 
-TEST(PgmWrite, AFailedAppendLeavesTheFileAsItWas) {
-  temporary_folder folder;
-  const std::string path = folder / "a.pgm";
+TEST_F(PgmWrite, AFailedAppendLeavesTheFileAsItWas) {
   frame f(1300, 40, 2, 12, 1, 1, QVIM_MSB);
   const bytes one_frame = file_of("P5\n1300 40\n4095\n", {raster(f, 1)});
   const auto append = [&] {

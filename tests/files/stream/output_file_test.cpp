@@ -317,36 +317,17 @@ TEST_F(Kept, BytesThatASourceLeavesAloneAreZeros) {
 }
 
 TEST_F(Kept, TheThreadsCallbackHearsOfCallsWithoutOne) {
-  struct heard {
-    std::vector<int64_t> steps;
-    int64_t stop_at;
-  } user{{}, 0};
-  const auto hear = [](void *p, int64_t step, int64_t steps) -> int32_t {
-    auto &u = *static_cast<heard *>(p);
-    EXPECT_EQ(steps % 5, 0);
-    u.steps.push_back(step);
-    return step == u.stop_at ? 17 : 0;
-  };
-  EXPECT_EQ(qvimage_progress(hear, &user), nullptr);
+  int heard = 0;
+  const auto hear = [](void *p, int64_t, int64_t) { return ++*static_cast<int *>(p), 0; };
+  EXPECT_EQ(qvimage_progress(hear, &heard), nullptr);
   EXPECT_EQ(write(nullptr), 0);
-  EXPECT_EQ(user.steps.size(), 30u);
+  EXPECT_EQ(heard, 30);
   EXPECT_EQ(write(nullptr, stop), -4) << "a callback of the call's own hears instead";
   std::thread([&] { EXPECT_EQ(write(nullptr), 0); }).join();
-  EXPECT_EQ(user.steps.size(), 30u) << "another thread's work is not heard of";
-  user = {{}, 7};
-  EXPECT_EQ(write(nullptr), 17);
-  EXPECT_EQ(user.steps.size(), 7u);
-  const int32_t dims[] = {40, 6, 5};
-  qvimage3 volume;
-  ASSERT_EQ(
-      qvimage3_memdata(&volume, image.stored.data(), image.stored.size(), dims, 0, 0, &image.d, nullptr, 0),
-      0);
-  user = {{}, 0};
-  EXPECT_EQ(qvimage3_tiffwrite(nullptr, &volume, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0), 0);
-  EXPECT_EQ(user.steps, (std::vector<int64_t>{1, 2, 3, 4, 5})) << "planes, not their rows";
+  EXPECT_EQ(heard, 30) << "another thread's work is not heard of";
   void *beside = nullptr;
   const qvimageprogress present = qvimage_progress(QVIM_PROGRESS_ASK, &beside);
-  EXPECT_EQ(beside, &user);
+  EXPECT_EQ(beside, &heard);
   EXPECT_EQ(qvimage_progress(nullptr, nullptr), present);
 }
 

@@ -8,6 +8,8 @@
 #include <map>
 #include <vector>
 
+#include "tests/files/codec/slow_coders.hpp"
+
 namespace tiff_test {
 
 using bytes = std::vector<uint8_t>;
@@ -184,39 +186,7 @@ class builder {
   std::vector<size_t> links_;
 };
 
-// A literal of at most 128 bytes at a time, and the runs that are at hand.
-inline bytes pack_bits(const page_spec &, const bytes &rows, size_t) {
-  bytes result;
-  for (size_t i = 0; i < rows.size();) {
-    size_t run = 1;
-    while (i + run < rows.size() && run < 128 && rows[i + run] == rows[i]) run++;
-    if (run > 1) {
-      result.insert(result.end(), {uint8_t(257 - run), rows[i]});
-    } else {
-      result.insert(result.end(), {0, rows[i]});
-    }
-    i += run;
-    if (i % 5 == 0) result.push_back(0x80);  // to be passed over
-  }
-  return result;
-}
-
-// Codes of 9 bits only: the table is cleared before it asks for more.
-inline bytes lzw(const page_spec &, const bytes &rows, size_t) {
-  bytes result;
-  uint32_t held = 0;
-  int bits = 0;
-  const auto put = [&](uint32_t code) {
-    held = held << 9 | code;
-    for (bits += 9; bits >= 8; bits -= 8) result.push_back(uint8_t(held >> (bits - 8)));
-  };
-  for (size_t i = 0; i < rows.size(); i++) {
-    if (i % 200 == 0) put(256);
-    put(rows[i]);
-  }
-  put(257);
-  if (bits) result.push_back(uint8_t(held << (8 - bits)));
-  return result;
-}
+inline bytes pack_bits(const page_spec &, const bytes &rows, size_t row) { return slow::pack(rows, row); }
+inline bytes lzw(const page_spec &, const bytes &rows, size_t) { return slow::lzw_encoder().encode(rows); }
 
 }  // namespace tiff_test

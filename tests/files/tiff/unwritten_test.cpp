@@ -5,14 +5,11 @@
 #include <qvimage/tiff.h>
 
 #include "tests/fault.hpp"
-#include "tests/files.hpp"
 #include "tests/files/tiff/saved.hpp"
 
 namespace {
 
-TEST(TiffWrite, WhatCannotBeWrittenIsRefusedBeforeAFileIsTouched) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, WhatCannotBeWrittenIsRefusedBeforeAFileIsTouched) {
   const bytes before = {1, 2, 3, 4};
   put_file(path, before);
   frame grey(4, 4, 2, 16, 1, QVIM_HINT_GREY), five(4, 4, 1, 8, 5, 0), wide(4, 4, 8, 64, 1, 0),
@@ -39,10 +36,8 @@ TEST(TiffWrite, WhatCannotBeWrittenIsRefusedBeforeAFileIsTouched) {
   EXPECT_EQ(folder.files(), 1u);
 }
 
-TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
+TEST_F(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
   frame f(4, 4, 1, 8, 1, QVIM_HINT_GREY);
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
   tiffhandle *none = nullptr;
   uint64_t memory[64] = {1, 2, 3};
   tiffhandle *foreign = reinterpret_cast<tiffhandle *>(memory);
@@ -78,9 +73,7 @@ TEST(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
 
 constexpr uint32_t transfers = call_read | call_write | call_close;
 
-TEST(TiffWrite, EveryFailureOfAPageInBandsIsReported) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, EveryFailureOfAPageInBandsIsReported) {
   frame f(300, 40, 2, 16, 1, QVIM_HINT_GREY);
   for (uint32_t compression : {1u, 5u, 32773u}) {
     qvimagefileinfo options = options_for(compression, 3000);
@@ -96,9 +89,7 @@ TEST(TiffWrite, EveryFailureOfAPageInBandsIsReported) {
   }
 }
 
-TEST(TiffWrite, AFailedAppendLeavesTheFileAsItWas) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, AFailedAppendLeavesTheFileAsItWas) {
   frame first(10, 10, 1, 8, 1, QVIM_HINT_GREY), flat(200, 90, 2, 16, 1, QVIM_HINT_GREY);
   const int32_t dims[] = {200, 30, 3};
   qvimage3 volume;

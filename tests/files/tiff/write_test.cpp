@@ -8,7 +8,6 @@
 
 #include <qvimage/tiff.h>
 
-#include "tests/files.hpp"
 #include "tests/files/tiff/saved.hpp"
 
 namespace {
@@ -61,14 +60,12 @@ bool served(const kind &k, uint32_t compression) {
   return (compression != 32885 && compression != 33397) || k.bits <= 12;
 }
 
-TEST(TiffWrite, PagesHoldTheirPixelsInEveryFormAndCompression) {
-  temporary_folder folder;
+TEST_F(TiffWrite, PagesHoldTheirPixelsInEveryFormAndCompression) {
   for (const kind &k : kinds)
     for (uint32_t compression : {1u, 5u, 517u, 32773u, 32885u, 33397u})
       for (uint32_t flags : {0u, uint32_t(QVIM_MSB | QVIM_DIRTY), uint32_t(QVIM_SWAPPED | QVIM_DIRTY)}) {
         SCOPED_TRACE(testing::Message() << k.name << ", compression " << compression << ", flags " << flags);
         frame f(61, 23, k.type, k.bits, k.pixies, k.hint, flags);
-        const std::string path = folder / "a.tif";
         std::remove(path.c_str());
         qvimagefileinfo options = options_for(compression, 700, flags ? 43 : 42);
         const int32_t code = save(f, path, &options, 0, k.exchanged);
@@ -101,13 +98,11 @@ TEST(TiffWrite, PagesHoldTheirPixelsInEveryFormAndCompression) {
           EXPECT_THAT(page.tags.at(530).values, ElementsAre(1, 1));
         }
         EXPECT_TRUE(std::is_sorted(page.order.begin(), page.order.end()));
-        EXPECT_EQ(content(file, page), expected_content(f, int(k.samples), compression, false, k.exchanged));
+        expect_content(file, page, rows_of(f, int(k.samples), compression, false, k.exchanged));
       }
 }
 
-TEST(TiffWrite, TagsHaveTheTypesThatTheirValuesNeed) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, TagsHaveTheTypesThatTheirValuesNeed) {
   frame small(640, 48, 1, 8, 1, QVIM_HINT_GREY), wide(70000, 10, 1, 8, 1, QVIM_HINT_GREY);
   ASSERT_EQ(save(small, path), 0);
   const parsed_tiff narrow_file(file_bytes(path));
@@ -125,9 +120,7 @@ TEST(TiffWrite, TagsHaveTheTypesThatTheirValuesNeed) {
   EXPECT_EQ(wide_file.pages[0].value(256), 70000u);
 }
 
-TEST(TiffWrite, StripsFollowTheSizeAskedFor) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, StripsFollowTheSizeAskedFor) {
   frame f(100, 50, 2, 16, 1, QVIM_HINT_GREY);  // rows of 200 bytes
   struct {
     uint64_t size, rows, strips;
@@ -146,13 +139,11 @@ TEST(TiffWrite, StripsFollowTheSizeAskedFor) {
         EXPECT_EQ(page.tags.at(tag).type, 4);
         EXPECT_EQ(page.tags.at(tag).is_inline, c.strips <= (version == 43 ? 2u : 1u));
       }
-      EXPECT_EQ(content(file, page), expected_content(f, 1, 5, false));
+      expect_content(file, page, rows_of(f, 1, 5, false));
     }
 }
 
-TEST(TiffWrite, StringsAndResolutionComeFromTheOptions) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, StringsAndResolutionComeFromTheOptions) {
   frame f(8, 8, 1, 8, 1, QVIM_HINT_GREY);
   qvimagefileinfo options = options_for(1);
   char three[] = "abc", four[] = "abcd", one[] = "x", time[] = "2001:02:03 04:05:06";
@@ -174,9 +165,7 @@ TEST(TiffWrite, StringsAndResolutionComeFromTheOptions) {
   EXPECT_EQ(tags.at(296).values.at(0), 3u);
 }
 
-TEST(TiffWrite, APaletteBecomesTheColourMap) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, APaletteBecomesTheColourMap) {
   frame index(9, 5, 1, 4, 1, QVIM_HINT_INDEX);
   struct {
     int32_t type, bits, pixies;
@@ -226,9 +215,7 @@ TEST(TiffWrite, APaletteBecomesTheColourMap) {
 
 // --- several pages
 
-TEST(TiffWrite, AVolumeBecomesAPageAPlane) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, AVolumeBecomesAPageAPlane) {
   frame flat(13, 4 * 5, 2, 12, 1, QVIM_HINT_GREY);  // five planes of four lines
   const int32_t dims[] = {13, 4, 5};
   qvimage3 volume;
@@ -255,13 +242,11 @@ TEST(TiffWrite, AVolumeBecomesAPageAPlane) {
       const bytes packed = packed_row(row, 12, false);
       expected.insert(expected.end(), packed.begin(), packed.end());
     }
-    EXPECT_EQ(content(file, file.pages[size_t(z)]), expected) << "plane " << z;
+    expect_content(file, file.pages[size_t(z)], expected);
   }
 }
 
-TEST(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
   for (uint32_t version : {42u, 43u}) {
     qvimagefileinfo options = options_for(32773, 0, version);
     std::remove(path.c_str());
@@ -278,7 +263,7 @@ TEST(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
     for (size_t page = 0; page < 3; page++) EXPECT_EQ(file.pages[page].value(256), 10 + page);
     EXPECT_EQ(file.number(file.pages[2].link_position, version == 43 ? 8 : 4), file.pages[3].position);
     EXPECT_EQ(file.pages[3].position % 2, 0u);
-    EXPECT_EQ(content(file, file.pages[3]), expected_content(last, 3, 1, false));
+    expect_content(file, file.pages[3], rows_of(last, 3, 1, false));
     // Nothing of the old file but the last link has changed.
     bytes old(file.bytes.begin(), file.bytes.begin() + long(before.size()));
     std::fill_n(old.begin() + long(file.pages[2].link_position), version == 43 ? 8 : 4, uint8_t(0));
@@ -289,9 +274,7 @@ TEST(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
 }
 
 // A big-endian file with an empty directory is one line of bytes; what follows is written by the library.
-TEST(TiffWrite, AppendingKeepsTheFilesByteOrder) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, AppendingKeepsTheFilesByteOrder) {
   const bytes classic = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0, 0, 3, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
   bytes big = {'M', 'M', 0, 43, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 16};
   big.resize(32);  // no entries and no next directory
@@ -307,15 +290,12 @@ TEST(TiffWrite, AppendingKeepsTheFilesByteOrder) {
         const parsed_tiff file(file_bytes(path));
         EXPECT_EQ(file.bigtiff, original == big);
         ASSERT_EQ(file.pages.size(), 2u);
-        EXPECT_EQ(content(file, file.pages[1]),
-                  expected_content(f, int(k.samples), compression, true, k.exchanged));
+        expect_content(file, file.pages[1], rows_of(f, int(k.samples), compression, true, k.exchanged));
       }
 }
 
 // Files beyond 4 GiB have a hole where other writers' data would be.
-TEST(TiffWrite, ClassicFilesEndAtFourGibibytesAndBigOnesDoNot) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, ClassicFilesEndAtFourGibibytesAndBigOnesDoNot) {
   frame f(100, 60, 1, 8, 1, QVIM_HINT_GREY);
   const struct {
     uint32_t version;
@@ -354,9 +334,8 @@ TEST(TiffWrite, ClassicFilesEndAtFourGibibytesAndBigOnesDoNot) {
 // --- bands
 
 // Name: picked up by the thread sanitizer's run.
-TEST(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+class TiffWriteThreads : public TiffWrite {};
+TEST_F(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
   frame f(123, 97, 2, 12, 1, QVIM_HINT_GREY);
   const uint32_t size[] = {123, 97};
   for (uint32_t compression : {1u, 5u, 32773u, 33397u})
@@ -385,7 +364,7 @@ TEST(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
       const parsed_tiff file(file_bytes(path));
       ASSERT_EQ(file.pages.size(), 2u);
       for (const parsed_page &page : file.pages)
-        EXPECT_EQ(content(file, page), expected_content(f, 1, compression, false));
+        expect_content(file, page, rows_of(f, 1, compression, false));
     }
   tiffhandle *h = nullptr;
   ASSERT_EQ(qvimage_tiffwriteopen(&h, 98, size, &f.d, path.c_str(), nullptr, 0, 0, nullptr), 0);
@@ -393,9 +372,7 @@ TEST(TiffWriteThreads, BandsOfOnePageAreCodedByDifferentThreads) {
   qvimage_tifffini(&h, 98);
 }
 
-TEST(TiffWrite, APageOfWhichABandIsMissingIsNotLinked) {
-  temporary_folder folder;
-  const std::string path = folder / "a.tif";
+TEST_F(TiffWrite, APageOfWhichABandIsMissingIsNotLinked) {
   frame f(40, 50, 1, 8, 1, QVIM_HINT_GREY);
   tiffhandle *h = nullptr;
   ASSERT_EQ(qvimage_tiffwriteopen(&h, 3, nullptr, nullptr, path.c_str(), nullptr, 0, 0, nullptr), 0);
@@ -413,7 +390,7 @@ TEST(TiffWrite, APageOfWhichABandIsMissingIsNotLinked) {
   EXPECT_EQ(qvimage_tifffini(&h, 3), 0);
   const parsed_tiff file(file_bytes(path));
   ASSERT_EQ(file.pages.size(), 1u);
-  EXPECT_EQ(content(file, file.pages[0]), expected_content(f, 1, 1, false));
+  expect_content(file, file.pages[0], rows_of(f, 1, 1, false));
 }
 
 }  // namespace
