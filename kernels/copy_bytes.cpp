@@ -4,10 +4,12 @@
 namespace qvim {
 
 void copy_in_pieces(void *to, const void *from, uint64_t count) {
-  constexpr uint64_t piece = string_copy_from - 64;  // still whole cache lines
+  uint64_t piece = string_copy_from - 64;  // still whole cache lines
+  asm("" : "+r"(piece));  // for a size that it knows the compiler would use the string instruction itself
   auto *t = static_cast<uint8_t *>(to);
   auto *f = static_cast<const uint8_t *>(from);
   for (; count > piece; count -= piece, t += piece, f += piece) std::memcpy(t, f, piece);
+  asm("" : "+r"(count));
   std::memcpy(t, f, count);
 }
 
