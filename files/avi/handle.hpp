@@ -8,19 +8,14 @@
 #include <qvimage/fileinfo.h>
 
 #include "files/avi/riff.hpp"
+#include "files/stream/handle.hpp"
 
-struct avihandle {
-  enum mark : uint32_t { reader_mark = 0x41564952, writer_mark = 0x41564957 };
+struct avihandle : qvim::marked {
+  static constexpr uint32_t reader_mark = 0x41564952, writer_mark = 0x41564957;
 
-  explicit avihandle(mark m) : identity(m) {}
-  avihandle(const avihandle &) = delete;
-  avihandle &operator=(const avihandle &) = delete;
+  using marked::marked;
 
-  uint32_t identity;
   bufio file{};
-
- protected:
-  ~avihandle() { identity = 0; }
 };
 
 namespace qvim::avi {

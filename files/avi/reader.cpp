@@ -7,12 +7,11 @@
 #include <qvimage/jpeg.h>
 #include <qvimage/views.h>
 
-#include "core/null.hpp"
 #include "core/reason.hpp"
 #include "files/avi/movie.hpp"
 #include "files/rows/information.hpp"
+#include "files/rows/read_calls.hpp"
 #include "files/stream/bufio.hpp"
-#include "files/stream/handle.hpp"
 
 namespace qvim::avi {
 
@@ -125,12 +124,13 @@ int32_t jpeg_rows::view(uint32_t y, uint32_t x, uint32_t *n, const uint8_t **pix
 }
 
 struct reader final : avihandle {
-  static constexpr mark kind = reader_mark;
+  static constexpr uint32_t kind = reader_mark;
 
   reader() : avihandle(reader_mark), plain(&file, movie), bitmaps(&file, plain), jpegs(&file, movie) {}
   ~reader() { bufio_done(&file); }
 
   int32_t open(const char *path, const char *fopenmode, int64_t bufsize, bool lenient, bool wants_palette);
+  int32_t present_on(qvimage3 *im, qvimage *palette);
   int32_t fill(qvimagefileinfo *info) const;
   row_source &source() { return movie.is_jpeg ? static_cast<row_source &>(jpegs) : bitmaps.source(); }
 
@@ -163,6 +163,14 @@ int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize, b
   return 0;
 }
 
+int32_t reader::present_on(qvimage3 *im, qvimage *palette) {
+  if (shown.has_palette_image)
+    if (const int32_t code = dib::present_palette(palette, movie.palette, movie.format.bits, false); code < 0)
+      return code;
+  present(im, image, source());
+  return 0;
+}
+
 int32_t reader::fill(qvimagefileinfo *info) const {
   describe(*info, "avi", image);
   info->bmp_xppm = movie.format.xppm;
@@ -172,40 +180,7 @@ int32_t reader::fill(qvimagefileinfo *info) const {
   info->avi_bits = movie.format.bits;
   info->avi_compression = movie.format.compression;
   std::memcpy(info->avi_handler, &movie.handler, sizeof info->avi_handler);
-  for (unsigned i = 0; i < text_count; i++)
-    if (!copy_text(movie.texts[i], &(info->*text_chunks[i].member))) {
-      free_texts(*info);
-      clear(*info);
-      return QVERR_MEMORY;
-    }
-  return 0;
-}
-
-int32_t open(qvimage3 *im, qvimage *palette, avihandle **h, const char *path, const char *fopenmode,
-             int64_t bufsize, bool lenient) {
-  if (!im || !h || *h) return because(QVERR_USAGE, {"no record, or no place for the handle"});
-  auto r = make_owned<reader>();
-  int32_t code = r ? r->open(path, fopenmode, bufsize, lenient, palette != nullptr) : int32_t{QVERR_MEMORY};
-  if (code == 0 && r->shown.has_palette_image)
-    code = dib::present_palette(palette, r->movie.palette, r->movie.format.bits, false);
-  if (code < 0) return code;
-  present(im, r->image, r->source());
-  *h = r.release();
-  return 0;
-}
-
-int32_t info_of_handle(avihandle *h, qvimagefileinfo *info) {
-  reader *r;
-  if (const int32_t code = behind(h, &r); code < 0) return code;
-  return info ? r->fill(info) : because(QVERR_USAGE, {"no record for the information"});
-}
-
-int32_t info_of_file(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  if (!info) return because(QVERR_USAGE, {"no record for the information"});
-  clear(*info);
-  auto r = make_owned<reader>();
-  const int32_t code = r ? r->open(path, fopenmode, bufsize, true, true) : int32_t{QVERR_MEMORY};
-  return code < 0 ? code : r->fill(info);
+  return copy_texts(*info, movie.texts, [&](size_t i) { return &(info->*text_chunks[i].member); });
 }
 
 }  // namespace
@@ -218,25 +193,20 @@ extern "C" {
 
 int32_t qvimage3_aviread(qvimage3 *image, qvimage *palette, avihandle **h, const char *path,
                          const char *fopenmode, int64_t bufsize, uint32_t lenient) {
-  const public_call door;
-  if (palette) qvimage_defnull(palette);
-  const int32_t code = avi::open(image, palette, h, path, fopenmode, bufsize, lenient != 0);
-  if (code < 0 && image) qvimage3_defnull(image);
-  return door.result(code);
+  return read_file<avi::reader>(image, palette, h, path, fopenmode, bufsize, lenient != 0,
+                                palette != nullptr);
 }
 
 int32_t qvimage3_avireaddone(qvimage3 *image, qvimage *palette, avihandle **h) {
-  if (image) qvimage3_defnull(image);
-  if (palette) qvimage_defnull(palette);
-  return public_call().result(release<avi::reader>(h));
+  return end_reading<avi::reader>(image, palette, h);
 }
 
 int32_t qvimage_avireadinfo(avihandle *h, qvimagefileinfo *info) {
-  return public_call().result(avi::info_of_handle(h, info));
+  return info_of_handle<avi::reader>(h, info);
 }
 
 int32_t qvimage_aviinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  return public_call().result(avi::info_of_file(info, path, fopenmode, bufsize));
+  return info_of_file<avi::reader>(info, path, fopenmode, bufsize, true, true);
 }
 
 void qvimage_aviinfodone(qvimagefileinfo *info) {

@@ -29,7 +29,7 @@ struct request {
 
 class writer final : public avihandle {
  public:
-  static constexpr mark kind = writer_mark;
+  static constexpr uint32_t kind = writer_mark;
 
   writer() : avihandle(writer_mark), output_(file) {}
   ~writer();

@@ -4,26 +4,19 @@
 #include <qvimage/bmp.h>
 #include <qvimage/error.h>
 
-#include "core/null.hpp"
 #include "core/reason.hpp"
 #include "files/bmp/dib.hpp"
 #include "files/rows/information.hpp"
+#include "files/rows/read_calls.hpp"
 #include "files/stream/bufio.hpp"
 #include "files/stream/handle.hpp"
 
 // The public handle type: a reader's.
-struct bmphandle {
-  static constexpr uint32_t reader_mark = 0x424D5052;
-
-  bmphandle() : identity(reader_mark) {}
-  bmphandle(const bmphandle &) = delete;
-  bmphandle &operator=(const bmphandle &) = delete;
-
-  uint32_t identity;
+struct bmphandle : qvim::marked {
   bufio file{};
 
  protected:
-  ~bmphandle() { identity = 0; }
+  using marked::marked;
 };
 
 namespace qvim::bmp {
@@ -50,13 +43,13 @@ struct stored_rows final : raster {
 };
 
 struct reader final : bmphandle {
-  static constexpr uint32_t kind = reader_mark;
+  static constexpr uint32_t kind = 0x424D5052;
 
-  reader() : stored(&this->file), rows(&this->file, stored) {}
+  reader() : bmphandle(kind), stored(&this->file), rows(&this->file, stored) {}
   ~reader() { bufio_done(&file); }
 
   int32_t open(const request &r, bool wants_palette);
-  void fill(qvimagefileinfo *info) const;
+  int32_t fill(qvimagefileinfo *info) const;
   int32_t present_on(qvimage *image, qvimage *palette_image);
 
   stored_rows stored;
@@ -147,7 +140,7 @@ int32_t reader::present_on(qvimage *image, qvimage *palette_image) {
   return 0;
 }
 
-void reader::fill(qvimagefileinfo *info) const {
+int32_t reader::fill(qvimagefileinfo *info) const {
   const char(&type)[4] = icon ? "ico" : "bmp";
   describe(*info, type, {"", head.columns(), head.rows(), 1, shown.data, head.pixel_size()});
   info->bmp_planes = head.planes;
@@ -156,33 +149,7 @@ void reader::fill(qvimagefileinfo *info) const {
   info->bmp_compression = head.compression;
   info->bmp_xppm = head.xppm;
   info->bmp_yppm = head.yppm;
-}
-
-int32_t open(qvimage *image, qvimage *palette_image, bmphandle **h, const request &r) {
-  if (!image || !h || *h) return because(QVERR_USAGE, {"no record, or no place for the handle"});
-  auto opened = make_owned<reader>();
-  if (!opened) return QVERR_MEMORY;
-  int32_t code = opened->open(r, palette_image != nullptr);
-  if (code == 0) code = opened->present_on(image, palette_image);
-  if (code == 0) *h = opened.release();
-  return code;
-}
-
-int32_t info_of_handle(bmphandle *h, qvimagefileinfo *info) {
-  reader *r;
-  if (const int32_t code = behind(h, &r); code < 0) return code;
-  if (!info) return because(QVERR_USAGE, {"no record for the information"});
-  r->fill(info);
   return 0;
-}
-
-int32_t info_of_file(qvimagefileinfo *info, const request &r) {
-  if (!info) return because(QVERR_USAGE, {"no record for the information"});
-  clear(*info);
-  auto opened = make_owned<reader>();
-  const int32_t code = opened ? opened->open(r, true) : int32_t{QVERR_MEMORY};
-  if (code == 0) opened->fill(info);
-  return code;
 }
 
 }  // namespace
@@ -196,27 +163,22 @@ extern "C" {
 int32_t qvimage_bmpread(qvimage *image, qvimage *palette, bmphandle **h, const char *path,
                         const char *fopenmode, int64_t bufsize, uint32_t rgborder, uint32_t anycompression,
                         uint32_t icon) {
-  const public_call door;
-  if (palette) qvimage_defnull(palette);
-  const int32_t code =
-      bmp::open(image, palette, h, {path, fopenmode, bufsize, rgborder != 0, anycompression != 0, icon != 0});
-  if (code < 0 && image) qvimage_defnull(image);
-  return door.result(code);
+  const bmp::request r{path, fopenmode, bufsize, rgborder != 0, anycompression != 0, icon != 0};
+  return read_file<bmp::reader>(image, palette, h, r, palette != nullptr);
 }
 
 int32_t qvimage_bmpreaddone(qvimage *image, qvimage *palette, bmphandle **h) {
-  if (image) qvimage_defnull(image);
-  if (palette) qvimage_defnull(palette);
-  return public_call().result(release<bmp::reader>(h));
+  return end_reading<bmp::reader>(image, palette, h);
 }
 
 int32_t qvimage_bmpreadinfo(bmphandle *h, qvimagefileinfo *info, int32_t) {
-  return public_call().result(bmp::info_of_handle(h, info));
+  return info_of_handle<bmp::reader>(h, info);
 }
 
 int32_t qvimage_bmpinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                         uint32_t icon) {
-  return public_call().result(bmp::info_of_file(info, {path, fopenmode, bufsize, false, true, icon != 0}));
+  const bmp::request r{path, fopenmode, bufsize, false, true, icon != 0};
+  return info_of_file<bmp::reader>(info, r, true);
 }
 
 void qvimage_bmpinfodone(qvimagefileinfo *) {}

@@ -9,6 +9,7 @@
 #include <qvimage/fits.h>
 
 #include "core/owned.hpp"
+#include "files/stream/handle.hpp"
 
 namespace qvim::fits {
 
@@ -71,16 +72,10 @@ qvimagehints describe_size(const header &h, const roles &r);
 }  // namespace qvim::fits
 
 // The public handle type. A reader or a writer derives from it; the mark says which.
-struct fitshandle {
-  enum mark : uint32_t { reader_mark = 0x46495452, writer_mark = 0x46495457 };
+struct fitshandle : qvim::marked {
+  static constexpr uint32_t reader_mark = 0x46495452, writer_mark = 0x46495457;
 
-  explicit fitshandle(mark m) : identity(m) {}
-  fitshandle(const fitshandle &) = delete;
-  fitshandle &operator=(const fitshandle &) = delete;
+  using marked::marked;
 
-  uint32_t identity;
   bufio file{};
-
- protected:
-  ~fitshandle() { identity = 0; }
 };

@@ -5,15 +5,14 @@
 
 #include <qvimage/error.h>
 
-#include "core/null.hpp"
 #include "core/reason.hpp"
 #include "files/fits/card.hpp"
 #include "files/fits/header.hpp"
 #include "files/rows/information.hpp"
 #include "files/rows/raster.hpp"
+#include "files/rows/read_calls.hpp"
 #include "files/rows/row_image.hpp"
 #include "files/stream/bufio.hpp"
-#include "files/stream/handle.hpp"
 
 namespace qvim::fits {
 
@@ -30,9 +29,10 @@ struct reader final : fitshandle, raster {
     *begin = head.end + plane * frame_bytes;
     return 0;
   }
+  int32_t present_on(qvimage3 *im, const qvimage *) { return present(im, image, *this), 0; }
   int32_t fill(qvimagefileinfo *info, uint64_t frame);
 
-  static constexpr mark kind = reader_mark;
+  static constexpr uint32_t kind = reader_mark;
   header head;
   roles roles_of{};
   uint64_t frame_bytes = 0;
@@ -108,6 +108,7 @@ int32_t reader::fill(qvimagefileinfo *info, uint64_t frame) {
   info->fts_bzero = head.bzero;
   info->fts_bscale = head.bscale;
   array<char> observed;
+  const locked hold(*this);
   int32_t code = observation(frame, &observed);
   for (unsigned i = 0; i < texts && code == 0; i++) {
     const array<char> &text = i == date_obs && observed.size() ? observed : head.text_of[i];
@@ -120,28 +121,9 @@ int32_t reader::fill(qvimagefileinfo *info, uint64_t frame) {
   return code;
 }
 
-int32_t open(qvimage3 *im, fitshandle **h, const char *path, const char *fopenmode, int64_t bufsize,
-             bool lenient) {
-  if (!im || !h || *h) return because(QVERR_USAGE, {"no record, or no place for the handle"});
-  auto r = make_owned<reader>();
-  const int32_t code = r ? r->open(path, fopenmode, bufsize, lenient) : int32_t{QVERR_MEMORY};
-  if (code < 0) return code;
-  present(im, r->image, *r);
-  *h = r.release();
-  return 0;
-}
-
-int32_t info_of_handle(fitshandle *h, qvimagefileinfo *info, uint64_t frame) {
-  reader *r;
-  if (const int32_t code = behind(h, &r); code < 0) return code;
-  if (!info) return because(QVERR_USAGE, {"no record for the information"});
-  const locked hold(*r);
-  return r->fill(info, frame);
-}
-
 // The records of frames first, first + 1, ...: how many, or a code with nothing left in them.
-int64_t info_of_file(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
-                     int64_t bufsize, uint64_t first) {
+int64_t info_of_frames(qvimagefileinfo *infos, int64_t n, const char *path, const char *fopenmode,
+                       int64_t bufsize, uint64_t first) {
   if (!infos || n < 1) return because(QVERR_USAGE, {"no record for the information"});
   for (int64_t i = 0; i < n; i++) clear(infos[i]);
   auto r = make_owned<reader>();
@@ -169,26 +151,20 @@ extern "C" {
 
 int32_t qvimage3_fitsread(qvimage3 *image, qvimage *second, fitshandle **h, const char *path,
                           const char *fopenmode, int64_t bufsize, uint32_t lenient) {
-  const public_call door;
-  if (second) qvimage_defnull(second);
-  const int32_t code = fits::open(image, h, path, fopenmode, bufsize, lenient != 0);
-  if (code < 0 && image) qvimage3_defnull(image);
-  return door.result(code);
+  return read_file<fits::reader>(image, second, h, path, fopenmode, bufsize, lenient != 0);
 }
 
 int32_t qvimage3_fitsreaddone(qvimage3 *image, qvimage *second, fitshandle **h) {
-  if (image) qvimage3_defnull(image);
-  if (second) qvimage_defnull(second);
-  return public_call().result(release<fits::reader>(h));
+  return end_reading<fits::reader>(image, second, h);
 }
 
 int32_t qvimage_fitsreadinfo(fitshandle *h, qvimagefileinfo *info, uint64_t frame) {
-  return public_call().result(fits::info_of_handle(h, info, frame));
+  return info_of_handle<fits::reader>(h, info, frame);
 }
 
 int32_t qvimage_fitsinfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize,
                          uint64_t frame) {
-  const int64_t filled = public_call().result(fits::info_of_file(info, 1, path, fopenmode, bufsize, frame));
+  const int64_t filled = public_call().result(fits::info_of_frames(info, 1, path, fopenmode, bufsize, frame));
   return filled < 0 ? int32_t(filled) : 0;
 }
 
@@ -196,7 +172,7 @@ int64_t qvimage_fitsinfoN(qvimagefileinfo *infos, int64_t n, const char *path, c
                           int64_t bufsize, int64_t first) {
   const public_call door;
   if (first < 0) return door.result(int64_t{because(QVERR_USAGE, {"frames count from 0"})});
-  return door.result(fits::info_of_file(infos, n, path, fopenmode, bufsize, uint64_t(first)));
+  return door.result(fits::info_of_frames(infos, n, path, fopenmode, bufsize, uint64_t(first)));
 }
 
 void qvimage_fitsinfodone(qvimagefileinfo *info) {

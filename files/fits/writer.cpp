@@ -25,7 +25,7 @@ struct request {
 
 class writer final : public fitshandle {
  public:
-  static constexpr mark kind = writer_mark;
+  static constexpr uint32_t kind = writer_mark;
 
   writer() : fitshandle(writer_mark), output_(file) {}
 

@@ -5,16 +5,11 @@
 
 #include <qvimage/jpeg.h>
 
+#include "files/stream/handle.hpp"
+
 // The public type. A reader or a writer derives from it; the mark says which.
-struct jpegcontext {
-  enum mark : uint32_t { reader_mark = 0x4A504752, writer_mark = 0x4A504757 };
+struct jpegcontext : qvim::marked {
+  static constexpr uint32_t reader_mark = 0x4A504752, writer_mark = 0x4A504757;
 
-  explicit jpegcontext(mark m) : identity(m) {}
-  jpegcontext(const jpegcontext &) = delete;
-  jpegcontext &operator=(const jpegcontext &) = delete;
-
-  uint32_t identity;  // first, so that any memory taken for a context can be told from one
-
- protected:
-  ~jpegcontext() { identity = 0; }
+  using marked::marked;
 };

@@ -3,15 +3,14 @@
 
 #include <qvimage/data.h>
 
-#include "core/null.hpp"
 #include "core/reason.hpp"
 #include "files/jpeg/context.hpp"
 #include "files/jpeg/pixel_rows.hpp"
 #include "files/rows/information.hpp"
+#include "files/rows/read_calls.hpp"
 #include "files/rows/row_image.hpp"
 #include "files/rows/row_source.hpp"
 #include "files/stream/bufio.hpp"
-#include "files/stream/handle.hpp"
 
 namespace qvim::jpeg {
 
@@ -32,14 +31,15 @@ class critical {
 };
 
 struct reader final : jpegcontext, row_source {
-  explicit reader(bufio *callers)
+  explicit reader(bufio *callers = nullptr)
       : jpegcontext(reader_mark), row_source(callers ? callers : &file), stream(callers ? callers : &file) {}
   ~reader() { bufio_done(&file); }  // nothing when it was never opened
 
-  static constexpr mark kind = reader_mark;
+  static constexpr uint32_t kind = reader_mark;
 
   [[nodiscard]] int32_t open(const char *path, const char *fopenmode, int64_t bufsize) {
     if (stream == &file) {
+      if (!path) return because(QVERR_USAGE, {"no path"});
       const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, BUFIO_LOCKED);
       if (code < 0) return code;
     }
@@ -69,6 +69,8 @@ struct reader final : jpegcontext, row_source {
     return code;
   }
 
+  int32_t fill(qvimagefileinfo *info) const;
+
   bufio file{};
   bufio *const stream;
   head said;
@@ -84,7 +86,7 @@ row_image picture_of(const head &h) {
 
 int32_t open(qvimage *view, jpegcontext **c, const char *path, const char *fopenmode, int64_t bufsize,
              bufio *stream) {
-  if (!view || !c || *c || !(path || stream)) return QVERR_USAGE;
+  if (!view || !c || *c) return QVERR_USAGE;
   auto r = make_owned<reader>(stream);
   const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
   if (code < 0) return code;
@@ -97,34 +99,15 @@ void free_comments(qvimagefileinfo &info) {
   for (char *&text : info.jpg_comment) qvfreep(&text);
 }
 
-int32_t fill(const head &h, qvimagefileinfo *info) {
-  describe(*info, type, picture_of(h));
-  info->jpg_quality = h.quality;
-  info->jpg_reserved = h.has_quality;
-  info->jpg_xdensity = h.pixels.x;
-  info->jpg_ydensity = h.pixels.y;
-  info->jpg_densityunit = h.pixels.unit;
-  info->jpg_encodemode = h.mode;
-  for (uint32_t i = 0; i < comment_count; i++)
-    if (!copy_text(h.comments[i], &info->jpg_comment[i])) {
-      free_comments(*info);
-      return clear(*info), QVERR_MEMORY;
-    }
-  return 0;
-}
-
-int32_t info_of_context(jpegcontext *c, qvimagefileinfo *info) {
-  reader *r;
-  if (const int32_t code = behind(c, &r); code < 0) return code;
-  return info ? fill(r->said, info) : QVERR_USAGE;
-}
-
-int32_t info_of_file(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  if (!info || !path) return QVERR_USAGE;
-  clear(*info);
-  auto r = make_owned<reader>(nullptr);
-  const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
-  return code < 0 ? code : fill(r->said, info);
+int32_t reader::fill(qvimagefileinfo *info) const {
+  describe(*info, type, picture_of(said));
+  info->jpg_quality = said.quality;
+  info->jpg_reserved = said.has_quality;
+  info->jpg_xdensity = said.pixels.x;
+  info->jpg_ydensity = said.pixels.y;
+  info->jpg_densityunit = said.pixels.unit;
+  info->jpg_encodemode = said.mode;
+  return copy_texts(*info, said.comments, [&](size_t i) { return &info->jpg_comment[i]; });
 }
 
 }  // namespace
@@ -144,16 +127,15 @@ int32_t qvimage_jpegread(qvimage *view, jpegcontext **c, const char *path, const
 }
 
 int32_t qvimage_jpegreaddone(qvimage *view, jpegcontext **c) {
-  qvimage_defnull(view);
-  return release<jpeg::reader>(c);
+  return end_reading<jpeg::reader>(view, nullptr, c);
 }
 
 int32_t qvimage_jpegreadinfo(jpegcontext *c, qvimagefileinfo *info) {
-  return public_call().result(jpeg::info_of_context(c, info));
+  return info_of_handle<jpeg::reader>(c, info);
 }
 
 int32_t qvimage_jpeginfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  return public_call().result(jpeg::info_of_file(info, path, fopenmode, bufsize));
+  return info_of_file<jpeg::reader>(info, path, fopenmode, bufsize);
 }
 
 void qvimage_jpeginfodone(qvimagefileinfo *info) {

@@ -37,7 +37,7 @@ struct writer final : jpegcontext {
   writer() : jpegcontext(writer_mark) {}
   ~writer();
 
-  static constexpr mark kind = writer_mark;
+  static constexpr uint32_t kind = writer_mark;
 
   // Checks and sets what the image and the options ask for. -1, -19.
   [[nodiscard]] int32_t set_form(const qvimage &image, const qvimagefileinfo *options);

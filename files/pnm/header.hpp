@@ -11,6 +11,7 @@
 
 #include "core/owned.hpp"
 #include "files/rows/row_form.hpp"
+#include "files/stream/handle.hpp"
 
 namespace qvim::pnm {
 
@@ -55,17 +56,11 @@ void write_header(bufio &file, const header &h, const qvimagefileinfo *options);
 }  // namespace qvim::pnm
 
 // The public handle type. A reader or a writer derives from it; the mark says which.
-struct pgmhandle {
-  enum mark : uint32_t { reader_mark = 0x50474D52, writer_mark = 0x50474D57 };
+struct pgmhandle : qvim::marked {
+  static constexpr uint32_t reader_mark = 0x50474D52, writer_mark = 0x50474D57;
 
-  explicit pgmhandle(mark m) : identity(m) {}
-  pgmhandle(const pgmhandle &) = delete;
-  pgmhandle &operator=(const pgmhandle &) = delete;
+  using marked::marked;
 
-  uint32_t identity;
   bufio file{};
   qvim::pnm::header head;
-
- protected:
-  ~pgmhandle() { identity = 0; }
 };

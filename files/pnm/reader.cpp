@@ -2,14 +2,13 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 
-#include "core/null.hpp"
 #include "core/reason.hpp"
 #include "files/pnm/header.hpp"
 #include "files/rows/information.hpp"
 #include "files/rows/raster.hpp"
+#include "files/rows/read_calls.hpp"
 #include "files/rows/row_image.hpp"
 #include "files/stream/bufio.hpp"
-#include "files/stream/handle.hpp"
 
 namespace qvim::pnm {
 
@@ -26,15 +25,16 @@ struct reader final : pgmhandle, raster {
     *begin = head.end + plane * head.frame_bytes();
     return 0;
   }
+  int32_t present_on(qvimage3 *im, const qvimage *) { return present(im, image, *this), 0; }
   int32_t fill(qvimagefileinfo *info) const;
 
-  static constexpr mark kind = reader_mark;
+  static constexpr uint32_t kind = reader_mark;
   texts comments;
   row_image image{};
 };
 
 int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
-  if (!path) return QVERR_USAGE;
+  if (!path) return because(QVERR_USAGE, {"no path"});
   int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, 0);
   if (code == 0) code = read_header(file, &head, &comments);
   if (code < 0) return code;
@@ -53,36 +53,7 @@ int32_t reader::fill(qvimagefileinfo *info) const {
   describe(*info, "pgm", image);
   info->pgm_magic = uint32_t(head.magic);
   info->pgm_maxvalue = head.maximum;
-  for (size_t i = 0; i < comments.size(); i++)
-    if (!copy_text(comments[i], &(info->*text_members[i]))) {
-      free_texts(*info);
-      return clear(*info), QVERR_MEMORY;
-    }
-  return 0;
-}
-
-int32_t open(qvimage3 *im, pgmhandle **h, const char *path, const char *fopenmode, int64_t bufsize) {
-  if (!im || !h || *h) return QVERR_USAGE;
-  auto r = make_owned<reader>();
-  const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
-  if (code < 0) return code;
-  present(im, r->image, *r);
-  *h = r.release();
-  return 0;
-}
-
-int32_t info_of_handle(pgmhandle *h, qvimagefileinfo *info) {
-  reader *r;
-  if (const int32_t code = behind(h, &r); code < 0) return code;
-  return info ? r->fill(info) : QVERR_USAGE;
-}
-
-int32_t info_of_file(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  if (!info) return QVERR_USAGE;
-  clear(*info);
-  auto r = make_owned<reader>();
-  const int32_t code = r ? r->open(path, fopenmode, bufsize) : int32_t{QVERR_MEMORY};
-  return code < 0 ? code : r->fill(info);
+  return copy_texts(*info, comments, [&](size_t i) { return &(info->*text_members[i]); });
 }
 
 }  // namespace
@@ -95,25 +66,19 @@ extern "C" {
 
 int32_t qvimage3_pgmread(qvimage3 *image, qvimage *second, pgmhandle **h, const char *path,
                          const char *fopenmode, int64_t bufsize, uint32_t) {
-  const public_call door;
-  qvimage_defnull(second);
-  const int32_t code = pnm::open(image, h, path, fopenmode, bufsize);
-  if (code < 0) qvimage3_defnull(image);
-  return door.result(code);
+  return read_file<pnm::reader>(image, second, h, path, fopenmode, bufsize);
 }
 
 int32_t qvimage3_pgmreaddone(qvimage3 *image, qvimage *second, pgmhandle **h) {
-  qvimage3_defnull(image);
-  qvimage_defnull(second);
-  return release<pnm::reader>(h);
+  return end_reading<pnm::reader>(image, second, h);
 }
 
 int32_t qvimage_pgmreadinfo(pgmhandle *h, qvimagefileinfo *info) {
-  return public_call().result(pnm::info_of_handle(h, info));
+  return info_of_handle<pnm::reader>(h, info);
 }
 
 int32_t qvimage_pgminfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize) {
-  return public_call().result(pnm::info_of_file(info, path, fopenmode, bufsize));
+  return info_of_file<pnm::reader>(info, path, fopenmode, bufsize);
 }
 
 void qvimage_pgminfodone(qvimagefileinfo *info) {

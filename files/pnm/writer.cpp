@@ -27,7 +27,7 @@ struct request {
 
 class writer final : public pgmhandle {
  public:
-  static constexpr mark kind = writer_mark;
+  static constexpr uint32_t kind = writer_mark;
 
   writer() : pgmhandle(writer_mark), output_(file) {}
 

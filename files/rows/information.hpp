@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include <qvimage/alloc.h>
+#include <qvimage/error.h>
 #include <qvimage/fileinfo.h>
 
 #include "core/owned.hpp"
@@ -38,6 +39,19 @@ inline void describe(qvimagefileinfo &info, const char (&type)[4], const row_ima
   *copy = static_cast<char *>(qvmalloc(text.size()));
   if (*copy) std::memcpy(*copy, text.data(), text.size());
   return *copy != nullptr;
+}
+
+// Copies of some texts, each for the member that place(i) points to. Without memory for all of them the
+// record is cleared.
+template <class Texts, class Place>
+[[nodiscard]] int32_t copy_texts(qvimagefileinfo &info, const Texts &texts, Place place) {
+  size_t copied = 0;
+  for (const array<char> &text : texts)
+    if (!copy_text(text, place(copied++))) {
+      while (copied > 0) qvfreep(place(--copied));
+      return clear(info), QVERR_MEMORY;
+    }
+  return 0;
 }
 
 inline bool has_type(const qvimagefileinfo &info, const char (&type)[4]) {

@@ -11,6 +11,19 @@
 
 namespace qvim {
 
+// What public handle types derive from. The mark is first, so that any memory taken for a handle can be told
+// from one.
+struct marked {
+  explicit marked(uint32_t mark) : identity(mark) {}
+  marked(const marked &) = delete;
+  marked &operator=(const marked &) = delete;
+
+  uint32_t identity;
+
+ protected:
+  ~marked() { identity = 0; }
+};
+
 // 0 and what is behind the handle; -1 without one, -64 when it has another mark.
 template <class Derived, class Handle>
 [[nodiscard]] int32_t behind(Handle *h, Derived **result) {

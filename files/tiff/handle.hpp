@@ -11,14 +11,11 @@
 #include "files/tiff/page.hpp"
 
 // The public handle type. A reader or a writer derives from it; the mark says which.
-struct tiffhandle {
-  enum mark : uint32_t { reader_mark = 0x54494652, writer_mark = 0x54494657 };
+struct tiffhandle : qvim::marked {
+  static constexpr uint32_t reader_mark = 0x54494652, writer_mark = 0x54494657;
 
-  explicit tiffhandle(mark m) : identity(m) {}
-  tiffhandle(const tiffhandle &) = delete;
-  tiffhandle &operator=(const tiffhandle &) = delete;
+  using marked::marked;
 
-  uint32_t identity;  // first, so that any memory taken for a handle can be told from one
   qvim::tiff::format format;
   bufio file{};
   qvim::tiff::page page;  // the page being written, or the one that was read last

@@ -64,7 +64,7 @@ struct reader final : tiffhandle, row_source {
 
   static constexpr uint64_t no_page = ~uint64_t{0};
 
-  static constexpr mark kind = reader_mark;
+  static constexpr uint32_t kind = reader_mark;
   const mapped_as presented;
   directory where;          // of the current page: the one whose directory was read last
   uint64_t number = 0;      // of that page; no_page after a directory that could not be read

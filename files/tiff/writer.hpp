@@ -25,7 +25,7 @@ struct page_request {
 // part of the file in the last of these.
 class writer : public tiffhandle {
  public:
-  static constexpr mark kind = writer_mark;
+  static constexpr uint32_t kind = writer_mark;
 
   writer() : tiffhandle(writer_mark), output_(file) {}
 
