@@ -153,14 +153,16 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
     return all;
   };
   const auto put = [&](vectors all) __attribute__((always_inline)) {
+    const auto to = [=](int64_t i) { return dst + i * lanes * dststep; };
     each<together>([&](auto i) __attribute__((always_inline)) {
       all.v[i] = operation.bytes(shuffled_lanes(all.v[i], from));
-      if constexpr (twelves) return;
-      char *const to = dst + i * lanes * dststep;
-      if (has_gaps) all.v[i] = chosen(kept, load_lanes<known_to>(to, dststep), all.v[i]);
-      store_lanes<known_to>(to, dststep, all.v[i]);
+      if (!twelves && has_gaps) all.v[i] = chosen(kept, load_lanes<known_to>(to(i), dststep), all.v[i]);
     });
-    if constexpr (twelves) store_twelves(dst, all.v);
+    if constexpr (twelves)
+      store_twelves(dst, all.v);
+    else
+      each<together>([&](auto i)
+                         __attribute__((always_inline)) { store_lanes<known_to>(to(i), dststep, all.v[i]); });
     dst += together * lanes * dststep;
   };
   // So many items are left when all bytes of vectors are in the runs.

@@ -97,6 +97,13 @@ template <int64_t>
 QVIM_INLINE void store_lanes(char *to, int64_t, vec<uint8_t> v) {
   store_vector(to, v);
 }
+// Three lanes follow each other in memory: those of a vector are three apart.
+QVIM_INLINE void load_three(const char *from, vec<uint8_t> (&v)[3]) {
+  for (int i = 0; i < 3; ++i) v[i] = load_vector<uint8_t>(from + i * lane_bytes);
+}
+QVIM_INLINE void store_three(char *to, const vec<uint8_t> (&v)[3]) {
+  for (int i = 0; i < 3; ++i) store_vector(to + i * lane_bytes, v[i]);
+}
 QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
   const auto words = [&](int i) { return (vec<uint32_t>)v[i]; };
   for (int i = 0; i < 3; ++i) store_vector(to + 12 * i, words(i));
@@ -185,6 +192,20 @@ QVIM_INLINE void store_lanes(char *to, int64_t step, vec<uint8_t> v) {
   const auto at = [=](int64_t i) { return reinterpret_cast<__m128i *>(to + i * step); };
   _mm_storeu_si128(at(0), _mm256_castsi256_si128((__m256i)v));
   _mm_storeu_si128(at(1), _mm256_extracti128_si256((__m256i)v, 1));
+}
+QVIM_INLINE void load_three(const char *from, vec<uint8_t> (&v)[3]) {
+  const auto at = reinterpret_cast<const __m256i *>(from);
+  const __m256i a = _mm256_loadu_si256(at), b = _mm256_loadu_si256(at + 1), c = _mm256_loadu_si256(at + 2);
+  v[0] = (vec<uint8_t>)_mm256_blend_epi32(a, b, 0xF0);
+  v[1] = (vec<uint8_t>)_mm256_permute2x128_si256(a, c, 0x21);
+  v[2] = (vec<uint8_t>)_mm256_blend_epi32(b, c, 0xF0);
+}
+QVIM_INLINE void store_three(char *to, const vec<uint8_t> (&v)[3]) {
+  const auto at = reinterpret_cast<__m256i *>(to);
+  const auto a = (__m256i)v[0], b = (__m256i)v[1], c = (__m256i)v[2];
+  _mm256_storeu_si256(at, _mm256_inserti128_si256(a, _mm256_castsi256_si128(b), 1));
+  _mm256_storeu_si256(at + 1, _mm256_blend_epi32(c, a, 0xF0));
+  _mm256_storeu_si256(at + 2, _mm256_permute2x128_si256(b, c, 0x31));
 }
 // The first 12 bytes of each lane of four vectors, which make three.
 QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {

@@ -122,12 +122,16 @@ struct three_sums {
   }
 };
 
-// Lanes of whole pixels with a pad of one component, which stays.
+// The pads of lanes of whole pixels, of one component each; the rest is 0.
+template <class T, int64_t step>
+QVIM_INLINE byte_vector pads(const char *from) {
+  static constexpr lane_order pads([](int i) { return i / int(sizeof(T)) % 4 == 3 ? 255 : 0; });
+  return load_lanes<step>(from, step) & in_all_lanes<uint8_t>(pads.from);
+}
+// Such lanes to memory; pads stay.
 template <class T, int64_t step>
 QVIM_INLINE void store_padded(char *to, byte_vector v) {
-  static constexpr lane_order pads([](int i) { return i / int(sizeof(T)) % 4 == 3 ? 255 : 0; });
-  const auto pad = in_all_lanes<uint8_t>(pads.from);
-  store_lanes<step>(to, step, v | (load_lanes<step>(to, step) & pad));
+  store_lanes<step>(to, step, v | pads<T, step>(to));
 }
 
 // The coefficients of a conversion, components in the order in which they are stored.
@@ -289,6 +293,47 @@ struct dot_products {
   };
 };
 
+// One component to three equal ones: what an operation makes of it. So many pixels as a vector has become
+// three vectors, or four with pads.
+template <class T, int out, class Operation>
+struct spread {
+  static constexpr int width = sizeof(T);
+  static constexpr int64_t pixels = vector_bytes / width;
+  Operation operation;
+
+  // Byte i of vector k: which lane of pixels it is from, and which byte of that.
+  static constexpr int lane_from(int k, int i) { return (k * int(vector_bytes) + i) / int(lane_bytes) / out; }
+  struct places {
+    alignas(vector_bytes) uint8_t from[vector_bytes];
+    constexpr explicit places(int k) {
+      for (int i = 0; i < int(vector_bytes); ++i) {
+        const int component = (k * int(vector_bytes) + i) / width, pixel = component / out;
+        from[i] = uint8_t(component % out == 3 ? 128 : (pixel * width + i % width) % int(lane_bytes));
+      }
+    }
+  };
+  QVIM_INLINE void convert(const char *src, char *dst) const {
+    byte_vector v[out];
+    each<out>([&](auto k) __attribute__((always_inline)) {
+      constexpr int first = lane_from(k, 0), last = lane_from(k, vector_bytes - 1);
+      const char *const from = src + first * lane_bytes;
+      v[k] = operation(first == last ? in_all_lanes<uint8_t>(from) : load_vector<uint8_t>(from));
+    });
+    each<out>([&](auto k) __attribute__((always_inline)) {
+      static constexpr places order(k);
+      v[k] = shuffled_lanes(v[k], load_vector<uint8_t>(order.from));
+      if constexpr (out == 4) v[k] |= pads<T, lane_bytes>(dst + k * vector_bytes);
+    });
+    each<out>([&](auto k) __attribute__((always_inline)) { store_vector(dst + k * vector_bytes, v[k]); });
+  }
+};
+template <class T, int out, class Operation = unchanged>
+[[gnu::noinline]] void run_spread(const char *src, char *dst, uint64_t count,
+                                  const Operation &operation = {}) {
+  using step = spread<T, out, Operation>;
+  run_steps<T, 1, out, 3, step::pixels>(step{operation}, src, dst, count);
+}
+
 // One component to three: the product with each gain, less its lowest eight bits, cut to the width. A lane
 // of pixels becomes three lanes, or four with pads.
 template <class T>
@@ -307,19 +352,20 @@ struct gains {
     return fits && srcstride == sizeof(T) && (dststride == 3 * sizeof(T) || dststride == 4 * sizeof(T));
   }
   void operator()(const char *src, char *dst, uint64_t, uint64_t dststride, uint64_t count) const {
-    const bool to_pad = dststride == 4 * sizeof(T), equal = gain[0] == gain[1] && gain[0] == gain[2];
-    if (to_pad)
-      equal ? run<4, true>(src, dst, count) : run<4, false>(src, dst, count);
+    constexpr int one = 256;
+    const bool to_pad = dststride == 4 * sizeof(T), same = gain[0] == one && gain[1] == one && gain[2] == one;
+    if (same)
+      to_pad ? run_spread<T, 4>(src, dst, count) : run_spread<T, 3>(src, dst, count);
     else
-      equal ? run<3, true>(src, dst, count) : run<3, false>(src, dst, count);
+      to_pad ? run<4>(src, dst, count) : run<3>(src, dst, count);
   }
 
  private:
-  template <int out, bool equal>
+  template <int out>
   [[gnu::noinline]] void run(const char *src, char *dst, uint64_t count) const {
-    run_steps<T, 1, out, 3, step<out, equal>::pixels>(step<out, equal>(*this), src, dst, count);
+    run_steps<T, 1, out, 3, step<out>::pixels>(step<out>(*this), src, dst, count);
   }
-  template <int out, bool equal>
+  template <int out>
   struct step {
     static constexpr int64_t width = sizeof(T), pixels = vector_bytes / width;
     vec<uint16_t> gain[3];
@@ -336,23 +382,19 @@ struct gains {
     // Lane k of what a lane of pixels becomes: the bytes of component c.
     template <int k, int c>
     static constexpr lane_order part{[](int i) {
-      const int at = k * int(lane_bytes) + i, component = at / int(width) % out;
-      return component == c || (equal && component < 3) ? at / int(width) / out * int(width) + at % int(width)
-                                                        : 128;
+      const int at = k * int(lane_bytes) + i;
+      return at / int(width) % out == c ? at / int(width) / out * int(width) + at % int(width) : 128;
     }};
     QVIM_INLINE void convert(const char *src, char *dst) const {
       const auto in = load_vector<uint16_t>(src);
-      byte_vector c[3] = {product(in, gain[0])};
-      if constexpr (!equal) c[1] = product(in, gain[1]), c[2] = product(in, gain[2]);
+      const byte_vector c[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
+      byte_vector results[out];
       each<out>([&](auto k) __attribute__((always_inline)) {
-        byte_vector v = ordered<part<k, 0>>(c[0]);
-        if constexpr (!equal) v |= ordered<part<k, 1>>(c[1]) | ordered<part<k, 2>>(c[2]);
+        results[k] = ordered<part<k, 0>>(c[0]) | ordered<part<k, 1>>(c[1]) | ordered<part<k, 2>>(c[2]);
         char *const to = dst + k * lane_bytes;
-        if constexpr (out == 4)
-          store_padded<T, out * lane_bytes>(to, v);
-        else
-          store_lanes<out * lane_bytes>(to, out * lane_bytes, v);
+        if constexpr (out == 4) store_padded<T, out * lane_bytes>(to, results[k]);
       });
+      if constexpr (out == 3) store_three(dst, results);
     }
   };
 };

@@ -51,10 +51,9 @@ struct lane_planes {
   }
 
   QVIM_INLINE static lane_planes load(const char *src) {
-    vec<Real> memory[3];
-    each<3>([&](auto k) __attribute__((always_inline)) {
-      memory[k] = (vec<Real>)load_lanes<3 * lane_bytes>(src + k * lane_bytes, 3 * lane_bytes);
-    });
+    byte_vector bytes[3];
+    load_three(src, bytes);
+    const vec<Real> memory[3] = {(vec<Real>)bytes[0], (vec<Real>)bytes[1], (vec<Real>)bytes[2]};
     lane_planes planes;
     each<3>([&](auto of) __attribute__((always_inline)) {
       planes.c[of] = chosen(memory, [](int i) { return lane_of(decltype(of)::value, i); });
@@ -66,10 +65,11 @@ struct lane_planes {
   QVIM_INLINE void store(char *dst) const {
     const vec<Real> places[3] = {c[0], moved(c[1], [](int i) { return mended<true>(1, i); }),
                                  moved(c[2], [](int i) { return mended<true>(2, i); })};
+    byte_vector memory[3];
     each<3>([&](auto k) __attribute__((always_inline)) {
-      const auto v = chosen(places, [](int i) { return component(decltype(k)::value, i); });
-      store_lanes<3 * lane_bytes>(dst + k * lane_bytes, 3 * lane_bytes, (byte_vector)v);
+      memory[k] = (byte_vector)chosen(places, [](int i) { return component(decltype(k)::value, i); });
     });
+    store_three(dst, memory);
   }
   // The order of the planes' pixels, of a vector of single components; its own reverse.
   QVIM_INLINE static vec<Real> single(vec<Real> v) {
@@ -83,10 +83,17 @@ template <class Real, int inputs, int outputs, bool with_constant, bool with_lim
 struct lane_real_products {
   Real m[outputs][4] = {}, largest;
   [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
+    if constexpr (inputs == 1)
+      if (m[0][0] == m[1][0] && m[0][0] == m[2][0])
+        return run_spread<Real, 3>(src, dst, count, product{m[0][0]});
     run_steps<Real, inputs, outputs, outputs, step::pixels>(step(*this), src, dst, count);
   }
 
  private:
+  struct product {
+    Real gain;
+    QVIM_INLINE byte_vector operator()(byte_vector v) const { return (byte_vector)(gain * (vec<Real>)v); }
+  };
   // The same in vectors.
   struct step {
     static constexpr int64_t pixels = lanes * int64_t(lane_bytes / sizeof(Real));
