@@ -195,7 +195,8 @@ QVIM_INLINE void store_lanes(char *to, int64_t step, vec<uint8_t> v) {
 }
 QVIM_INLINE void load_three(const char *from, vec<uint8_t> (&v)[3]) {
   const auto at = reinterpret_cast<const __m256i *>(from);
-  const __m256i a = _mm256_loadu_si256(at), b = _mm256_loadu_si256(at + 1), c = _mm256_loadu_si256(at + 2);
+  __m256i a = _mm256_loadu_si256(at), b = _mm256_loadu_si256(at + 1), c = _mm256_loadu_si256(at + 2);
+  asm("" : "+x"(a), "+x"(b), "+x"(c));  // loaded once, not at every use
   v[0] = (vec<uint8_t>)_mm256_blend_epi32(a, b, 0xF0);
   v[1] = (vec<uint8_t>)_mm256_permute2x128_si256(a, c, 0x21);
   v[2] = (vec<uint8_t>)_mm256_blend_epi32(b, c, 0xF0);

@@ -77,6 +77,39 @@ struct lane_planes {
   }
 };
 
+// Four numbers in a lane: two of one vector and two of another are a single instruction, and the order need
+// not be mended.
+template <>
+struct lane_planes<float> {
+  vec<float> c[3];
+
+  template <int i0, int i1, int i2, int i3>
+  QVIM_INLINE static vec<float> two_and_two(vec<float> a, vec<float> b) {
+    constexpr int n = 4, in_vector = n * int(lanes), place[n] = {i0, i1, in_vector + i2, in_vector + i3};
+    const auto choose = [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+      return __builtin_shufflevector(a, b, (i / n * n + place[i % n])...);
+    };
+    return choose(std::make_integer_sequence<int, in_vector>());
+  }
+  QVIM_INLINE static lane_planes load(const char *src) {
+    byte_vector bytes[3];
+    load_three(src, bytes);
+    const auto first = (vec<float>)bytes[0], second = (vec<float>)bytes[1], third = (vec<float>)bytes[2];
+    const auto late = two_and_two<2, 3, 1, 2>(second, third), early = two_and_two<1, 2, 0, 1>(first, second);
+    return {{two_and_two<0, 3, 0, 2>(first, late), two_and_two<0, 2, 1, 3>(early, late),
+             two_and_two<1, 3, 0, 3>(early, third)}};
+  }
+  QVIM_INLINE void store(char *dst) const {
+    const auto a = two_and_two<0, 2, 0, 2>(c[0], c[1]), b = two_and_two<1, 3, 1, 3>(c[1], c[2]),
+               d = two_and_two<0, 2, 1, 3>(c[2], c[0]);
+    const byte_vector memory[3] = {(byte_vector)two_and_two<0, 2, 0, 2>(a, d),
+                                   (byte_vector)two_and_two<0, 2, 1, 3>(b, a),
+                                   (byte_vector)two_and_two<1, 3, 1, 3>(d, b)};
+    store_three(dst, memory);
+  }
+  QVIM_INLINE static vec<float> single(vec<float> v) { return v; }
+};
+
 // Rows of coefficients: rows in the order in which their results are stored, coefficients in the order of
 // the sum, to which `from` refers.
 template <class Real, int inputs, int outputs, bool with_constant, bool with_limits, order from>
@@ -84,7 +117,7 @@ struct lane_real_products {
   Real m[outputs][4] = {}, largest;
   [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
     if constexpr (inputs == 1)
-      if (m[0][0] == m[1][0] && m[0][0] == m[2][0])
+      if (!std::memcmp(m[0], m[1], sizeof m[0]) && !std::memcmp(m[0], m[2], sizeof m[0]))
         return run_spread<Real, 3>(src, dst, count, product{m[0][0]});
     run_steps<Real, inputs, outputs, outputs, step::pixels>(step(*this), src, dst, count);
   }

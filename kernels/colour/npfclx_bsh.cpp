@@ -2,31 +2,68 @@
 #include <bit>
 
 #include "kernels/colour/full_scale.hpp"
+#include "kernels/colour/lane_reals.hpp"
 #include "kernels/colour/pixels.hpp"
 
 namespace qvim {
 inline namespace QVIM_LEVEL {
 namespace {
 
+// Conversions are written for a pixel, in numbers, or for as many as a vector has, in vectors of numbers.
+template <class N>
+struct number_traits {
+  using element = N;
+};
+#if QVIM_LANES
+template <>
+struct number_traits<vec<float>> {
+  using element = float;
+};
+template <>
+struct number_traits<vec<int32_t>> {
+  using element = int32_t;
+};
+#endif
+template <class N>
+using element_of = typename number_traits<N>::element;
+
+template <class N>
+QVIM_INLINE N number(element_of<N> v) {
+  return N{} + v;
+}
+template <class To, class N>
+QVIM_INLINE To converted(N v) {
+  if constexpr (std::is_arithmetic_v<N>)
+    return To(v);
+  else
+    return __builtin_convertvector(v, To);
+}
+
 // a or b. Both are at hand: a choice by masks keeps the compiler from moving the work for either into a
 // branch, after which it could not do many pixels at a time.
-template <class V>
-QVIM_INLINE V choose(bool condition, V a, V b) {
-  using bits = std::conditional_t<sizeof(V) == 4, uint32_t, uint64_t>;
-  const bits mask = -bits(condition);
-  return std::bit_cast<V>((std::bit_cast<bits>(a) & mask) | (std::bit_cast<bits>(b) & ~mask));
+template <class Condition, class N>
+QVIM_INLINE N choose(Condition condition, N a, N b) {
+  if constexpr (std::is_arithmetic_v<N>) {
+    using bits = std::conditional_t<sizeof(N) == 4, uint32_t, uint64_t>;
+    const bits mask = -bits(condition);
+    return std::bit_cast<N>((std::bit_cast<bits>(a) & mask) | (std::bit_cast<bits>(b) & ~mask));
+  } else {
+    return condition ? a : b;
+  }
 }
+
+// Three components: red, green, blue, or brightness, saturation, hue.
+template <class N>
+struct three {
+  N c[3];
+};
 
 // Red, green and blue by sector of the circle: one is the largest, one the smallest, one between these.
 // Black where there is no such hue.
-template <class V>
-struct rgb {
-  V r, g, b;
-};
-template <class V>
-QVIM_INLINE rgb<V> sector(V k, V largest, V smallest, V between, bool visible) {
-  const auto one = [&](bool is_largest, bool is_between) __attribute__((always_inline)) {
-    return choose(visible, choose(is_largest, largest, choose(is_between, between, smallest)), V(0));
+template <class N>
+QVIM_INLINE three<N> sector(auto k, N largest, N smallest, N between, auto visible) {
+  const auto one = [&](auto is_largest, auto is_between) __attribute__((always_inline)) {
+    return choose(visible, choose(is_largest, largest, choose(is_between, between, smallest)), N{});
   };
   return {one((k == 0) | (k == 5), (k == 1) | (k == 4)), one((k == 1) | (k == 2), (k == 0) | (k == 3)),
           one((k == 3) | (k == 4), (k == 2) | (k == 5))};
@@ -38,121 +75,148 @@ QVIM_INLINE rgb<V> sector(V k, V largest, V smallest, V between, bool visible) {
 // precision: its whole part is exact.
 template <class T>
 struct whole {
-  using real = std::conditional_t<sizeof(T) == 1, float, double>;
+  using number_type = int32_t;
+  using one_real = std::conditional_t<sizeof(T) == 1, float, double>;
+#if QVIM_LANES
+  template <class N>
+  using real_like = std::conditional_t<std::is_arithmetic_v<N>, one_real, vec<float>>;
+#else
+  template <class N>
+  using real_like = one_real;
+#endif
+  static constexpr bool in_vectors = sizeof(T) == 1;
   static constexpr int fraction_bits = sizeof(T) == 1 ? 8 : 14;  // of a sector of the circle
-  real full, half;
-  QVIM_INLINE explicit whole(uint32_t maxvalue) : full(real(maxvalue)), half(real(maxvalue / 2)) {}
+  one_real full, half;
+  QVIM_INLINE explicit whole(uint32_t maxvalue) : full(one_real(maxvalue)), half(one_real(maxvalue / 2)) {}
 };
 
 template <class T>
 struct whole_to_bsh : whole<T> {
-  static constexpr int inputs = 3, outputs = 3;
-  using typename whole<T>::real;
   using whole<T>::whole;
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    using lane = lane_of<T>;
-    const int32_t r = p.c[0], g = p.c[1], b = p.c[2];
-    const int32_t gb_largest = g > b ? g : b, gb_smallest = g < b ? g : b;
-    const int32_t v = r > gb_largest ? r : gb_largest, difference = v - (r < gb_smallest ? r : gb_smallest);
-    const int32_t saturation = int32_t((real(v / 2) + real(difference) * this->full) / real(v ? v : 1));
-    const int32_t x = r == v ? g - b : g == v ? 2 * difference + b - r : 4 * difference + r - g;
-    const real half_step = real(3 * difference), turned = real(x) * (this->full + 1);
-    const int32_t turns = int32_t((turned + (x > 0 ? half_step : -half_step)) /
-                                  real(difference ? 6 * difference : 1));  // towards 0
-    const int32_t hue = turns < 0 ? turns + int32_t(this->full) + 1 : turns;
-    return {lane(v), lane(saturation), lane(T(saturation) ? hue : 0)};
+  template <class N>
+  QVIM_INLINE three<N> operator()(three<N> p) const {
+    using real = typename whole<T>::template real_like<N>;
+    const N r = p.c[0], g = p.c[1], b = p.c[2];
+    const N gb_largest = g > b ? g : b, gb_smallest = g < b ? g : b;
+    const N v = r > gb_largest ? r : gb_largest, difference = v - (r < gb_smallest ? r : gb_smallest);
+    const N divisor = v > 1 ? v : number<N>(1), width = difference > 1 ? difference : number<N>(1);
+    const real differences = converted<real>(difference);
+    const N saturation =
+        converted<N>((converted<real>(v >> 1) + differences * this->full) / converted<real>(divisor));
+    const N x = r == v ? g - b : (g == v ? 2 * difference + b - r : 4 * difference + r - g);
+    const real half_step = converted<real>(3 * difference), turned = converted<real>(x) * (this->full + 1);
+    const N turns = converted<N>((turned + choose(x > 0, half_step, -half_step)) /
+                                 converted<real>(6 * width));  // towards 0
+    const N hue = turns < 0 ? turns + int32_t(this->full) + 1 : turns;
+    constexpr int32_t low_bits = T(-1);
+    return {{v, saturation, (saturation & low_bits) != 0 ? hue : number<N>(0)}};
   }
 };
 
 template <class T>
 struct whole_from_bsh : whole<T> {
-  static constexpr int inputs = 3, outputs = 3;
-  using typename whole<T>::real;
+  using typename whole<T>::one_real;
   using whole<T>::whole;
   // Of a number not below 0: its whole part, and the low bits of that. Added to a number so large that it has
   // no fraction, an integer stands in the lowest bits of the sum.
-  static constexpr real large = 0x1p52;
-  QVIM_INLINE static real whole_part(real x) {
-    if constexpr (sizeof(T) == 1) return real(int32_t(x));
-    const real nearest = x + large - large;
-    return choose(nearest > x, nearest - 1, nearest);
+  static constexpr double large = 0x1p52;
+  template <class N>
+  QVIM_INLINE static auto whole_part(auto x) {
+    if constexpr (sizeof(T) == 1) {
+      return converted<decltype(x)>(converted<N>(x));
+    } else {
+      const double nearest = x + large - large;
+      return choose(nearest > x, nearest - 1, nearest);
+    }
   }
-  QVIM_INLINE static int32_t low_bits(real x) {
+  template <class N>
+  QVIM_INLINE static N low_bits(auto x) {
     if constexpr (sizeof(T) == 1)
-      return int32_t(x);
+      return converted<N>(x);
     else
-      return int32_t(std::bit_cast<uint64_t>(whole_part(x) + large) & 0xFFFF);
+      return N(std::bit_cast<uint64_t>(whole_part<N>(x) + large) & 0xFFFF);
   }
   // B (1 - S) is rounded as B less the quotient of B S. An integer plus a half, times the reciprocal of full
   // scale, has the whole part of the exact quotient: its error is less than what the half makes.
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    using lane = lane_of<T>;
+  template <class N>
+  QVIM_INLINE three<N> operator()(three<N> p) const {
+    using real = typename whole<T>::template real_like<N>;
     constexpr int32_t steps = 1 << whole<T>::fraction_bits;
-    const int32_t brightness = p.c[0], saturation = p.c[1];
-    const real per_full = 1 / this->full, per_step = 1 / (this->full + 1);  // of a circle: exactly
-    const real turned = (this->half + real(int32_t(p.c[2])) * (6 * steps)) * per_step;
-    const auto h = int32_t(turned < 6 * steps ? turned : real(6 * steps));
-    const int32_t k = h >> whole<T>::fraction_bits, f = h & (steps - 1);
-    const real most = real(brightness) * real(saturation), part = real(choose(k % 2 != 0, f, steps - f));
-    const real in_part = whole_part((part * most + (this->full * (steps / 2) - 1)) * (real(1) / steps));
-    const int32_t smallest = brightness - low_bits((most + this->half + real(0.5)) * per_full);
-    const int32_t between = brightness - low_bits((in_part + real(0.5)) * per_full);
+    const N brightness = p.c[0], saturation = p.c[1];
+    const one_real per_full = 1 / this->full, per_step = 1 / (this->full + 1);  // of a circle: exactly
+    constexpr one_real circle = 6 * steps, a_half = one_real(0.5);
+    const real turned = (this->half + converted<real>(p.c[2]) * circle) * per_step;
+    const N h = converted<N>(turned < circle ? turned : number<real>(circle));
+    const N k = h >> whole<T>::fraction_bits, f = h & (steps - 1);
+    const real most = converted<real>(brightness) * converted<real>(saturation),
+               part = converted<real>(choose((k & 1) != 0, f, steps - f));
+    const real in_part =
+        whole_part<N>((part * most + (this->full * (steps / 2) - 1)) * (one_real(1) / steps));
+    const N smallest = brightness - low_bits<N>((most + (this->half + a_half)) * per_full);
+    const N between = brightness - low_bits<N>((in_part + a_half) * per_full);
     // Without saturation, all three are the brightness whatever the hue: k is 6 beyond the circle.
-    const bool visible = saturation * (k / 6) == 0;
-    const rgb<int32_t> q = sector(k, brightness, smallest, between, visible);
-    return {lane(q.r), lane(q.g), lane(q.b)};
+    return sector(k, brightness, smallest, between, (saturation == 0) | (k < 6));
   }
 };
 
 // In floating point: brightness and saturation 0 .. 1, hue in degrees.
-template <class real>
-struct bsh {
-  real v, s, hue;
-};
-
-template <class real>
-QVIM_INLINE bsh<real> real_to_bsh(real r, real g, real b) {
-  const real rg_largest = g > r ? g : r, rg_smallest = g < r ? g : r;
-  const real v = b > rg_largest ? b : rg_largest, difference = v - (b < rg_smallest ? b : rg_smallest);
-  const real s = choose(v == 0, real(0), difference / v);
-  const bool red = r == v, green = g == v;
-  const real turn = choose(red, g - b, choose(green, b - r, r - g)) / difference;
-  const real degrees = 60 * choose(red, turn, turn + choose(green, real(2), real(4)));
-  const real hue = choose(degrees < 0, degrees + 360, degrees);
-  return {v, s, choose((v == 0) | (s == 0), real(0), hue)};
+template <class N>
+QVIM_INLINE three<N> real_to_bsh(three<N> p) {
+  using real = element_of<N>;
+  const N r = p.c[0], g = p.c[1], b = p.c[2];
+  const N rg_largest = g > r ? g : r, rg_smallest = g < r ? g : r;
+  const N v = b > rg_largest ? b : rg_largest, difference = v - (b < rg_smallest ? b : rg_smallest);
+  const N s = choose(v == 0, N{}, difference / v);
+  const auto red = r == v, green = g == v;
+  const N turn = choose(red, g - b, choose(green, b - r, r - g)) / difference;
+  const N turned = turn + choose(green, number<N>(real(2)), number<N>(real(4)));
+  const N degrees = real(60) * choose(red, turn, turned);
+  const N hue = choose(degrees < 0, degrees + real(360), degrees);
+  return {{v, s, choose((v == 0) | (s == 0), N{}, hue)}};
 }
 
 // A hue outside the circle is black unless there is no saturation: then all three are the brightness.
-template <class real>
-QVIM_INLINE rgb<real> real_from_bsh(bsh<real> from) {
-  const real v = from.v, s = from.s;
-  const bool visible = ((from.hue >= 0) & (from.hue <= 360)) | (s == 0);
-  const real sixths = choose((from.hue >= 0) & (from.hue < 360), from.hue, real(0)) / 60;
-  const real k = real(int32_t(sixths)), f = sixths - k;
-  const bool odd = int32_t(sixths) % 2 != 0;
-  return sector(k, v, v * (1 - s), v * (1 - s * choose(odd, f, 1 - f)), visible);
+template <class N, class Integer>
+QVIM_INLINE three<N> real_from_bsh(three<N> p) {
+  using real = element_of<N>;
+  const N v = p.c[0], s = p.c[1], hue = p.c[2];
+  const auto visible = ((hue >= 0) & (hue <= 360)) | (s == 0);
+  const N sixths = choose((hue >= 0) & (hue < 360), hue, N{}) / real(60);
+  const Integer sixth = converted<Integer>(sixths);
+  const N k = converted<N>(sixth), f = sixths - k;
+  return sector(k, v, v * (real(1) - s), v * (real(1) - s * choose((sixth & 1) != 0, f, real(1) - f)),
+                visible);
 }
 
 template <class T>
 struct plain_to_bsh {
-  static constexpr int inputs = 3, outputs = 3;
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    const bsh<T> q = real_to_bsh(p.c[0], p.c[1], p.c[2]);
-    return {q.v, q.s, q.hue};
+  using number_type = T;
+  static constexpr bool in_vectors = sizeof(T) == 4;
+  template <class N>
+  QVIM_INLINE three<N> operator()(three<N> p) const {
+    return real_to_bsh(p);
   }
 };
 template <class T>
 struct plain_from_bsh {
-  static constexpr int inputs = 3, outputs = 3;
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    const rgb<T> q = real_from_bsh(bsh<T>{p.c[0], p.c[1], p.c[2]});
-    return {q.r, q.g, q.b};
+  using number_type = T;
+  static constexpr bool in_vectors = sizeof(T) == 4;
+  template <class N>
+  QVIM_INLINE three<N> operator()(three<N> p) const {
+#if QVIM_LANES
+    using integer = std::conditional_t<std::is_arithmetic_v<N>, int32_t, vec<int32_t>>;
+#else
+    using integer = int32_t;
+#endif
+    return real_from_bsh<N, integer>(p);
   }
 };
 
 // Integers of 15 bits and more, computed in single precision.
 template <class T>
 struct normalised {
+  using number_type = T;
+  static constexpr bool in_vectors = false;
   float full, hue_scale;  // of all 32 bits, full scale is 2^32 in single precision
   uint32_t largest;
   QVIM_INLINE explicit normalised(uint32_t maxvalue)
@@ -173,41 +237,107 @@ struct normalised {
 
 template <class T>
 struct normalised_to_bsh : normalised<T> {
-  static constexpr int inputs = 3, outputs = 3;
   using normalised<T>::normalised;
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
+  QVIM_INLINE three<T> operator()(three<T> p) const {
     const float scale = this->full;
-    const bsh<float> q = real_to_bsh(float(p.c[0]) / scale, float(p.c[1]) / scale, float(p.c[2]) / scale);
-    const float hue = q.hue * this->hue_scale;
-    return {this->rounded(q.v * scale), this->rounded(q.s * scale),
-            this->rounded(choose(hue >= scale + 0.5f, 0.0f, hue))};
+    const three<float> q =
+        real_to_bsh(three<float>{{float(p.c[0]) / scale, float(p.c[1]) / scale, float(p.c[2]) / scale}});
+    const float hue = q.c[2] * this->hue_scale;
+    return {{this->rounded(q.c[0] * scale), this->rounded(q.c[1] * scale),
+             this->rounded(choose(hue >= scale + 0.5f, 0.0f, hue))}};
   }
 };
 template <class T>
 struct normalised_from_bsh : normalised<T> {
-  static constexpr int inputs = 3, outputs = 3;
   using normalised<T>::normalised;
-  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
-    const bsh<float> from{float(p.c[0]) / this->full, float(p.c[1]) / this->full,
-                          float(p.c[2]) / this->hue_scale};
-    const rgb<float> q = real_from_bsh(from);
-    return {this->rounded(q.r * this->full), this->rounded(q.g * this->full),
-            this->rounded(q.b * this->full)};
+  QVIM_INLINE three<T> operator()(three<T> p) const {
+    const float scale = this->full;
+    const three<float> q = real_from_bsh<float, int32_t>(
+        {{float(p.c[0]) / scale, float(p.c[1]) / scale, float(p.c[2]) / this->hue_scale}});
+    return {{this->rounded(q.c[0] * scale), this->rounded(q.c[1] * scale), this->rounded(q.c[2] * scale)}};
   }
 };
+
+// A conversion for the plain loops.
+template <class T, class Conversion>
+struct of_pixel {
+  static constexpr int inputs = 3, outputs = 3;
+  Conversion conversion;
+  QVIM_INLINE pixel<T, 3> operator()(pixel<T, 3> p) const {
+    using number = typename Conversion::number_type;
+    using lane = lane_of<T>;
+    const three<number> q = conversion(three<number>{{number(p.c[0]), number(p.c[1]), number(p.c[2])}});
+    return {lane(q.c[0]), lane(q.c[1]), lane(q.c[2])};
+  }
+};
+
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+// The same in vectors.
+template <class T, order from, order to, class Conversion>
+struct in_lanes {
+  static constexpr int64_t together = sizeof(T) == 1 ? 4 : 1, pixels = together * vector_bytes / 4;
+  Conversion conversion;
+
+  template <class N>
+  QVIM_INLINE void put(three<N> p, N (&results)[3]) const {
+    const three<N> q = conversion(three<N>{{p.c[place<from>(0)], p.c[place<from>(1)], p.c[place<from>(2)]}});
+    for (int c = 0; c < 3; ++c) results[place<to>(c)] = q.c[c];
+  }
+  QVIM_INLINE void convert(const char *src, char *dst) const requires(std::is_floating_point_v<T>) {
+    const auto in = lane_planes<T>::load(src);
+    lane_planes<T> out;
+    put(three<vec<T>>{{in.c[0], in.c[1], in.c[2]}}, out.c);
+    out.store(dst);
+  }
+  template <int c>
+  static constexpr lane_order component{[](int i) { return i % 4 ? 128 : i / 4 * 3 + c; }};
+  QVIM_INLINE void convert(const char *src, char *dst) const requires(sizeof(T) == 1) {
+    byte_vector in[together], out[together];
+    each<together>([&](auto i)
+                       __attribute__((always_inline)) { in[i] = load_lanes<12>(src + i * lanes * 12, 12); });
+    each<together>([&](auto i) __attribute__((always_inline)) {
+      const three<vec<int32_t>> p = {{(vec<int32_t>)ordered<component<0>>(in[i]),
+                                      (vec<int32_t>)ordered<component<1>>(in[i]),
+                                      (vec<int32_t>)ordered<component<2>>(in[i])}};
+      three_sums<T, 3> results;
+      put(p, results.c);
+      for (auto &c : results.c) c &= T(-1);
+      out[i] = results.bytes(all<uint8_t>(255));
+    });
+    store_twelves(dst, out);
+  }
+};
+#endif
+
+template <class T, order from, order to, class Conversion>
+QVIM_INLINE void convert(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
+                         const Conversion &conversion) {
+#if QVIM_LANES == 1 || QVIM_LANES == 2
+  if constexpr (Conversion::in_vectors) {
+    using step = in_lanes<T, from, to, Conversion>;
+    return packed_blocks<3 * sizeof(T), 3 * sizeof(T)>(
+        src, dst, srcstride, dststride,
+        count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
+          run_steps<T, 3, 3, 3, step::pixels>(step{conversion}, s, d, n);
+        });
+  }
+#endif
+  convert_pixels<T, of_pixel<T, Conversion>, from, to>(src, dst, srcstride, dststride, count,
+                                                       of_pixel<T, Conversion>{conversion});
+}
 
 template <class T, order from, order to, class Whole, class Normalised, class Plain>
 QVIM_INLINE void convert_hexcone(const void *src, void *dst, uint64_t srcstride, uint64_t dststride,
                                  uint64_t count, const void *bits) {
   if constexpr (std::is_floating_point_v<T>) {
-    convert_pixels<T, Plain, from, to>(src, dst, srcstride, dststride, count, Plain());
+    convert<T, from, to>(src, dst, srcstride, dststride, count, Plain());
   } else {
     const uint32_t maxvalue = full_scale<T>(bits);
     if constexpr (sizeof(T) < 4)
       if (maxvalue < 1 << 14)
-        return convert_pixels<T, Whole, from, to>(src, dst, srcstride, dststride, count, Whole(maxvalue));
+        return convert<T, from, to>(src, dst, srcstride, dststride, count, Whole(maxvalue));
     if constexpr (sizeof(T) > 1)
-      convert_pixels<T, Normalised, from, to>(src, dst, srcstride, dststride, count, Normalised(maxvalue));
+      convert<T, from, to>(src, dst, srcstride, dststride, count, Normalised(maxvalue));
   }
 }
 
