@@ -18,12 +18,6 @@ class Check(ToolTest):
         for text in texts:
             self.assertRegex(found, rf"(?m)code -10\): {text}$")
 
-    def damaged(self, path, damage):
-        with open(path, "rb") as file:
-            content = damage(file.read())
-        with open(path, "wb") as file:
-            file.write(content)
-
     def setUp(self):
         super().setUp()
         self.sound = self.make("sound.tif", picture(40, 30, samples=3))
@@ -88,12 +82,9 @@ class Check(ToolTest):
                 path = self.make("b.tif", *(other or [usual]))
                 self.assertEqual(self.good("check", path), "")
 
-                def damage(content):
-                    content = bytearray(content)
-                    change(content)
-                    return content
-                self.damaged(path, damage)
-                self.tells(path, text)
+                content = bytearray(self.content("b.tif"))
+                change(content)
+                self.tells(self.put("b.tif", content), text)
 
     def test_rules_of_other_formats(self):
         def put(at, form, value):
@@ -143,7 +134,7 @@ class Check(ToolTest):
                 word, path = (name.replace("FOLDER", self.folder), self.path("b")) if raw else 2 * (self.path(name),)
                 self.good("convert", "--quiet", self.make("a.tif", page), word)
                 self.assertEqual(self.good("check", word), "")
-                self.damaged(path, damage)
+                self.put(path, damage(self.content(path)))
                 self.tells(word, *texts)
 
 

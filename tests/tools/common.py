@@ -31,6 +31,15 @@ class ToolTest(unittest.TestCase):
     def files(self):
         return sorted(os.listdir(self.folder))
 
+    def content(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def put(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
     def make(self, name, *pages, order="<"):
         tiff.write(self.path(name), pages, order)
         return self.path(name)

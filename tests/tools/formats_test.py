@@ -39,8 +39,7 @@ class Formats(ToolTest):
                 made = [file for file in self.files() if file != "a.tif"]
                 self.assertEqual(len(made), files, made)
                 if content is not None:
-                    with open(self.path(made[0]), "rb") as file:
-                        self.assertEqual(file.read(), content)
+                    self.assertEqual(self.content(made[0]), content)
                 self.good("convert", word + more, back)
                 self.assertEqual([page.pixels for page in tiff.read(back)], [page.pixels for page in pages])
                 self.good("diff", source, word + more)
@@ -60,17 +59,15 @@ class Formats(ToolTest):
 
     def test_standard_input_and_output(self):
         path = self.make("a.tif", picture(40, 30, samples=3))
-        with open(path, "rb") as file:
-            content = file.read()
+        content = self.content("a.tif")
         for name in ("tiff", "jpeg", "pnm", "bmp", "fits", "avi"):
             with self.subTest(name):
                 words = (["--format", name, "-"], [name + ":-"])[name in ("pnm", "avi")]
                 out = run("convert", "--quiet", "-", *words, input=content)
                 self.assertEqual((out.returncode, out.stderr), (0, b""))
                 self.good("convert", "--quiet", path, self.path("b"), "--format", name)
-                with open(self.path("b"), "rb") as file:
-                    self.assertEqual(run("diff", "-", self.path("b"), input=out.stdout).returncode, 0)
-                    self.assertEqual(len(file.read()), len(out.stdout))
+                self.assertEqual(run("diff", "-", self.path("b"), input=out.stdout).returncode, 0)
+                self.assertEqual(len(self.content("b")), len(out.stdout))
         self.assertIn("raw, 12 pages", self.good("info", "raw:-:9x8:u8", input=bytes(12 * 72)))
         self.refused(2, "raw:-: size and type are missing.*", "info", "raw:-", input=b"")
         self.assertRegex(run("info", "-", input=b"").stderr.decode(), "standard input: .* the file is empty")
@@ -126,34 +123,25 @@ class Formats(ToolTest):
     def test_frames_are_pages(self):
         pages = [tiff.Page(9, 8, [i] * 72) for i in range(12)]
         path = self.make("a.tif", *pages)
-        for name, kind in (("b.fits", "FITS"), ("b.avi", "AVI")):
-            self.good("convert", path, self.path(name))
-            self.assertIn(f"{kind}, 12 pages", self.good("info", self.path(name)))
-            self.good("convert", "--pages=3-", self.path(name), self.path("c.tif"))
+        for name, kind in (("b.fits", "FITS"), ("b.avi", "AVI"), ("b.pgm", "PGM")):
+            there = self.path(name)
+            if kind == "PGM":
+                self.good("convert", "--pages=1-5", path, there)
+                self.good("convert", "--pages=6-", "--append", path, there)
+            else:
+                self.good("convert", path, there)
+            self.assertIn(f"{kind}, 12 pages", self.good("info", there))
+            self.good("convert", "--pages=3-", there, self.path("c.tif"))
             found = tiff.read(self.path("c.tif"))
             self.assertEqual([page.pixels for page in found], [page.pixels for page in pages[2:]])
-            self.good("diff", path, self.path(name))
-
-    def test_frames_of_anymaps_are_pages(self):
-        pages = [tiff.Page(9, 8, [i] * 72) for i in range(12)]
-        path, frames = self.make("a.tif", *pages), self.path("b.pgm")
-        self.good("convert", "--pages=1-5", path, frames)
-        self.good("convert", "--pages=6-", "--append", path, frames)
-        self.assertIn("PGM, 12 pages", self.good("info", frames))
-        self.good("convert", "--pages=3-", frames, self.path("c.tif"))
-        self.assertEqual([page.pixels for page in tiff.read(self.path("c.tif"))], [page.pixels for page in pages[2:]])
-        self.good("convert", "--mean", frames, self.path("c.pgm"))
-        self.assertIn("mean 6,", self.good("stat", self.path("c.pgm")))  # of 5.5, rounded up
-        with open(frames, "rb") as file:
-            before = file.read()
-        self.refused(1, r".*b\.pgm: .*", "convert", "--append", self.make("d.tif", picture(9, 7)), frames)
-        with open(frames, "rb") as file:
-            self.assertEqual(file.read(), before)
+            self.good("diff", path, there)
+        before = self.content("b.pgm")
+        self.refused(1, r".*b\.pgm: .*", "convert", "--append", self.make("d.tif", picture(9, 7)), self.path("b.pgm"))
+        self.assertEqual(self.content("b.pgm"), before)
 
     def test_comments_of_other_programs_are_descriptions(self):
-        with open(self.path("a.pgm"), "wb") as file:
-            file.write(b"P5\n# by a camera\n2 2\n255\nabcd")
-        self.good("convert", self.path("a.pgm"), self.path("b.tif"))
+        path = self.put("a.pgm", b"P5\n# by a camera\n2 2\n255\nabcd")
+        self.good("convert", path, self.path("b.tif"))
         (found,) = tiff.read(self.path("b.tif"))
         self.assertEqual((found.pixels, found.strings["description"]), ([97, 98, 99, 100], b"by a camera"))
         self.assertRegex(found.strings["datetime"], rb"^\d{4}:")
@@ -165,8 +153,7 @@ class Formats(ToolTest):
             found = set()
             for threads in (1, 2, 5):
                 self.good("convert", "--quiet", "--threads", threads, "--flip=x", path, self.path(name))
-                with open(self.path(name), "rb") as file:
-                    found.add(file.read())
+                found.add(self.content(name))
             self.assertEqual(len(found), 1, name)
 
     def test_what_a_format_does_not_hold_is_refused(self):
@@ -205,15 +192,13 @@ class Formats(ToolTest):
                 self.assertEqual(self.files(), ["a.tif"])
 
     def test_segments_of_jpeg_files_are_named_and_their_orientation_is_applied(self):
-        with open(self.make("a.tif", picture(3, 2, more={274: 6})), "rb") as file:
-            exif = b"Exif\0\0" + file.read()
+        self.make("a.tif", picture(3, 2, more={274: 6}))
+        exif = b"Exif\0\0" + self.content("a.tif")
         self.good("convert", self.make("b.tif", picture(40, 30)), self.path("b.jpg"))
-        with open(self.path("b.jpg"), "rb") as file:
-            data = file.read()
+        data = self.content("b.jpg")
         segments = [(0xE1, exif), (0xE2, b"ICC_PROFILE\0\1\1"), (0xE9, b"private")]
-        with open(self.path("c.jpg"), "wb") as file:
-            file.write(data[:2] + b"".join(bytes([0xFF, marker, 0, len(raw) + 2]) + raw for marker, raw in segments))
-            file.write(data[2:])
+        made = b"".join(bytes([0xFF, marker, 0, len(raw) + 2]) + raw for marker, raw in segments)
+        self.put("c.jpg", data[:2] + made + data[2:])
         lost = "EXIF, ICC profile, segment APP9"
         for words, named in ([], f"Orientation 6 (--upright applies it), {lost}"), (["--upright"], lost):
             done = run("convert", *words, self.path("c.jpg"), self.path("d.tif"))
@@ -223,8 +208,7 @@ class Formats(ToolTest):
 
     def test_damaged_files_are_blamed(self):
         self.good("convert", self.make("a.tif", picture(90, 80)), self.path("b.jpg"))
-        with open(self.path("b.jpg"), "r+b") as file:
-            file.truncate(2500)
+        os.truncate(self.path("b.jpg"), 2500)
         for command in (["stat", self.path("b.jpg")], ["convert", self.path("b.jpg"), self.path("c.tif")]):
             done = run(*command)
             self.assertEqual(done.returncode, 1)

@@ -73,8 +73,7 @@ class Info(ToolTest):
 
     def test_one_bad_page_or_file_does_not_hide_the_others(self):
         pages = [picture(3, 2), picture(3, 2, compression=7), picture(4, 2)]
-        mixed, empty, other = self.make("mixed.tif", *pages), self.path("empty.tif"), self.make("b.tif", picture(2, 2))
-        open(empty, "w").close()
+        mixed, empty, other = self.make("mixed.tif", *pages), self.put("empty.tif", b""), self.make("b.tif", picture(2, 2))
         done = run("info", "--json", mixed, empty, other)
         self.assertEqual(done.returncode, 1)
         files = json.loads(done.stdout)
@@ -113,9 +112,7 @@ class CommandLine(ToolTest):
         a, b = self.make("a.tif", picture(8, 6), picture(8, 6)), self.path("b.tif")
         real = self.make("real.tif", picture(4, 4, bits=32, real=True))
         deep = self.make("deep.tif", picture(4, 4, bits=16))
-        text = self.path("text.tif")
-        with open(text, "w") as file:
-            file.write("hello, world")
+        text = self.put("text.tif", b"hello, world")
         message = {-1: "Usage or internal error", -10: "Invalid file format", -12: "No such item or object",
                    -13: "File not found", -14: "File not creatable", -52: "Invalid image dimensions",
                    -7: "Linux file read/write error"}
@@ -154,8 +151,7 @@ class CommandLine(ToolTest):
                     path = self.make("a.tif", page, order=order)
                     self.refused(1, rf".* \(code {code}\): page 1: {text}.*", "stat", path)
                     self.assertRegex(run("info", path).stdout.decode(), "size +4 x 4\n +type +8-bit")
-        with open(path, "r+b") as file:
-            file.truncate(100)
+        os.truncate(path, 100)
         self.refused(1, r".*page 1: directory at byte \d+ of 10 entries does not fit into the file", "info", path)
 
     def test_wrong_usage_is_told_apart(self):

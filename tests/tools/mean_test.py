@@ -50,15 +50,6 @@ class Mean(ToolTest):
         self.assertEqual(pages[0].pixels, [v >> 8 for v in colours])
         self.assertEqual(self.converted(path).pixels, mean(pages))
 
-    def test_compressed_pages(self):
-        pages = film(9, 40, 30, bits=16)
-        path = self.make("a.tif", *pages)
-        for compression in ("lzw-predictor", "packbits"):
-            self.good("convert", "--compression", compression, path, self.path("packed.tif"))
-            found = self.converted(self.path("packed.tif"), "--pages=2-", "--compression=none")
-            self.assertEqual(found.pixels, mean(pages[1:]))
-            self.assertEqual(self.files(), ["a.tif", "b.tif", "packed.tif"])
-
     def test_what_has_no_mean_is_refused(self):
         page = picture(5, 4)
         for pages, pattern in (

@@ -7,9 +7,7 @@ from common import ToolTest, palette_picture, picture
 
 class Tables(ToolTest):
     def table(self, *lines, name="t.lut"):
-        with open(self.path(name), "w", encoding="utf-8") as file:
-            file.write("\n".join(lines))
-        return self.path(name)
+        return self.put(name, "\n".join(lines).encode())
 
     def converted(self, page, table, *options):
         self.good("convert", *options, "--lut", table, self.make("a.tif", page), self.path("b.tif"))

@@ -61,6 +61,8 @@ class Views(ToolTest):
         page = picture(20, 15)
         part = [row[3:13] for row in rows(page)[2:7]]
         self.check(page, "--crop 3,2,10,5 --rotate 90 --flip y", clockwise(part)[::-1])
+        mapped = palette_picture(20, 15)
+        self.check(mapped, "--crop 19,14,1,1", [rows(mapped)[14][19:]], palette=mapped.palette)
         whole = mirrored(clockwise(rows(page)))
         self.check(page, "--rotate 90 --flip x --crop 3,2,10,5", [row[3:13] for row in whole[2:7]])
 
