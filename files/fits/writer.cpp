@@ -8,9 +8,8 @@
 #include "core/result.hpp"
 #include "files/fits/card.hpp"
 #include "files/fits/write_header.hpp"
-#include "files/rows/planes.hpp"
+#include "files/rows/write_calls.hpp"
 #include "files/rows/write_rows.hpp"
-#include "files/stream/handle.hpp"
 #include "files/stream/number_writer.hpp"
 #include "files/stream/output_file.hpp"
 
@@ -21,6 +20,9 @@ namespace {
 struct request {
   const char *path, *fopenmode;
   int64_t bufsize;
+  const qvimagefileinfo *options;
+  int64_t frames;     // -1: one image, not a sequence
+  qvimagehints size;  // of a pixel
 };
 
 class writer final : public fitshandle {
@@ -31,10 +33,9 @@ class writer final : public fitshandle {
 
   // What the file is to be, from an image of its first frame; then the file. In between nothing has been
   // touched.
-  [[nodiscard]] int32_t plan(const qvimage &image, const qvimagehints &size, int64_t frames,
-                             const qvimagefileinfo *options);
-  [[nodiscard]] int32_t open(const request &r, output_file::way how, const qvimagefileinfo *options);
-  [[nodiscard]] int32_t add(const progress &told, qvimage &frame, const char *observed);
+  [[nodiscard]] int32_t plan(const qvimage &image, const request &r);
+  [[nodiscard]] int32_t open(const request &r, output_file::way how);
+  [[nodiscard]] int32_t add(const progress &told, qvimage &frame, const char *observed = nullptr);
   // Keeps the file, or, when the code is not 0, leaves nothing of it. The worst code of all.
   [[nodiscard]] int32_t end(int32_t code);
 
@@ -55,18 +56,17 @@ class writer final : public fitshandle {
   int32_t worst_ = 0;
 };
 
-int32_t writer::plan(const qvimage &image, const qvimagehints &size, int64_t frames,
-                     const qvimagefileinfo *options) {
+int32_t writer::plan(const qvimage &image, const request &r) {
   if (bitpix_of(image.d.pixietype) == 0)
     return because(QVERR_DATATYPE, {"FITS files have no 64-bit integers"});
-  if (frames > int64_t(most_frames)) return because(QVERR_USAGE, {"more than ", most_frames, " frames"});
+  if (r.frames > int64_t(most_frames)) return because(QVERR_USAGE, {"more than ", most_frames, " frames"});
   if (const int32_t code = judge(image); code < 0) return code;
   content_ = {image.d,
-              size,
+              r.size,
               uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x),
               uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y),
-              frames,
-              options ? options->fts_layout : 0};
+              r.frames,
+              r.options ? r.options->fts_layout : 0};
   qvimage rows = image;
   if (content_.is_planar()) rows.d.pixies = 1;
   qviminitfacts(&rows.f, &rows.d);
@@ -77,10 +77,10 @@ int32_t writer::plan(const qvimage &image, const qvimagehints &size, int64_t fra
   return encoder_.prepare(rows, form, changes);
 }
 
-int32_t writer::open(const request &r, output_file::way how, const qvimagefileinfo *options) {
+int32_t writer::open(const request &r, output_file::way how) {
   if (const int32_t code = output_.open(r.path, r.fopenmode, r.bufsize, how); code < 0) return code;
   bufio_ptr2truncate(&file, 0);  // a file opened for update is written anew
-  write_header(file, content_, options, &later_);
+  write_header(file, content_, r.options, &later_);
   complete_ = file.pos;
   const int32_t code = bufio_err(&file);
   if (code < 0) output_.drop();
@@ -154,81 +154,52 @@ int32_t writer::end(int32_t code) {
   return code;
 }
 
-int32_t open_for_frames(fitshandle **h, const qvywindow *wind, const qvyzwindow *wind3, const qvimage *image,
-                        int64_t frames, const request &r, const qvimagefileinfo *options) {
-  if (!h || *h || !image || !r.path || !wind == !wind3)
-    return because(QVERR_USAGE, {"one window, an image, a path and a place for the handle are needed"});
-  qvimage described = *image;
-  if (wind) described.wind = *wind;
-  if (wind3) qvimwind3to2(wind3, &described.wind);
-  auto w = make_owned<writer>();
-  if (!w) return QVERR_MEMORY;
-  int32_t code = w->plan(described, image->h, frames, options);
-  if (code == 0) code = w->open(r, output_file::way::itself, options);
-  if (code == 0) *h = w.release();
-  return code;
-}
-
-int32_t add_frame(fitshandle **h, qvimagecallback callback, qvimage *frame, const qvimagefileinfo *info) {
-  writer *w;
-  if (const int32_t code = behind(h, &w); code < 0) return code;
-  if (!frame) return because(QVERR_USAGE, {"no frame"});
-  return w->add(progress(callback), *frame, info ? info->fts_date_obs : nullptr);
-}
-
-int32_t close(fitshandle **h) {
-  writer *w;
-  if (const int32_t code = behind(h, &w); code < 0) return code;
-  const int32_t code = w->end(0);
-  return worst(code, release<writer>(h));
-}
-
-template <class Record>
-int32_t write_file(qvimagecallback callback, Record *image, int64_t frames, const request &r,
-                   const qvimagefileinfo *options) {
-  if (!image || !r.path) return because(QVERR_USAGE, {image ? "no path" : "no image"});
-  auto w = make_owned<writer>();
-  if (!w) return QVERR_MEMORY;
-  int32_t code = with_first_plane(
-      *image, [&](const qvimage &first) { return w->plan(first, image->h, frames, options); });
-  if (code == 0)
-    code = w->open(r, r.fopenmode ? output_file::way::itself : output_file::way::beside, options);
-  if (code < 0) return code;
-  return w->end(for_each_plane(
-      *image, progress(callback),
-      [&](qvimage &frame, const progress &told, int32_t) { return w->add(told, frame, nullptr); }));
-}
-
 }  // namespace
 
 }  // namespace qvim::fits
 
 using namespace qvim;
 
+namespace {
+
+template <class Record>
+qvimagehints size_of_pixels(const Record *image) {
+  return image ? image->h : qvimagehints{};
+}
+
+}  // namespace
+
 extern "C" {
 
 int32_t qvimage_fitswriteinit(fitshandle **h, const qvywindow *wind, const qvyzwindow *wind3, qvimage *image,
                               const char *path, const char *fopenmode, int64_t bufsize, int64_t frames,
                               qvimagefileinfo *options) {
-  return public_call().result(
-      fits::open_for_frames(h, wind, wind3, image, frames, {path, fopenmode, bufsize}, options));
+  if (!wind == !wind3) return public_call().result(because(QVERR_USAGE, {"one window is needed, not two"}));
+  qvimage described;
+  if (image) described = *image;
+  if (image && wind) described.wind = *wind;
+  if (image && wind3) qvimwind3to2(wind3, &described.wind);
+  const fits::request r{path, fopenmode, bufsize, options, frames, size_of_pixels(image)};
+  return open_for_frames<fits::writer>(h, image ? &described : nullptr, r);
 }
 
 int32_t qvimage_fitswriteadd(fitshandle **h, qvimagecallback callback, qvimage *frame, qvimagefileinfo *fr) {
-  return public_call().result(fits::add_frame(h, callback, frame, fr));
+  return add_frame<fits::writer>(h, callback, frame, fr ? fr->fts_date_obs : nullptr);
 }
 
-int32_t qvimage_fitswritedone(fitshandle **h) { return public_call().result(fits::close(h)); }
+int32_t qvimage_fitswritedone(fitshandle **h) { return end_frames<fits::writer>(h); }
 
 int32_t qvimage_fitswrite(qvimagecallback callback, qvimage *image, uint64_t, const char *path,
                           const char *fopenmode, int64_t bufsize, qvimagefileinfo *options) {
-  return public_call().result(fits::write_file(callback, image, -1, {path, fopenmode, bufsize}, options));
+  const fits::request r{path, fopenmode, bufsize, options, -1, size_of_pixels(image)};
+  return write_file<fits::writer>(callback, image, r);
 }
 
 int32_t qvimage3_fitswriteseq(qvimagecallback callback, qvimage3 *image, uint64_t, const char *path,
                               const char *fopenmode, int64_t bufsize, qvimagefileinfo *options) {
   const int64_t frames = image ? int64_t(image->wind.se.z) - image->wind.nw.z : 0;
-  return public_call().result(fits::write_file(callback, image, frames, {path, fopenmode, bufsize}, options));
+  const fits::request r{path, fopenmode, bufsize, options, frames, size_of_pixels(image)};
+  return write_file<fits::writer>(callback, image, r);
 }
 
 }  // extern "C"

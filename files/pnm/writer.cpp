@@ -4,10 +4,9 @@
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/pnm/header.hpp"
-#include "files/rows/planes.hpp"
+#include "files/rows/write_calls.hpp"
 #include "files/rows/write_rows.hpp"
 #include "files/stream/bufio.hpp"
-#include "files/stream/handle.hpp"
 #include "files/stream/output_file.hpp"
 
 namespace qvim::pnm {
@@ -124,42 +123,6 @@ int32_t writer::end(int32_t code) {
   return code;
 }
 
-int32_t open_for_frames(pgmhandle **h, const qvimage *image, const request &r) {
-  if (!h || *h || !image || !r.path) return QVERR_USAGE;
-  auto w = make_owned<writer>();
-  if (!w) return QVERR_MEMORY;
-  int32_t code = w->plan(*image, r);
-  if (code == 0) code = w->open(r, output_file::way::itself);
-  if (code == 0) *h = w.release();
-  return code;
-}
-
-int32_t add_frame(pgmhandle **h, qvimagecallback callback, qvimage *frame) {
-  writer *w;
-  if (const int32_t code = behind(h, &w); code < 0) return code;
-  return frame ? w->add(progress(callback), *frame) : int32_t{QVERR_USAGE};
-}
-
-int32_t close(pgmhandle **h) {
-  writer *w;
-  if (const int32_t code = behind(h, &w); code < 0) return code;
-  const int32_t code = w->end(0);
-  return worst(code, release<writer>(h));
-}
-
-template <class Record>
-int32_t write_file(qvimagecallback callback, Record *image, const request &r) {
-  if (!image || !r.path) return QVERR_USAGE;
-  auto w = make_owned<writer>();
-  if (!w) return QVERR_MEMORY;
-  int32_t code = with_first_plane(*image, [&](const qvimage &first) { return w->plan(first, r); });
-  if (code == 0) code = w->open(r, r.fopenmode ? output_file::way::itself : output_file::way::beside);
-  if (code < 0) return code;
-  return w->end(
-      for_each_plane(*image, progress(callback),
-                     [&](qvimage &frame, const progress &told, int32_t) { return w->add(told, frame); }));
-}
-
 }  // namespace
 
 }  // namespace qvim::pnm
@@ -171,28 +134,28 @@ extern "C" {
 int32_t qvimage_pgmwriteinit(qvimagecallback, pgmhandle **h, const char *path, const char *fopenmode,
                              int64_t bufsize, qvimage *image, uint64_t appendframes, qvimagefileinfo *options,
                              uint32_t rgborder, uint32_t allow4) {
-  return public_call().result(pnm::open_for_frames(
-      h, image, {path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0}));
+  const pnm::request r{path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0};
+  return open_for_frames<pnm::writer>(h, image, r);
 }
 
 int32_t qvimage_pgmwriteadd(pgmhandle **h, qvimagecallback callback, qvimage *frame) {
-  return public_call().result(pnm::add_frame(h, callback, frame));
+  return add_frame<pnm::writer>(h, callback, frame);
 }
 
-int32_t qvimage_pgmwritedone(pgmhandle **h) { return public_call().result(pnm::close(h)); }
+int32_t qvimage_pgmwritedone(pgmhandle **h) { return end_frames<pnm::writer>(h); }
 
 int32_t qvimage_pgmwrite(qvimagecallback callback, qvimage *image, const char *path, const char *fopenmode,
                          int64_t bufsize, uint64_t appendframes, qvimagefileinfo *options, uint32_t rgborder,
                          uint32_t allow4) {
-  return public_call().result(pnm::write_file(
-      callback, image, {path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0}));
+  const pnm::request r{path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0};
+  return write_file<pnm::writer>(callback, image, r);
 }
 
 int32_t qvimage_pgmwriteseq(qvimagecallback callback, qvimage3 *image, const char *path,
                             const char *fopenmode, int64_t bufsize, uint64_t appendframes,
                             qvimagefileinfo *options, uint32_t rgborder, uint32_t allow4) {
-  return public_call().result(pnm::write_file(
-      callback, image, {path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0}));
+  const pnm::request r{path, fopenmode, bufsize, appendframes, options, rgborder != 0, allow4 != 0};
+  return write_file<pnm::writer>(callback, image, r);
 }
 
 }  // extern "C"
