@@ -114,23 +114,6 @@ TEST_F(PgmWrite, FramesAreAppendedToFilesOfTheirKind) {
             file_of(header, {raster(one, 1), raster(two, 1), raster(one, 1), raster(two, 1)}));
 }
 
-TEST_F(PgmWrite, PlanesBecomeFramesAndReadBack) {
-  frame flat(20, 12, 1, 8, 3, QVIM_HINT_RGB);
-  const int32_t dims[] = {20, 4, 3};
-  qvimage3 volume, read;
-  ASSERT_EQ(
-      qvimage3_memdata(&volume, flat.stored.data(), flat.stored.size(), dims, 0, 0, &flat.d, nullptr, 0), 0);
-  ASSERT_EQ(qvimage_pgmwriteseq(nullptr, &volume, path.c_str(), nullptr, 0, 0, nullptr, 0, 0), 0);
-  EXPECT_EQ(file_bytes(path), file_of("P6\n20 4\n255\n", {raster(flat, 3)}));
-  pgmhandle *h = nullptr;
-  ASSERT_EQ(qvimage3_pgmread(&read, nullptr, &h, path.c_str(), nullptr, 0, 0), 0);
-  EXPECT_EQ(qvimage_pgmwriteadd(&h, nullptr, &flat.image), -64);
-  EXPECT_EQ(qvimage3_pgmreaddone(&read, nullptr, &h), 0);
-  const auto stop = [](int64_t z, int64_t planes) { return z == planes ? -4 : 0; };
-  EXPECT_EQ(qvimage_pgmwriteseq(stop, &volume, path.c_str(), nullptr, 0, 3, nullptr, 0, 0), -4);
-  EXPECT_EQ(file_bytes(path), file_of("P6\n20 4\n255\n", {raster(flat, 3)}));
-}
-
 TEST_F(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
   frame grey(4, 4, 1, 8, 1, 1), two(4, 4, 1, 8, 2, 0), four(4, 4, 1, 8, 4, 0), deep(4, 4, 4, 12, 1, 1),
       real(4, 4, QVIM_FLOAT32, 0, 1, 0), empty(4, 4, 1, 8, 1, 1);
