@@ -35,16 +35,10 @@ int32_t read_all(qvimage3 *image, qvimage *palette, void **handle, const char *p
       handle, [&](avihandle **h) { return qvimage3_aviread(image, palette, h, path, nullptr, 0, lenient); });
 }
 
-int32_t done_all(qvimage3 *image, qvimage *palette, void **handle) {
-  return with_handle<avihandle>(handle,
-                                [&](avihandle **h) { return qvimage3_avireaddone(image, palette, h); });
-}
-
 bool is_motion_jpeg(const qvimagefileinfo &info) {
   return std::memcmp(info.avi_handler, motion_jpeg, 4) == 0;
 }
 
-bool coded(const qvimagefileinfo &info) { return is_motion_jpeg(info); }
 std::string kind(const qvimagefileinfo &) { return "AVI"; }
 
 std::vector<fact> facts(const qvimagefileinfo &info) {
@@ -120,18 +114,22 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 
 }  // namespace
 
-const file_format avi_format = {qv::sign_of(qv::format::avi),
-                                {info, nullptr, qvimage_aviinfodone, nullptr, nullptr, read_all, done_all},
-                                nullptr,
-                                coded,
-                                kind,
-                                facts,
-                                all_texts,
-                                true,
-                                writing_options,
-                                apply,
-                                {"AVI files", is_bitmap, bitmap_types, "--bits 8", true, true},
-                                create,
-                                audit_avi};
+const file_format avi_format = {
+    .sign = qv::sign_of(qv::format::avi),
+    .read = {.info = info,
+             .info_done = qvimage_aviinfodone,
+             .read_all = read_all,
+             .done_all = closing<qvimage3_avireaddone>::call},
+    .coded = is_motion_jpeg,
+    .kind = kind,
+    .facts = facts,
+    .texts = all_texts,
+    .has_resolution = true,
+    .options = writing_options,
+    .apply = apply,
+    .holds = bitmaps_in("AVI files"),
+    .create = create,
+    .audit = audit_avi,
+};
 
 }  // namespace tool

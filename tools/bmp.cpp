@@ -48,15 +48,8 @@ int32_t read_icon(qvimage *image, qvimage *palette, void **handle, const char *p
   return opened(image, palette, handle, path, true);
 }
 
-int32_t done(qvimage *image, qvimage *palette, void **handle) {
-  return with_handle<bmphandle>(handle,
-                                [&](bmphandle **h) { return qvimage_bmpreaddone(image, palette, h); });
-}
-
-bool coded(const qvimagefileinfo &) { return false; }
 std::string kind(const qvimagefileinfo &) { return "BMP"; }
 std::string icon_kind(const qvimagefileinfo &) { return "ICO"; }
-std::vector<fact> facts(const qvimagefileinfo &) { return {}; }
 
 void apply(const arguments &, qvimagefileinfo &info) { set_pixels_a_metre(info); }
 
@@ -100,31 +93,28 @@ void set_pixels_a_metre(qvimagefileinfo &info) {
   info.bmp_yppm = y <= INT32_MAX ? static_cast<int32_t>(std::lround(y)) : 0;
 }
 
-const file_format bmp_format = {qv::sign_of(qv::format::bmp),
-                                {info, nullptr, qvimage_bmpinfodone, read, done, nullptr, nullptr},
-                                nullptr,
-                                coded,
-                                kind,
-                                facts,
-                                0,
-                                true,
-                                {},
-                                apply,
-                                {"BMP files", is_bitmap, bitmap_types, "--bits 8", true, true},
-                                create,
-                                audit_bmp};
+const file_format bmp_format = {
+    .sign = qv::sign_of(qv::format::bmp),
+    .read = {.info = info,
+             .info_done = qvimage_bmpinfodone,
+             .read = read,
+             .done = closing<qvimage_bmpreaddone>::call},
+    .kind = kind,
+    .has_resolution = true,
+    .apply = apply,
+    .holds = bitmaps_in("BMP files"),
+    .create = create,
+    .audit = audit_bmp,
+};
 
-const file_format ico_format = {qv::sign_of(qv::format::ico),
-                                {icon_info, nullptr, qvimage_bmpinfodone, read_icon, done, nullptr, nullptr},
-                                nullptr,
-                                coded,
-                                icon_kind,
-                                facts,
-                                0,
-                                false,
-                                {},
-                                apply,
-                                {},
-                                nullptr};
+const file_format ico_format = {
+    .sign = qv::sign_of(qv::format::ico),
+    .read = {.info = icon_info,
+             .info_done = qvimage_bmpinfodone,
+             .read = read_icon,
+             .done = closing<qvimage_bmpreaddone>::call},
+    .kind = icon_kind,
+    .apply = apply,
+};
 
 }  // namespace tool

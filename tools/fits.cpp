@@ -31,12 +31,6 @@ int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
       handle, [&](fitshandle **h) { return qvimage3_fitsread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
-  return with_handle<fitshandle>(handle,
-                                 [&](fitshandle **h) { return qvimage3_fitsreaddone(image, nullptr, h); });
-}
-
-bool coded(const qvimagefileinfo &) { return false; }
 std::string kind(const qvimagefileinfo &) { return "FITS"; }
 
 std::vector<fact> facts(const qvimagefileinfo &info) {
@@ -90,18 +84,23 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 }  // namespace
 
 const file_format fits_format = {
-    qv::sign_of(qv::format::fits),
-    {info, info_many, qvimage_fitsinfodone, nullptr, nullptr, read_all, done_all},
-    nullptr,
-    coded,
-    kind,
-    facts,
-    description_text,
-    true,
-    {},
-    apply,
-    {"FITS files", is_held, "integers of up to 32 bits and floating-point numbers", "--bits 32"},
-    create,
-    audit_fits};
+    .sign = qv::sign_of(qv::format::fits),
+    .read = {.info = info,
+             .info_many = info_many,
+             .info_done = qvimage_fitsinfodone,
+             .read_all = read_all,
+             .done_all = closing<qvimage3_fitsreaddone>::call},
+    .kind = kind,
+    .facts = facts,
+    .texts = description_text,
+    .has_resolution = true,
+    .apply = apply,
+    .holds = {.files = "FITS files",
+              .type = is_held,
+              .types = "integers of up to 32 bits and floating-point numbers",
+              .way = "--bits 32"},
+    .create = create,
+    .audit = audit_fits,
+};
 
 }  // namespace tool

@@ -25,15 +25,15 @@ class page;
 // The library's functions that read a format. Those that return codes return 0 or more when all is well. A
 // format has pages that are opened one by one (`read`), or all together as planes (`read_all`), or both.
 struct reader {
-  int32_t (*info)(qvimagefileinfo *info, const char *path, int64_t page);
+  int32_t (*info)(qvimagefileinfo *info, const char *path, int64_t page) = nullptr;
   // Null: all pages of a file are alike.
-  int64_t (*info_many)(qvimagefileinfo *infos, int64_t count, const char *path, int64_t first);
-  void (*info_done)(qvimagefileinfo *info);
-  int32_t (*read)(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page);
-  int32_t (*done)(qvimage *image, qvimage *palette, void **handle);
+  int64_t (*info_many)(qvimagefileinfo *infos, int64_t count, const char *path, int64_t first) = nullptr;
+  void (*info_done)(qvimagefileinfo *info) = nullptr;
+  int32_t (*read)(qvimage *image, qvimage *palette, void **handle, const char *path, int64_t page) = nullptr;
+  int32_t (*done)(qvimage *image, qvimage *palette, void **handle) = nullptr;
   // The palette is null, or receives the one that all pages have.
-  int32_t (*read_all)(qvimage3 *image, qvimage *palette, void **handle, const char *path);
-  int32_t (*done_all)(qvimage3 *image, qvimage *palette, void **handle);
+  int32_t (*read_all)(qvimage3 *image, qvimage *palette, void **handle, const char *path) = nullptr;
+  int32_t (*done_all)(qvimage3 *image, qvimage *palette, void **handle) = nullptr;
 };
 
 // What a page says beside its pixels and what qvimagefileinfo has room for.
@@ -84,7 +84,8 @@ enum text : unsigned {
 struct holdings {
   const char *files = nullptr;                  // "BMP files"
   bool (*type)(const qvimagedata &) = nullptr;  // null: any
-  const char *types = "", *way = "";            // those of `type`, and the option that makes such
+  const char *types = "";                       // those of `type`
+  const char *way = "";                         // the option that makes such
   bool palettes = false, grey_or_rgb = false;
   bool red_first = false;  // colours are taken as red, green, blue whatever they are called
 };
@@ -92,21 +93,25 @@ struct holdings {
 struct file_format {
   const qv::format_sign &sign;  // name, suffixes, signature
   reader read;
-  std::unique_ptr<page_extras> (*extras)(const std::string &path);  // may be null
-  bool (*coded)(const qvimagefileinfo &info);  // whether a row is only found through those before it
-  std::string (*kind)(const qvimagefileinfo &info);
-  std::vector<fact> (*facts)(const qvimagefileinfo &info);
-  unsigned texts;       // those that files have room for
-  bool has_resolution;  // they say how large a pixel is
+  std::unique_ptr<page_extras> (*extras)(const std::string &path) = nullptr;  // may stay null
+  // Whether a row is only found through those before it.
+  bool (*coded)(const qvimagefileinfo &info) = [](const qvimagefileinfo &) { return false; };
+  std::string (*kind)(const qvimagefileinfo &info) = nullptr;
+  std::vector<fact> (*facts)(const qvimagefileinfo &info) = [](const qvimagefileinfo &) {
+    return std::vector<fact>();
+  };
+  unsigned texts = 0;           // those that files have room for
+  bool has_resolution = false;  // they say how large a pixel is
   // Options of convert for this format's files, and what they make of a page's description. Throws
   // usage_error.
-  std::span<const option> options;
-  void (*apply)(const arguments &arguments, qvimagefileinfo &info);
-  holdings holds;
+  std::span<const option> options = {};
+  void (*apply)(const arguments &arguments, qvimagefileinfo &info) = [](const arguments &,
+                                                                        qvimagefileinfo &) {};
+  holdings holds = {};
   // `shown` is the name for messages; adds behind the last page of an existing file when `append` says so.
   // `pages` are how many will be written. Null: files are only read.
   std::unique_ptr<writer> (*create)(const std::string &path, const std::string &shown, bool append,
-                                    int64_t pages);
+                                    int64_t pages) = nullptr;
   // Tells of rules that a file breaks (audit/audit.hpp). Null: none are known.
   void (*audit)(audited_file &file) = nullptr;
 };

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <qvimage/record.h>
+
 namespace tool {
 
 template <class Handle, class Call>
@@ -12,5 +14,15 @@ int32_t with_handle(void **handle, Call call) {
   *handle = mine;
   return code;
 }
+
+// The table's function for one of the library's that closes: closing<qvimage3_pgmreaddone>::call.
+template <auto function>
+struct closing;
+template <class Record, class Handle, int32_t (*function)(Record *, qvimage *, Handle **)>
+struct closing<function> {
+  static int32_t call(Record *image, qvimage *palette, void **handle) {
+    return with_handle<Handle>(handle, [&](Handle **h) { return function(image, palette, h); });
+  }
+};
 
 }  // namespace tool

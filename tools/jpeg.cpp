@@ -155,18 +155,25 @@ void apply_quality(const arguments &arguments, qvimagefileinfo &info) {
   info.jpg_quality = static_cast<int32_t>(std::lround(10 * found->front()));
 }
 
-const file_format jpeg_format = {qv::sign_of(qv::format::jpeg),
-                                 {info, nullptr, qvimage_jpeginfodone, read, done, nullptr, nullptr},
-                                 jpeg_extras,
-                                 coded,
-                                 kind,
-                                 facts,
-                                 software_text | description_text | copyright_text,
-                                 true,
-                                 writing_options,
-                                 apply,
-                                 {"JPEG files", has_8_bits, "8-bit samples", "--bits 8", false, true, true},
-                                 create,
-                                 audit_jpeg};
+const file_format jpeg_format = {
+    .sign = qv::sign_of(qv::format::jpeg),
+    .read = {.info = info, .info_done = qvimage_jpeginfodone, .read = read, .done = done},
+    .extras = jpeg_extras,
+    .coded = coded,
+    .kind = kind,
+    .facts = facts,
+    .texts = software_text | description_text | copyright_text,
+    .has_resolution = true,
+    .options = writing_options,
+    .apply = apply,
+    .holds = {.files = "JPEG files",
+              .type = has_8_bits,
+              .types = "8-bit samples",
+              .way = "--bits 8",
+              .grey_or_rgb = true,
+              .red_first = true},
+    .create = create,
+    .audit = audit_jpeg,
+};
 
 }  // namespace tool

@@ -32,13 +32,6 @@ int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
       handle, [&](pgmhandle **h) { return qvimage3_pgmread(image, nullptr, h, path, nullptr, 0, 0); });
 }
 
-int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
-  return with_handle<pgmhandle>(handle,
-                                [&](pgmhandle **h) { return qvimage3_pgmreaddone(image, nullptr, h); });
-}
-
-bool coded(const qvimagefileinfo &) { return false; }
-
 std::string kind(const qvimagefileinfo &info) {
   return info.pgm_magic == '4' ? "PBM" : info.pgm_magic == '5' ? "PGM" : "PPM";
 }
@@ -47,8 +40,6 @@ std::vector<fact> facts(const qvimagefileinfo &info) {
   if (info.pgm_magic == '4') return {};
   return {{"maximum", "maximum", formatted("%u", info.pgm_maxvalue), fact::as_number, info.pgm_maxvalue}};
 }
-
-void apply(const arguments &, qvimagefileinfo &) {}
 
 bool is_short(const qvimagedata &data) { return data.pixietype < QVIM_FLOAT32 && data.i_bitsused <= 16; }
 
@@ -80,18 +71,19 @@ std::unique_ptr<writer> create(const std::string &path, const std::string &shown
 
 }  // namespace
 
-const file_format pnm_format = {qv::sign_of(qv::format::pnm),
-                                {info, nullptr, qvimage_pgminfodone, nullptr, nullptr, read_all, done_all},
-                                nullptr,
-                                coded,
-                                kind,
-                                facts,
-                                all_texts,
-                                true,
-                                {},
-                                apply,
-                                {"anymaps", is_short, "integers of 1 to 16 bits", "--bits 16"},
-                                create,
-                                audit_pnm};
+const file_format pnm_format = {
+    .sign = qv::sign_of(qv::format::pnm),
+    .read = {.info = info,
+             .info_done = qvimage_pgminfodone,
+             .read_all = read_all,
+             .done_all = closing<qvimage3_pgmreaddone>::call},
+    .kind = kind,
+    .facts = facts,
+    .texts = all_texts,
+    .has_resolution = true,
+    .holds = {.files = "anymaps", .type = is_short, .types = "integers of 1 to 16 bits", .way = "--bits 16"},
+    .create = create,
+    .audit = audit_pnm,
+};
 
 }  // namespace tool

@@ -148,10 +148,7 @@ int32_t done(qvimage *, qvimage *, void **handle) {
   return 0;
 }
 
-bool coded(const qvimagefileinfo &) { return false; }
 std::string kind(const qvimagefileinfo &) { return "raw"; }
-std::vector<fact> facts(const qvimagefileinfo &) { return {}; }
-void apply(const arguments &, qvimagefileinfo &) {}
 
 // --- writing
 
@@ -265,17 +262,12 @@ raw_parts parts_of_raw(const std::string &word) {
 
 void check_raw_form(const std::string &word) { known_form(word); }
 
-const file_format raw_format = {sign,
-                                {info, nullptr, info_done, read, done, nullptr, nullptr},
-                                nullptr,
-                                coded,
-                                kind,
-                                facts,
-                                0,
-                                false,
-                                {},
-                                apply,
-                                {"raw files"},
-                                create};
+const file_format raw_format = {
+    .sign = sign,
+    .read = {.info = info, .info_done = info_done, .read = read, .done = done},
+    .kind = kind,
+    .holds = {.files = "raw files"},
+    .create = create,
+};
 
 }  // namespace tool

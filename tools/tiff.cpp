@@ -33,19 +33,9 @@ int32_t read(qvimage *image, qvimage *palette, void **handle, const char *path, 
   });
 }
 
-int32_t done(qvimage *image, qvimage *palette, void **handle) {
-  return with_handle<tiffhandle>(handle,
-                                 [&](tiffhandle **h) { return qvimage_tiffreaddone(image, palette, h); });
-}
-
 int32_t read_all(qvimage3 *image, qvimage *, void **handle, const char *path) {
   return with_handle<tiffhandle>(
       handle, [&](tiffhandle **h) { return qvimage3_tiffread(image, nullptr, h, path, nullptr, 0, 0); });
-}
-
-int32_t done_all(qvimage3 *image, qvimage *, void **handle) {
-  return with_handle<tiffhandle>(handle,
-                                 [&](tiffhandle **h) { return qvimage3_tiffreaddone(image, nullptr, h); });
 }
 
 // --- words
@@ -115,18 +105,25 @@ void apply(const arguments &arguments, qvimagefileinfo &info) {
 
 bool compression_is_arithmetic(uint32_t compression) { return compression == 32885 || compression == 33397; }
 
-const file_format tiff_format = {qv::sign_of(qv::format::tiff),
-                                 {info, info_many, qvimage_tiffinfodone, read, done, read_all, done_all},
-                                 tiff_extras,
-                                 coded,
-                                 kind,
-                                 facts,
-                                 all_texts,
-                                 true,
-                                 options,
-                                 apply,
-                                 {},
-                                 create_tiff,
-                                 audit_tiff};
+const file_format tiff_format = {
+    .sign = qv::sign_of(qv::format::tiff),
+    .read = {.info = info,
+             .info_many = info_many,
+             .info_done = qvimage_tiffinfodone,
+             .read = read,
+             .done = closing<qvimage_tiffreaddone>::call,
+             .read_all = read_all,
+             .done_all = closing<qvimage3_tiffreaddone>::call},
+    .extras = tiff_extras,
+    .coded = coded,
+    .kind = kind,
+    .facts = facts,
+    .texts = all_texts,
+    .has_resolution = true,
+    .options = options,
+    .apply = apply,
+    .create = create_tiff,
+    .audit = audit_tiff,
+};
 
 }  // namespace tool
