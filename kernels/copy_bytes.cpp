@@ -1,4 +1,4 @@
-// Long copies to any address.
+// Copies of 2 to 4 KiB to any address.
 #include "kernels/copy_bytes.hpp"
 
 namespace qvim {

@@ -1,6 +1,8 @@
-// Long copies to any address. glibc makes them by the processor's string instruction from a size of 2, 4 or 8
-// KiB on, by the width of its vectors; where their destination is not aligned, that takes up to three times
-// as long as vectors do on AMD's Zen. So such copies are made in pieces below the smallest of these sizes.
+// Copies to any address. glibc makes them by the processor's string instruction from a size of 2, 4 or 8 KiB
+// on, by the width of its vectors. Where their destination is not aligned, that takes on AMD's Zen nearly
+// twice as long as vectors do, for 2 to 4 KiB that are in the cache: such copies are made in pieces below
+// the smallest of these sizes. Longer ones lose at most 10 ns by the instruction in the cache, and take 0.6
+// of the time for what comes from memory.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +10,13 @@
 
 namespace qvim {
 
-inline constexpr uint64_t string_copy_from = 2048;
+inline constexpr uint64_t string_copy_from = 2048, string_copy_pays_from = 4096;
 
 void copy_in_pieces(void *to, const void *from, uint64_t count);
 
 inline void copy_bytes(void *to, const void *from, uint64_t count) {
-  if (count >= string_copy_from && reinterpret_cast<uintptr_t>(to) % 64 != 0)
+  const bool between = count >= string_copy_from && count < string_copy_pays_from;
+  if (between && reinterpret_cast<uintptr_t>(to) % 64 != 0)
     copy_in_pieces(to, from, count);
   else
     std::memcpy(to, from, count);
