@@ -1,11 +1,13 @@
 // Processes that die in the middle of their work.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 
 enum class ended { killed, by_itself, not_traceable };
 
@@ -33,4 +35,20 @@ ended run_and_kill(Operation operation, int n) {
     if (WIFEXITED(status)) return ended::by_itself;
     if (WIFSIGNALED(status)) return ended::killed;
   }
+}
+
+// Calls `check` after the work was killed before its first, second, ... system call, until it comes to its
+// end; it is told whether it did.
+inline void kill_everywhere(const std::function<void()> &prepare, const std::function<void()> &work,
+                            const std::function<void(bool whole)> &check) {
+  ended how = ended::killed;
+  for (int n = 0; how == ended::killed && n < 2000; n++) {
+    SCOPED_TRACE(testing::Message() << "killed before call " << n);
+    prepare();
+    how = run_and_kill(work, n);
+    if (how == ended::not_traceable) GTEST_SKIP() << "this system does not let processes be traced";
+    check(how == ended::by_itself);
+    if (testing::Test::HasFatalFailure()) return;
+  }
+  EXPECT_EQ(how, ended::by_itself);
 }

@@ -135,19 +135,16 @@ TEST_F(PgmWrite, RefusalsHaveTheirCodesAndTouchNothing) {
 TEST_F(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
   frame old(700, 9, 2, 12, 1, 1), added(700, 9, 2, 12, 1, 1, 0, 2);
   const bytes before = file_of("P5\n700 9\n4095\n", {raster(old, 1)}), more = raster(added, 1);
-  ended how = ended::killed;
-  for (int n = 0; how == ended::killed && n < 1000; n++) {
-    put_file(path, before);
-    how = run_and_kill([&] { save(added, path, 1); }, n);
-    if (how == ended::not_traceable) GTEST_SKIP() << "this system does not let processes be traced";
-    const bytes now = file_bytes(path);
-    ASSERT_GE(now.size(), before.size()) << n;
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), now.begin())) << n;
-    const bool whole = now.size() == before.size() + more.size();
-    EXPECT_TRUE(!whole || std::equal(more.begin(), more.end(), now.begin() + long(before.size()))) << n;
-    EXPECT_EQ(save(added, path, whole ? 2 : 1), 0) << n;
-  }
-  EXPECT_EQ(how, ended::by_itself);
+  kill_everywhere(
+      [&] { put_file(path, before); }, [&] { save(added, path, 1); },
+      [&](bool) {
+        const bytes now = file_bytes(path);
+        ASSERT_GE(now.size(), before.size());
+        EXPECT_TRUE(std::equal(before.begin(), before.end(), now.begin()));
+        const bool whole = now.size() == before.size() + more.size();
+        EXPECT_TRUE(!whole || std::equal(more.begin(), more.end(), now.begin() + long(before.size())));
+        EXPECT_EQ(save(added, path, whole ? 2 : 1), 0);
+      });
 }
 
 TEST_F(PgmWrite, AFailedAppendLeavesTheFileAsItWas) {

@@ -33,20 +33,9 @@ TEST(TiffPages, AreFoundByNumberAndStackedAsPlanes) {
     opened_stack o(b.file());
     ASSERT_EQ(o.code, 0);
     EXPECT_EQ(o.image.imdim.se.z, 5);
-    std::mt19937 random(5);
-    for (int i = 0; i < 200; i++) {
-      const uint32_t x = random() % 7, y = random() % 5, z = random() % 5;
-      EXPECT_EQ(read_run(o.image, 0, 0, 0, 1, int32_t(x), int32_t(y), int32_t(z)),
-                std::vector<uint64_t>{pages[z].sample(x, y, 0)});
-    }
-    // Along z and on over x, then y; and whole planes along x.
-    std::vector<uint64_t> deep, flat;
-    for (uint32_t y = 0; y < 5; y++)
-      for (uint32_t x = 0; x < 7; x++)
-        for (uint32_t z = 0; z < 5; z++) deep.push_back(pages[z].sample(x, y, 0));
+    std::vector<uint64_t> flat;
     for (const page_spec &p : pages)
       for (const uint64_t v : samples_of(p)) flat.push_back(v);
-    EXPECT_EQ(read_run(o.image, QVIM_ZSCAN | QVIM_WRAP, 0, 0, 1000, 0, 0, 0), deep);
     EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 1000, 0, 0, 0), flat);
     EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 1000, 2, 1, 1).size(), 4u);
     EXPECT_EQ(read_run(o.image, QVIM_YSCAN | QVIM_ZSCAN, 0, 0, 1, 0, 0, 0).size(), 0u);
