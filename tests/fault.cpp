@@ -1,6 +1,7 @@
 #include "tests/fault.hpp"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <ctime>
 #include <mutex>
 #include <unordered_set>
+#include <utility>
 
 namespace {
 
@@ -49,10 +51,10 @@ class address_set {
     const std::lock_guard lock(mutex_);
     set_.insert(p);
   }
-  void remove(void *p) {
-    if (!p) return;
+  bool remove(void *p) {
+    if (!p) return false;
     const std::lock_guard lock(mutex_);
-    set_.erase(p);
+    return set_.erase(p);
   }
   int64_t size() {
     const std::lock_guard lock(mutex_);
@@ -72,6 +74,18 @@ address_set &live_memory() {
 address_set &live_streams() {
   static auto *set = new address_set;
   return *set;
+}
+
+// Memory that was handed out, with its size.
+std::atomic<int64_t> held{0}, most_held{0};
+void take(void *p) {
+  live_memory().add(p);
+  const int64_t now = held += int64_t(malloc_usable_size(p));
+  for (int64_t most = most_held; now > most && !most_held.compare_exchange_weak(most, now);) {
+  }
+}
+void give_back(void *p) {
+  if (const auto size = int64_t(malloc_usable_size(p)); live_memory().remove(p)) held -= size;
 }
 
 countdown allocation_fault, call_fault;
@@ -127,6 +141,11 @@ ssize_t allowed(call kind, size_t count) {
 int64_t live_allocations() { return live_memory().size(); }
 int64_t open_files() { return live_streams().size(); }
 uint64_t allocation_count() { return allocations; }
+int64_t peak_bytes() {
+  static int64_t held_then = 0;
+  const int64_t now = held;
+  return most_held.exchange(now) - std::exchange(held_then, now);
+}
 uint64_t call_count() { return calls; }
 
 fail_allocation::fail_allocation(int64_t n, bool for_ever) { allocation_fault.start(n, for_ever); }
@@ -188,24 +207,24 @@ int __real_rename(const char *, const char *);
 void *__wrap_malloc(size_t n) {
   if (allocation_fails()) return nullptr;
   void *p = __real_malloc(n);
-  live_memory().add(p);
+  take(p);
   return p;
 }
 void *__wrap_calloc(size_t n, size_t size) {
   if (allocation_fails()) return nullptr;
   void *p = __real_calloc(n, size);
-  live_memory().add(p);
+  take(p);
   return p;
 }
 void *__wrap_realloc(void *p, size_t n) {
   if (allocation_fails()) return nullptr;
-  live_memory().remove(p);  // first: another thread may get the address as soon as it is free
+  give_back(p);  // first: another thread may get the address as soon as it is free
   void *moved = __real_realloc(p, n);
-  live_memory().add(moved || n == 0 ? moved : p);
+  take(moved || n == 0 ? moved : p);
   return moved;
 }
 void __wrap_free(void *p) {
-  live_memory().remove(p);
+  give_back(p);
   __real_free(p);
 }
 

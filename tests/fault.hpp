@@ -19,6 +19,8 @@ int64_t live_allocations();
 int64_t open_files();
 // All allocations so far: the difference over a transfer says how often it allocated.
 uint64_t allocation_count();
+// The most bytes that they held at once, beyond those held when this was asked last.
+int64_t peak_bytes();
 // All file calls so far, of the kinds below.
 uint64_t call_count();
 

@@ -264,4 +264,48 @@ TEST_P(Format, WhatIsThereOfAFileArrives) {
   }
 }
 
+// Of rows that are not coded, whatever lies before them.
+TEST_P(Format, APixelTakesTwoReads) {
+  if (is_coded()) return;
+  film f = of_.picture(width, height);
+  ASSERT_EQ(save(f), 0);
+  const bytes whole = shown();
+  opened o(of_, path_, 512);
+  o.with([&](auto &image) {
+    constexpr bool flat = std::is_same_v<decltype(image), qvimage &>;
+    const size_t pixel = size_t(image.f.pixelsize);
+    // Components of FITS files are pictures of their own.
+    const uint64_t most = of_.file.open == formats::fits.file.open ? std::max(2, image.d.pixies) : 2;
+    ASSERT_EQ(image.ioset(&image, QVIM_WRAP, uint32_t(image.d.pixietype), (1u << image.d.pixies) - 1), 1);
+    for (const size_t at : {whole.size() / pixel - 1, size_t{0}, whole.size() / pixel / 2 + width / 3}) {
+      bytes one(pixel);
+      const int32_t x = int32_t(at % width), y = int32_t(at / width % height),
+                    z = int32_t(at / width / height);
+      const uint64_t calls = call_count();
+      if constexpr (flat)
+        image.ioread(&image, 0, one.data(), 1, x, y);
+      else
+        image.ioread(&image, 0, one.data(), 1, x, y, z);
+      EXPECT_LE(call_count() - calls, most) << at;
+      EXPECT_TRUE(std::equal(one.begin(), one.end(), whole.begin() + long(at * pixel))) << at << ' ' << z;
+    }
+  });
+}
+
+// Rows, blocks and tables of frames are held, never a picture.
+TEST_P(Format, MemoryDoesNotGrowWithThePicture) {
+  const auto needed = [&](int32_t rows) {
+    film f = of_.picture(width, rows);
+    peak_bytes();
+    EXPECT_EQ(save(f), 0);
+    if (of_.file.info) shown();  // raw files have one size here
+    return peak_bytes();
+  };
+  needed(height);  // what is allocated once
+  const int64_t low = needed(height), high = needed(16 * height);
+  constexpr int64_t tables = 8192;  // of strips, and of where rows of a coded picture begin
+  EXPECT_GT(low, 0);
+  EXPECT_LE(high, low + tables);
+}
+
 }  // namespace
