@@ -11,18 +11,9 @@ namespace {
 
 using namespace qvim::test;
 
-template <class Form>
-std::vector<member<Form>> packers();
-template <>
-std::vector<member<npfbitstuff_fn>> packers() {
-  std::vector<member<npfbitstuff_fn>> members;
+std::vector<member> packers() {
+  std::vector<member> members;
 #define QVIM_STUFF(name, ...) add_member(members, QVIM_LEVELS_OF(name));
-#include <qvimage/members/npfbix.inc>
-  return members;
-}
-template <>
-std::vector<member<npfbitunstuff_fn>> packers() {
-  std::vector<member<npfbitunstuff_fn>> members;
 #define QVIM_UNSTUFF(name, ...) add_member(members, QVIM_LEVELS_OF(name));
 #include <qvimage/members/npfbix.inc>
   return members;
@@ -62,38 +53,27 @@ void model(const packing &p, const uint8_t *from, uint8_t *to, bool unstuff) {
     }
 }
 
-template <class Form>
-void check_packing(const member<Form> &member, bool unstuff) {
+TEST(Npfbit, PackersPlaceEveryBitInTheStreamOrInItsPixie) {
   std::mt19937 random(4);
-  const auto width = uint32_t(atoi(member.name.c_str() + 6));
-  for (uint32_t bits = 1; bits <= width; ++bits)
-    for (uint32_t mode = 0; mode < 5; ++mode)
-      for (uint64_t count :
-           {0, 1, 2, 3, 5, 7, 8, 9, 15, 16, 17, 31, 33, 64, 67, 255, 256, 257, 263, 512, 531}) {
-        const packing p{width, bits, mode, count};
-        buffer source((unstuff ? p.stream_bytes() : p.pixie_bytes()) + count % 4);
-        for (size_t i = 0; i < source.size(); ++i) source.data()[i] = uint8_t(random());
-        const uint8_t *from = source.data() + count % 4;
-        buffer expected((unstuff ? p.pixie_bytes() : p.stream_bytes()) + count % 3);
-        model(p, from, expected.data() + count % 3, unstuff);
-        for (const version<Form> &v : member.versions) {
-          buffer result(expected.size());
-          if constexpr (std::is_same_v<Form, npfbitstuff_fn>)
-            v.function(from, result.data() + count % 3, count, bits, mode);
-          else
-            v.function(result.data() + count % 3, from, count, bits, mode);
-          ASSERT_TRUE(result == expected)
-              << member.name << " " << v.level << ": bits " << bits << " mode " << mode << " count " << count;
+  for (const auto &member : packers()) {
+    const bool unstuff = member.name.ends_with("_unstuff");
+    const auto width = uint32_t(atoi(member.name.c_str() + 6));
+    for (uint32_t bits = 1; bits <= width; ++bits)
+      for (uint32_t mode = 0; mode < 5; ++mode)
+        for (uint64_t count :
+             {0, 1, 2, 3, 5, 7, 8, 9, 15, 16, 17, 31, 33, 64, 67, 255, 256, 257, 263, 512, 531}) {
+          const packing p{width, bits, mode, count};
+          // All of the stream is one item.
+          run r{{}, 1, p.pixie_bytes(), p.stream_bytes(), count % 4, count % 3};
+          if (unstuff) std::swap(r.in, r.out);
+          buffer source(r.from().bytes());
+          for (size_t i = 0; i < source.size(); ++i) source.data()[i] = uint8_t(random());
+          ASSERT_TRUE(does(member, r, source,
+                           [&](const uint8_t *from, uint8_t *to) { model(p, from, to, unstuff); },
+                           {nullptr, nullptr, {}, count, bits, mode}))
+              << "bits " << bits << " mode " << mode << " count " << count;
         }
-      }
-}
-
-TEST(Npfbit, StuffPlacesEveryBitInTheStream) {
-  for (const auto &member : packers<npfbitstuff_fn>()) check_packing(member, false);
-}
-
-TEST(Npfbit, UnstuffPlacesEveryBitInItsPixie) {
-  for (const auto &member : packers<npfbitunstuff_fn>()) check_packing(member, true);
+  }
 }
 
 TEST(Npfbit, KnownStreams) {
@@ -111,14 +91,7 @@ TEST(Npfbit, KnownStreams) {
 }
 
 TEST(Npfbit, NothingNeedsNoMemory) {
-  const auto call_all = [](const auto &members) {
-    for (const auto &member : members)
-      for (const auto &v : member.versions)
-        for (uint32_t bits = 0; bits <= 33; ++bits)
-          for (uint32_t mode : {0u, 1u, 2u, 3u}) v.function(nullptr, nullptr, 0, bits, mode);
-  };
-  call_all(packers<npfbitstuff_fn>());
-  call_all(packers<npfbitunstuff_fn>());
+  call_on_nothing(packers());
   for (uint64_t size : {0u, 1u, 5u, 40u}) {
     npfbyte_pack(nullptr, nullptr, size, 0, int64_t(size), int64_t(size));
     npfbyte_repl(nullptr, nullptr, size, 0);

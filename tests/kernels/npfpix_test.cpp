@@ -16,65 +16,10 @@ namespace {
 using namespace qvim::test;
 using words = std::vector<uint32_t>;
 
-constexpr uint32_t any = 77;  // for arguments that are ignored
-
-// --- one way to call all forms
-
-struct strides {
-  int64_t source, destination;
-};
-
-struct run_call {
-  const uint8_t *src;
-  uint8_t *dst;
-  strides stride;
-  uint64_t count;
-  const uint8_t *block;  // words or a table
-  uint32_t number;
-};
-
-uint32_t *sums(uint8_t *p) { return reinterpret_cast<uint32_t *>(p); }
-const uint32_t *sums(const uint8_t *p) { return reinterpret_cast<const uint32_t *>(p); }
-
-void invoke(npfpix_fn *f, const run_call &c) { f(c.dst, c.count, c.number, any, c.block); }
-void invoke(npfpixxlat_fn *f, const run_call &c) {
-  f(c.dst, c.stride.destination, c.count, c.number, any, c.block);
-}
-void invoke(npfpix2_fn *f, const run_call &c) {
-  f(c.src, c.dst, c.stride.source, c.stride.destination, c.count, c.block);
-}
-void invoke(npfpix2xlat_fn *f, const run_call &c) {
-  f(c.src, c.dst, c.stride.source, c.stride.destination, c.count, c.block, c.number);
-}
-void invoke(npfpixtr_fn *f, const run_call &c) { f(c.dst, c.count); }
-void invoke(npfpixtrk_fn *f, const run_call &c) { f(c.dst, c.count, c.number); }
-void invoke(npfpixtrn_fn *f, const run_call &c) { f(c.dst, c.stride.destination, c.count); }
-void invoke(npfpix2tr_fn *f, const run_call &c) { f(c.src, c.dst, c.count); }
-void invoke(npfpix2trk_fn *f, const run_call &c) { f(c.src, c.dst, c.count, c.number); }
-void invoke(npfpixadd_fn *f, const run_call &c) { f(c.src, sums(c.dst), c.count); }
-void invoke(npfpixass_fn *f, const run_call &c) { f(sums(c.src), any, c.dst, c.count, c.block); }
-
-using any_form = std::function<void(const run_call &)>;
-struct any_member {
-  std::string name;
-  std::vector<std::pair<const char *, any_form>> versions;
-};
-
-template <class Form>
-void add(std::vector<any_member> &all, const char *name, Form *exported,
-         Form *qvim::kernel_table::*entry = nullptr) {
-  std::vector<member<Form>> typed;
-  add_member(typed, name, exported, entry);
-  any_member m{name, {}};
-  for (const auto &v : typed[0].versions)
-    m.versions.emplace_back(v.level, [f = v.function](const run_call &c) { invoke(f, c); });
-  all.push_back(m);
-}
-
-std::vector<any_member> members() {
-  std::vector<any_member> all;
-#define QVIM_MEMBER(name, form) add<form>(all, QVIM_LEVELS_OF(name));
-#define QVIM_PIX_NOTHING(name, form) add<form>(all, #name, name);
+std::vector<member> members() {
+  std::vector<member> all;
+#define QVIM_MEMBER(name, form) add_member<form>(all, QVIM_LEVELS_OF(name));
+#define QVIM_PIX_NOTHING(name, form) add_member<form>(all, #name, name);
 #include <qvimage/members/npfpix.inc>
   return all;
 }
@@ -163,16 +108,16 @@ std::string shown(const words &w) {
 // --- all members
 
 // Every version on a run of values, which value(i) gives, from run to run and in place, where it can.
-void expect_run(const any_member &member, const arguments &a, strides stride, uint64_t count, size_t offset,
+void expect_run(const member &member, const arguments &a, strides stride, uint64_t count, size_t offset,
                 const std::function<uint64_t(uint64_t)> &value) {
   const meaning m(member.name);
-  const size_t in = m.item(m.source, a.number), out = m.item(m.destination, a.number);
-  const layout from{stride.source, count, in, offset}, to{stride.destination, count, out, offset / 2};
-  buffer values(from.bytes());
+  run r{stride, count, m.item(m.source, a.number), m.item(m.destination, a.number), offset, offset / 2};
+  r.mirrored = m.mirrors();
+  buffer values(r.from().bytes());
   for (uint64_t i = 0; i < count; ++i)
-    for (size_t at = 0; at < in; at += m.source) {
+    for (size_t at = 0; at < r.in; at += m.source) {
       const uint64_t v = value(i);
-      memcpy(values.data() + size_t(from.at(i)) + at, &v, std::min(m.source, in - at));
+      memcpy(values.data() + size_t(r.from().at(i)) + at, &v, std::min(m.source, r.in - at));
     }
   // At an odd address.
   const auto *from_block = m.translates() ? a.table.data() : reinterpret_cast<const uint8_t *>(a.w.data());
@@ -180,20 +125,12 @@ void expect_run(const any_member &member, const arguments &a, strides stride, ui
   std::copy_n(from_block, block.size() - 1, block.data() + 1);
   for (bool same : {false, true}) {
     if (same ? stride.source != stride.destination : !m.two_runs) continue;
-    const layout &placed = same ? from : to;
-    buffer expected = same ? values : buffer(to.bytes());
-    for (uint64_t i = 0; i < count; ++i)
-      model_item(m, values.data() + from.at(m.mirrors() ? count - 1 - i : i), expected.data() + placed.at(i),
-                 a);
-    for (const auto &[level, function] : member.versions) {
-      buffer source = values, destination = same ? values : buffer(to.bytes());
-      // Strides that the member must ignore are nonsense.
-      function({(same ? destination : source).data() + from.at(0), destination.data() + placed.at(0),
-                m.strided ? stride : strides{999, -999}, count, block.data() + 1, a.number});
-      ASSERT_TRUE(destination == expected && source == values)
-          << member.name << " " << level << ": count " << count << " strides " << stride.source << " "
-          << stride.destination << " number " << a.number << (same ? " in place" : "") << shown(a.w);
-    }
+    r.in_place = same;
+    // Strides that the member must ignore are nonsense.
+    ASSERT_TRUE(does(
+        member, r, values, [&](const uint8_t *in, uint8_t *out) { model_item(m, in, out, a); },
+        {nullptr, nullptr, m.strided ? stride : strides{999, -999}, count, a.number, 0, block.data() + 1}))
+        << "number " << a.number << shown(a.w);
   }
 }
 
@@ -226,13 +163,7 @@ TEST(Npfpix, EveryValueOfNarrowPixiesGivesTheModelsResult) {
   }
 }
 
-TEST(Npfpix, RunsOfNothingNeedNoMemory) {
-  for (const auto &member : members())
-    for (const auto &[level, function] : member.versions)
-      for (int64_t stride : {0, 1, 2, 4, 7})
-        for (uint32_t number : {0, 1, 3, 100})
-          function({nullptr, nullptr, {stride, stride}, 0, nullptr, number});
-}
+TEST(Npfpix, RunsOfNothingNeedNoMemory) { call_on_nothing(members()); }
 
 TEST(Npfpix, WhatIsNotNeededMayBeNull) {
   uint8_t bytes[8] = {};
@@ -240,9 +171,9 @@ TEST(Npfpix, WhatIsNotNeededMayBeNull) {
     const meaning m(member.name);
     for (const auto &[level, function] : member.versions) {
       if (m.what == "neg255" || m.what == "negffff" || m.what == "shr1" || m.starts("gray"))
-        function({bytes, bytes, {int64_t(m.source), int64_t(m.source)}, 8 / m.source, nullptr, any});
-      if (m.what == "transposek") function({nullptr, nullptr, {0, 0}, 5, nullptr, 0});
-      if (m.what == "stub") function({nullptr, nullptr, {0, 0}, 100, nullptr, 0});
+        function({bytes, bytes, {int64_t(m.source), int64_t(m.source)}, 8 / m.source, any});
+      if (m.what == "transposek") function({nullptr, nullptr, {0, 0}, 5});
+      if (m.what == "stub") function({nullptr, nullptr, {0, 0}, 100});
     }
   }
 }
