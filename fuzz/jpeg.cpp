@@ -8,14 +8,12 @@
 #include <qvimage/jpeg.h>
 #include <qvimage/types.h>
 
-#include "fuzz/input.hpp"
+#include "fuzz/look_at.hpp"
 #include "fuzz/scratch_file.hpp"
 
 namespace {
 
 constexpr uint32_t most_pixels = 1 << 18;  // that are looked at
-
-bool is_expected(int32_t code) { return code == 0 || code == -10 || code == -11 || code == -2; }
 
 uint32_t set_up(qvimage &im, uint32_t high) {
   qvywindow w{{0, 0}, {im.imdim.se.x, int32_t(high)}};
