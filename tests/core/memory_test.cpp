@@ -6,6 +6,7 @@
 
 #include <qvimage/qvimage.h>
 
+#include "core/dimension.hpp"
 #include "tests/fault.hpp"
 
 namespace {
@@ -108,45 +109,38 @@ TYPED_TEST(MemoryImage, TakesItsOwnFieldsAsArguments) {
   EXPECT_EQ(im.wind.se.y, 3);
 }
 
-TEST(MemoryImage2, TakesThePhysicalSizeOfAPixel) {
-  uint8_t buffer[32];
-  const int32_t dims[2] = {4, 3};
-  for (bool with_size : {false, true}) {
-    qvimage im;
-    ASSERT_EQ(with_size ? qvimage_memory3(&im, buffer, 24, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
-                                          QVIM_UNIT_INCH, 0.5f, 0.25f)
-                        : qvimage_memory2(&im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
-                                          QVIM_UNIT_INCH, 0.5f, 0.25f),
-              0);
+// With a size of the buffer or without: 0.
+int32_t memory_in_inches(qvimage *im, void *buffer, uint64_t size, const int32_t *dims) {
+  if (!size)
+    return qvimage_memory2(im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7, QVIM_UNIT_INCH, 0.5f,
+                           0.25f);
+  return qvimage_memory3(im, buffer, size, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7, QVIM_UNIT_INCH,
+                         0.5f, 0.25f);
+}
+int32_t memory_in_inches(qvimage3 *im, void *buffer, uint64_t size, const int32_t *dims) {
+  if (!size)
+    return qvimage3_memory2(im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7, QVIM_UNIT_INCH,
+                            QVIM_UNIT_SECOND, 0.5f, 0.25f, 2);
+  return qvimage3_memory3(im, buffer, size, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7, QVIM_UNIT_INCH,
+                          QVIM_UNIT_SECOND, 0.5f, 0.25f, 2);
+}
+
+TYPED_TEST(MemoryImage, TakesThePhysicalSizeOfAPixel) {
+  constexpr bool deep = axes_of<TypeParam> == 3;
+  constexpr uint64_t needed = deep ? 48 : 24;
+  uint8_t buffer[64];
+  const int32_t dims[3] = {4, 3, 2};
+  TypeParam im;
+  for (const uint64_t size : {uint64_t{0}, needed}) {
+    ASSERT_EQ(memory_in_inches(&im, buffer, size, dims), 0);
     EXPECT_TRUE(im.h.widthunits == QVIM_UNIT_INCH && im.h.heightunits == QVIM_UNIT_INCH &&
-                im.h.depthunits == 0);
-    EXPECT_TRUE(im.h.pixelwidth == 0.5f && im.h.pixelheight == 0.25f && im.h.pixeldepth == 0);
+                im.h.depthunits == (deep ? QVIM_UNIT_SECOND : 0));
+    EXPECT_TRUE(im.h.pixelwidth == 0.5f && im.h.pixelheight == 0.25f && im.h.pixeldepth == (deep ? 2 : 0));
     EXPECT_TRUE(im.d.i_bitsused == 12 && im.d.pixelhint == QVIM_HINT_GREY);
     EXPECT_EQ(im.aeiou(&im, 'm', 0, 0, nullptr), 8u);
   }
-  qvimage im;
-  EXPECT_EQ(qvimage_memory3(&im, buffer, 23, dims, 8, QVIM_UINT16, 12, 1, 0, 0, 0, 0, 0), -1);
-  EXPECT_TRUE(is_a(im, "NULL2"));
-}
-
-TEST(MemoryImage3, TakesThePhysicalSizeOfAPixel) {
-  uint8_t buffer[64];
-  const int32_t dims[3] = {4, 3, 2};
-  for (bool with_size : {false, true}) {
-    qvimage3 im;
-    ASSERT_EQ(with_size ? qvimage3_memory3(&im, buffer, 48, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
-                                           QVIM_UNIT_INCH, QVIM_UNIT_SECOND, 0.5f, 0.25f, 2)
-                        : qvimage3_memory2(&im, buffer, dims, 8, QVIM_UINT16, 12, 1, QVIM_HINT_GREY, 7,
-                                           QVIM_UNIT_INCH, QVIM_UNIT_SECOND, 0.5f, 0.25f, 2),
-              0);
-    EXPECT_TRUE(im.h.widthunits == QVIM_UNIT_INCH && im.h.heightunits == QVIM_UNIT_INCH &&
-                im.h.depthunits == QVIM_UNIT_SECOND);
-    EXPECT_TRUE(im.h.pixelwidth == 0.5f && im.h.pixelheight == 0.25f && im.h.pixeldepth == 2);
-    EXPECT_EQ(im.aeiou(&im, 'm', 0, 0, nullptr), 8u);
-  }
-  qvimage3 im;
-  EXPECT_EQ(qvimage3_memory3(&im, buffer, 47, dims, 8, QVIM_UINT16, 12, 1, 0, 0, 0, 0, 0, 0, 0), -1);
-  EXPECT_TRUE(is_a(im, "NULL3"));
+  EXPECT_EQ(memory_in_inches(&im, buffer, needed - 1, dims), -1);
+  EXPECT_TRUE(is_a(im, null_kind<TypeParam>));
 }
 
 // Packed lines or planes of 2^32 bytes or more have no pitch.
@@ -161,9 +155,6 @@ TYPED_TEST(MemoryImage, RefusesStridesThatDoNotFitTheirField) {
     EXPECT_EQ(memory(&im, buffer, plane, 0, QVIM_UINT8, 0, 1), -2);
   }
 }
-
-uint32_t read(qvimage *im, void *to, uint32_t count) { return im->ioread(im, 0, to, count, 0, 0); }
-uint32_t read(qvimage3 *im, void *to, uint32_t count) { return im->ioread(im, 0, to, count, 0, 0, 0); }
 
 TYPED_TEST(MemoryImage, RefusesSetUpsWithTheCodeOfTheirReason) {
   alignas(8) uint8_t buffer[512] = {};
@@ -194,30 +185,21 @@ TYPED_TEST(MemoryImage, RefusesSetUpsWithTheCodeOfTheirReason) {
     ASSERT_EQ(memory(&im, buffer, dims, 0, c.stored, c.bits, c.pixies), 0);
     EXPECT_EQ(im.ioset(&im, c.mode, c.type, c.mask), c.runs);
     uint8_t pixel[32];
-    EXPECT_EQ(read(&im, pixel, 1), c.runs == 1);
+    EXPECT_EQ(qvim::call_length(&im, 1, {}), c.runs == 1);
+    EXPECT_EQ(qvim::call_read(&im, 0, pixel, 1, {}), c.runs == 1);
     EXPECT_EQ(im.bxts(&im, c.mode, c.type, c.mask), c.blocks);
   }
 }
 
-TYPED_TEST(MemoryImage, ServesNothingWithoutAWindowAndNoMoreThanItHas) {
+TYPED_TEST(MemoryImage, ServesNoMoreThanItHas) {
   uint8_t buffer[8] = {1, 2, 3, 4, 5, 6, 7, 8}, out[8];
   const int32_t dims[3] = {2, 2, 2};
   constexpr uint32_t all = axes_of<TypeParam> == 2 ? 4 : 8;
   TypeParam im;
   ASSERT_EQ(memory(&im, buffer, dims, 0, QVIM_UINT8, 0, 1), 0);
   ASSERT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, 1), 1);
-  EXPECT_EQ(read(&im, out, UINT32_MAX), all);
+  EXPECT_EQ(qvim::call_read(&im, 0, out, UINT32_MAX, {}), all);
   EXPECT_EQ(std::memcmp(out, buffer, all), 0);
-  auto outside = im.wind;
-  outside.se.x = 3;
-  EXPECT_EQ(im.xwind(&im, &outside, 's'), nullptr);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 1), 0);
-  EXPECT_EQ(im.bxts(&im, 0, QVIM_UINT8, 1), 0);
-  qvxyzcoord entry{};
-  EXPECT_EQ(read(&im, out, 1), 0u);
-  EXPECT_EQ(im.bxta(&im, QVIM_LIST, out, &entry, 1, QVIM_OP_READ), 0u);
-  ASSERT_EQ(im.xwind(&im, nullptr, 's'), &im);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 1), 1);
 }
 
 TYPED_TEST(MemoryImage, AnswersQueries) {
@@ -358,33 +340,24 @@ TEST(MemoryImage2, FreesOnlyItsOwnKind) {
 }
 
 TYPED_TEST(MemoryImage, SurvivesEveryAllocationFailure) {
-  const int64_t before = live_allocations();
   const int32_t dims[3] = {5, 4, 3};
-  for (int n = 0;; n++) {
-    fail_allocation fault(n);
+  const auto allocate = [&] {
     TypeParam im;
     void *buffer = nullptr;
     const int32_t code = memmalloc(&im, &buffer, dims, QVIM_UINT16, 2);
-    if (!fault.fired()) {
-      EXPECT_EQ(code, 0);
-      memfree(&im, &buffer);
-      break;
-    }
-    EXPECT_EQ(code, -2);
-    EXPECT_EQ(buffer, nullptr);
-    EXPECT_TRUE(is_a(im, null_kind<TypeParam>));
-  }
-  for (int n = 0;; n++) {
-    fail_allocation fault(n);
+    EXPECT_EQ(code < 0, buffer == nullptr);
+    EXPECT_TRUE(is_a(im, code < 0 ? null_kind<TypeParam> : kind<TypeParam>));
+    if (code == 0) memfree(&im, &buffer);
+    return code;
+  };
+  const auto create = [] {
     TypeParam *im;
     memmalloc2(&im, nullptr, QVIM_UINT16, 5, 4, 3);
-    if (!fault.fired()) {
-      memfree2(im, 0);
-      break;
-    }
-    EXPECT_EQ(im, nullptr);
-  }
-  EXPECT_EQ(live_allocations(), before);
+    if (!im) return -2;
+    return memfree2(im, 0);
+  };
+  expect_faults_reported(allocate, 0, 0);
+  expect_faults_reported(create, 0, 0);
 }
 
 TEST(MemoryImage2, TransfersAllocateNothing) {

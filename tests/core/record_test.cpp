@@ -63,40 +63,4 @@ TEST(Window, DiscardsTheSetUpsWhenItIsSet) {
   EXPECT_EQ(value, 21);
 }
 
-TEST(Run, GoesOnWithTheNextLineOnlyWhenItWraps) {
-  std::vector<uint8_t> pixels(100), got(10);
-  for (int i = 0; i < 100; i++) pixels[i] = uint8_t(i);
-  const int32_t dims[] = {10, 10};
-  qvimage im;
-  ASSERT_EQ(qvimage_memory(&im, pixels.data(), dims, 0, QVIM_UINT8, 0, 1, 0, 0), 0);
-  ASSERT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, 1), 1);
-  EXPECT_EQ(im.ioread(&im, 0, got.data(), 10, 6, 3), 10u);
-  EXPECT_EQ(got, std::vector<uint8_t>({36, 37, 38, 39, 40, 41, 42, 43, 44, 45}));
-  ASSERT_EQ(im.ioset(&im, 0, QVIM_UINT8, 1), 1);
-  EXPECT_EQ(im.ioread(&im, 0, got.data(), 10, 6, 3), 4u);
-}
-
-TEST(Run, ThatCouldNotBeSetUpMovesNothing) {
-  uint8_t pixels[12], value = 77;
-  const int32_t dims[] = {2, 2};
-  qvimage im;
-  ASSERT_EQ(qvimage_memory(&im, pixels, dims, 0, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 0), 0);
-  const struct {
-    uint32_t mode, datatype, mask;
-    int32_t code;
-  } cases[] = {{0, QVIM_UINT16, 7, -19},         {0, QVIM_UINT8, 5, -21},
-               {0, QVIM_UINT8, 0, -21},          {0, QVIM_UINT8, 8, -21},
-               {QVIM_ZSCAN, QVIM_UINT8, 7, -11}, {QVIM_YSCAN | QVIM_ZSCAN, QVIM_UINT8, 7, -11}};
-  for (const auto &c : cases) {
-    ASSERT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
-    EXPECT_EQ(im.ioset(&im, c.mode, c.datatype, c.mask), c.code);
-    EXPECT_EQ(im.ioread(&im, 0, &value, 1, 0, 0), 0u);
-    EXPECT_EQ(im.iolen(&im, 1, 0, 0), 0u);
-  }
-  EXPECT_EQ(value, 77);
-  EXPECT_EQ(im.imapset(&im, QVIM_ZSCAN, QVIM_UINT8, 7), -1);
-  EXPECT_EQ(im.imapset(&im, QVIM_YSCAN, QVIM_UINT8, 7), -11);
-  EXPECT_EQ(im.imapset(&im, 0, QVIM_UINT8, 6), -21);
-}
-
 }  // namespace
