@@ -60,6 +60,10 @@ point<Dim> position_of(const qvxyzcoord &entry) {
 constexpr int32_t moved(int32_t at, int32_t by) { return int32_t(uint32_t(at) + uint32_t(by)); }
 constexpr int32_t distance(int32_t from, int32_t to) { return int32_t(uint32_t(to) - uint32_t(from)); }
 
+// The sides of a window, below 0 where its corners are exchanged.
+constexpr int64_t width_of(const qvywindow &w) { return int64_t(w.se.x) - w.nw.x; }
+constexpr int64_t height_of(const qvywindow &w) { return int64_t(w.se.y) - w.nw.y; }
+
 // A window with its axes as arrays. Unsigned extents: a valid window is never wider than 2^31 - 1.
 template <class Dim>
 struct box {

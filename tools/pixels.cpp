@@ -10,6 +10,7 @@
 #include "progress.hpp"
 #include "scratch.hpp"
 #include "text.hpp"
+#include "window.hpp"
 
 namespace tool {
 
@@ -21,9 +22,7 @@ uint32_t all_pixies(int32_t pixies) { return pixies >= 32 ? 0xFFFFFFFF : (uint32
 constexpr int64_t bytes_for_threads = int64_t{1} << 20;
 
 bool worth_threads(const qvimage *image) {
-  const qvywindow seen = image->wind;
-  const int64_t width = seen.se.x - seen.nw.x, height = seen.se.y - seen.nw.y;
-  return width * height * image->f.pixelsize >= bytes_for_threads;
+  return int64_t{width_of(image->wind)} * height_of(image->wind) * image->f.pixelsize >= bytes_for_threads;
 }
 
 class memory_page : public page {
@@ -89,7 +88,7 @@ void pixels::set_up_rows(unsigned thread) {
 
 void pixels::read(unsigned thread, int32_t y, void *place) {
   qvimage *image = this->image(thread);
-  const auto width = static_cast<uint32_t>(image->wind.se.x - image->wind.nw.x);
+  const auto width = static_cast<uint32_t>(width_of(image->wind));
   errno = 0;
   const bool whole = image->ioread(image, 0, place, width, 0, y) == width;
   image->iowait(image, 0, place);

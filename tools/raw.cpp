@@ -18,6 +18,7 @@
 #include "progress.hpp"
 #include "serial_writer.hpp"
 #include "text.hpp"
+#include "window.hpp"
 #include "words.hpp"
 
 namespace tool {
@@ -210,10 +211,9 @@ class raw_writer : public serial_writer {
   }
 
   static raw_form form_of_pixels(const qvimage &image) {
-    const qvywindow window = image.wind;
     raw_form form = {};
-    form.size[0] = static_cast<uint32_t>(window.se.x - window.nw.x);
-    form.size[1] = static_cast<uint32_t>(window.se.y - window.nw.y);
+    form.size[0] = static_cast<uint32_t>(width_of(image.wind));
+    form.size[1] = static_cast<uint32_t>(height_of(image.wind));
     const qvimagedata d = image.d;
     qviminitdata(&form.data, d.pixietype, d.pixietype < QVIM_FLOAT32 ? d.i_bitsused : 0, d.pixies,
                  d.pixelhint);

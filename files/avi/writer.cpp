@@ -8,6 +8,7 @@
 #include <qvimage/colour.h>
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/jpeg/writer.hpp"
@@ -101,8 +102,8 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   if ((!single && pixies != 3 && pixies != 4) ||
       (single && bits != 8 && (is_jpeg_ || (bits != 1 && bits != 4))))
     return because(QVERR_UNSUPPORTED, {pixies, " components of ", bits, " bits"});
-  format_.width = image.wind.se.x - image.wind.nw.x;
-  format_.height = image.wind.se.y - image.wind.nw.y;
+  format_.width = int32_t(width_of(image.wind));
+  format_.height = int32_t(height_of(image.wind));
   format_.bits = uint16_t(single ? bits : 24);
   if (is_jpeg_) format_.compression = jpeg_handler;
   if (r.options) format_.xppm = r.options->bmp_xppm, format_.yppm = r.options->bmp_yppm;

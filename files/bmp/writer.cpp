@@ -2,6 +2,7 @@
 #include <qvimage/bmp.h>
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/bmp/dib.hpp"
@@ -78,8 +79,8 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   if (image.d.pixietype != (wide ? QVIM_UINT32 : QVIM_UINT8))
     return because(QVERR_DATATYPE, {"BMP files have components of 8 bits"});
   if (const int32_t code = judge(image); code < 0) return code;
-  head_.width = image.wind.se.x - image.wind.nw.x;
-  head_.height = image.wind.se.y - image.wind.nw.y;
+  head_.width = int32_t(width_of(image.wind));
+  head_.height = int32_t(height_of(image.wind));
   if (r.info) head_.xppm = r.info->bmp_xppm, head_.yppm = r.info->bmp_yppm;
   if (head_.picture_bytes() > longest_file - data_begin())
     return because(QVERR_UNSUPPORTED, {"BMP files end at 4 GiB"});

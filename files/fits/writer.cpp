@@ -4,6 +4,7 @@
 #include <qvimage/error.h>
 #include <qvimage/window.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/fits/card.hpp"
@@ -63,8 +64,8 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   if (const int32_t code = judge(image); code < 0) return code;
   content_ = {image.d,
               r.size,
-              uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x),
-              uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y),
+              uint32_t(width_of(image.wind)),
+              uint32_t(height_of(image.wind)),
               r.frames,
               r.options ? r.options->fts_layout : 0};
   qvimage rows = image;

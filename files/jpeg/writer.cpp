@@ -6,6 +6,7 @@
 
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/stream/bufio.hpp"
@@ -30,8 +31,7 @@ int32_t stronger(int32_t a, int32_t b) { return a < 0 || b < 0 ? std::min(a, b) 
 }  // namespace
 
 int32_t writer::set_form(const qvimage &image, const qvimagefileinfo *options) {
-  const int64_t across = int64_t(image.wind.se.x) - image.wind.nw.x,
-                down = int64_t(image.wind.se.y) - image.wind.nw.y;
+  const int64_t across = width_of(image.wind), down = height_of(image.wind);
   if (across < 1 || down < 1 || across > highest_side || down > highest_side)
     return because(QVERR_USAGE, {"JPEG has 1 to ", highest_side, " pixels a side: ", across, " x ", down});
   const qvimagedata &d = image.d;
@@ -95,8 +95,7 @@ void writer::open(bufio *callers) {
 
 // Is this the picture that the file was begun for?
 int32_t writer::check(const qvimage &image) const {
-  const bool same_size = int64_t(image.wind.se.x) - image.wind.nw.x == width &&
-                         int64_t(image.wind.se.y) - image.wind.nw.y == height;
+  const bool same_size = width_of(image.wind) == width && height_of(image.wind) == height;
   const qvimagedata &d = image.d;
   if (!same_size) return because(QVERR_USAGE, {"the image has another size than the file"});
   if (!is_served(d) || components_of(d) != components)

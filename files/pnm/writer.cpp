@@ -1,6 +1,7 @@
 // Writing anymap files: frame by frame, or whole images in one call.
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/pnm/header.hpp"
@@ -56,8 +57,8 @@ int32_t writer::plan(const qvimage &image, const request &r) {
     return because(QVERR_DATATYPE, {"anymap files have unsigned values of 1 to 16 bits"});
   if (const int32_t code = judge(image); code < 0) return code;
   head.magic = pixies > 1 ? colour : d.i_bitsused == 1 ? bits : grey;
-  head.width = uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x);
-  head.height = uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y);
+  head.width = uint32_t(width_of(image.wind));
+  head.height = uint32_t(height_of(image.wind));
   head.maximum = (1u << d.i_bitsused) - 1;
   head.size = image.h;
   row_changes changes;

@@ -5,6 +5,7 @@
 #include <qvimage/error.h>
 #include <qvimage/raw.h>
 
+#include "core/dimension.hpp"
 #include "core/null.hpp"
 #include "core/owned.hpp"
 #include "core/reason.hpp"
@@ -41,8 +42,7 @@ int32_t write(qvimagecallback callback, qvimage *image, const char *path, const 
   if (!image) return because(QVERR_USAGE, {"no image"});
   if (const int32_t code = judge(*image); code < 0) return code;
   array<uint8_t> row;
-  const uint64_t bytes =
-      uint64_t(uint32_t(image->wind.se.x) - uint32_t(image->wind.nw.x)) * uint32_t(image->f.pixelsize);
+  const uint64_t bytes = uint64_t(uint32_t(width_of(image->wind))) * uint32_t(image->f.pixelsize);
   if (!row.allocate(bytes)) return QVERR_MEMORY;
   image_rows rows(*image, progress(callback));
   int32_t code = rows.set_up();
@@ -51,7 +51,7 @@ int32_t write(qvimagecallback callback, qvimage *image, const char *path, const 
   output_file file(stream);
   code = file.open(path, mode, bufsize, mode ? output_file::way::itself : output_file::way::beside);
   if (code < 0) return code;
-  const uint32_t height = uint32_t(image->wind.se.y) - uint32_t(image->wind.nw.y);
+  const uint32_t height = uint32_t(height_of(image->wind));
   for (uint32_t y = 0; y < height && code == 0; y++) {
     code = rows.fetch(row.data(), y);
     if (code == 0) write_bytes(stream, row.data(), bytes);

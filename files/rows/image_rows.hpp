@@ -5,6 +5,7 @@
 
 #include <qvimage/record.h>
 
+#include "core/dimension.hpp"
 #include "core/progress.hpp"
 
 namespace qvim {
@@ -19,8 +20,8 @@ class image_rows {
       : image_(image),
         told_(told),
         pixel_bytes_(uint32_t(image.f.pixelsize)),
-        width_(uint32_t(image.wind.se.x) - uint32_t(image.wind.nw.x)),
-        height_(uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y)) {}
+        width_(uint32_t(width_of(image.wind))),
+        height_(uint32_t(height_of(image.wind))) {}
 
   uint32_t height() const { return height_; }
 

@@ -6,6 +6,7 @@
 #include <qvimage/memory.h>
 #include <qvimage/views.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "kernels/words.hpp"
 
@@ -35,7 +36,7 @@ int32_t read_entries(qvimage *palette, uint32_t pixietype, void *entries, uint32
     if (code <= 0) return within({"the palette"}, code < 0 ? code : int32_t{QVERR_USAGE});
   }
   const auto window = source->wind;
-  const int64_t width = int64_t(window.se.x) - window.nw.x;
+  const int64_t width = width_of(window);
   const auto too_few = [&] {
     return because(QVERR_USAGE, {"the palette has fewer than ", count, " colours"});
   };

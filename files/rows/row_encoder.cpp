@@ -7,6 +7,7 @@
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 
+#include "core/dimension.hpp"
 #include "files/rows/samples.hpp"
 #include "kernels/words.hpp"
 
@@ -37,7 +38,7 @@ void differences(const uint8_t *from, uint8_t *to, uint64_t count, int samples, 
 
 int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_changes &changes) {
   width_ = r.width;
-  height_ = uint32_t(image.wind.se.y) - uint32_t(image.wind.nw.y);
+  height_ = uint32_t(height_of(image.wind));
   samples_ = int(r.samples);
   container_ = r.container();
   bits_ = r.bits;
@@ -67,10 +68,9 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
 
 bool row_encoder::fits(const qvimage &image) const {
   const bool integer = is_integer(image.d.pixietype);
-  return (!integer || image.d.i_bitsused == bitsused_) &&
-         int64_t(image.wind.se.x) - image.wind.nw.x == width_ &&
-         int64_t(image.wind.se.y) - image.wind.nw.y == height_ && image.d.pixietype == pixietype_ &&
-         image.d.pixies == pixies_ && image.f.pixiesize == pixiesize_;
+  return (!integer || image.d.i_bitsused == bitsused_) && width_of(image.wind) == width_ &&
+         height_of(image.wind) == height_ && image.d.pixietype == pixietype_ && image.d.pixies == pixies_ &&
+         image.f.pixiesize == pixiesize_;
 }
 
 const uint8_t *row_encoder::encode() {

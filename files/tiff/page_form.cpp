@@ -6,6 +6,7 @@
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/rows/image_rows.hpp"
@@ -110,13 +111,12 @@ colour colour_of(const qvimagedata &d, bool has_palette) {
 int32_t set_form(page &p, const qvimage &image, bool has_palette, const qvimagefileinfo *options) {
   if (const int32_t code = judge(image); code < 0) return code;
   const qvimagedata d = image.d;
-  const int32_t width = image.wind.se.x - image.wind.nw.x, height = image.wind.se.y - image.wind.nw.y;
   if (d.pixies < 1 || d.pixies > 4)
     return refuse({"pixels of ", d.pixies, " pixies are not stored: 1 to 4 are"});
   const colour c = colour_of(d, has_palette);
   p.set(NewSubfileType, 0);
-  p.set(ImageWidth, uint32_t(width));
-  p.set(ImageLength, uint32_t(height));
+  p.set(ImageWidth, uint32_t(width_of(image.wind)));
+  p.set(ImageLength, uint32_t(height_of(image.wind)));
   if (const int32_t code = set_samples(p, d, c.samples); code < 0) return code;
   if (const int32_t code = set_compression(p, options ? options->compression : 0, d); code < 0) return code;
   p.set(Photometric, c.photometric);

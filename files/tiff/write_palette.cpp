@@ -1,6 +1,7 @@
 // The colour map of a page from a palette image.
 #include <qvimage/error.h>
 
+#include "core/dimension.hpp"
 #include "core/reason.hpp"
 #include "files/rows/palette.hpp"
 #include "files/tiff/writer.hpp"
@@ -11,8 +12,7 @@ namespace qvim::tiff {
 namespace {
 
 bool has_entries(const qvimage &palette, uint32_t count) {
-  const auto window = palette.wind;
-  const int64_t width = int64_t(window.se.x) - window.nw.x, height = int64_t(window.se.y) - window.nw.y;
+  const int64_t width = width_of(palette.wind), height = height_of(palette.wind);
   return width > 0 && height > 0 && width * height >= count && palette.d.pixies >= 3;
 }
 

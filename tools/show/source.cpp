@@ -10,6 +10,7 @@
 #include "../failure.hpp"
 #include "../pixie_type.hpp"
 #include "../text.hpp"
+#include "../window.hpp"
 #include "../words.hpp"
 
 namespace tool::show {
@@ -67,10 +68,7 @@ void shown_page::show_colours() {
   show_component(0);
 }
 
-extent shown_page::size() const {
-  const qvywindow seen = chain_.top()->wind;
-  return {seen.se.x - seen.nw.x, seen.se.y - seen.nw.y};
-}
+extent shown_page::size() const { return {width_of(chain_.top()->wind), height_of(chain_.top()->wind)}; }
 
 std::string shown_page::read(int64_t y, int64_t x, int64_t count, void *place) {
   qvimage *top = chain_.top();
