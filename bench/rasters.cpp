@@ -150,6 +150,78 @@ void register_format(const format &k) {
   time_it("read/" + what + "/pread", bytes, 0, [&f, plain] { read_plain(f, plain, pixels.data()); });
 }
 
+// Files of many frames, or of a header of many cards: what opening takes, and a pixel of any frame.
+constexpr int32_t many = 10000;
+
+template <class Handle, auto Read, auto Done>
+struct film {
+  explicit film(const std::string &path) {
+    must(Read(&image, nullptr, &h, path.c_str(), nullptr, 0, 0) == 0, "film");
+  }
+  ~film() { must(Done(&image, nullptr, &h) == 0, "done"); }
+  qvimage3 image;
+  Handle *h = nullptr;
+};
+
+template <class Film>
+void register_film(const std::string &what, const std::string &path, int32_t frames) {
+  // A file is opened by two dozen calls and blocks, however many frames it has; then it is 1 us for each.
+  constexpr double opened = 100e3, of_each = 1e3, of_pixel = 20e3;
+  const std::string opens = "open/" + what + "/qvimage", pixel = "pixel/" + what + "/qvimage";
+  benchmark::RegisterBenchmark(opens.c_str(), [=](benchmark::State &state) {
+    for (auto _ : state) Film f(path);
+    state.counters["most"] = opened + of_each * many;
+  });
+  if (frames == 1) return;
+  benchmark::RegisterBenchmark(pixel.c_str(), [=](benchmark::State &state) {
+    Film f(path);
+    must(f.image.ioset(&f.image, QVIM_WRAP, QVIM_UINT8, 1) == 1, "ioset");
+    uint8_t value;
+    for (int32_t z = 0; auto _ : state) {
+      must(f.image.ioread(&f.image, 0, &value, 1, 5, 7, z) == 1, "ioread");
+      z = (z + 7919) % frames;
+    }
+    state.counters["most"] = of_pixel;
+  });
+}
+
+void register_films() {
+  using avi_film = film<avihandle, qvimage3_aviread, qvimage3_avireaddone>;
+  using fits_film = film<fitshandle, qvimage3_fitsread, qvimage3_fitsreaddone>;
+  using pnm_film = film<pgmhandle, qvimage3_pgmread, qvimage3_pgmreaddone>;
+  constexpr int32_t side = 64, dims[] = {side, side, many};
+  std::vector<uint8_t> pixels(size_t(side) * side * many);
+  qvimage3 image;
+  must(qvimage3_memory(&image, pixels.data(), dims, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0) == 0, "memory");
+  const std::string path = files() / "film.", classic = path + "1.avi", extended = path + "2.avi",
+                    pnm = path + "pgm", fits = path + "fits", cards = files() / "cards.fits";
+  for (const uint32_t mode : {1u, 2u})
+    must(qvimage3_aviwrite(nullptr, &image, nullptr, (mode == 1 ? classic : extended).c_str(), nullptr, 0,
+                           nullptr, 0, 0, mode) == 0,
+         "avi");
+  must(qvimage_pgmwriteseq(nullptr, &image, pnm.c_str(), nullptr, 0, 0, nullptr, 0, 0) == 0, "pnm");
+  must(qvimage3_fitswriteseq(nullptr, &image, 0, fits.c_str(), nullptr, 0, nullptr) == 0, "fits");
+
+  std::string header;
+  const auto card = [&](std::string text) { header += text.append(80 - text.size(), ' '); };
+  for (const char *key :
+       {"SIMPLE  =                    T", "BITPIX  =                    8", "NAXIS   =                    2",
+        "NAXIS1  =                   64", "NAXIS2  =                   64"})
+    card(key);
+  for (int32_t i = 0; i < many; i++) card("COMMENT something about the instrument, " + std::to_string(i));
+  card("END");
+  header.append((2880 - header.size() % 2880) % 2880, ' ').append(2 * 2880, '\0');
+  std::FILE *file = std::fopen(cards.c_str(), "wb");
+  must(file && std::fwrite(header.data(), 1, header.size(), file) == header.size(), "cards");
+  std::fclose(file);
+
+  register_film<avi_film>("avi classic 10000 frames", classic, many);
+  register_film<avi_film>("avi extended 10000 frames", extended, many);
+  register_film<pnm_film>("pgm 10000 frames", pnm, many);
+  register_film<fits_film>("fits 10000 frames", fits, many);
+  register_film<fits_film>("fits 10000 cards", cards, 1);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -165,6 +237,7 @@ int main(int argc, char **argv) {
                                    {"fits16", deep, write_fits, read_fits, false, 0.75, 0.75},
                                    {"series16", deep, write_series, read_series, false, 0, 0}};
   for (const format &k : formats) register_format(k);
+  register_films();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }
