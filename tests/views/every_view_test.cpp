@@ -69,86 +69,78 @@ bytes whole(qvimage3 *im) {
   return out;
 }
 
-struct kind {
-  const char *name, *device;
+struct facts {
+  const char *device;
   uint32_t blocks, images, flag;  // what it adds to the counts of a chain, 'b' and 'i', and sets there
   bool forwards;                  // other queries
   int32_t scan_code;              // for a scan order that there is not
+  bool maps, writes;
+};
+
+struct kind : facts {
+  const char *name;
   int axes, source_axes, pixies;
   std::function<int32_t(void *view, void *source)> make;
 };
 
-struct facts {
-  const char *device;
-  uint32_t blocks, images, flag;
-  bool forwards;
-  int32_t scan_code;
-};
-
 template <class View, class Source, class Make>
 kind of(const char *name, const facts &f, int pixies, Make make) {
-  return {name,
-          f.device,
-          f.blocks,
-          f.images,
-          f.flag,
-          f.forwards,
-          f.scan_code,
-          std::is_same_v<View, qvimage> ? 2 : 3,
-          std::is_same_v<Source, qvimage> ? 2 : 3,
+  constexpr auto axes = [](auto *record) { return std::is_same_v<decltype(record), qvimage *> ? 2 : 3; };
+  return {f,
+          name,
+          axes(static_cast<View *>(nullptr)),
+          axes(static_cast<Source *>(nullptr)),
           pixies,
-          [=](void *view, void *source) {
-            return make(static_cast<View *>(view), static_cast<Source *>(source));
-          }};
+          [=](void *v, void *s) { return make(static_cast<View *>(v), static_cast<Source *>(s)); }};
 }
 
 uint8_t reversed_table[256];
 const void *const tables[4] = {reversed_table, reversed_table, reversed_table, reversed_table};
 
 const kind kinds[] = {
-    of<qvimage, qvimage>("converter", {"QVIMCONV", 1, 1, 0x40000, false, -1}, 3,
+    of<qvimage, qvimage>("converter", {"QVIMCONV", 1, 1, 0x40000, false, -1, true, true}, 3,
                          [](auto *v, auto *s) { return qvimage_converter(v, s, nullptr, 0, 0, 5, 0); }),
-    of<qvimage3, qvimage3>("converter 3", {"QVIMCONV", 1, 1, 0x40000, false, -1}, 3,
+    of<qvimage3, qvimage3>("converter 3", {"QVIMCONV", 1, 1, 0x40000, false, -1, true, true}, 3,
                            [](auto *v, auto *s) { return qvimage3_converter(v, s, nullptr, 0, 0, 5, 0); }),
-    of<qvimage, qvimage>("lut2", {"QVIMLUT2", 2, 1, 0x40000, true, -1}, 3,
+    of<qvimage, qvimage>("lut2", {"QVIMLUT2", 2, 1, 0x40000, true, -1, false, true}, 3,
                          [](auto *v, auto *s) { return qvimage_lut2(v, s, 0, tables, tables, 0, 0, 0, 0); }),
     of<qvimage, qvimage>(
-        "pseudo-colour", {"QVIMLUT2", 2, 1, 0x40000, true, -1}, 1,
+        "pseudo-colour", {"QVIMLUT2", 2, 1, 0x40000, true, -1, false, false}, 1,
         [](auto *v, auto *s) { return qvimage_lut2(v, s, 0, tables, tables, 3, QVIM_HINT_RGB, 0, 0); }),
-    of<qvimage3, qvimage3>("lut3", {"QVIMLUT3", 2, 1, 0x40000, true, -1}, 3,
+    of<qvimage3, qvimage3>("lut3", {"QVIMLUT3", 2, 1, 0x40000, true, -1, false, true}, 3,
                            [](auto *v, auto *s) { return qvimage_lut3(v, s, 0, tables, tables, 0, 0, 0); }),
-    of<qvimage, qvimage>("decimate", {"QVIMDECI", 2, 1, 0x10000, true, -1}, 1,
+    of<qvimage, qvimage>("decimate", {"QVIMDECI", 2, 1, 0x10000, true, -1, false, true}, 1,
                          [](auto *v, auto *s) { return qvimage_decimate(v, s, 0, 3, 2, 1, 1); }),
-    of<qvimage, qvimage>("rotate", {"QVIMROTA", 2, 1, 0x20000, false, -11}, 3,
+    of<qvimage, qvimage>("rotate", {"QVIMROTA", 2, 1, 0x20000, false, -11, false, true}, 3,
                          [](auto *v, auto *s) { return qvimage_rotate_filt(v, s, 0, 5); }),
-    of<qvimage, qvimage>("mirror", {"QVIMROTA", 2, 1, 0x20000, false, -11}, 3,
+    of<qvimage, qvimage>("mirror", {"QVIMROTA", 2, 1, 0x20000, false, -11, false, true}, 3,
                          [](auto *v, auto *s) { return qvimage_rotate_filt(v, s, 0, 4); }),
-    of<qvimage, qvimage>("yodd", {"QVIMYOdd", 1, 1, 0x10000, true, -11}, 3,
+    of<qvimage, qvimage>("yodd", {"QVIMYOdd", 1, 1, 0x10000, true, -11, true, true}, 3,
                          [](auto *v, auto *s) { return qvimage_yodd(v, s, 0, 1); }),
-    of<qvimage, qvimage>("cachemonitor", {"QVIMCAM", 0, 0, 0, true, -11}, 3,
+    of<qvimage, qvimage>("cachemonitor", {"QVIMCAM", 0, 0, 0, true, -11, true, true}, 3,
                          [](auto *v, auto *s) { return qvimage_cachemonitor(v, s, 0, 0); }),
     of<qvimage, qvimage3>(
-        "def2from3", {"QVIM3to2", 1, 1, 0, true, -11}, 3,
+        "def2from3", {"QVIM3to2", 1, 1, 0, true, -11, false, true}, 3,
         [](auto *v, auto *s) { return qvimage_def2from3(v, s, QVIM_ZSCAN, QVIM_YSCAN, 2, 0); }),
-    of<qvimage, qvimage3>("joined frames", {"QVIM3to2", 1, 1, 0, true, -11}, 3,
+    of<qvimage, qvimage3>("joined frames", {"QVIM3to2", 1, 1, 0, true, -11, false, true}, 3,
                           [](auto *v, auto *s) { return qvimage_def2from3(v, s, 0, 0, 0, 0x40); }),
-    of<qvimage3, qvimage>("def3from2", {"QVIM2to3", 1, 1, 0, true, -11}, 3,
+    of<qvimage3, qvimage>("def3from2", {"QVIM2to3", 1, 1, 0, true, -11, true, true}, 3,
                           [](auto *v, auto *s) { return qvimage_def3from2(v, s, 0); }),
-    of<qvimage3, qvimage3>("def3from3", {"QVIM3to3", 1, 1, 0, true, -11}, 3,
+    of<qvimage3, qvimage3>("def3from3", {"QVIM3to3", 1, 1, 0, true, -11, true, true}, 3,
                            [](auto *v, auto *s) { return qvimage3_def3from3(v, s, 2, 0, 0, 0); }),
-    of<qvimage, qvimage3>("stack", {"QVIMSTAK", 2, 1, 0x2000000, false, -11}, 3,
+    of<qvimage, qvimage3>("stack", {"QVIMSTAK", 2, 1, 0x2000000, false, -11, false, false}, 3,
                           [](auto *v, auto *s) { return qvimage_stack(v, s); }),
-    of<qvimage, qvimage>("colorconverter", {"QVIMCLR", 2, 1, 0x40000, false, -1}, 3,
+    of<qvimage, qvimage>("colorconverter", {"QVIMCLR", 2, 1, 0x40000, false, -1, false, true}, 3,
                          [](auto *v, auto *s) { return qvimage_colorconverter(v, s, QVIM_HINT_YCRCB, 0); }),
-    of<qvimage3, qvimage3>("colorconverter 3", {"QVIMCLR3", 2, 1, 0x40000, false, -1}, 3,
+    of<qvimage3, qvimage3>("colorconverter 3", {"QVIMCLR3", 2, 1, 0x40000, false, -1, false, true}, 3,
                            [](auto *v, auto *s) { return qvimage3_colorconverter(v, s, QVIM_HINT_CMYK, 0); }),
-    of<qvimage, qvimage>("colorslice", {"ClrSlice", 1, 1, 0, true, -1}, 3,
+    of<qvimage, qvimage>("colorslice", {"ClrSlice", 1, 1, 0, true, -1, false, true}, 3,
                          [](auto *v, auto *s) { return qvimage_colorslice(v, s, 0, 2, 0); }),
-    of<qvimage3, qvimage3>("colorslice 3", {"ClrSlice", 1, 1, 0, true, -1}, 3,
+    of<qvimage3, qvimage3>("colorslice 3", {"ClrSlice", 1, 1, 0, true, -1, false, true}, 3,
                            [](auto *v, auto *s) { return qvimage3_colorslice(v, s, 0, 4, 0); }),
-    of<qvimage, qvimage>("Bayer", {"Bayer*4", 2, 1, 0x10000, true, -11}, 1,
+    of<qvimage, qvimage>("Bayer", {"Bayer*4", 2, 1, 0x10000, true, -11, false, false}, 1,
                          [](auto *v, auto *s) { return qvimage_Beyer4_filter(v, s, 0, 2); }),
-    of<qvimage3, qvimage3>("Bayer 3", {"Bayer*4", 2, 1, 0x10000, true, -11}, 1,
+    of<qvimage3, qvimage3>("Bayer 3", {"Bayer*4", 2, 1, 0x10000, true, -11, false, false}, 1,
                            [](auto *v, auto *s) { return qvimage3_Beyer4_filter(v, s, 0, 1); }),
 };
 
@@ -251,6 +243,14 @@ TEST_F(EveryView, TellsItsPlaceInTheChain) {
       EXPECT_EQ(answer('*' << 8 | 'x'), 0u);
       EXPECT_EQ(answer('q'), 0u);
     });
+    // 'e' asks the source when its last number says so, or as all other queries do.
+    with_source(array, k, [](auto *im) {
+      im->aeiou = [](decltype(im), uint32_t, int32_t clear, int32_t, void *) { return uint32_t(70 + clear); };
+    });
+    with_view(array, k, [&](auto *im) {
+      EXPECT_EQ(im->aeiou(im, 'e', 1, 0, nullptr), k.forwards ? 71u : 0u);
+      EXPECT_EQ(im->aeiou(im, 'e', 1, 1, nullptr), 71u);
+    });
   }
 }
 
@@ -272,6 +272,9 @@ TEST_F(EveryView, RefusesWithTheCodeOfTheReason) {
                      {QVIM_XSCAN, type, 0, -21},
                      {QVIM_XSCAN, type, 0x80000000, -21},
                      {QVIM_YSCAN | QVIM_ZSCAN, type, all, k.scan_code}};
+      const bool flat = k.axes == 2;
+      EXPECT_EQ(flat ? im->ioset(im, QVIM_ZSCAN, type, all) : k.scan_code, k.scan_code);
+      EXPECT_EQ(im->imapset(im, 0, uint32_t(im->d.pixietype), all), k.maps ? 0x4005 : -11);
       for (const auto &r : refused) {
         uint8_t out[64];
         EXPECT_EQ(im->ioset(im, QVIM_XSCAN, type, all), 1);
@@ -284,12 +287,61 @@ TEST_F(EveryView, RefusesWithTheCodeOfTheReason) {
           EXPECT_EQ(nothing(0, 0), 0u);
         else
           EXPECT_EQ(nothing(0, 0, 0), 0u);
+        if (r.mode) continue;
+        ASSERT_GE(im->bxts(im, 0, type, all), 0);
+        EXPECT_EQ(im->bxts(im, 0, r.type, r.mask), r.code);
+        qvxyzcoord where{0, 0, 0};
+        EXPECT_EQ(im->bxta(im, QVIM_LIST, out, &where, 1, QVIM_OP_READ), 0u);
       }
       im->source[0] = -65;  // over itself
       EXPECT_EQ(im->ioset(im, QVIM_XSCAN, type, all), -5);
       EXPECT_EQ(im->bxts(im, 0, type, all), -5);
       EXPECT_EQ(im->aeiou(im, 'e', 0, 1, nullptr), 0u);
     });
+  }
+}
+
+TEST_F(EveryView, ForgetsItsSetUpsWithItsWindow) {
+  for (const kind &k : kinds) {
+    if (k.axes == 3) continue;
+    SCOPED_TRACE(k.name);
+    records array(2);
+    ASSERT_NO_FATAL_FAILURE(memory(array, 1, k));
+    ASSERT_EQ(k.make(array.two(0), next()), 0);
+    qvimage *const im = array.two(0);
+    const uint32_t type = uint32_t(im->d.pixietype), all = all_of(im->d);
+    uint8_t out[64] = {};
+    qvxyzcoord where{0, 0, 0};
+    qvimagemap map;
+    const auto moves = [&](bool anything) {
+      EXPECT_EQ(im->iolen(im, 1, 0, 0), anything);
+      EXPECT_EQ(im->ioread(im, 0, out, 1, 0, 0), anything);
+      EXPECT_EQ(im->iorite(im, 0, out, 1, 0, 0), anything && k.writes);
+      EXPECT_EQ(im->bxta(im, QVIM_LIST, out, &where, 1, QVIM_OP_READ), anything);
+      EXPECT_EQ(im->imap(im, &map, 0, 0), anything && k.maps);
+    };
+    const auto set_up = [&](bool possible) {
+      EXPECT_EQ(im->ioset(im, 0, type, all), possible);
+      EXPECT_EQ(im->bxts(im, 0, type, all) > 0, possible);
+      EXPECT_EQ(im->imapset(im, 0, type, all) > 0, possible && k.maps);
+    };
+    moves(false);
+    set_up(true);
+    moves(true);
+    qvywindow part = im->imdim, got, outside = im->imdim;
+    part.se.x--, outside.se.x++;
+    ASSERT_EQ(im->xwind(im, &part, 's'), im);
+    moves(false);
+    EXPECT_EQ(im->xwind(im, &got, 'w'), &im->wind);
+    EXPECT_EQ(std::memcmp(&got, &part, sizeof got), 0);
+    EXPECT_EQ(im->xwind(im, &got, 'i'), &im->imdim);
+    EXPECT_EQ(im->xwind(im, &got, 'x'), nullptr);
+    EXPECT_EQ(im->xwind(im, &outside, 's'), nullptr);
+    set_up(false);
+    moves(false);
+    ASSERT_EQ(im->xwind(im, nullptr, 's'), im);
+    set_up(true);
+    moves(true);
   }
 }
 

@@ -1,14 +1,11 @@
-// Views that only move pixels: what they refuse, what they say of themselves, and chains of them.
+// Views that only move pixels: what they refuse, what they say of themselves, and examples.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <numeric>
 #include <vector>
 
 #include <qvimage/qvimage.h>
-
-#include "tests/files.hpp"
 
 namespace {
 
@@ -104,25 +101,12 @@ TEST(GeometryRefuses, WindowsThatDoNotFitUntilOneIsSet) {
   EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
 }
 
-TEST(GeometryRefuses, SetUpsThatDoNotFit) {
+TEST(GeometryRefuses, MappingsThatAreForbiddenAndDepthThatIsNotThere) {
   flat grey(4, 3);
-  deep frames(4, 3, 2);
   qvimage view;
   qvimage3 view3;
-  ASSERT_EQ(qvimage_rotate_filt(&view, &grey.im, 0, 6), 0);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 2), -21);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 0), -21);
-  EXPECT_EQ(view.ioset(&view, QVIM_ZSCAN, QVIM_UINT8, 1), -11);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), -19);
-  ASSERT_EQ(qvimage_decimate(&view, &grey.im, 0, 2, 1, 0, 0), 0);
-  EXPECT_EQ(view.ioset(&view, QVIM_ZSCAN, QVIM_UINT8, 1), -1);
-  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT8, 1), -11);
   ASSERT_EQ(qvimage_cachemonitor(&view, &grey.im, 0, 1), 0);
   EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT8, 1), -11);
-  ASSERT_EQ(qvimage_stack(&view, &frames.im), 0);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT16, 1), -19);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
-  EXPECT_EQ(view.iorite(&view, 0, grey.pixels.data(), 1, 0, 0), 0u);
   ASSERT_EQ(qvimage_def3from2(&view3, &grey.im, 0), 0);
   EXPECT_EQ(view3.ioset(&view3, QVIM_ZSCAN, QVIM_UINT8, 1), -11);
 }
@@ -279,30 +263,6 @@ TEST_F(Monitor, NotesMappings) {
     EXPECT_EQ(view.imap(&view, &map, 0, 2), 1);
     EXPECT_EQ(notes(), expected);
   }
-}
-
-// --- chains ------------------------------------------------------------------------------------------
-
-TEST(GeometryChains, StandOnFiles) {
-  temporary_folder folder;
-  const std::string path = folder / "frames.tif";
-  deep frames(5, 3, 2);
-  ASSERT_EQ(qvimage3_tiffwrite(nullptr, &frames.im, nullptr, path.c_str(), nullptr, 0, 0, nullptr, 0, 0, 0),
-            0);
-  qvimage3 file;
-  tiffhandle *handle = nullptr;
-  ASSERT_EQ(qvimage3_tiffread(&file, nullptr, &handle, path.c_str(), nullptr, 0, 0), 0);
-  qvimage below, turned, mean, thinned;
-  ASSERT_EQ(qvimage_def2from3(&below, &file, 0, 2, 0, 0x80), 0);
-  ASSERT_EQ(qvimage_rotate_filt(&turned, &below, 0, 6), 0);
-  bytes backwards = frames.pixels;
-  std::reverse(backwards.begin(), backwards.end());
-  EXPECT_EQ(read_all(&turned), backwards);
-  ASSERT_EQ(qvimage_decimate(&thinned, &turned, 0, 2, 3, 1, 2), 0);
-  EXPECT_EQ(read_all(&thinned), (bytes{18, 16, 3, 1}));
-  ASSERT_EQ(qvimage_stack(&mean, &file), 0);
-  EXPECT_EQ(read_all(&mean), (bytes{8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22}));
-  EXPECT_EQ(qvimage3_tiffreaddone(&file, nullptr, &handle), 0);
 }
 
 }  // namespace
