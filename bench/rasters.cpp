@@ -9,6 +9,7 @@
 
 #include "bench/files.hpp"
 #include "bench/frames.hpp"
+#include "bench/raster_peers.hpp"
 
 namespace {
 
@@ -150,6 +151,26 @@ void register_format(const format &k) {
   time_it("read/" + what + "/pread", bytes, 0, [&f, plain] { read_plain(f, plain, pixels.data()); });
 }
 
+// Beside other libraries, which read what they wrote.
+void register_peer(const format &k, const raster_peer &peer, double write_target, double read_target) {
+  static std::vector<uint8_t> pixels(4000 * 3000 * 3);
+  const frame &f = k.content;
+  const double bytes = double(f.bytes.size());
+  const std::string what = k.name, path = files() / (what + ".in"),
+                    in = files() / (what + ".peer" + peer.ending),
+                    out = files() / (what + ".new" + peer.ending);
+  peer.write(f, in);
+  peer.read(f, in, pixels.data());
+  must(std::memcmp(pixels.data(), f.bytes.data(), f.row_bytes()) == 0, "other pixels");
+  time_it("libraries write/" + what + "/qvimage", bytes, write_target,
+          [k, out] { k.write(k.content, out, k.exchanged); });
+  time_it("libraries write/" + what + "/" + peer.who, bytes, 0, [peer, &f, out] { peer.write(f, out); });
+  time_it("libraries read/" + what + "/qvimage", bytes, read_target,
+          [k, path] { k.read(k.content, path, pixels.data(), k.exchanged); });
+  time_it("libraries read/" + what + "/" + peer.who, bytes, 0,
+          [peer, &f, in] { peer.read(f, in, pixels.data()); });
+}
+
 // Files of many frames, or of a header of many cards: what opening takes, and a pixel of any frame.
 constexpr int32_t many = 10000;
 
@@ -237,6 +258,20 @@ int main(int argc, char **argv) {
                                    {"fits16", deep, write_fits, read_fits, false, 0.75, 0.75},
                                    {"series16", deep, write_series, read_series, false, 0, 0}};
   for (const format &k : formats) register_format(k);
+  [[maybe_unused]] const auto against = [&](const raster_peer &peer, double write_target,
+                                            double read_target) {
+    for (const format &k : formats)
+      if (std::string(peer.what) == k.name) register_peer(k, peer, write_target, read_target);
+  };
+#ifdef QVIM_HAVE_OPENCV
+  against(opencv_bmp, 1.4, 1.8);
+#endif
+#ifdef QVIM_HAVE_CFITSIO
+  against(cfitsio_fits, 1.4, 1.8);
+#endif
+#ifdef QVIM_HAVE_LIBAVFORMAT
+  against(libavformat_avi, 1.15, 1.1);
+#endif
   register_films();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
