@@ -100,25 +100,21 @@ class LogTest extends Images {
   /** Arguments of the three natives of X11 in the library's order; without a visual nothing is looked at. */
   private static void linesOfDisplays() throws Exception {
     Jqvimage none = new Jqvimage();
-    Call[] all = {()
-                      -> none.qvimage_hDC(extent(3, 2), 0x11, 0x12, 0x13, 0, 0x15, 6),
-        ()
-            -> none.qvimage_hXImage(extent(3, 2), 0x11, 0x12, 0, 0x15, 6),
-        () -> none.qvimage_hXDrawable(extent(3, 2), 0x11, 0x13, 0, 0x15, 6)};
-    String[] wanted = {
-        "qvimage_hDC                                        :           0h           3           2"
-            + "         11h         12h         13h          0h         15h           6",
-        "qvimage_hXImage                                    :           0h           3           2"
-            + "         11h         12h          0h          0h         15h           6",
-        "qvimage_hXDrawable                                 :           0h           3           2"
-            + "         11h          0h         13h          0h         15h           6"};
-    for (int i = 0; i < all.length; i++) {
-      try {
-        all[i].run();
-        fail("no exception");
-      } catch (JqverrnoException e) {
-        equal("line", wanted[i], lines().get(0));
-      }
+    Jqvywindow size = extent(3, 2);
+    lineOf("qvimage_hDC", "12h         13h", () -> none.qvimage_hDC(size, 0x11, 0x12, 0x13, 0, 0x15, 6));
+    lineOf("qvimage_hXImage", "12h          0h", () -> none.qvimage_hXImage(size, 0x11, 0x12, 0, 0x15, 6));
+    lineOf(
+        "qvimage_hXDrawable", " 0h         13h", () -> none.qvimage_hXDrawable(size, 0x11, 0x13, 0, 0x15, 6));
+  }
+
+  private static void lineOf(String name, String drawn, Call call) throws Exception {
+    String wanted = String.format("%-51s:           0h           3           2         11h         ", name)
+        + drawn + "          0h         15h           6";
+    try {
+      call.run();
+      fail("no exception");
+    } catch (JqverrnoException e) {
+      equal("line", wanted, lines().get(0));
     }
   }
 }

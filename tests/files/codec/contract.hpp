@@ -32,28 +32,26 @@ struct codec {
   bool ends;     // the decoder knows where the code ends
 };
 
-inline const codec lzw = {"ptiflzw",
-                          [](void **state, const shape *s) { return ptiflzw_stateinit(state, s); },
-                          ptiflzw_statereset,
-                          ptiflzw_statedone,
-                          ptiflzw_encode,
-                          ptiflzw_decode,
-                          [](const bytes &rows, const shape &) { return slow::lzw_encoder().encode(rows); },
-                          false,
-                          true};
-inline const codec packbits = {
-    "ptifpabi",
-    [](void **state, const shape *s) {
-      const int32_t bytes_of_row = s ? int32_t(row_bytes(*s)) : 0;
-      return ptifpabi_stateinit(state, s ? &bytes_of_row : nullptr);
-    },
-    ptifpabi_statereset,
-    ptifpabi_statedone,
-    ptifpabi_encode,
-    ptifpabi_decode,
-    [](const bytes &rows, const shape &s) { return slow::pack(rows, row_bytes(s)); },
-    true,
-    true};
+inline int32_t init_lzw(void **state, const shape *s) { return ptiflzw_stateinit(state, s); }
+inline bytes slow_lzw(const bytes &rows, const shape &) { return slow::lzw_encoder().encode(rows); }
+inline int32_t init_packbits(void **state, const shape *s) {
+  const int32_t bytes_of_row = s ? int32_t(row_bytes(*s)) : 0;
+  return ptifpabi_stateinit(state, s ? &bytes_of_row : nullptr);
+}
+inline bytes slow_packbits(const bytes &rows, const shape &s) { return slow::pack(rows, row_bytes(s)); }
+
+inline const codec lzw = {"ptiflzw",         init_lzw,       ptiflzw_statereset,
+                          ptiflzw_statedone, ptiflzw_encode, ptiflzw_decode,
+                          slow_lzw,          false,          true};
+inline const codec packbits = {"ptifpabi",
+                               init_packbits,
+                               ptifpabi_statereset,
+                               ptifpabi_statedone,
+                               ptifpabi_encode,
+                               ptifpabi_decode,
+                               slow_packbits,
+                               true,
+                               true};
 inline const codec predictive = {"ptifprar",
                                  ptifprar_stateinit,
                                  ptifprar_statereset,

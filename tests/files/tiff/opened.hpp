@@ -140,12 +140,7 @@ inline tag_values text(const char *s) {
 
 // A page with all texts and a resolution.
 inline page_spec described_page() {
-  page_spec p;
-  p.bits = 16;
-  p.samples = 3;
-  p.photometric = 2;
-  p.compression = 5;
-  p.differenced = true;
+  page_spec p{.bits = 16, .samples = 3, .photometric = 2, .compression = 5, .differenced = true};
   p.tags[270] = text("a leaf");
   p.tags[305] = text("builder");
   p.tags[306] = text("2020:01:02 03:04:05");

@@ -96,8 +96,7 @@ TEST(TiffPages, ChainsThatLoopEndAndMayRunBackwards) {
   EXPECT_EQ(opened_page(loop.file(), 3).code, -10);
 
   // The first page's directory stands behind that of the second one.
-  page_spec second;
-  second.seed = 2;
+  page_spec second{.seed = 2};
   builder backwards;
   backwards.page(second).page(p);
   const uint64_t first_directory = backwards.directories[1];
@@ -163,8 +162,7 @@ TEST(TiffInfo, SaysWhatTheDirectorySays) {
     qvimage_tiffinfodone(&i);
     EXPECT_EQ(i.description, nullptr);
   }
-  page_spec one;
-  one.rows_per_strip = 9;
+  page_spec one{.rows_per_strip = 9};
   temporary_folder folder;
   put_file(folder / "t", builder().page(one).file());
   qvimagefileinfo i;
@@ -243,8 +241,7 @@ TEST(TiffInfo, ManyPagesAtOnce) {
   EXPECT_EQ(qvimage_tiffinfoN(nullptr, 5, path.c_str(), nullptr, 0, 0), -1);
   EXPECT_EQ(qvimage_tiffinfoN(infos, -1, path.c_str(), nullptr, 0, 0), -1);
   EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, -1, 0), -1);
-  page_spec unserved;
-  unserved.compression = 7;
+  page_spec unserved{.compression = 7};
   put_file(path, b.page(unserved).page(described_page(), lzw).file());
   EXPECT_EQ(qvimage_tiffinfoN(infos, 50, path.c_str(), nullptr, 0, 0), -11);
   EXPECT_EQ(qvimage_tiffinfoN(infos, 1, path.c_str(), nullptr, 0, 41), 1) << "pages passed over may be bad";

@@ -59,15 +59,12 @@ TEST(TiffPixels, EveryDepthOrderAndCompressionArrivesAsItWasWritten) {
 TEST(TiffPixels, StripsMayHaveAnyNumberOfRows) {
   for (const coding &c : {uncompressed, by_lzw, packed})
     for (const uint32_t rows : {1u, 2u, 3u, 4u, 5u, 6u, 1000u, 0xFFFFFFFFu}) {
-      page_spec p;
-      p.compression = c.compression;
-      p.rows_per_strip = rows;
+      page_spec p{.compression = c.compression, .rows_per_strip = rows};
       opened_page o(builder().page(p, c.compress).file());
       ASSERT_EQ(o.code, 0) << rows;
       EXPECT_EQ(read_all(o.image), samples_of(p)) << rows;
     }
-  page_spec p;
-  p.rows_per_strip = 5;
+  page_spec p{.rows_per_strip = 5};
   p.without = {278, 279};  // one strip; its byte count says nothing that is needed
   opened_page o(builder().page(p).file());
   ASSERT_EQ(o.code, 0);
@@ -77,8 +74,7 @@ TEST(TiffPixels, StripsMayHaveAnyNumberOfRows) {
 TEST(TiffPixels, TagsMayHaveAnyUnsignedIntegerType) {
   for (const bool bigtiff : {false, true})
     for (const uint16_t type : {1, 3, 4, 13, 16, 18}) {
-      page_spec p;
-      p.rows_per_strip = 5;
+      page_spec p{.rows_per_strip = 5};
       for (const auto &[id, value] : std::map<uint16_t, uint64_t>{
                {256, 7}, {257, 5}, {258, 8}, {259, 1}, {262, 1}, {277, 1}, {278, 5}, {284, 1}, {339, 1}})
         p.tags[id] = {type, {value}};
@@ -118,26 +114,11 @@ TEST(TiffPixels, BitsOfBytesMayStandInTheOppositeOrder) {
     }
 }
 
-TEST(TiffPixels, WhiteIsZeroIsInvertedForIntegersOfOneSample) {
-  for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u, 24u, 32u, 64u}) {
-    page_spec p;
-    p.bits = bits;
-    p.photometric = 0;
+TEST(TiffPixels, WhiteIsZeroIsInvertedForIntegersOfOneSampleOnly) {
+  for (const page_spec &p : {page_spec{.bits = 32, .photometric = 0, .is_float = true},
+                             page_spec{.samples = 2, .photometric = 0}}) {
     opened_page o(builder().page(p).file());
-    ASSERT_EQ(o.code, 0);
-    EXPECT_EQ(o.image.d.pixelhint, QVIM_HINT_GREY);
-    auto expected = samples_of(p);
-    for (uint64_t &v : expected) v = (~uint64_t{0} >> (64 - bits)) - v;
-    EXPECT_EQ(read_all(o.image), expected) << bits;
-  }
-  page_spec real, pairs;
-  real.bits = 32;
-  real.is_float = true;
-  pairs.samples = 2;
-  for (page_spec *p : {&real, &pairs}) {
-    p->photometric = 0;
-    opened_page o(builder().page(*p).file());
-    EXPECT_EQ(read_all(o.image), samples_of(*p));
+    EXPECT_EQ(read_all(o.image), samples_of(p));
   }
 }
 
@@ -148,11 +129,8 @@ TEST(TiffPixels, ColoursAreNamedAndChromaComesInCrCbOrder) {
   } cases[] = {{1, 0, QVIM_HINT_GREY}, {1, 1, QVIM_HINT_GREY},  {2, 1, 0}, {3, 1, 0},
                {3, 2, QVIM_HINT_RGB},  {3, 6, QVIM_HINT_YCRCB}, {4, 2, 0}, {4, 5, QVIM_HINT_CMYK}};
   for (const auto &c : cases)
-    for (const uint32_t bits : {6u, 8u, 16u, 32u, 64u}) {
-      page_spec p;
-      p.bits = bits;
-      p.samples = c.samples;
-      p.photometric = c.photometric;
+    for (const uint32_t bits : {1u, 4u, 6u, 8u, 12u, 16u, 24u, 32u, 64u}) {
+      page_spec p{.bits = bits, .samples = c.samples, .photometric = c.photometric};
       p.tags[530] = {3, {1, 1}};
       opened_page o(builder(true).page(p).file());
       ASSERT_EQ(o.code, 0);
@@ -169,9 +147,7 @@ TEST(TiffPixels, ColoursAreNamedAndChromaComesInCrCbOrder) {
 TEST(TiffPalette, IndicesBesideThePaletteOrExpandedToColours) {
   const auto value = [](uint32_t c, uint32_t i) { return (i * 40503 + c * 12289 + 34567) & 0xFFFF; };
   for (const uint32_t bits : {1u, 4u, 8u, 12u, 16u}) {
-    page_spec p;
-    p.bits = bits;
-    p.photometric = 3;
+    page_spec p{.bits = bits, .photometric = 3};
     p.tags[320] = colour_map(3, bits, value);
     const bytes file = builder(true).page(p).file();
     opened_page both(file, 0, true), expanded(file);
@@ -212,9 +188,7 @@ TEST(TiffPalette, MapValuesOfOtherSizesAndOldMapsOfSmallValues) {
 }
 
 TEST(TiffPalette, OfAStackStaysWhilePlanesAreRead) {
-  page_spec p;
-  p.bits = 4;
-  p.photometric = 3;
+  page_spec p{.bits = 4, .photometric = 3};
   builder b;
   for (uint32_t page = 0; page < 3; page++) {
     p.seed = page;
@@ -307,8 +281,7 @@ TEST(TiffAccess, RunsFromPlaneToPlaneOfMorePagesThanStayOpen) {
 }
 
 TEST(TiffAccess, PixiesComeInTheJustificationAndByteOrderAskedFor) {
-  page_spec p;
-  p.bits = 12;
+  page_spec p{.bits = 12};
   opened_page o(builder().page(p).file());
   const auto all = samples_of(p);
   const auto with = [&](uint32_t flags) { return read_run(o.image, QVIM_WRAP, flags, 0, 35, 0, 0); };
@@ -326,8 +299,7 @@ TEST(TiffAccess, PixiesComeInTheJustificationAndByteOrderAskedFor) {
 }
 
 TEST(TiffAccess, SetUpsAreRefusedWithTheirCodes) {
-  page_spec p;
-  p.samples = 3;
+  page_spec p{.samples = 3};
   opened_page o(builder().page(p).file());
   qvimage &im = o.image;
   EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
@@ -349,9 +321,7 @@ TEST(TiffAccess, SetUpsAreRefusedWithTheirCodes) {
 }
 
 TEST(TiffAccess, BlockTransfersReadScatteredPixels) {
-  page_spec p;
-  p.compression = 5;
-  p.bits = 16;
+  page_spec p{.bits = 16, .compression = 5};
   opened_page o(builder().page(p, lzw).file());
   qvimage &im = o.image;
   qvxyzcoord list[] = {{6, 4, 0}, {0, 0, 0}, {3, 2, 0}, {3, 2, 0}};
@@ -362,11 +332,7 @@ TEST(TiffAccess, BlockTransfersReadScatteredPixels) {
 }
 
 TEST(TiffAccess, ThreadsShareAnImage) {
-  page_spec p;
-  p.width = 101;
-  p.height = 64;
-  p.compression = 5;
-  p.rows_per_strip = 10;
+  page_spec p{.width = 101, .height = 64, .compression = 5, .rows_per_strip = 10};
   opened_page o(builder().page(p, lzw).file());
   const auto all = samples_of(p);
   std::vector<std::thread> threads;

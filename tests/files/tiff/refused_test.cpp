@@ -131,10 +131,7 @@ TEST(TiffRefused, HandlesOfOthersAndPagesThatAreNotThere) {
 
 TEST(TiffHostile, RowsThatTheFileCannotHoldAreNotAllocated) {
   const auto page = [](uint32_t width, uint32_t compression, uint32_t bits) {
-    page_spec p;
-    p.bits = bits;
-    p.rows_per_strip = 5;
-    p.compression = compression;
+    page_spec p{.bits = bits, .compression = compression, .rows_per_strip = 5};
     p.tags = {{256, {4, {width}}}, {273, {4, {8}}}, {279, {4, {8}}}};
     bytes file = builder().page(p).file();
     file.resize(300);
@@ -178,8 +175,7 @@ TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
                {32773, broken(pack_bits, {}), "data end here"},
                {32773, broken(pack_bits, {0x7F, 1, 2}), "inside a PackBits run"}};
   for (const auto &c : cases) {
-    page_spec p;
-    p.compression = c.compression;
+    page_spec p{.compression = c.compression};
     opened_page o(builder().page(p, c.compress).file());
     ASSERT_EQ(o.code, 0);
     const auto all = samples_of(p);
@@ -274,11 +270,7 @@ TEST(TiffFaults, OfPalettesAndOfManyDescriptionsAreReported) {
 }
 
 TEST(TiffFaults, EveryFailedReadIsReported) {
-  page_spec p;
-  p.width = 3000;
-  p.height = 40;
-  p.compression = 5;
-  p.rows_per_strip = 3;
+  page_spec p{.width = 3000, .height = 40, .compression = 5, .rows_per_strip = 3};
   temporary_folder folder;
   const std::string path = folder / "t";
   put_file(path, builder().page(p, lzw).page(p, lzw).file());
