@@ -40,6 +40,11 @@ struct format {
   unsigned long red, green, blue;
   int depth, bits[3];  // significant bits of blue, green, red
   int widest() const { return std::max({bits[0], bits[1], bits[2]}); }
+  // The significant bits of a pixel's blue, green or red.
+  int component(unsigned long pixel, int k) const {
+    const unsigned long masks[] = {blue, green, red}, mask = masks[k];
+    return int((pixel & mask) >> __builtin_ctzl(mask) >> (__builtin_popcountl(mask) - bits[k]));
+  }
 };
 constexpr format formats[] = {
     {"8-8-8", 0xFF0000, 0xFF00, 0xFF, 24, {8, 8, 8}},
@@ -153,11 +158,7 @@ TEST_F(X11, ClientSideImagesHoldWhatIsWritten) {
           const int x = int(random() % width), y = int(random() % height);
           const unsigned long pixel = XGetPixel(image, x, y);
           const uint8_t *m = &model[size_t(y * width + x) * 3];
-          const unsigned long masks[3] = {f.blue, f.green, f.red};
-          for (int k = 0; k < 3; k++) {
-            const int down = __builtin_ctzl(masks[k]), all = __builtin_popcountl(masks[k]);
-            EXPECT_EQ(int((pixel & masks[k]) >> down >> (all - f.bits[k])), m[k] >> (f.widest() - f.bits[k]));
-          }
+          for (int k = 0; k < 3; k++) EXPECT_EQ(f.component(pixel, k), m[k] >> (f.widest() - f.bits[k]));
         }
         EXPECT_EQ(latched(view), 0u);
         image->data = nullptr;
@@ -251,10 +252,8 @@ TEST_P(X11Servers, WindowsAndPixmapsOfEveryDepthShowWhatIsWritten) {
       for (int i = 0; i < width * height; i++) {
         const unsigned long pixel =
             mode ? XGetPixel(witness, i / height, i % height) : XGetPixel(witness, i % width, i / width);
-        const unsigned long masks[3] = {f.blue, f.green, f.red};
         for (int k = 0; k < 3; k++) {
-          const int shift = __builtin_ctzl(masks[k]), all = __builtin_popcountl(masks[k]);
-          ASSERT_EQ(int((pixel & masks[k]) >> shift >> (all - f.bits[k])),
+          ASSERT_EQ(f.component(pixel, k),
                     from[size_t(i) * 3 + k] >> (f.widest() - f.bits[k]) & ((1 << f.bits[k]) - 1));
           ASSERT_EQ(back[size_t(i) * 3 + k], through(from[size_t(i) * 3 + k], f.bits[k], f.widest()));
         }

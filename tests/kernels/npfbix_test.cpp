@@ -8,6 +8,7 @@
 #include <qvimage/npfbix.h>
 
 #include "tests/kernels/kernel_levels.hpp"
+#include "tests/kernels/operands.hpp"
 
 namespace {
 
@@ -93,14 +94,6 @@ struct meaning {
   }
 };
 
-uint64_t read_integer(const uint8_t *p, size_t size) {
-  uint64_t v = 0;
-  for (size_t i = size; i--;) v = v << 8 | p[i];
-  return v;
-}
-void write_integer(uint8_t *p, size_t size, uint64_t v) {
-  for (size_t i = 0; i < size; ++i, v >>= 8) p[i] = uint8_t(v);
-}
 template <class T>
 T read_real(const uint8_t *p) {
   T v;
@@ -149,9 +142,9 @@ void model_value(const meaning &m, const uint8_t *from, uint8_t *to, uint32_t sh
   } else if (is_real(m.source)) {
     const uint32_t v = m.source == 'f' ? integer_of(read_real<float>(from), m, mask)
                                        : integer_of(read_real<double>(from), m, mask);
-    write_integer(to, m.destination_size, shifted(v, m, shift));
+    write(to, m.destination_size, shifted(v, m, shift));
   } else {
-    uint32_t v = uint32_t(read_integer(from, m.source_size));
+    uint32_t v = uint32_t(read(from, m.source_size));
     if (m.masks) v &= mask;
     v = shifted(v, m, shift);
     if (m.destination == 'f')
@@ -159,7 +152,7 @@ void model_value(const meaning &m, const uint8_t *from, uint8_t *to, uint32_t sh
     else if (m.destination == 'd')
       write_real<double>(to, v, m, mask);
     else
-      write_integer(to, m.destination_size, v);
+      write(to, m.destination_size, v);
     if (m.swaps) std::reverse(to, to + m.destination_size);
   }
 }
@@ -290,7 +283,7 @@ TEST(Npfbix, InPlaceMembersChangeEachValueWhereItLies) {
           buffer before(r.from().bytes());
           for (size_t i = 0; i < before.size(); ++i) before.data()[i] = uint8_t(random());
           const auto model = [&](const uint8_t *, uint8_t *p) {
-            write_integer(p, size, in_place_model(operation, size, read_integer(p, size), value));
+            write(p, size, in_place_model(operation, size, read(p, size), value));
           };
           ASSERT_TRUE(does(member, r, before, model, {nullptr, nullptr, r.stride, count, value}))
               << "value " << value;

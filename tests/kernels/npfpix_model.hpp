@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/kernels/operands.hpp"
+
 namespace qvim::test {
 
 // What a call's other arguments give: a block of words or a table, and pixies of a pixel (sets), bits used
@@ -48,13 +50,6 @@ struct meaning {
     return mirrors() ? size_t(what.back() - '0') : pixie;
   }
 };
-
-inline uint64_t read(const uint8_t *p, size_t size) {
-  uint64_t v = 0;
-  std::memcpy(&v, p, size);
-  return v;
-}
-inline void write(uint8_t *p, size_t size, uint64_t v) { std::memcpy(p, &v, size); }
 
 struct pixie {
   uint64_t v;

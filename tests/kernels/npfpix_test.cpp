@@ -9,7 +9,6 @@
 
 #include "tests/kernels/kernel_levels.hpp"
 #include "tests/kernels/npfpix_model.hpp"
-#include "tests/kernels/operands.hpp"
 
 namespace {
 

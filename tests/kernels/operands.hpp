@@ -1,11 +1,19 @@
-// Words to call kernels with.
+// Words to call kernels with, and values of any width.
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <random>
 
 namespace qvim::test {
+
+inline uint64_t read(const uint8_t *p, size_t size) {
+  uint64_t v = 0;
+  std::memcpy(&v, p, size);
+  return v;
+}
+inline void write(uint8_t *p, size_t size, uint64_t v) { std::memcpy(p, &v, size); }
 
 // Powers of two with their neighbours, and what is often written.
 inline uint32_t interesting(std::mt19937 &random) {

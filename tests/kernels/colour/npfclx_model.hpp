@@ -63,7 +63,6 @@ inline int64_t full_scale_of(size_t width, uint32_t bits) {
 }
 
 // --- Components moved
-// -------------------------------------------------------------------------------------------
 
 template <class T>
 std::vector<T> moved(const conversion &c, std::vector<T> v) {
@@ -75,7 +74,6 @@ std::vector<T> moved(const conversion &c, std::vector<T> v) {
 }
 
 // --- Brightness, saturation, hue
-// --------------------------------------------------------------------------------
 
 inline integers whole_to_bsh(int64_t r, int64_t g, int64_t b, int64_t full, int64_t steps) {
   const int64_t v = std::max({r, g, b}), delta = v - std::min({r, g, b});
@@ -169,7 +167,6 @@ inline integers normalised_from_bsh(const integers &v, int64_t full) {
 }
 
 // --- Families of conversions: components in the order R, G, B
-// ---------------------------------------------------
 
 inline integers hexcone(const conversion &c, const integers &v, uint32_t bits) {
   const int64_t full = full_scale_of(c.width, bits), steps = int64_t(1) << 8 * c.width;
