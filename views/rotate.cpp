@@ -103,31 +103,67 @@ struct rotate : view<two_d, rotate> {
     auto *values = static_cast<buffer_of<writing> *>(buffer);
     if (source_axis(im) == 1)
       if (const uint32_t n = move_columns<writing>(im, values, count, at)) return n;
-    if (reversed(state_in(im))) return move_mirrored<rotate, writing>(im, mode, values, count, at);
+    if (reversed(state_in(im))) {
+      const uint32_t n = move_backwards<writing>(im, values, count, at);
+      return n ? n : move_mirrored<rotate, writing>(im, mode, values, count, at);
+    }
     if constexpr (writing)
       return write_through(im, mode, buffer, count, at);
     else
       return read_through(im, mode, buffer, count, at);
   }
 
-  // Columns of a memory image; 0 where the source is none.
+  // Where this view's pixels lie in a memory image: the first one, and the steps along runs and across; false
+  // where the source is none.
   template <bool writing>
-  static uint32_t move_columns(image *im, buffer_of<writing> *values, uint32_t count, const position &at) {
+  static bool find_pixels(image *im, uint8_t **first, int64_t *along, int64_t *across) {
     const state &st = state_in(im);
     const auto own = box<two_d>::of(&im->wind);
     const position opposite{int32_t(own.extent(0)) - 1, int32_t(own.extent(1)) - 1};
-    if (!own.holds(at)) return 0;
     int64_t step[2];
-    uint8_t *first = memory::plain_pixels<two_d>(source_of(im), writing, in_source(im, {0, 0}),
-                                                 in_source(im, opposite), step);
-    if (!first) return 0;
+    *first = memory::plain_pixels<two_d>(source_of(im), writing, in_source(im, {0, 0}),
+                                         in_source(im, opposite), step);
+    if (!*first) return false;
     if (st.transposed) std::swap(step[0], step[1]);
     for (int axis = 0; axis < 2; axis++)
       if (st.mirrored[axis]) step[axis] = -step[axis];
-    const int along = int(st.run_scan), across = 1 - along;
+    *along = step[int(st.run_scan)];
+    *across = step[1 - int(st.run_scan)];
+    return true;
+  }
+
+  // Columns of a memory image; 0 where the source is none.
+  template <bool writing>
+  static uint32_t move_columns(image *im, buffer_of<writing> *values, uint32_t count, const position &at) {
+    const auto own = box<two_d>::of(&im->wind);
+    uint8_t *first;
+    int64_t along, across;
+    if (!own.holds(at) || !find_pixels<writing>(im, &first, &along, &across)) return 0;
+    const int axis = int(state_in(im).run_scan);
     const uint32_t n = run_length(im, count, at);
-    copy_run<writing>({first, step[along], step[across]}, own.extent(along), uint32_t(at[along]),
-                      uint32_t(at[across]), values, n, buffer_pixel(im));
+    copy_run<writing>({first, along, across}, own.extent(axis), uint32_t(at[axis]), uint32_t(at[1 - axis]),
+                      values, n, buffer_pixel(im));
+    return n;
+  }
+
+  // A run that lies in a memory image from its last pixel to its first without a gap: in a line, or over
+  // lines that follow one another. 0 where it does not.
+  template <bool writing>
+  static uint32_t move_backwards(image *im, buffer_of<writing> *values, uint32_t count, const position &at) {
+    const auto own = box<two_d>::of(&im->wind);
+    uint8_t *first;
+    int64_t along, across;
+    if (!own.holds(at) || !find_pixels<writing>(im, &first, &along, &across)) return 0;
+    const int axis = int(state_in(im).run_scan);
+    const int64_t pixel = buffer_pixel(im);
+    const uint32_t n = run_length(im, count, at);
+    if (n == 0 || along != -pixel || (n > rest_of_line(im, at) && across != along * own.extent(axis)))
+      return 0;
+    uint8_t *last = first + at[1 - axis] * across + (at[axis] + int64_t(n) - 1) * along;
+    if constexpr (writing)
+      npfpix1_2transposek_i(values, last, n, uint32_t(pixel));
+    else
+      npfpix1_2transposek_i(last, values, n, uint32_t(pixel));
     return n;
   }
 

@@ -193,6 +193,35 @@ TEST(Geometry, ShowsWhatTheExamplesSay) {
   EXPECT_EQ(read_all(&view), (bytes{2}));
 }
 
+// Of every run over several lines, with gaps between these and without.
+TEST(Geometry, TurnsRunsOverLinesBy180) {
+  constexpr int32_t dims[2] = {5, 4};
+  constexpr uint32_t width = 5, all = 20, pixel = 3;
+  for (const uint32_t pitch : {pixel * width, pixel * width + 2})
+    for (uint32_t from = 0; from < all; from++)
+      for (uint32_t count = 1; count <= all - from; count++) {
+        bytes stored(pitch * 4), run(count * pixel);
+        std::iota(stored.begin(), stored.end(), uint8_t{0});
+        const auto place = [&](uint32_t n) {
+          return (all - 1 - n) / width * pitch + (all - 1 - n) % width * pixel;
+        };
+        for (uint32_t n = 0; n < count; n++) std::memcpy(&run[n * pixel], &stored[place(from + n)], pixel);
+        qvimage im, view;
+        ASSERT_EQ(qvimage_memory(&im, stored.data(), dims, pitch, QVIM_UINT8, 0, pixel, 0, 0), 0);
+        ASSERT_EQ(qvimage_rotate_filt(&view, &im, 0, 6), 0);
+        ASSERT_EQ(view.ioset(&view, QVIM_WRAP, QVIM_UINT8, 7), 1);
+        const int32_t x = int32_t(from % width), y = int32_t(from / width);
+        bytes got(run.size());
+        ASSERT_EQ(view.ioread(&view, 0, got.data(), count, x, y), count);
+        EXPECT_EQ(got, run) << pitch << ", " << count << " from " << from;
+        bytes expected = stored;
+        for (uint32_t i = 0; i < run.size(); i++) run[i] = uint8_t(200 + i);
+        for (uint32_t n = 0; n < count; n++) std::memcpy(&expected[place(from + n)], &run[n * pixel], pixel);
+        ASSERT_EQ(view.iorite(&view, 0, run.data(), count, x, y), count);
+        EXPECT_EQ(stored, expected) << pitch << ", " << count << " from " << from;
+      }
+}
+
 TEST(Geometry, OddLinesOfAnOddHeightRepeatTheLastOne) {
   flat grey(1, 5);
   qvimage view;
