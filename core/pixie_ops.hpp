@@ -6,6 +6,7 @@
 
 #include <qvimage/types.h>
 
+#include "core/byte_order.hpp"
 #include "core/pixel.hpp"
 
 namespace qvim {
@@ -93,9 +94,7 @@ bool with_pixie_type(int32_t pixietype, F f) {
   }
 }
 
-inline uint8_t swapped(uint8_t v) { return v; }
-inline uint16_t swapped(uint16_t v) { return __builtin_bswap16(v); }
-inline uint32_t swapped(uint32_t v) { return __builtin_bswap32(v); }
+// Reals have the host's byte order.
 inline float swapped(float v) { return v; }
 inline double swapped(double v) { return v; }
 

@@ -6,6 +6,7 @@
 #include <qvimage/data.h>
 #include <qvimage/npfbix.h>
 
+#include "core/byte_order.hpp"
 #include "core/pixel.hpp"
 
 namespace qvim {
@@ -40,7 +41,7 @@ void swap_8(const void *src, void *dst, int64_t srcstride, int64_t dststride, ui
   auto *from = static_cast<const uint8_t *>(src);
   auto *to = static_cast<uint8_t *>(dst);
   for (; count; count--, from += srcstride, to += dststride)
-    store_value(to, __builtin_bswap64(load_value<uint64_t>(from)));
+    store_value(to, swapped(load_value<uint64_t>(from)));
 }
 
 // The in-place swaps need no value, so their own type has no fourth argument. They are handed out in the type

@@ -3,9 +3,10 @@
 
 #include <bit>
 #include <cstdint>
-#include <cstring>
 
 #include <qvimage/codec.h>
+
+#include "core/byte_order.hpp"
 
 namespace qvim {
 
@@ -17,18 +18,10 @@ inline void advance(codecstream &s, uint64_t bytes) {
 }
 
 // Eight bytes at once, the first one in the least (le) or most (be) significant place.
-inline uint64_t load_le64(const uint8_t *p) {
-  uint64_t value;
-  std::memcpy(&value, p, sizeof value);
-  if constexpr (std::endian::native == std::endian::big) value = __builtin_bswap64(value);
-  return value;
-}
-inline uint64_t load_be64(const uint8_t *p) { return __builtin_bswap64(load_le64(p)); }
-inline void store_le64(uint8_t *p, uint64_t value) {
-  if constexpr (std::endian::native == std::endian::big) value = __builtin_bswap64(value);
-  std::memcpy(p, &value, sizeof value);
-}
-inline void store_be64(uint8_t *p, uint64_t value) { store_le64(p, __builtin_bswap64(value)); }
+inline uint64_t load_le64(const uint8_t *p) { return from_bytes<uint64_t>(p, std::endian::little); }
+inline uint64_t load_be64(const uint8_t *p) { return from_bytes<uint64_t>(p, std::endian::big); }
+inline void store_le64(uint8_t *p, uint64_t value) { to_bytes(p, value, std::endian::little); }
+inline void store_be64(uint8_t *p, uint64_t value) { to_bytes(p, value, std::endian::big); }
 
 // Bits in the order of the arithmetic coder: the first bit of a byte is its least significant one. While a
 // byte fills, its bits stand at the high end of the accumulator's low byte; while one is read, at the low

@@ -6,53 +6,16 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include <qvimage/bufio.h>
 #include <qvimage/error.h>
 
+#include "core/byte_order.hpp"
 #include "core/reason.hpp"
 #include "core/result.hpp"
 #include "files/stream/bufio.hpp"
 
 namespace qvim {
-
-template <class T>
-using unsigned_of_size = std::conditional_t<
-    sizeof(T) == 1, uint8_t,
-    std::conditional_t<sizeof(T) == 2, uint16_t, std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
-
-inline uint8_t reversed(uint8_t v) { return v; }
-inline uint16_t reversed(uint16_t v) { return __builtin_bswap16(v); }
-inline uint32_t reversed(uint32_t v) { return __builtin_bswap32(v); }
-inline uint64_t reversed(uint64_t v) { return __builtin_bswap64(v); }
-
-// A number (integer or real of 1, 2, 4 or 8 bytes) as it stands in memory in that order, at any alignment.
-template <class T>
-T from_bytes(const uint8_t *bytes, std::endian order) {
-  static_assert(std::is_arithmetic_v<T>);
-  unsigned_of_size<T> v;
-  std::memcpy(&v, bytes, sizeof v);
-  if (order != std::endian::native) v = reversed(v);
-  return std::bit_cast<T>(v);
-}
-
-template <class T>
-void to_bytes(uint8_t *bytes, T value, std::endian order) {
-  auto v = std::bit_cast<unsigned_of_size<T>>(value);
-  if (order != std::endian::native) v = reversed(v);
-  std::memcpy(bytes, &v, sizeof v);
-}
-
-// The same of an unsigned number whose size, 1, 2, 4 or 8 bytes, is known at run time only.
-inline uint64_t unsigned_from_bytes(const uint8_t *bytes, int size, std::endian order) {
-  switch (size) {
-    case 1: return *bytes;
-    case 2: return from_bytes<uint16_t>(bytes, order);
-    case 4: return from_bytes<uint32_t>(bytes, order);
-    default: return from_bytes<uint64_t>(bytes, order);
-  }
-}
 
 // Invariant: begin <= position <= end <= length of the stream; only what keeps it touches these fields. A
 // request that leaves the range gives zeros and latches -10: parse on, and ask code() before using what was
