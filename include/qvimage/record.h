@@ -41,7 +41,7 @@
  *   'I'             the largest count that one ioread or iorite takes
  *   'i' 'm' 'b'     low 8 bits: the images in the chain, up to 255; above them: flags of their kinds
  *   'e'             the code of the first transfer that failed, 0 for none; arg1 other than 0 forgets it,
- *                   arg2 other than 0 asks the source
+ *                   arg2 other than 0 asks the source, which most views do whatever it is
  *   '*' 'x'         saves the iostate to a buffer of 192 bytes, and answers non-zero when it has. When it has
  *                   not, the caller copies the bytes itself
  *   '*' 'X'         puts it back
