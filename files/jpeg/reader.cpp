@@ -11,24 +11,13 @@
 #include "files/rows/row_image.hpp"
 #include "files/rows/row_source.hpp"
 #include "files/stream/bufio.hpp"
+#include "files/stream/critical.hpp"
 
 namespace qvim::jpeg {
 
 namespace {
 
 constexpr char type[4] = "jpg";
-
-// Holds a stream that others may use, too.
-class critical {
- public:
-  explicit critical(bufio *stream) : stream_(stream) { bufio_EnterCritical(stream_); }
-  ~critical() { bufio_LeaveCritical(stream_); }
-  critical(const critical &) = delete;
-  critical &operator=(const critical &) = delete;
-
- private:
-  bufio *stream_;
-};
 
 struct reader final : jpegcontext, row_source {
   explicit reader(bufio *callers = nullptr)
@@ -43,7 +32,7 @@ struct reader final : jpegcontext, row_source {
       const int32_t code = open_bufio(&file, path, fopenmode ? fopenmode : "rbe", bufsize, BUFIO_LOCKED);
       if (code < 0) return code;
     }
-    const critical section(stream);
+    const critical section(*stream);
     const int32_t code = said.read(*stream);
     return code < 0 ? code : rows.start(stream, said);
   }
@@ -63,7 +52,7 @@ struct reader final : jpegcontext, row_source {
     return 0;
   }
   [[nodiscard]] int32_t view(uint32_t y, uint32_t x, uint32_t *, const uint8_t **pixels) override {
-    const critical section(stream);
+    const critical section(*stream);
     const int32_t code = rows.row(y, pixels);
     if (code == 0) *pixels += uint64_t(x) * said.components;
     return code;

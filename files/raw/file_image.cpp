@@ -12,6 +12,7 @@
 #include "core/reason.hpp"
 #include "core/run_form.hpp"
 #include "files/stream/bufio.hpp"
+#include "files/stream/critical.hpp"
 
 namespace qvim::raw {
 
@@ -36,18 +37,6 @@ uint64_t position_of(qvimage *im, const point<two_d> &at) {
   const uint64_t x = uint64_t(int64_t(window.nw[0]) + at[0]), y = uint64_t(int64_t(window.nw[1]) + at[1]);
   return state_of<state>(im).first + (y * uint32_t(im->imdim.se.x) + x) * uint32_t(im->f.pixelsize);
 }
-
-// While it lives, one thread at a time uses a stream that asks for it.
-class critical {
- public:
-  explicit critical(bufio &stream) : stream_(stream) { bufio_EnterCritical(&stream_); }
-  ~critical() { bufio_LeaveCritical(&stream_); }
-  critical(const critical &) = delete;
-  critical &operator=(const critical &) = delete;
-
- private:
-  bufio &stream_;
-};
 
 // Pixels that follow each other in the stream, on their way to or from a caller's buffer.
 class pixels {
