@@ -4,13 +4,17 @@
 
 namespace qvim::jpeg {
 
-// The stream's next block.
+// The stream's next block. Where one cannot be read, the data end for this reader: what follows must not take
+// its place.
 bool bit_reader::load() {
   if (position_ >= end_) return false;
   stream_->pos = position_;
   uint8_t *bytes;
   const uint64_t count = std::min(bufio_ptr2(stream_, 1, 'r', &bytes), end_ - position_);
-  if (count == 0) return false;
+  if (count == 0) {
+    end_ = position_;
+    return false;
+  }
   next_ = bytes;
   limit_ = bytes + count;
   position_ += count;

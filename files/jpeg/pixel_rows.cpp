@@ -52,10 +52,11 @@ int32_t pixel_rows::decode(uint32_t group, bool wanted) {
   if (wanted) held_ = none;
   for (uint32_t mcu = 0; mcu < mcus_; mcu += mcus_at_once) {
     const uint32_t count = std::min(mcus_at_once, mcus_ - mcu);
-    if (!read_blocks(in, count, components_, of_, predictors, blocks_, extents_)) {
-      if (const int32_t code = bufio_err(stream_); code == QVERR_IO || code == QVERR_MEMORY) return code;
+    const bool good = read_blocks(in, count, components_, of_, predictors, blocks_, extents_);
+    // Bits that could not be read may be the next group's, which begins where these blocks end.
+    if (const int32_t code = bufio_err(stream_); code == QVERR_IO || code == QVERR_MEMORY) return code;
+    if (!good)
       return because(QVERR_FORMAT, {"rows from ", group * block_side + 1, " on: broken or missing data"});
-    }
     if (wanted) to_lines(mcu, count);
   }
   if (wanted) held_ = group;

@@ -156,6 +156,7 @@ struct directory_reader {
       const uint64_t n = std::min(count, sizeof bytes / entry_size);
       in.seek(position);
       in.get_bytes(bytes, n * entry_size);
+      if (in.code() < 0) break;
       for (uint64_t i = 0; i < n; i++)
         if (const int32_t code = entry(bytes + i * entry_size, position + i * entry_size); code < 0)
           return code;

@@ -28,7 +28,7 @@ class file_array {
   }
   uint64_t size() const { return where_.count; }
 
-  // Item i of size(). Failures latch in the stream.
+  // Item i of size(). Failures latch in the stream; the item is 0 then.
   uint64_t operator[](uint64_t i) {
     if (i - first_ >= cached_) load(i);
     return unsigned_from_bytes(bytes_ + (i - first_) * uint64_t(item_size_), item_size_, format_->order());
@@ -42,6 +42,7 @@ class file_array {
     checked_reader items(*file_, format_->order());
     items.seek(where_.position + i * uint64_t(item_size_));
     items.get_bytes(bytes_, cached_ * uint64_t(item_size_));
+    if (items.code() < 0) cached_ = 0;  // what could not be read is asked for again
   }
 
   bufio *file_;

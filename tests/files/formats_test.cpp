@@ -141,22 +141,27 @@ TEST_P(Format, FailuresOfReadingAreReportedAndPass) {
 }
 
 TEST_P(Format, AReadThatFailedSucceedsWhenItIsRepeated) {
-  if (is_coded()) return;
   film f = of_.picture(width, height);
   ASSERT_EQ(save(f), 0);
   const bytes whole = shown();
   bool fired = true;
   for (int n = 0; fired; n++) {
-    opened o(of_, path_, 4096);
+    SCOPED_TRACE(n);
+    opened o(of_, path_, 512);
+    bytes some;
     {
       const fail_call fault(call_read, n);
-      o.shown();
+      some = o.shown();
       fired = fault.fired();
     }
     const std::string reason = fired ? qvimage_reason() : "";
-    EXPECT_EQ(o.error(), fired ? QVERR_IO : 0) << n;
-    EXPECT_EQ(reason.ends_with("Input/output error"), fired) << reason;
-    EXPECT_EQ(o.shown(), whole) << n;
+    const int32_t code = o.error();
+    // A strip that could not be decoded ahead is read once more.
+    const bool failed = is_coded() && some == whole ? code < 0 : fired;
+    EXPECT_EQ(code, failed ? QVERR_IO : 0);
+    EXPECT_EQ(reason.ends_with("Input/output error"), failed) << reason;
+    EXPECT_EQ(o.shown(), whole);
+    EXPECT_EQ(o.error(), 0);
   }
 }
 
