@@ -294,6 +294,77 @@ template <class T>
 QVIM_INLINE vec<T> in_all_lanes(const void *from) {
   return (vec<T>)_mm512_maskz_broadcast_i32x4(0xFFFF, _mm_loadu_si128(static_cast<const __m128i *>(from)));
 }
+template <int64_t known>
+constexpr int64_t lanes_span(int64_t step) {
+  return known == 12 ? vector_bytes : lane_bytes + 3 * step;
+}
+template <int64_t known>
+QVIM_INLINE vec<uint8_t> load_lanes(const char *from, int64_t step) {
+  if constexpr (known == 16) return load_vector<uint8_t>(from);
+  if constexpr (known == 12) {
+    const auto v = load_vector<uint32_t>(from);
+    return (vec<uint8_t>)__builtin_shufflevector(v, v, 0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12);
+  }
+  const auto two = [=](int64_t i) __attribute__((always_inline)) {
+    lane<uint64_t> first, second;
+    std::memcpy(&first, from + i * step, lane_bytes);
+    std::memcpy(&second, from + (i + 1) * step, lane_bytes);
+    return __builtin_shufflevector(first, second, 0, 1, 2, 3);
+  };
+  return (vec<uint8_t>)__builtin_shufflevector(two(0), two(2), 0, 1, 2, 3, 4, 5, 6, 7);
+}
+template <int64_t known>
+QVIM_INLINE void store_lanes(char *to, int64_t step, vec<uint8_t> v) {
+  if constexpr (known == 16) return store_vector(to, v);
+  each<lanes>([&](auto i) __attribute__((always_inline)) {
+    std::memcpy(to + i * step, reinterpret_cast<const char *>(&v) + i * lane_bytes, lane_bytes);
+  });
+}
+// Items of 4 or 8 bytes of two vectors, numbered through.
+template <class Item>
+QVIM_INLINE vec<uint8_t> picked(vec<uint8_t> a, vec<uint8_t> b, auto... items) {
+  return (vec<uint8_t>)__builtin_shuffle((vec<Item>)a, (vec<Item>)b, vec<Item>{Item(items)...});
+}
+QVIM_INLINE void store_three(char *to, const vec<uint8_t> (&v)[3]) {
+  const auto of = [](auto x, auto y, auto... i) __attribute__((always_inline)) {
+    return picked<uint64_t>(x, y, i...);
+  };
+  const auto &a = v[0], &b = v[1], &c = v[2];
+  store_vector(to, of(of(a, b, 0, 1, 8, 9, 0, 0, 2, 3), c, 0, 1, 2, 3, 8, 9, 6, 7));
+  store_vector(to + vector_bytes, of(of(b, c, 2, 3, 10, 11, 0, 0, 4, 5), a, 0, 1, 2, 3, 12, 13, 6, 7));
+  store_vector(to + 2 * vector_bytes, of(of(c, a, 4, 5, 14, 15, 0, 0, 6, 7), b, 0, 1, 2, 3, 14, 15, 6, 7));
+}
+QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
+  const auto of = [](auto x, auto y, auto... i) __attribute__((always_inline)) {
+    return picked<uint32_t>(x, y, i...);
+  };
+  store_vector(to, of(v[0], v[1], 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20));
+  store_vector(to + vector_bytes, of(v[1], v[2], 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25));
+  store_vector(to + 2 * vector_bytes,
+               of(v[2], v[3], 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30));
+}
+QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
+  store_vector(to, picked<uint64_t>(low, high, 0, 1, 8, 2, 3, 10, 4, 5));
+  const auto rest = picked<uint64_t>(low, high, 12, 6, 7, 14, 0, 0, 0, 0);
+  std::memcpy(to + vector_bytes, &rest, vector_bytes / 2);
+}
+QVIM_INLINE vec<float> fused(vec<float> a, vec<float> b, vec<float> c) { return _mm512_fmadd_ps(a, b, c); }
+QVIM_INLINE vec<double> fused(vec<double> a, vec<double> b, vec<double> c) {
+  return _mm512_fmadd_pd(a, b, c);
+}
+QVIM_INLINE vec<uint8_t> shuffled_lanes(vec<uint8_t> v, vec<uint8_t> order) {
+  return (vec<uint8_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)order);
+}
+QVIM_INLINE vec<uint8_t> shuffled_anywhere(vec<uint8_t> v, vec<uint8_t> order) {
+  return (vec<uint8_t>)_mm512_maskz_permutexvar_epi8(~_mm512_movepi8_mask((__m512i)order), (__m512i)order,
+                                                     (__m512i)v);
+}
+QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {
+  return (vec<uint16_t>)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
+}
+QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
+  return (vec<int32_t>)_mm512_madd_epi16((__m512i)a, (__m512i)b);
+}
 QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
   return (vec<int16_t>)_mm512_packs_epi32((__m512i)a, (__m512i)b);
 }
@@ -302,6 +373,11 @@ QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
 }
 QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)_mm512_packus_epi16((__m512i)a, (__m512i)b);
+}
+#endif
+#if QVIM_LANES < 4
+QVIM_INLINE vec<uint8_t> shuffled_anywhere(vec<uint8_t> v, vec<uint8_t> order) {
+  return shuffled_lanes(v, order);
 }
 #endif
 #endif

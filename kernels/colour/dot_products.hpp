@@ -195,67 +195,6 @@ struct dot_products {
   };
 };
 
-// One component to three: the product with each gain, less its lowest eight bits, cut to the width.
-template <class T>
-struct gains {
-  uint16_t gain[3];
-  bool fits = true;
-
-  template <class Any>
-  explicit gains(const Any (&any)[3]) {
-    for (int c = 0; c < 3; ++c) {
-      gain[c] = uint16_t(any[c]);
-      fits = fits && gain[c] == any[c];
-    }
-  }
-  [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
-    run(step<3>(*this), src, dst, count);
-  }
-  // To pixels with a pad, which stays.
-  [[gnu::noinline]] void padded(const char *src, char *dst, uint64_t count) const {
-    run(step<4>(*this), src, dst, count);
-  }
-
- private:
-  template <int outputs>
-  struct step {
-    static constexpr int pixels = lanes<T>, pixels_ahead = 0, size_in = sizeof(T),
-                         size_out = outputs * sizeof(T);
-    vector gain[3];
-
-    QVIM_INLINE explicit step(const gains &p) {
-      for (int c = 0; c < 3; ++c) gain[c] = _mm512_set1_epi16(short(p.gain[c]));
-    }
-    QVIM_INLINE static vector product(vector in, vector gain) {
-      if constexpr (sizeof(T) == 2)
-        return _mm512_shldi_epi16(_mm512_mulhi_epu16(in, gain), _mm512_mullo_epi16(in, gain), 8);
-      const vector even = _mm512_mulhi_epu16(_mm512_slli_epi16(in, 8), gain),
-                   odd = _mm512_mullo_epi16(_mm512_srli_epi16(in, 8), gain);
-      return choose<T>(0xAAAAAAAAAAAAAAAA, even, odd);
-    }
-    template <part>
-    QVIM_INLINE void convert(const char *src, char *dst, int count) const {
-      const vector in = load<T>(src, first_lanes(count));
-      vector out[3] = {product(in, gain[0]), product(in, gain[1]), product(in, gain[2])};
-      if constexpr (outputs == 3) {
-        rearrange<T, join>(out);
-        store<T>(dst, 3 * count, out);
-      } else {
-        each<4>([&](auto k) __attribute__((always_inline)) {
-          constexpr uint64_t firsts = 0x1111111111111111;  // components of pixels of four
-          static constexpr auto places =
-              each_lane<T>([](int i) { return (decltype(k)::value * lanes<T> + i) / 4; });
-          const vector place = constant<lane_number<T>>(places);
-          vector v = pick<T>(out[0], place);
-          v = choose<T>(firsts << 1, v, pick<T>(out[1], place));
-          v = choose<T>(firsts << 2, v, pick<T>(out[2], place));
-          store<T>(dst + 64 * k, first_lanes(4 * count - int(k) * lanes<T>) & firsts * 7, v);
-        });
-      }
-    }
-  };
-};
-
 }  // namespace wide
 }  // namespace QVIM_LEVEL
 }  // namespace qvim

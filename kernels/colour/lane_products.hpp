@@ -12,7 +12,7 @@ inline namespace QVIM_LEVEL {
 // component that is `largest`, which turn white.
 enum class results { cut, limited, limited_or_white };
 
-#if QVIM_LANES == 1 || QVIM_LANES == 2
+#if QVIM_LANES
 
 using byte_vector = vec<uint8_t>;
 
@@ -34,7 +34,7 @@ QVIM_INLINE byte_vector ordered(byte_vector v) {
 template <class T, int in, int out, int out_used, int64_t pixels, class Step>
 QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_t count) {
   constexpr int64_t size_in = in * sizeof(T), size_out = out * sizeof(T), used = out_used * sizeof(T),
-                    ahead = 3;  // pixels
+                    ahead = lanes > 2 ? 6 : 3;  // pixels
   int64_t left = int64_t(count);
   for (; left >= pixels + ahead; left -= pixels, src += pixels * size_in, dst += pixels * size_out)
     step.convert(src, dst);
@@ -174,8 +174,10 @@ struct dot_products {
       from_pad ? run<4, 1>(src, dst, count) : run<3, 1>(src, dst, count);
     } else if (dststride == 4 * sizeof(T)) {
       from_pad ? run<4, 4>(src, dst, count) : run<3, 4>(src, dst, count);
-    } else {
-      from_pad ? run<4, 3>(src, dst, count) : run<3, 3>(src, dst, count);
+    } else if (from_pad) {
+      run<4, 3>(src, dst, count);
+    } else if constexpr (!QVIM_HAVE_WIDE) {  // there such runs have a loop of their own
+      run<3, 3>(src, dst, count);
     }
   }
 
@@ -308,20 +310,21 @@ struct spread {
     constexpr explicit places(int k) {
       for (int i = 0; i < int(vector_bytes); ++i) {
         const int component = (k * int(vector_bytes) + i) / width, pixel = component / out;
-        from[i] = uint8_t(component % out == 3 ? 128 : (pixel * width + i % width) % int(lane_bytes));
+        const int at = (pixel * width + i % width) % int(lanes > 2 ? vector_bytes : lane_bytes);
+        from[i] = uint8_t(component % out == 3 ? 128 : at);
       }
     }
   };
   QVIM_INLINE void convert(const char *src, char *dst) const {
     byte_vector v[out];
     each<out>([&](auto k) __attribute__((always_inline)) {
-      constexpr int first = lane_from(k, 0), last = lane_from(k, vector_bytes - 1);
+      constexpr int first = lanes > 2 ? 0 : lane_from(k, 0), last = lane_from(k, vector_bytes - 1);
       const char *const from = src + first * lane_bytes;
-      v[k] = operation(first == last ? in_all_lanes<uint8_t>(from) : load_vector<uint8_t>(from));
+      v[k] = operation(first == last && lanes < 4 ? in_all_lanes<uint8_t>(from) : load_vector<uint8_t>(from));
     });
     each<out>([&](auto k) __attribute__((always_inline)) {
       static constexpr places order(k);
-      v[k] = shuffled_lanes(v[k], load_vector<uint8_t>(order.from));
+      v[k] = shuffled_anywhere(v[k], load_vector<uint8_t>(order.from));
       if constexpr (out == 4) v[k] |= pads<T, lane_bytes>(dst + k * vector_bytes);
     });
     each<out>([&](auto k) __attribute__((always_inline)) { store_vector(dst + k * vector_bytes, v[k]); });

@@ -7,8 +7,9 @@
 namespace qvim {
 inline namespace QVIM_LEVEL {
 
-#if QVIM_LANES == 1 || QVIM_LANES == 2
+#if QVIM_LANES
 
+#if QVIM_LANES < 4
 // Pixels of three components: n of them, as many as a lane has numbers, are three lanes in memory. Of these,
 // and of the lanes with one component each that they are split into, the same places are chosen, so that
 // nothing but the order of the pixels need be mended: it becomes that of the first component, which is left
@@ -109,6 +110,44 @@ struct lane_planes<float> {
   }
   QVIM_INLINE static vec<float> single(vec<float> v) { return v; }
 };
+#else
+// Where numbers go to any place of a vector, from two others, they are split and joined at once.
+template <class Real>
+struct lane_planes {
+  static constexpr int n = int(vector_bytes / sizeof(Real));
+  vec<Real> c[3];
+
+  // Place i of the result is place from(i) of three vectors, counted through.
+  template <class From>
+  QVIM_INLINE static vec<Real> picked(const vec<Real> (&v)[3], From) {
+    const auto pick = [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+      constexpr From from{};
+      const vec<Real> two = __builtin_shufflevector(v[0], v[1], (from(i) % (2 * n))...),
+                      last = __builtin_shufflevector(v[2], v[2], (from(i) % n)...);
+      return __builtin_shufflevector(two, last, (from(i) < 2 * n ? i : n + i)...);
+    };
+    return pick(std::make_integer_sequence<int, n>());
+  }
+  QVIM_INLINE static lane_planes load(const char *src) {
+    vec<Real> memory[3];
+    for (int k = 0; k < 3; ++k) memory[k] = load_vector<Real>(src + k * vector_bytes);
+    lane_planes planes;
+    each<3>([&](auto k) __attribute__((always_inline)) {
+      planes.c[k] = picked(memory, [](int i) { return 3 * i + decltype(k)::value; });
+    });
+    return planes;
+  }
+  QVIM_INLINE void store(char *dst) const {
+    each<3>([&](auto k) __attribute__((always_inline)) {
+      const auto from = [](int i) {
+        return (decltype(k)::value * n + i) % 3 * n + (decltype(k)::value * n + i) / 3;
+      };
+      store_vector(dst + k * vector_bytes, picked(c, from));
+    });
+  }
+  QVIM_INLINE static vec<Real> single(vec<Real> v) { return v; }
+};
+#endif
 
 // Rows of coefficients: rows in the order in which their results are stored, coefficients in the order of
 // the sum, to which `from` refers.

@@ -271,7 +271,7 @@ struct of_pixel {
   }
 };
 
-#if QVIM_LANES == 1 || QVIM_LANES == 2
+#if QVIM_LANES
 // The same in vectors.
 template <class T, order from, order to, class Conversion>
 struct in_lanes {
@@ -312,7 +312,7 @@ struct in_lanes {
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE void convert(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                          const Conversion &conversion) {
-#if QVIM_LANES == 1 || QVIM_LANES == 2
+#if QVIM_LANES
   if constexpr (Conversion::in_vectors) {
     using step = in_lanes<T, from, to, Conversion>;
     return packed_blocks<3 * sizeof(T), 3 * sizeof(T)>(

@@ -259,7 +259,7 @@ struct matrix31r0 {
   }
 };
 
-#if QVIM_LANES == 1 || QVIM_LANES == 2
+#if QVIM_LANES
 // A conversion of integers in the form that is computed by lanes, its rows and columns in the order of the
 // components in memory.
 template <class T, order from, order to, class Conversion>
@@ -290,14 +290,12 @@ QVIM_INLINE auto lane_form(const Conversion &c) {
 #endif
 
 #if QVIM_HAVE_WIDE
-// A conversion in the form that such processors compute, if it fits, its rows and columns in the order of the
-// components in memory.
+// A conversion of integers in the form that such processors compute, if it fits, its rows and columns in the
+// order of the components in memory.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto wide_form(const Conversion &c) {
   constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
-  if constexpr (sizeof(T) <= 2 && inputs == 1) {
-    return wide::gains<T>(c.gain);
-  } else if constexpr (sizeof(T) <= 2) {
+  if constexpr (sizeof(T) <= 2) {
     wide::dot_products<T, outputs, Conversion::shift, Conversion::rule> form;
     if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
     for (int r = 0; r < outputs; ++r) {
@@ -322,35 +320,41 @@ QVIM_INLINE auto wide_form(const Conversion &c) {
 template <class T, class Conversion, order from, order to>
 QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                           const Conversion &conversion) {
-  constexpr int outputs = Conversion::outputs;
-#if QVIM_LANES == 1 || QVIM_LANES == 2
-  if constexpr (sizeof(T) <= 2) {
+  constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
+  [[maybe_unused]] constexpr uint64_t in = inputs * sizeof(T), out = outputs * sizeof(T),
+                                      padded = 4 * sizeof(T);
+#if QVIM_HAVE_WIDE
+  // Lanes serve pixels of one component and those with pads.
+  constexpr bool by_lanes = sizeof(T) <= 2 && (inputs == 1 || outputs == 3);
+  if constexpr (std::is_integral_v<T> && !(sizeof(T) <= 2 && inputs == 1)) {
+    const auto form = wide_form<T, from, to>(conversion);
+    if constexpr (sizeof(T) == 1 && outputs == 1)
+      if (form.fits && form.has_small_weights() && srcstride == padded && dststride == out)
+        return form.weigh_padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
+    const bool of_three_or_four =
+                   (srcstride == in || srcstride == padded) && (dststride == out || dststride == padded),
+               has_pads = srcstride == padded || dststride == padded;
+    if (form.fits && !(by_lanes && of_three_or_four && has_pads))
+      return packed_blocks<in, out>(src, dst, srcstride, dststride, count, form);
+  }
+#else
+  [[maybe_unused]] constexpr bool by_lanes = sizeof(T) <= 2;
+#endif
+#if QVIM_LANES
+  if constexpr (by_lanes) {
     const auto form = lane_form<T, from, to>(conversion);
     if (form.takes(srcstride, dststride))
       return form(static_cast<const char *>(src), static_cast<char *>(dst), srcstride, dststride, count);
-    constexpr uint64_t in = Conversion::inputs * sizeof(T), out = outputs * sizeof(T);
-    if (form.fits)
-      return packed_blocks<in, out>(
-          src, dst, srcstride, dststride,
-          count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
-            form(s, d, in, out, n);
-          });
+    if constexpr (!QVIM_HAVE_WIDE || inputs == 1)
+      if (form.fits)
+        return packed_blocks<in, out>(
+            src, dst, srcstride, dststride,
+            count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
+              form(s, d, in, out, n);
+            });
   }
   if constexpr (std::is_floating_point_v<T>)
-    return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(
-        src, dst, srcstride, dststride, count, lane_form<T, from, to>(conversion));
-#endif
-#if QVIM_HAVE_WIDE
-  const auto form = wide_form<T, from, to>(conversion);
-  if constexpr (sizeof(T) <= 2 && Conversion::inputs == 1)
-    if (form.fits && srcstride == sizeof(T) && dststride == 4 * sizeof(T))
-      return form.padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
-  if constexpr (sizeof(T) == 1 && Conversion::inputs == 3 && outputs == 1)
-    if (form.fits && form.has_small_weights() && srcstride == 4 && dststride == 1)
-      return form.weigh_padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
-  if (form.fits)
-    return packed_blocks<Conversion::inputs * sizeof(T), outputs * sizeof(T)>(src, dst, srcstride, dststride,
-                                                                              count, form);
+    return packed_blocks<in, out>(src, dst, srcstride, dststride, count, lane_form<T, from, to>(conversion));
 #endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
     const narrow_clamped<outputs> narrow(conversion);

@@ -39,20 +39,6 @@ template <class T>
 struct stored;
 
 template <>
-struct stored<float> {
-  using real = float;
-  static constexpr int parts = 1;
-  QVIM_INLINE static __m512 part(vector v, int) { return _mm512_castsi512_ps(v); }
-  QVIM_INLINE static vector whole(const __m512 (&v)[1]) { return _mm512_castps_si512(v[0]); }
-};
-template <>
-struct stored<double> {
-  using real = double;
-  static constexpr int parts = 1;
-  QVIM_INLINE static __m512d part(vector v, int) { return _mm512_castsi512_pd(v); }
-  QVIM_INLINE static vector whole(const __m512d (&v)[1]) { return _mm512_castpd_si512(v[0]); }
-};
-template <>
 struct stored<uint32_t> {
   using real = double;
   static constexpr int parts = 2;
