@@ -12,6 +12,7 @@
 #include "core/result.hpp"
 #include "files/raw/file_image.hpp"
 #include "files/rows/image_rows.hpp"
+#include "files/rows/write_rows.hpp"
 #include "files/stream/bufio.hpp"
 #include "files/stream/output_file.hpp"
 
@@ -41,22 +42,17 @@ int32_t write(qvimagecallback callback, qvimage *image, const char *path, const 
               uint32_t bufsize) {
   if (!image) return because(QVERR_USAGE, {"no image"});
   if (const int32_t code = judge(*image); code < 0) return code;
-  array<uint8_t> row;
-  const uint64_t bytes = uint64_t(uint32_t(width_of(image->wind))) * uint32_t(image->f.pixelsize);
-  if (!row.allocate(bytes)) return QVERR_MEMORY;
-  image_rows rows(*image, progress(callback));
-  int32_t code = rows.set_up();
+  row_encoder encoder;
+  int32_t code =
+      encoder.prepare_verbatim(uint64_t(uint32_t(width_of(image->wind))) * uint32_t(image->f.pixelsize));
   if (code < 0) return code;
+  image_rows rows(*image, progress(callback));
+  if (code = rows.set_up(); code < 0) return code;
   bufio stream;
   output_file file(stream);
   code = file.open(path, mode, bufsize, mode ? output_file::way::itself : output_file::way::beside);
   if (code < 0) return code;
-  const uint32_t height = uint32_t(height_of(image->wind));
-  for (uint32_t y = 0; y < height && code == 0; y++) {
-    code = rows.fetch(row.data(), y);
-    if (code == 0) write_bytes(stream, row.data(), bytes);
-    if (stream.ioerr) break;
-  }
+  code = write_rows(stream, rows, encoder);
   if (code == 0) return file.keep();
   file.drop();
   return code;

@@ -66,6 +66,11 @@ int32_t row_encoder::prepare(const qvimage &image, const row_form &r, const row_
   return 0;
 }
 
+int32_t row_encoder::prepare_verbatim(uint64_t bytes) {
+  bytes_ = bytes;
+  return fetched_.allocate_zeroed(bytes) ? 0 : int32_t{QVERR_MEMORY};
+}
+
 bool row_encoder::fits(const qvimage &image) const {
   const bool integer = is_integer(image.d.pixietype);
   return (!integer || image.d.i_bitsused == bitsused_) && width_of(image.wind) == width_ &&

@@ -27,6 +27,8 @@ class row_encoder {
   // Prepares for rows of images like this one: 0, or -2. Of each pixel the first form.samples pixies are
   // taken. Buffers begin as zeros: what an image leaves alone is never former memory.
   [[nodiscard]] int32_t prepare(const qvimage &image, const row_form &form, const row_changes &changes);
+  // Prepares for rows of so many bytes that are written as they are: 0, or -2.
+  [[nodiscard]] int32_t prepare_verbatim(uint64_t bytes);
   // Is this an image like the one prepared for?
   bool fits(const qvimage &image) const;
 
