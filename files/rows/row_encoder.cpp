@@ -78,8 +78,7 @@ bool row_encoder::fits(const qvimage &image) const {
          image.f.pixiesize == pixiesize_;
 }
 
-const uint8_t *row_encoder::encode() {
-  uint8_t *row = fetched_.data();
+const uint8_t *row_encoder::encode(uint8_t *row) {
   if (narrows_) row = narrow(row);
   if (drops_pad_) row = drop_pad(row);
   if (exchanges_) row = exchange(row);

@@ -32,16 +32,16 @@ class row_encoder {
   // Is this an image like the one prepared for?
   bool fits(const qvimage &image) const;
 
-  // Are the image's bytes the file's bytes? Then rows may be fetched straight to where they belong.
-  bool verbatim() const {
-    return !narrows_ && !drops_pad_ && !exchanges_ && !chroma_ && !differences_ && !inverts_ && !offset_ &&
-           !swaps_ && !packs_;
-  }
+  // Do the image's bytes become the file's without moving? Then rows may be fetched straight to where they
+  // belong, and are encoded there.
+  bool in_place() const { return !narrows_ && !drops_pad_ && !chroma_ && !differences_ && !packs_; }
   uint64_t bytes() const { return bytes_; }  // of a file's row
 
-  // Where to fetch an image's row for encode(), which returns the file's row.
+  // Where to fetch an image's row for encode(), which returns the file's row. Of rows elsewhere, only those
+  // that stay in place are encoded.
   uint8_t *row() { return fetched_.data(); }
-  const uint8_t *encode();
+  const uint8_t *encode() { return encode(row()); }
+  const uint8_t *encode(uint8_t *row);
 
  private:
   // Steps of encode(), each from the row where it is to where it leaves it.

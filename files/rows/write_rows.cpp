@@ -31,7 +31,7 @@ struct rows_writer {
   // So many of the next rows as lie in the stream's block together.
   uint32_t together() const {
     const uint64_t room = stream.bufsize - (stream.pos & (stream.bufsize - 1));
-    return encoder.verbatim() ? uint32_t(std::min<uint64_t>(left(), room / pitch)) : 0;
+    return encoder.in_place() ? uint32_t(std::min<uint64_t>(left(), room / pitch)) : 0;
   }
 
   int32_t fetch_together(uint32_t count, uint8_t *place) {
@@ -39,6 +39,7 @@ struct rows_writer {
     for (uint32_t i = 0; i < count; i++) {
       uint8_t *const row = place + (sequence.bottom_up ? count - 1 - i : i) * pitch;
       if (const int32_t code = rows.fetch(row, first + i, done + i); code != 0) return code;
+      encoder.encode(row);
       std::memset(row + encoder.bytes(), 0, sequence.padding);
     }
     done += count;

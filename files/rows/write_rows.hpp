@@ -20,10 +20,10 @@ struct row_sequence {
   uint32_t padding = 0;    // zero bytes behind each row
 };
 
-// Writes all rows of the image, one behind the other, at the stream's position. Rows that the file has as the
-// image has them are fetched many at a time straight to their places in the stream's block, and in the
-// image's order: on the way through memory backwards every row would wait for its first bytes. 0; what
-// fetching them answers (image_rows); what the stream answers.
+// Writes all rows of the image, one behind the other, at the stream's position. Rows whose bytes stay in
+// place are fetched many at a time to where they belong in the stream's block, and in the image's order: on
+// the way through memory backwards every row would wait for its first bytes. 0; what fetching them answers
+// (image_rows); what the stream answers.
 [[nodiscard]] int32_t write_rows(bufio &stream, image_rows &rows, row_encoder &encoder,
                                  const row_sequence &sequence = {});
 

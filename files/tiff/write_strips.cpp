@@ -33,7 +33,7 @@ class strip_sink {
     return 0;
   }
 
-  // A place in the stream for a whole row as it is, or null where the row would cross the end of a block.
+  // A place in the stream for a whole row, or null where the row would cross the end of a block.
   uint8_t *place_for(uint64_t bytes) { return *codec_ ? nullptr : place_in_block(*stream_, bytes); }
 
   uint64_t offset() const { return start_; }
@@ -71,10 +71,11 @@ class strip_sink {
 };
 
 int32_t write_row(image_rows &rows, row_encoder &encoder, strip_sink &sink, uint32_t y, bool last) {
-  if (encoder.verbatim())
-    if (uint8_t *place = sink.place_for(encoder.bytes())) return rows.fetch(place, y);
-  if (const int32_t code = rows.fetch(encoder.row(), y); code != 0) return code;
-  return sink.add(encoder.encode(), encoder.bytes(), last);
+  uint8_t *const place = encoder.in_place() ? sink.place_for(encoder.bytes()) : nullptr;
+  uint8_t *const row = place ? place : encoder.row();
+  if (const int32_t code = rows.fetch(row, y); code != 0) return code;
+  const uint8_t *const encoded = encoder.encode(row);
+  return place ? 0 : sink.add(encoded, encoder.bytes(), last);
 }
 
 constexpr uint64_t usual_strip = 65536;
