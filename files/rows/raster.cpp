@@ -23,10 +23,14 @@ void raster::set_layout(const layout &l) {
   stored_bytes_ = steps_.unpacks() ? uint64_t(l.form.samples) * l.form.bits : 8 * pixel_bytes_;
 }
 
-// Whole samples, wherever they stand.
+// Whole samples, side by side.
 int32_t raster::read_samples(uint64_t position, uint64_t count, uint8_t *to) {
+  const uint64_t bytes = count * uint64_t(steps_.sample_bytes());
   file_->pos = position;
-  read_bytes(*file_, to, count * uint64_t(steps_.sample_bytes()));
+  if (layout_.component_pitch)
+    read_past_block(*file_, to, bytes);
+  else
+    read_bytes(*file_, to, bytes);
   if (steps_.finishes()) steps_.finish(to, count);
   return bufio_err(file_);
 }

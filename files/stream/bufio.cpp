@@ -157,7 +157,7 @@ uint64_t whole_blocks(const bufio &b, uint64_t count) {
   return in_memory(b) || !b.bufp || (b.pos & (b.bufsize - 1)) ? 0 : block_of(b, count);
 }
 
-void read_whole_blocks(bufio &b, uint8_t *data, uint64_t count) {
+void read_from_file(bufio &b, uint8_t *data, uint64_t count) {
   flush_block(b);
   const uint64_t wanted = on_disk(b, b.pos, count);
   const int64_t got = wanted ? read_at(b.fd, data, wanted, b.pos) : 0;
@@ -200,7 +200,7 @@ void read_any(bufio &b, uint8_t *data, uint64_t count) {
   for (uint64_t left = inside - end; left;) {
     uint64_t n = whole_blocks(b, left);
     if (n) {
-      read_whole_blocks(b, data, n);
+      read_from_file(b, data, n);
     } else {
       n = std::min(left, room_in_block(b));
       read_from_block(b, data, n);
@@ -393,6 +393,14 @@ void attach(bufio &b, FILE *fp, uint64_t length) {
   b.fd = fileno(fp);
   b.ownsfp = 1;
   b.filelen = disk_length(b) = length;
+}
+
+void read_past_block(bufio &b, uint8_t *data, uint64_t count) {
+  if (in_memory(b) || b.pos > b.filelen || count > b.filelen - b.pos) return read_bytes(b, data, count);
+  const transfer_call transfer;
+  read_from_file(b, data, count);
+  b.pos += count;
+  check_limit(b);
 }
 
 uint64_t extend(bufio &file, uint64_t count) {

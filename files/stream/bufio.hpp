@@ -45,6 +45,10 @@ inline void write_bytes(bufio &b, const void *data, uint64_t count) {
   }
 }
 
+// The same as read_bytes, for bytes between whose places others lie that are not wanted: they come straight
+// from the file, where a block would be loaded for each.
+void read_past_block(bufio &b, uint8_t *data, uint64_t count);
+
 // Latches -10 for a read of bytes that the stream does not have.
 void fail_beyond_end(bufio &b, uint64_t position, uint64_t count);
 
