@@ -110,7 +110,12 @@ uint32_t aeiou(qvimage3 *im, uint32_t code, int32_t argument, int32_t, void *buf
   numbered_files &frames = *s.frames;
   const critical hold(frames);
   switch (code) {
-    case 'e': return uint32_t(frames.last_error(argument != 0));
+    case 'e': {
+      const int32_t kept = frames.last_error(argument != 0);
+      qvimage *const shown = shown_by(s);
+      const uint32_t frames_own = shown->aeiou(shown, code, argument, 0, nullptr);
+      return kept < 0 ? uint32_t(kept) : frames_own;
+    }
     case 'f': return uint32_t(public_call().result(frames.save()));
     case 'p': return uint32_t(public_call().result(frames.load(argument)));
     case 'r':

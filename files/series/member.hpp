@@ -2,6 +2,8 @@
 // written.
 #pragma once
 
+#include <pthread.h>
+
 #include <cstdint>
 
 #include <qvimage/fileinfo.h>
@@ -40,6 +42,8 @@ struct member {
   void (*info_done)(qvimagefileinfo *info);
   // Replaces or makes a file: what stood there survives a failure.
   int32_t (*write)(const frame &f, const char *path, int64_t bufsize, qvimagefileinfo *info);
+  // One for the process and all series of this format that ask for it.
+  mutable pthread_mutex_t lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 };
 
 extern const member tiff, bmp, jpeg, fits, pgm, bin;

@@ -45,17 +45,22 @@ int32_t read_pixels(qvimage *from, const qvimage &form, array<uint8_t> *pixels) 
   return latched < 0 ? latched : 0;
 }
 
-void write_pixels(qvimage *to, const array<uint8_t> &pixels) {
+int32_t write_pixels(qvimage *to, const array<uint8_t> &pixels) {
   const uint32_t low_end = is_integer(to->d.pixietype) ? uint32_t(QVIM_LSB) : 0;
-  if (to->ioset(to, 0, uint32_t(to->d.pixietype) | low_end, all_pixies(to->d.pixies)) <= 0) return;
+  const int32_t set = to->ioset(to, 0, uint32_t(to->d.pixietype) | low_end, all_pixies(to->d.pixies));
+  if (set <= 0) return set < 0 ? set : int32_t{QVERR_USAGE};
   const uint32_t width = uint32_t(to->imdim.se.x), pixel = uint32_t(to->f.pixelsize);
   for (int32_t y = 0; y < to->imdim.se.y; y++)
     for (uint32_t x = 0; x < width;) {
       const uint32_t n =
           to->iorite(to, 0, pixels.data() + (uint64_t(y) * width + x) * pixel, width - x, int32_t(x), y);
-      if (n == 0) break;
+      if (n == 0) {
+        const int32_t latched = int32_t(to->aeiou(to, 'e', 0, 1, nullptr));
+        return latched < 0 ? latched : because(QVERR_IO, {"the frame buffer takes no pixels"});
+      }
       x += n;
     }
+  return 0;
 }
 
 bool same_size(const qvimage &a, const qvimage &b) {
@@ -85,8 +90,6 @@ struct converted {
 };
 
 }  // namespace
-
-pthread_mutex_t critical::mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 qvimage copy_of(qvimage *image) {
   qvimage copy = *image;
@@ -197,12 +200,14 @@ int32_t numbered_files::read_current(int64_t n) {
     if (code < 0) return within({path.data()}, code);
     info_frame_ = n;
   }
+  current_ = none;  // from here on neither frame is whole
   qvimage image = copy_of(held_.image);
-  write_pixels(&image, pixels);
-  if (has_map) {
+  code = write_pixels(&image, pixels);
+  if (code == 0 && has_map) {
     qvimage lut = copy_of(held_.lut);
-    write_pixels(&lut, colours);
+    code = write_pixels(&lut, colours);
   }
+  if (code < 0) return within({path.data()}, code);
   current_ = n;
   return 0;
 }

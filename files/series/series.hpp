@@ -40,7 +40,7 @@ class numbered_files final : public seqhandle {
   [[nodiscard]] int32_t set(const member &m, const request &r);
 
   // Makes a frame the current one, after the one before it was saved if it was changed. What fails is kept
-  // for last_error(): a frame that cannot be loaded leaves the one before it current and as it was.
+  // for last_error(): a frame that cannot be read leaves the one before it current and as it was.
   [[nodiscard]] int32_t load(int64_t n);
   // Saves the current frame if it was changed and changes are to be written back.
   [[nodiscard]] int32_t save();
@@ -55,7 +55,7 @@ class numbered_files final : public seqhandle {
     if (clear) last_error_ = 0;
     return code;
   }
-  bool locks() const { return locks_; }
+  pthread_mutex_t *lock() const { return locks_ ? &member_->lock : nullptr; }
   uint32_t frames() const { return uint32_t(last_ - first_ + 1); }
 
  private:
@@ -78,22 +78,20 @@ class numbered_files final : public seqhandle {
   bool dirty_ = false, writes_back_ = false, locks_ = false;
 };
 
-// One for the process and all series of members; held by the thread that holds it already, too, since a frame
-// may itself be kept in a series.
+// Held by the thread that holds it already, too, since a frame may itself be kept in a series.
 class critical {
  public:
-  explicit critical(const numbered_files &s) : locked_(s.locks()) {
-    if (locked_) pthread_mutex_lock(&mutex);
+  explicit critical(const numbered_files &s) : lock_(s.lock()) {
+    if (lock_) pthread_mutex_lock(lock_);
   }
   ~critical() {
-    if (locked_) pthread_mutex_unlock(&mutex);
+    if (lock_) pthread_mutex_unlock(lock_);
   }
   critical(const critical &) = delete;
   critical &operator=(const critical &) = delete;
 
  private:
-  static pthread_mutex_t mutex;
-  const bool locked_;
+  pthread_mutex_t *const lock_;
 };
 
 // The record of an image, with its sources by their addresses: a copy that may be set up without changing the

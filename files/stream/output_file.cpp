@@ -71,9 +71,7 @@ int create_beside(const char *name, char (&own)[PATH_MAX], mode_t permissions) {
   return fd;
 }
 
-bool give_owner(int fd, const struct stat &existing) {
-  struct stat own;
-  if (fstat(fd, &own) != 0) return false;
+bool give_owner(int fd, const struct stat &own, const struct stat &existing) {
   const bool same = own.st_uid == existing.st_uid && own.st_gid == existing.st_gid;
   return (same || fchown(fd, existing.st_uid, existing.st_gid) == 0) &&
          fchmod(fd, existing.st_mode & 07777) == 0;
@@ -154,7 +152,8 @@ output_file::attempt output_file::open_temporary(const struct stat *existing) {
     const bool forbidden = errno == EACCES || errno == EPERM || errno == EROFS || errno == ENAMETOOLONG;
     return forbidden ? attempt::not_here : attempt::failed;
   }
-  const bool owned = !existing || give_owner(fd, *existing);
+  struct stat own;
+  const bool known = fstat(fd, &own) == 0, owned = known && (!existing || give_owner(fd, own, *existing));
   FILE *const fp = owned ? fdopen(fd, "w+b") : nullptr;
   if (!fp) ::close(fd);
   if (fp && take(fp)) {
@@ -163,7 +162,7 @@ output_file::attempt output_file::open_temporary(const struct stat *existing) {
   }
   unlink(temporary_);
   temporary_[0] = 0;
-  return owned ? attempt::failed : attempt::not_here;
+  return known && !owned ? attempt::not_here : attempt::failed;
 }
 
 // Hands the open file to the stream; false, and it is closed, when nothing can be learned of it.

@@ -26,8 +26,9 @@ typedef struct seqhandle seqhandle;
  *   bufsize      bytes of the files' blocks, rounded up to a power of two; 0 for 64 KiB
  *   first, last  numbers of the files, both included; not negative
  *   writeback    not 0: changed frames are saved
- *   locking      not 0: a lock of the process is held while pixels are moved and frames loaded and saved, so
- *                that several threads may use copies of the record
+ *   locking      not 0: a lock, one for the process and all series of the format, is held while pixels are
+ *                moved, frames loaded and saved, and commands obeyed, so that several threads may use copies
+ *                of the record
  *
  * A file of other colours, type or bits than the frame buffer is converted; one of another size is refused
  * (-10). Pages behind the first are not shown, and are lost when the frame is saved. A frame is saved with
@@ -39,9 +40,13 @@ typedef struct seqhandle seqhandle;
  * no mapping. Runs along z load a file a pixel. Device names are "BTIFFSEQ", "BBMPSEQ", "BBINSEQ", and
  * "BJPGSEQ" for JPEG, FITS and PGM.
  *
- * What fails in a transfer is kept: it moves the pixels before. A frame that cannot be loaded leaves the one
- * before it as it was; one that cannot be saved has lost its changes. aeiou of the image:
- *   'e'          the code that was kept, or 0; arg1 other than 0 clears it
+ * What fails in a transfer is kept: it moves the pixels before. A file that cannot be read leaves the frame
+ * before it as it was; one that cannot be saved has lost its changes. Where the frame buffer takes no pixels
+ * (-7, or its own code), there is no frame in memory afterwards. aeiou of the image:
+ *   'e'          the code that was kept, else what the frame buffer answers; arg1 other than 0 clears both.
+ *                The codes are those of the format's functions that read and write, -13 for a file that is
+ *                not there, -10 for another size, -57 for names that are shared, -19 for double precision in
+ *                FITS
  *   'f'          saves the frame in memory if it was changed: 0, or the code
  *   'p'          loads frame arg1 (from 0): 0, or the code
  *   'r'          saves the frame in memory, if it was changed, and renames the file whose path is in buffer

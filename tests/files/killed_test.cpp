@@ -2,6 +2,8 @@
 // ones take their place, and recordings keep the frames that reached them.
 #include "tests/files/killed.hpp"
 
+#include <sys/stat.h>
+
 #include "tests/files.hpp"
 #include "tests/files/formats.hpp"
 
@@ -12,11 +14,23 @@ TEST(Killed, PicturesAreTheOldOrTheNewOnes) {
   const std::string path = folder / "picture";
   const auto check = [&](const bytes &old, const bytes &changed, const std::function<void()> &change) {
     ASSERT_NE(old, changed);
-    kill_everywhere([&] { put_file(path, old); }, change,
-                    [&](bool) {
-                      const bytes now = file_bytes(path);
-                      ASSERT_TRUE(now == old || now == changed);
-                    });
+    struct stat before, after;
+    kill_everywhere(
+        [&] {
+          put_file(path, old);
+          ASSERT_EQ(chmod(path.c_str(), 0641), 0);
+          static_cast<void>(chown(path.c_str(), 1234, 5678));  // where that is allowed
+          ASSERT_EQ(stat(path.c_str(), &before), 0);
+        },
+        change,
+        [&](bool whole) {
+          const bytes now = file_bytes(path);
+          ASSERT_TRUE(now == changed || (now == old && !whole));
+          ASSERT_EQ(stat(path.c_str(), &after), 0);
+          ASSERT_EQ(after.st_mode, before.st_mode);
+          ASSERT_EQ(after.st_uid, before.st_uid);
+          ASSERT_EQ(after.st_gid, before.st_gid);
+        });
   };
   char date[] = "2026-11-25";
   for (const formats::format &f : formats::all) {

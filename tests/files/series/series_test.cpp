@@ -138,19 +138,52 @@ TEST_P(Series, AMissingFileIsMissedAtItsPlaneOnly) {
   close();
 }
 
-TEST_P(Series, FaultsAreReportedAndLeaveFilesWhole) {
-  expect_faults_reported(
-      [&] {
-        seqhandle *h = nullptr;
-        qvimage3 image;
-        int32_t code = GetParam().open(&h, &image, &frame_, nullptr, pattern_.c_str(), 0, 7, 10, 1, 0);
-        if (code == 0) code = int32_t(image.aeiou(&image, 'p', 0, 0, nullptr));
-        if (h) {
-          EXPECT_EQ(GetParam().done(&h, &image), 0);
-        }
-        return code;
-      },
-      QVERR_IO, call_read);
+TEST_P(Series, FaultsAreReportedAndLeaveFramesAndFilesWhole) {
+  const bytes none = buffer_;
+  const auto load = [&] {
+    seqhandle *h = nullptr;
+    qvimage3 image;
+    int32_t code = GetParam().open(&h, &image, &frame_, nullptr, pattern_.c_str(), 0, 7, 10, 1, 0);
+    if (code == 0) code = int32_t(image.aeiou(&image, 'p', 0, 0, nullptr));
+    if (h) {
+      EXPECT_EQ(GetParam().done(&h, &image), 0);
+    }
+    return code;
+  };
+  const auto loaded = [&](const faulted &run) {
+    EXPECT_EQ(buffer_ == none, run.fired);
+    buffer_ = none;
+  };
+  expect_faults_reported(load, QVERR_IO, call_read, loaded);
+  expect_faults_reported(load, QVERR_NOTFOUND, call_open | call_stat, loaded);
+
+  open(true);
+  const std::string spare = folder_ / "spare";
+  expect_made(read(0, width, 0, 0, 0), 0, 0);
+  bytes before = file_bytes(file(0));
+  int changes = 0;
+  const auto save = [&] {
+    EXPECT_EQ(image_.ioset(&image_, 0, uint32_t(of_.type), (1u << of_.pixies) - 1), 1);
+    EXPECT_EQ(image_.iorite(&image_, 0, &*made(changes++ % count, 0), width, 0, 0, 0), uint32_t(width));
+    return int32_t(command('f'));
+  };
+  const auto saved = [&](const faulted &run) {
+    if (!run.fired) before = file_bytes(file(0));
+    EXPECT_EQ(file_bytes(file(0)), before);
+    EXPECT_EQ(folder_.files(), size_t(count));
+  };
+  const uint32_t transfers = call_read | call_write | call_truncate | call_close | call_sync;
+  expect_faults_reported(save, QVERR_IO, transfers, saved);
+  expect_faults_reported(save, QVERR_NOTCREATED, call_rename | call_stat, saved);
+  const auto replace = [&] { return int32_t(command('r', 1, spare.c_str())); };
+  const auto replaced = [&](const faulted &run) {
+    EXPECT_EQ(file_exists(spare), run.fired);
+    EXPECT_TRUE(file_exists(file(1)));
+    put_file(spare, before);
+  };
+  put_file(spare, before);
+  expect_faults_reported(replace, QVERR_USAGE, call_rename, replaced);
+  close();
 }
 
 TEST(SeriesOf, WhatTheyAreGivenIsJudged) {
@@ -172,6 +205,21 @@ TEST(SeriesOf, WhatTheyAreGivenIsJudged) {
   EXPECT_EQ(qvimage3_bufbmplutseq(&other, &image, &frame), QVERR_USAGE);
   EXPECT_EQ(qvimage3_bufbmpseqdone(&h, &image), 0);
   EXPECT_EQ(qvimage3_bufbmpseqdone(&h, &image), QVERR_USAGE);
+
+  // A frame buffer that takes no pixels.
+  const temporary_folder folder;
+  const std::string path = folder / "1.bmp";
+  ASSERT_EQ(qvimage_bmpwrite(nullptr, &frame, nullptr, path.c_str(), nullptr, 0, nullptr, 0, 0, 0), 0);
+  qvimage fixed;
+  bmphandle *file = nullptr;
+  ASSERT_EQ(qvimage_bmpread(&fixed, nullptr, &file, path.c_str(), nullptr, 0, 0, 0, 0), 0);
+  ASSERT_EQ(qvimage3_bufbmpseq(&h, &image, &fixed, nullptr, (folder / "?.bmp").c_str(), 0, 1, 2, 0, 0), 0);
+  EXPECT_EQ(int32_t(image.aeiou(&image, 'p', 0, 0, nullptr)), QVERR_IO);
+  EXPECT_EQ(image.ioset(&image, 0, QVIM_UINT8, 1), 1);
+  EXPECT_EQ(image.ioread(&image, 0, pixels.data(), 1, 0, 0, 0), 0u);
+  EXPECT_EQ(int32_t(image.aeiou(&image, 'e', 1, 0, nullptr)), QVERR_IO);
+  EXPECT_EQ(qvimage3_bufbmpseqdone(&h, &image), 0);
+  EXPECT_EQ(qvimage_bmpreaddone(&fixed, nullptr, &file), 0);
 }
 
 TEST(SeriesOf, TiffFilesKeepTheirCompressionTextsAndMaps) {
