@@ -116,8 +116,8 @@ class parser {
     h_.height = in.get<uint16_t>();
     h_.width = in.get<uint16_t>();
     h_.components = in.get<uint8_t>();
-    if (h_.components == 0 || h_.components > std::size(h_.part))
-      return because(QVERR_FORMAT, {h_.components, " components"});
+    if (h_.components > std::size(h_.part)) return because(QVERR_FORMAT, {h_.components, " components"});
+    if (h_.components == 0) return because(QVERR_UNSUPPORTED, {"no components"});
     for (uint32_t i = 0; i < h_.components; i++) {
       component &c = h_.part[i];
       c.id = in.get<uint8_t>();
@@ -245,9 +245,9 @@ class parser {
   }
 
   int32_t check() const {
-    if (h_.data_begin == 0) return because(QVERR_FORMAT, {"no pixels"});
     if (h_.width == 0 || h_.height == 0)
       return because(QVERR_UNSUPPORTED, {h_.width, " x ", h_.height, " pixels"});
+    if (h_.data_begin == 0) return because(QVERR_FORMAT, {"no pixels"});
     if (h_.precision != 8) return because(QVERR_UNSUPPORTED, {"samples of ", h_.precision, " bits"});
     if (const int32_t code = check_sampling(); code < 0) return code;
     if (h_.components != 1 && h_.components != 3)

@@ -46,7 +46,7 @@ int32_t write(qvimagecallback callback, qvimage *image, const char *path, const 
   int32_t code =
       encoder.prepare_verbatim(uint64_t(uint32_t(width_of(image->wind))) * uint32_t(image->f.pixelsize));
   if (code < 0) return code;
-  image_rows rows(*image, progress(callback));
+  image_rows rows(*image, progress(callback), 0);
   if (code = rows.set_up(); code < 0) return code;
   bufio stream;
   output_file file(stream);

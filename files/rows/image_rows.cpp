@@ -27,7 +27,7 @@ int32_t image_rows::set_up(uint32_t mode, int32_t pixies) {
 
 // Some images deliver a row in several pieces; one that stops short would lose data.
 int32_t image_rows::fetch(uint8_t *row, uint32_t y, uint32_t before) {
-  if (const int32_t stop = told_(int64_t(before) + 1, height_); stop != 0)
+  if (const int32_t stop = told_(int64_t(before) + first_, height_); stop != 0)
     return stop < 0 ? because(stop, {"stopped by the callback at row ", y + 1}) : stop;
   for (uint32_t done = 0; done < width_;) {
     const uint32_t moved = image_.ioread(&image_, 0, row + uint64_t(done) * pixel_bytes_, width_ - done,

@@ -15,10 +15,11 @@ namespace qvim {
 
 class image_rows {
  public:
-  // Rows of the image's window, told to the callback one by one.
-  image_rows(qvimage &image, const progress &told)
+  // Rows of the image's window, told to the callback one by one, counted from `first`.
+  image_rows(qvimage &image, const progress &told, uint32_t first = 1)
       : image_(image),
         told_(told),
+        first_(first),
         pixel_bytes_(uint32_t(image.f.pixelsize)),
         width_(uint32_t(width_of(image.wind))),
         height_(uint32_t(height_of(image.wind))) {}
@@ -39,6 +40,7 @@ class image_rows {
  private:
   qvimage &image_;
   const progress told_;
+  const uint32_t first_;
   uint32_t pixel_bytes_;
   const uint32_t width_, height_;
 };

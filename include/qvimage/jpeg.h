@@ -22,11 +22,12 @@
  * not into a caller's stream.
  *
  * Codes of the functions that write:
- * - -1: null or wrong pointers, a context that is set, no output; a window of no pixels or of more than
- *   65535 a side; bands that do not begin at multiples of 8 in rising order; rows that are not the next ones
- *   of their band; bands that were not coded to their ends.
- * - -2: memory. -7: the file could not be written, or the image not be read.
- * - -14: the file cannot be created.
+ * - -1: null or wrong pointers, a context that is set, no output, negative bufsize, a mode that does not
+ *   write; a window of no pixels or of more than 65535 a side; bands that do not begin at multiples of 8 in
+ *   rising order; rows that are not the next ones of their band; bands that were not coded to their ends.
+ * - -2: memory. -7: the file could not be written. What the image answers to its set-up, or keeps of a row
+ *   that stopped short (else -7).
+ * - -14: the file cannot be created. -13: fopenmode begins with 'r' and there is no such file.
  * - -19: the image has not 1, 3 or 4 pixies (of 4 the first three are written) of unsigned 8 bits.
  * - -63: a coefficient that the codes do not reach.
  * - -64: a context of another kind.
@@ -38,7 +39,7 @@
  *   tables of other numbers than 0 and 1.
  * - -11: a sound file that is not served: subsampled components, progressive, lossless, hierarchical or
  *   arithmetic coding, other than 8 bits, 2 or 4 components, components in scans of their own, RGB instead
- *   of YCbCr, restart intervals.
+ *   of YCbCr, restart intervals, a picture without pixels.
  * qvimage_reason says which. */
 #ifndef QVIMAGE_JPEG_H
 #define QVIMAGE_JPEG_H
@@ -100,11 +101,11 @@ int32_t qvimage_jpegread(qvimage *view, jpegcontext **c, const char *path, const
 int32_t qvimage_jpegreaddone(qvimage *view, jpegcontext **c);
 
 /* Fills the record from an open file; its comments are freed by qvimage_jpeginfodone. Quality and mode
- * are 0 where the file does not say; jpg_reserved is 1 when it says that its quality is 0. 0, -1, -2, -64;
- * on failure the record is cleared. */
+ * are 0 where the file does not say; jpg_reserved is 1 where it tells its quality, so that 0 is one. 0, -1,
+ * -2, -64; on failure the record is cleared. */
 int32_t qvimage_jpegreadinfo(jpegcontext *c, qvimagefileinfo *info);
 
-/* Opens a file, fills the record, closes the file. */
+/* Opens a file, fills the record, closes the file. 0 or the codes of reading; then the record is cleared. */
 int32_t qvimage_jpeginfo(qvimagefileinfo *info, const char *path, const char *fopenmode, int64_t bufsize);
 
 /* Frees the comments of a record of type "jpg" and clears their pointers; other records are left alone. */

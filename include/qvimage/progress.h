@@ -6,8 +6,9 @@
 
 QVIM_BEGIN_DECLS
 
-/* Tells how far a call has come: step of steps, counted from 1. Called in the thread that works, before each
- * step; any answer but 0 stops the work and becomes the call's result. */
+/* Tells how far a call has come: step of steps, counted from 1; rows of raw and of JPEG files from 0. Called
+ * in the thread that works, before each step; any answer but 0 stops the work and becomes the call's result.
+ */
 typedef int32_t (*qvimagecallback)(int64_t step, int64_t steps);
 
 /* The same with a pointer of the caller's. */

@@ -52,8 +52,8 @@ int32_t qvimage_filedone(qvimage *image, bufio **h);
 
 /* Writes the image's window as a raw file, in the image's own type with significant bits at the low end.
  *
- *   callback   hears of each row, from 1 to the number of rows, and stops the writing with any answer but 0,
- *              which is the result; null: the thread's progress callback
+ *   callback   hears of each row before it is read, by its index from 0 and the number of rows, and stops the
+ *              writing with any answer but 0, which is the result; null: the thread's progress callback
  *   fopenmode  null: a new file that takes the path's name when all is written, so that a file that stood
  *              there survives every failure. Others begin with 'w' or "r+" and work on the file itself
  *   bufsize    bytes of the stream's block, 0 for 64 KiB

@@ -304,6 +304,8 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
                {"12 bits", put(frame, 4, 12), -11},
                {"no height", put(frame, 6, 0), -11},
                {"five components", put(frame, 9, 5), -10},
+               {"no components", put(frame, 9, 0), -11},
+               {"nothing before the end", insert({0xFF, 0xD9}), -11},
                {"subsampled", put(frame, 11, 0x22), -11},
                {"no such quantisation table", put(frame, 12, 1), 0},
                {"third quantisation table used", put(frame, 12, 2), -10},
