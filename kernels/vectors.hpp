@@ -323,7 +323,13 @@ QVIM_INLINE void store_lanes(char *to, int64_t step, vec<uint8_t> v) {
 // Items of 4 or 8 bytes of two vectors, numbered through.
 template <class Item>
 QVIM_INLINE vec<uint8_t> picked(vec<uint8_t> a, vec<uint8_t> b, auto... items) {
+#ifdef __clang__
+  const vec<Item> of[2] = {(vec<Item>)a, (vec<Item>)b};
+  constexpr int count = sizeof...(items);
+  return (vec<uint8_t>)vec<Item>{of[items / count][items % count]...};
+#else
   return (vec<uint8_t>)__builtin_shuffle((vec<Item>)a, (vec<Item>)b, vec<Item>{Item(items)...});
+#endif
 }
 QVIM_INLINE void store_three(char *to, const vec<uint8_t> (&v)[3]) {
   const auto of = [](auto x, auto y, auto... i) __attribute__((always_inline)) {
