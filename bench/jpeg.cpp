@@ -15,6 +15,7 @@
 #include <qvimage/qvimage.h>
 
 #include "bench/files.hpp"
+#include "kernels/processor.hpp"
 
 namespace {
 
@@ -151,6 +152,7 @@ void register_picture(const std::string &name) {
 
 int main(int argc, char **argv) {
   benchmark::Initialize(&argc, argv);
+  benchmark::AddCustomContext("qvimage_level", qvim::level_names[qvim::level_in_use()]);
   for (const char *name : {"grey-photograph", "rgb-photograph", "grey-synthetic", "rgb-synthetic"})
     register_picture(name);
   const frames::frame &f = picture("rgb-photograph");

@@ -15,7 +15,6 @@ extern "C" {
 
 namespace qvim {
 
-extern const kernel_table QVIM_KERNEL(kernels);
 const kernel_table QVIM_KERNEL(kernels) = {
 #define QVIM_NOTHING(name, form)
 #define QVIM_MEMBER(name, form) QVIM_KERNEL(name),

@@ -3,34 +3,27 @@
 
 namespace qvim {
 
-#if defined(__x86_64__)
-extern const kernel_table kernels_sse2, kernels_avx2, kernels_avx512, kernels_avx512vbmi;
-constexpr const kernel_table *const kernel_tables[] = {&kernels_sse2, &kernels_avx2, &kernels_avx512,
-                                                       &kernels_avx512vbmi};
-#elif defined(__aarch64__)
-extern const kernel_table kernels_neon;
-constexpr const kernel_table *const kernel_tables[] = {&kernels_neon};
-#else
-extern const kernel_table kernels_plain;
-constexpr const kernel_table *const kernel_tables[] = {&kernels_plain};
-#endif
-
 namespace {
 
-// Chosen once, when the library is loaded. What runs before that takes the lowest level: results are the
-// same.
-constinit const kernel_table *in_use = kernel_tables[0];
-[[gnu::constructor]] void choose() { in_use = kernel_tables[level_in_use()]; }
+// What runs before the level is chosen takes the lowest one: results are the same.
+constinit int level = 0;
+constinit const kernel_table *kernels_chosen = kernels[0];
+[[gnu::constructor]] void choose() { choose_level(level_in_use()); }
 
 }  // namespace
 
-const kernel_table *kernels_in_use() { return in_use; }
+int chosen_level() { return level; }
+
+void choose_level(int chosen) {
+  level = chosen;
+  kernels_chosen = kernels[chosen];
+}
 
 }  // namespace qvim
 
 // The forms of the kernels: their parameters, and the same as arguments.
 #define QVIM_PASS(name, parameters, arguments) \
-  extern "C" void name parameters { qvim::in_use->name arguments; }
+  extern "C" void name parameters { qvim::kernels_chosen->name arguments; }
 #define QVIM_PASS_npfbix_fn(name)                                                              \
   QVIM_PASS(name,                                                                              \
             (const void *src, void *dst, int64_t srcstride, int64_t dststride, uint64_t count, \

@@ -5,7 +5,7 @@
 #include <qvimage/npfclx.h>
 #include <qvimage/npfpix.h>
 
-#include "kernels/processor.hpp"
+#include "kernels/versions.hpp"
 
 namespace qvim {
 
@@ -21,9 +21,6 @@ struct kernel_table {
 #include <qvimage/members/npfclx.inc>
 };
 
-extern const kernel_table *const kernel_tables[level_count];  // by level
-
-// What the exported kernels call.
-const kernel_table *kernels_in_use();
+QVIM_VERSIONS(kernel_table, kernels)
 
 }  // namespace qvim

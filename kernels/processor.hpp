@@ -8,8 +8,21 @@
 
 namespace qvim {
 
+// Calls a macro with each level, lowest first, and what else it takes.
 #if defined(__x86_64__)
-inline constexpr const char *level_names[] = {"sse2", "avx2", "avx512", "avx512vbmi"};
+#define QVIM_EACH_LEVEL(of, ...) \
+  of(sse2, __VA_ARGS__) of(avx2, __VA_ARGS__) of(avx512, __VA_ARGS__) of(avx512vbmi, __VA_ARGS__)
+#elif defined(__aarch64__)
+#define QVIM_EACH_LEVEL(of, ...) of(neon, __VA_ARGS__)
+#else
+#define QVIM_EACH_LEVEL(of, ...) of(plain, __VA_ARGS__)
+#endif
+
+#define QVIM_LEVEL_NAME(level, ...) #level,
+inline constexpr const char *level_names[] = {QVIM_EACH_LEVEL(QVIM_LEVEL_NAME, )};
+inline constexpr int level_count = int(std::size(level_names));
+
+#if defined(__x86_64__)
 
 // The highest level that this processor, and its operating system, have.
 inline int highest_level() {
@@ -24,15 +37,8 @@ inline int highest_level() {
 #undef QVIM_HAS
 }
 #else
-#if defined(__aarch64__)
-inline constexpr const char *level_names[] = {"neon"};
-#else
-inline constexpr const char *level_names[] = {"plain"};
-#endif
 inline int highest_level() { return 0; }
 #endif
-
-inline constexpr int level_count = int(std::size(level_names));
 
 // The highest level up to the one that the environment variable QVIMAGE_LEVEL names; another name limits
 // nothing.

@@ -6,7 +6,6 @@
 #include "core/owned.hpp"
 #include "core/reason.hpp"
 #include "files/codec/codec.hpp"
-#include "kernels/clones.hpp"
 
 namespace {
 
@@ -113,7 +112,7 @@ int32_t encode(pabi_state &s, codecstream &in, codecstream &out) {
 
 // Whole packets, while there is ample input: where there is room for the longest, each writes as much as
 // that, in a fixed number of stores.
-QVIM_CLONES void decode_bulk(codecstream &in, codecstream &out) {
+void decode_bulk(codecstream &in, codecstream &out) {
   const uint8_t *from = in.next;
   uint8_t *to = out.next;
   while (in.end - from > int32_t(longest)) {

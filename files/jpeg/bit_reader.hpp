@@ -8,7 +8,7 @@
 #include <qvimage/bufio.h>
 
 #include "files/jpeg/bit_writer.hpp"
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
 namespace qvim::jpeg {
 

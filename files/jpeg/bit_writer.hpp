@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "files/stream/bufio.hpp"
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
 namespace qvim::jpeg {
 

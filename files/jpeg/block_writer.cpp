@@ -1,27 +1,13 @@
+// Writing blocks, once for each processor level.
 #include "files/jpeg/block_writer.hpp"
 
 #include <bit>
-
-#include <qvimage/error.h>
 
 #include "files/jpeg/vectors.hpp"
 
 namespace qvim::jpeg {
 
 namespace {
-
-// places[i][bits]: which of the coefficients 8 * i to 8 * i + 7, given by bits, come when in a file, as a bit
-// each.
-struct zigzag_bits {
-  uint64_t of[8][256];
-};
-constexpr zigzag_bits places = [] {
-  zigzag_bits p{};
-  for (uint32_t k = 0; k < block_size; ++k)
-    for (uint32_t bits = 0; bits < 256; ++bits)
-      if (bits >> zigzag[k] % 8 & 1) p.of[zigzag[k] / 8][bits] |= uint64_t{1} << k;
-  return p;
-}();
 
 // Bit k tells whether the k-th coefficient in the order of files differs from 0.
 QVIM_INLINE uint64_t non_zero(const block &b) {
@@ -36,7 +22,7 @@ QVIM_INLINE uint64_t non_zero(const block &b) {
     uint32_t zeros = 0;
     for (int k = 0; k < 16; ++k) zeros |= uint32_t(b.at[8 * i + k] == 0) << k;
 #endif
-    bits |= places.of[i][~zeros & 0xFF] | places.of[i + 1][~zeros >> 8 & 0xFF];
+    bits |= zigzag_bits[i][~zeros & 0xFF] | zigzag_bits[i + 1][~zeros >> 8 & 0xFF];
   }
   return bits;
 }
@@ -79,8 +65,8 @@ QVIM_INLINE bool write_block(bit_writer::run &out, const block &b, const code_ta
   return coded;
 }
 
-QVIM_CLONES bool write_all(bit_writer &to, const block *blocks, uint32_t count, uint32_t components,
-                           const code_tables *const *tables, int32_t *predictors) {
+bool write_blocks(bit_writer &to, const block *blocks, uint32_t count, uint32_t components,
+                  const code_tables *const *tables, int32_t *predictors) {
   bit_writer::run out(to);
   bool coded = true;
   for (uint32_t i = 0; i < count; ++i)
@@ -93,15 +79,6 @@ QVIM_CLONES bool write_all(bit_writer &to, const block *blocks, uint32_t count, 
 
 }  // namespace
 
-void code_tables::set(const uint16_t *dc_code, const uint16_t *dc_size, const uint16_t *ac_code,
-                      const uint16_t *ac_size) {
-  for (uint32_t i = 0; i < categories_dc; ++i) dc[i] = uint32_t(dc_code[i]) << 16 | dc_size[i];
-  for (uint32_t i = 0; i < symbol_count; ++i) ac[i] = uint32_t(ac_code[i]) << 16 | ac_size[i];
-}
-
-int32_t write_blocks(bit_writer &out, const block *blocks, uint32_t count, uint32_t components,
-                     const code_tables *const *tables, int32_t *predictors) {
-  return write_all(out, blocks, count, components, tables, predictors) ? 0 : QVERR_CODING;
-}
+const block_writer QVIM_KERNEL(block_writers) = {write_blocks};
 
 }  // namespace qvim::jpeg

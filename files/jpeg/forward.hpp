@@ -3,9 +3,10 @@
 // quantisation.
 #pragma once
 
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
 namespace qvim::jpeg {
+inline namespace QVIM_LEVEL {
 
 // What is multiplied by: cos(pi / 4), sin(pi / 8), cos(pi / 8) less and plus sin(pi / 8).
 enum class rotation { quarter, eighth, difference, sum };
@@ -35,4 +36,5 @@ QVIM_INLINE void transform_columns(V (&x)[8], const Times &times) {
   x[7] = f1 - e4;
 }
 
+}  // namespace QVIM_LEVEL
 }  // namespace qvim::jpeg

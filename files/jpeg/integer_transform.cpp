@@ -1,5 +1,5 @@
-// The encoder's transform in integers of 16 bits. Two MCUs are computed at once, one in each half of a
-// vector.
+// The encoder's transform in integers of 16 bits, once for each processor level. Two MCUs are computed at
+// once, one in each half of a vector.
 //
 // Samples are doubled: results then need all 16 bits. All products are of 16 bits, rounded: numbers times
 // fractions of 2^15.
@@ -83,13 +83,8 @@ QVIM_INLINE void samples(const two_bytes (&lines)[8], bool upper, two_shorts (&o
   }
 }
 
-}  // namespace
-
-extern "C" {
-
 // With an odd number of MCUs the last one is computed twice.
-QVIM_CLONES void QVIM_CLONE(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                               const steps *s, block *blocks) {
+void forward_grey(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *s, block *blocks) {
   for (uint32_t i = 0; i < count; i += 2) {
     const uint32_t other = i + 1 < count;
     const uint8_t *const from = lines + 8 * uint64_t(i);
@@ -103,9 +98,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_integer_grey)(const uint8_t *lines, uint64_t pi
   }
 }
 
-QVIM_CLONES void QVIM_CLONE(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                              const steps *luminance, const steps *chrominance,
-                                              block *blocks) {
+void forward_rgb(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *luminance,
+                 const steps *chrominance, block *blocks) {
   const auto f = integer_colours;
   for (uint32_t i = 0; i < count; i += 2) {
     const uint32_t other = i + 1 < count;
@@ -136,6 +130,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pit
   }
 }
 
-}  // extern "C"
+}  // namespace
+
+const integer_transforms QVIM_KERNEL(in_integers) = {forward_grey, forward_rgb};
 
 }  // namespace qvim::jpeg

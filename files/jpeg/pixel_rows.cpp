@@ -38,9 +38,9 @@ int32_t pixel_rows::start(bufio *stream, const head &h) {
 void pixel_rows::to_lines(uint32_t first, uint32_t count) {
   uint8_t *const to = lines_.data() + uint64_t(first) * block_side * components_;
   if (components_ == 1)
-    jpeg_inverse_grey(blocks_, extents_, count, scale_of_[0], to, pitch_);
+    in_use(in_floats).inverse_grey(blocks_, extents_, count, scale_of_[0], to, pitch_);
   else
-    jpeg_inverse_rgb(blocks_, extents_, count, scale_of_, to, pitch_);
+    in_use(in_floats).inverse_rgb(blocks_, extents_, count, scale_of_, to, pitch_);
 }
 
 // Decodes a group whose beginning is known, and remembers that of the next one; lines only where wanted.
@@ -52,7 +52,7 @@ int32_t pixel_rows::decode(uint32_t group, bool wanted) {
   if (wanted) held_ = none;
   for (uint32_t mcu = 0; mcu < mcus_; mcu += mcus_at_once) {
     const uint32_t count = std::min(mcus_at_once, mcus_ - mcu);
-    const bool good = read_blocks(in, count, components_, of_, predictors, blocks_, extents_);
+    const bool good = in_use(block_readers).read(in, count, components_, of_, predictors, blocks_, extents_);
     // Bits that could not be read may be the next group's, which begins where these blocks end.
     if (const int32_t code = bufio_err(stream_); code == QVERR_IO || code == QVERR_MEMORY) return code;
     if (!good)

@@ -1,5 +1,5 @@
-// The transforms in floating point. Eight columns are computed at once, each number of a column in a vector
-// of its own.
+// The transforms in floating point, once for each processor level. Eight columns are computed at once, each
+// number of a column in a vector of its own.
 #include "files/jpeg/transform.hpp"
 
 #include "files/jpeg/forward.hpp"
@@ -85,12 +85,8 @@ QVIM_INLINE ints to_bytes(floats v) {
   return truncated(v);
 }
 
-}  // namespace
-
-extern "C" {
-
-QVIM_CLONES void QVIM_CLONE(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                               const factors *divisors, block *blocks) {
+void forward_grey(const uint8_t *lines, uint64_t pitch, uint32_t count, const factors *divisors,
+                  block *blocks) {
   for (; count; --count, lines += 8, ++blocks) {
     bytes line[8];
     for (int i = 0; i < 8; ++i) line[i] = loaded_half(lines + uint64_t(i) * pitch);
@@ -101,9 +97,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_forward_grey)(const uint8_t *lines, uint64_t pi
   }
 }
 
-QVIM_CLONES void QVIM_CLONE(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                              const factors *luminance, const factors *chrominance,
-                                              block *blocks) {
+void forward_rgb(const uint8_t *lines, uint64_t pitch, uint32_t count, const factors *luminance,
+                 const factors *chrominance, block *blocks) {
   for (; count; --count, lines += 24, blocks += 3) {
     bytes line[8], rest[8];
     for (int i = 0; i < 8; ++i) {
@@ -129,9 +124,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pit
   }
 }
 
-QVIM_CLONES void QVIM_CLONE(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents,
-                                               uint32_t count, const factors *scales, uint8_t *lines,
-                                               uint64_t pitch) {
+void inverse_grey(const decoded_block *blocks, const extent *extents, uint32_t count, const factors *scales,
+                  uint8_t *lines, uint64_t pitch) {
   for (; count; --count, ++blocks, ++extents, lines += 8) {
     floats x[8];
     decode(*blocks, *extents, *scales, x);
@@ -142,9 +136,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_inverse_grey)(const decoded_block *blocks, cons
   }
 }
 
-QVIM_CLONES void QVIM_CLONE(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents,
-                                              uint32_t count, const factors *const scales[3], uint8_t *lines,
-                                              uint64_t pitch) {
+void inverse_rgb(const decoded_block *blocks, const extent *extents, uint32_t count,
+                 const factors *const scales[3], uint8_t *lines, uint64_t pitch) {
   constexpr bytes first_three{0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
   for (; count; --count, blocks += 3, extents += 3, lines += 24) {
     floats y[8], cb[8], cr[8];
@@ -167,6 +160,8 @@ QVIM_CLONES void QVIM_CLONE(jpeg_inverse_rgb)(const decoded_block *blocks, const
   }
 }
 
-}  // extern "C"
+}  // namespace
+
+const float_transforms QVIM_KERNEL(in_floats) = {forward_grey, forward_rgb, inverse_grey, inverse_rgb};
 
 }  // namespace qvim::jpeg

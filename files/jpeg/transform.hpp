@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "files/jpeg/tables.hpp"
-#include "kernels/clones.hpp"
+#include "kernels/versions.hpp"
 
 namespace qvim::jpeg {
 
@@ -45,20 +45,24 @@ enum class extent : uint8_t { constant, low_frequencies, all };
 constexpr uint32_t low_frequency_count = 10;  // in the order of files: frequencies whose sum is at most 3
 
 // MCUs that lie side by side in eight lines of packed pixels, `pitch` bytes from line to line. Grey: a block
-// an MCU; RGB: Y, Cb, Cr. The inverse may write up to 8 bytes beyond the pixels of each line.
-extern "C" {
-void QVIM_CLONE(jpeg_forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                   const factors *divisors, block *blocks);
-void QVIM_CLONE(jpeg_forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                  const factors *luminance, const factors *chrominance, block *blocks);
-void QVIM_CLONE(jpeg_integer_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *s,
-                                   block *blocks);
-void QVIM_CLONE(jpeg_integer_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count,
-                                  const steps *luminance, const steps *chrominance, block *blocks);
-void QVIM_CLONE(jpeg_inverse_grey)(const decoded_block *blocks, const extent *extents, uint32_t count,
-                                   const factors *scales, uint8_t *lines, uint64_t pitch);
-void QVIM_CLONE(jpeg_inverse_rgb)(const decoded_block *blocks, const extent *extents, uint32_t count,
-                                  const factors *const scales[3], uint8_t *lines, uint64_t pitch);
-}
+// an MCU; RGB: Y, Cb, Cr. The inverse may write up to 8 bytes beyond the pixels of each line. Every processor
+// level has a version of its own; all give the same bits.
+struct float_transforms {
+  void (*forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count, const factors *divisors,
+                       block *blocks);
+  void (*forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count, const factors *luminance,
+                      const factors *chrominance, block *blocks);
+  void (*inverse_grey)(const decoded_block *blocks, const extent *extents, uint32_t count,
+                       const factors *scales, uint8_t *lines, uint64_t pitch);
+  void (*inverse_rgb)(const decoded_block *blocks, const extent *extents, uint32_t count,
+                      const factors *const scales[3], uint8_t *lines, uint64_t pitch);
+};
+struct integer_transforms {
+  void (*forward_grey)(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *s, block *blocks);
+  void (*forward_rgb)(const uint8_t *lines, uint64_t pitch, uint32_t count, const steps *luminance,
+                      const steps *chrominance, block *blocks);
+};
+QVIM_VERSIONS(float_transforms, in_floats)
+QVIM_VERSIONS(integer_transforms, in_integers)
 
 }  // namespace qvim::jpeg

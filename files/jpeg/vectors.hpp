@@ -5,13 +5,14 @@
 #include <cstdint>
 #include <cstring>
 
-#include "kernels/clones.hpp"
+#include "kernels/level.hpp"
 
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
 namespace qvim::jpeg {
+inline namespace QVIM_LEVEL {
 
 typedef float floats __attribute__((vector_size(32)));
 typedef int32_t ints __attribute__((vector_size(32)));
@@ -121,4 +122,5 @@ QVIM_INLINE void columns(const V (&lines)[8], bool upper, V (&out)[4]) {
   }
 }
 
+}  // namespace QVIM_LEVEL
 }  // namespace qvim::jpeg

@@ -116,13 +116,13 @@ int32_t writer::fetch(band &b, image_rows &image, uint32_t row) const {
 void writer::transform(const band &b, uint32_t first, uint32_t count, block *blocks) const {
   const uint8_t *const lines = b.lines.data() + uint64_t(first) * block_side * components;
   if (is_integer && components == 1)
-    jpeg_integer_grey(lines, pitch(), count, &integer_steps[0], blocks);
+    in_use(in_integers).forward_grey(lines, pitch(), count, &integer_steps[0], blocks);
   else if (is_integer)
-    jpeg_integer_rgb(lines, pitch(), count, &integer_steps[0], &integer_steps[1], blocks);
+    in_use(in_integers).forward_rgb(lines, pitch(), count, &integer_steps[0], &integer_steps[1], blocks);
   else if (components == 1)
-    jpeg_forward_grey(lines, pitch(), count, &divisors[0], blocks);
+    in_use(in_floats).forward_grey(lines, pitch(), count, &divisors[0], blocks);
   else
-    jpeg_forward_rgb(lines, pitch(), count, &divisors[0], &divisors[1], blocks);
+    in_use(in_floats).forward_rgb(lines, pitch(), count, &divisors[0], &divisors[1], blocks);
 }
 
 // The DC coefficients of the MCU before the band's first one, which another band codes.
@@ -141,8 +141,8 @@ int32_t writer::encode_group(band &b) const {
   for (uint32_t mcu = 0; mcu < mcus(); mcu += mcus_at_once) {
     const uint32_t count = std::min(mcus_at_once, mcus() - mcu);
     transform(b, mcu, count, blocks);
-    const int32_t code = write_blocks(b.bits, blocks, count, components, tables, b.predictors);
-    if (code < 0) return code;
+    if (!in_use(block_writers).write(b.bits, blocks, count, components, tables, b.predictors))
+      return QVERR_CODING;
   }
   return 0;
 }

@@ -76,9 +76,6 @@ struct member {
   std::vector<std::pair<const char *, std::function<void(const run_call &)>>> versions;
 };
 
-// Of files' loops, which are compiled for levels 1, 3 and 4.
-inline bool runs_here(int level) { return level < 3 || highest_level() >= level - 2; }
-
 template <class Form>
 void add_member(std::vector<member> &members, const char *name, Form *exported,
                 Form *kernel_table::*entry = nullptr) {
@@ -87,7 +84,7 @@ void add_member(std::vector<member> &members, const char *name, Form *exported,
     m.versions.emplace_back(level, [f](const run_call &c) { invoke(f, c); });
   };
   add("exported", exported);
-  for (int i = 0; entry && i <= highest_level(); ++i) add(level_names[i], kernel_tables[i]->*entry);
+  for (int i = 0; entry && i <= highest_level(); ++i) add(level_names[i], kernels[i]->*entry);
   members.push_back(m);
 }
 

@@ -12,21 +12,9 @@
 #include <qvimage/memory.h>
 #include <qvimage/types.h>
 
-#include "files/jpeg/transform.hpp"
+#include "kernels/versions.hpp"
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
-#include "tests/kernels/kernel_levels.hpp"
-
-#if QVIM_TEST_LEVELS
-namespace qvim::jpeg {
-extern "C" decltype(jpeg_forward_rgb) jpeg_forward_rgb_v1, jpeg_forward_rgb_v3, jpeg_forward_rgb_v4;
-extern "C" decltype(jpeg_forward_grey) jpeg_forward_grey_v1, jpeg_forward_grey_v3, jpeg_forward_grey_v4;
-extern "C" decltype(jpeg_integer_rgb) jpeg_integer_rgb_v1, jpeg_integer_rgb_v3, jpeg_integer_rgb_v4;
-extern "C" decltype(jpeg_integer_grey) jpeg_integer_grey_v1, jpeg_integer_grey_v3, jpeg_integer_grey_v4;
-extern "C" decltype(jpeg_inverse_rgb) jpeg_inverse_rgb_v1, jpeg_inverse_rgb_v3, jpeg_inverse_rgb_v4;
-extern "C" decltype(jpeg_inverse_grey) jpeg_inverse_grey_v1, jpeg_inverse_grey_v3, jpeg_inverse_grey_v4;
-}  // namespace qvim::jpeg
-#endif
 
 namespace {
 
@@ -88,6 +76,18 @@ bytes saved(picture &p, const std::string &path, qvimagefileinfo info = of_quali
   return file_bytes(path);
 }
 
+// As far as it can be read.
+bytes pixels_of(const std::string &path, const picture &p) {
+  qvimage im;
+  jpegcontext *c = nullptr;
+  EXPECT_EQ(qvimage_jpegread(&im, &c, path.c_str(), nullptr, 0, nullptr), 0);
+  bytes to(p.pixels.size());
+  EXPECT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, (1u << p.pixies) - 1), 1);
+  im.ioread(&im, 0, to.data(), uint32_t(p.width * p.height), 0, 0);
+  EXPECT_EQ(qvimage_jpegreaddone(&im, &c), 0);
+  return to;
+}
+
 int32_t code_of(const std::string &path) {
   qvimage im;
   jpegcontext *c = nullptr;
@@ -117,73 +117,30 @@ TEST(Jpeg, AnyBandsGiveTheSameFileThreads) {
       }
 }
 
-namespace {
-
-struct transforms {
-  int level;  // 0: those of the library
-  decltype(&qvim::jpeg::jpeg_forward_rgb) forward_rgb;
-  decltype(&qvim::jpeg::jpeg_forward_grey) forward_grey;
-  decltype(&qvim::jpeg::jpeg_integer_rgb) integer_rgb;
-  decltype(&qvim::jpeg::jpeg_integer_grey) integer_grey;
-  decltype(&qvim::jpeg::jpeg_inverse_rgb) inverse_rgb;
-  decltype(&qvim::jpeg::jpeg_inverse_grey) inverse_grey;
-};
-#define QVIM_TRANSFORMS(n, level)                                                  \
-  {                                                                                \
-    n, qvim::jpeg::jpeg_forward_rgb##level, qvim::jpeg::jpeg_forward_grey##level,  \
-        qvim::jpeg::jpeg_integer_rgb##level, qvim::jpeg::jpeg_integer_grey##level, \
-        qvim::jpeg::jpeg_inverse_rgb##level, qvim::jpeg::jpeg_inverse_grey##level  \
-  }
-const transforms versions[] = {QVIM_TRANSFORMS(0, ),
-#if QVIM_TEST_LEVELS
-                               QVIM_TRANSFORMS(1, _v1), QVIM_TRANSFORMS(3, _v3), QVIM_TRANSFORMS(4, _v4)
-#endif
-};
-
-// Five MCUs in colours, ten in grey, there and back.
-bytes transformed(const transforms &t, const picture &p) {
-  using namespace qvim::jpeg;
-  factors divisors, scales;
-  steps in_integers;
-  uint16_t table[block_size];
-  for (uint32_t i = 0; i < block_size; i++) table[i] = uint16_t(1 + i / 3);
-  set_divisors(table, divisors);
-  set_scales(table, scales);
-  set_steps(table, in_integers);
-  const factors *const all_scales[3] = {&scales, &scales, &scales};
-  block blocks[15], grey[15];
-  extent extents[15] = {};
-  std::fill_n(extents, 10, extent::all);
-  bytes result(sizeof blocks + sizeof grey), lines(8 * 160);
-  t.forward_rgb(p.pixels.data(), 120, 5, &divisors, &divisors, blocks);
-  t.forward_grey(p.pixels.data(), 120, 15, &divisors, grey);
-  std::memcpy(result.data(), blocks, sizeof blocks);
-  std::memcpy(result.data() + sizeof blocks, grey, sizeof grey);
-  block integers[30];
-  t.integer_rgb(p.pixels.data(), 120, 5, &in_integers, &in_integers, integers);
-  t.integer_grey(p.pixels.data(), 120, 15, &in_integers, integers + 15);
-  const auto *const first = reinterpret_cast<const uint8_t *>(integers);
-  result.insert(result.end(), first, first + sizeof integers);
-  decoded_block decoded[2][15];
-  for (uint32_t i = 0; i < 15 * block_size; i++) {
-    decoded[0][i / block_size].at[i % block_size] = blocks[i / block_size].at[i % block_size];
-    decoded[1][i / block_size].at[i % block_size] = grey[i / block_size].at[i % block_size];
-  }
-  t.inverse_rgb(decoded[0], extents, 5, all_scales, lines.data(), 160);
-  result.insert(result.end(), lines.begin(), lines.end());
-  t.inverse_grey(decoded[1], extents, 15, &scales, lines.data(), 160);
-  result.insert(result.end(), lines.begin(), lines.end());
-  return result;
-}
-
-}  // namespace
-
-TEST(Jpeg, TransformsGiveTheSameBitsOnEveryLevel) {
-  const picture p(8 * 5, 8, 3);
-  for (const transforms &t : versions)
-    EXPECT_TRUE(t.level == 0 || !qvim::test::runs_here(t.level) ||
-                transformed(t, p) == transformed(versions[0], p))
-        << t.level;
+// Files, their pixels, and what becomes of data that mean any coefficients.
+TEST(Jpeg, EveryLevelGivesTheSameBits) {
+  const temporary_folder folder;
+  const int before = qvim::chosen_level();
+  for (const int pixies : {1, 3})
+    for (const uint16_t mode : {0, 105})
+      for (const int quality : {300, 900, 1000}) {
+        picture p(203, 61, pixies);
+        const auto results = [&](int level) {
+          qvim::choose_level(level);
+          bytes file = saved(p, folder / "level.jpg", of_quality(quality, mode));
+          const bytes pixels = pixels_of(folder / "level.jpg", p);
+          bytes damaged = file;
+          for (size_t i = 800; i < damaged.size(); i += 97) damaged[i] &= 0x55;
+          put_file(folder / "damaged.jpg", damaged);
+          const bytes wild = pixels_of(folder / "damaged.jpg", p);
+          return std::vector{file, pixels, wild};
+        };
+        const auto expected = results(0);
+        for (int level = 1; level <= qvim::highest_level(); level++)
+          EXPECT_TRUE(results(level) == expected)
+              << qvim::level_names[level] << ", quality " << quality << ", mode " << mode;
+      }
+  qvim::choose_level(before);
 }
 
 TEST(Jpeg, WhatFilesSayComesBack) {
