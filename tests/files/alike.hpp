@@ -27,14 +27,15 @@ void expect_alike(choices &from, Record &file, Record &memory, bool writes) {
       std::memcpy(&w, &box, sizeof w);
       ASSERT_EQ(!file.xwind(&file, &w, 's'), !memory.xwind(&memory, &w, 's'));
     }
-    const uint32_t scans[] = {0, QVIM_YSCAN, Dim::axes == 3 ? QVIM_ZSCAN : QVIM_YSCAN};
-    const uint32_t mode = scans[from.below(3)] | (from.below(2) ? QVIM_WRAP : 0);
+    const uint32_t scans[] = {0, QVIM_YSCAN, QVIM_ZSCAN, QVIM_YSCAN, 0, QVIM_YSCAN | QVIM_ZSCAN};
+    const uint32_t mode = scans[from.below(6)] | (from.below(2) ? QVIM_WRAP : 0);
     const uint32_t flags[] = {0, QVIM_LSB, QVIM_MSB, QVIM_SWAPPED, QVIM_DIRTY};
-    const uint32_t type = types | flags[from.below(5)] | flags[from.below(5)];
-    const uint32_t mask = from.below(2) ? all : 1u << from.below(uint32_t(memory.d.pixies));
+    const uint32_t type = (from.below(20) ? types : 3) | flags[from.below(5)] | flags[from.below(5)];
+    const uint32_t mask = from.below(2)   ? all
+                          : from.below(8) ? 1u << from.below(uint32_t(memory.d.pixies))
+                                          : 5;
     const int32_t code = memory.ioset(&memory, mode, type, mask);
     ASSERT_EQ(file.ioset(&file, mode, type, mask), code);
-    if (code < 1) continue;
     qvim::point<Dim> at;
     for (int axis = 0; axis < Dim::axes; axis++) at[axis] = int32_t(from.below(whole.extent(axis) + 2)) - 1;
     bytes there(4096), here;

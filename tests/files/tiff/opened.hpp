@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <qvimage/codec.h>
 #include <qvimage/data.h>
 #include <qvimage/error.h>
 #include <qvimage/tiff.h>
@@ -98,20 +97,7 @@ inline std::vector<uint64_t> samples_of(const page_spec &p) {
 }
 
 inline bytes predictive(const page_spec &p, const bytes &rows, size_t) {
-  void *state = nullptr;
-  const ptifprar_params params{int32_t(p.bits), int32_t(p.width), int32_t(p.samples)};
-  EXPECT_EQ(ptifprar_stateinit(&state, &params), 0);
-  bytes in = rows, result(rows.size() * 4 + 64);
-  codecstream from{}, to{};
-  from.start = from.next = in.data();
-  from.end = in.data() + in.size();
-  to.next = result.data();
-  to.end = result.data() + result.size();
-  EXPECT_EQ(ptifprar_encode(state, &from, &to), 1);
-  result.resize(size_t(to.next - result.data()));
-  if (to.bitcnt) result.push_back(uint8_t(to.bitacc >> (8 - to.bitcnt)));
-  ptifprar_statedone(&state);
-  return result;
+  return slow::predict(rows, {int32_t(p.bits), int32_t(p.width), int32_t(p.samples)});
 }
 
 struct coding {

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <random>
-#include <thread>
 
 #include <qvimage/memory.h>
 
@@ -278,76 +277,6 @@ TEST(TiffAccess, RunsFromPlaneToPlaneOfMorePagesThanStayOpen) {
       const auto at = int32_t(x % 20);
       EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 1, x, y, at)[0], run[size_t(at)]);
     }
-}
-
-TEST(TiffAccess, PixiesComeInTheJustificationAndByteOrderAskedFor) {
-  page_spec p{.bits = 12};
-  opened_page o(builder().page(p).file());
-  const auto all = samples_of(p);
-  const auto with = [&](uint32_t flags) { return read_run(o.image, QVIM_WRAP, flags, 0, 35, 0, 0); };
-  const auto changed = [&](auto change) {
-    auto result = all;
-    for (uint64_t &v : result) v = change(v);
-    return result;
-  };
-  EXPECT_EQ(with(QVIM_LSB), all);
-  EXPECT_EQ(with(QVIM_DIRTY), all);
-  EXPECT_EQ(with(QVIM_MSB), changed([](uint64_t v) { return v << 4; }));
-  EXPECT_EQ(with(QVIM_SWAPPED), changed([](uint64_t v) { return __builtin_bswap16(uint16_t(v)); }));
-  EXPECT_EQ(with(QVIM_MSB | QVIM_SWAPPED),
-            changed([](uint64_t v) { return __builtin_bswap16(uint16_t(v << 4)); }));
-}
-
-TEST(TiffAccess, SetUpsAreRefusedWithTheirCodes) {
-  page_spec p{.samples = 3};
-  opened_page o(builder().page(p).file());
-  qvimage &im = o.image;
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT16, 7), -19);
-  uint8_t pixel[3];
-  EXPECT_EQ(im.ioread(&im, 0, pixel, 1, 0, 0), 0u);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 5), -21);
-  EXPECT_EQ(im.ioset(&im, QVIM_ZSCAN, QVIM_UINT8, 7), -11);
-  EXPECT_EQ(im.ioset(&im, QVIM_YSCAN | QVIM_ZSCAN, QVIM_UINT8, 7), -11);
-  EXPECT_EQ(im.imapset(&im, 0, QVIM_UINT8, 7), -11);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 1);
-  EXPECT_EQ(im.iorite(&im, 0, pixel, 1, 0, 0), 0u);
-  EXPECT_EQ(im.aeiou(&im, 'I', 0, 0, nullptr), 1431655765u);
-  EXPECT_EQ(im.aeiou(&im, 'B', 0, 0, nullptr), 357913941u);
-  EXPECT_EQ(im.aeiou(&im, 'i', 0, 0, nullptr) & 0xFF, 1u);
-  qvywindow outside{{0, 0}, {8, 5}};
-  EXPECT_EQ(im.xwind(&im, &outside, 's'), nullptr);
-  EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 7), 0);
-}
-
-TEST(TiffAccess, BlockTransfersReadScatteredPixels) {
-  page_spec p{.bits = 16, .compression = 5};
-  opened_page o(builder().page(p, lzw).file());
-  qvimage &im = o.image;
-  qvxyzcoord list[] = {{6, 4, 0}, {0, 0, 0}, {3, 2, 0}, {3, 2, 0}};
-  uint16_t values[4] = {};
-  ASSERT_GE(im.bxts(&im, 0, QVIM_UINT16, 1), 0);
-  EXPECT_EQ(im.bxta(&im, QVIM_LIST, values, list, 4, QVIM_OP_READ), 4u);
-  for (int i = 0; i < 4; i++) EXPECT_EQ(values[i], p.sample(uint32_t(list[i].x), uint32_t(list[i].y), 0));
-}
-
-TEST(TiffAccess, ThreadsShareAnImage) {
-  page_spec p{.width = 101, .height = 64, .compression = 5, .rows_per_strip = 10};
-  opened_page o(builder().page(p, lzw).file());
-  const auto all = samples_of(p);
-  std::vector<std::thread> threads;
-  for (unsigned t = 0; t < 4; t++)
-    threads.emplace_back([&, t] {
-      qvimage mine = o.image;
-      std::mt19937 random(t);
-      for (int i = 0; i < 200; i++) {
-        const size_t y = random() % p.height;
-        EXPECT_EQ(
-            read_run(mine, 0, 0, 0, p.width, 0, int32_t(y)),
-            std::vector<uint64_t>(all.begin() + long(y * p.width), all.begin() + long((y + 1) * p.width)));
-      }
-    });
-  for (auto &t : threads) t.join();
 }
 
 }  // namespace

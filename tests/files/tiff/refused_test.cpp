@@ -269,41 +269,4 @@ TEST(TiffFaults, OfPalettesAndOfManyDescriptionsAreReported) {
   expect_faults_reported(describe, -7, call_read);
 }
 
-TEST(TiffFaults, EveryFailedReadIsReported) {
-  page_spec p{.width = 3000, .height = 40, .compression = 5, .rows_per_strip = 3};
-  temporary_folder folder;
-  const std::string path = folder / "t";
-  put_file(path, builder().page(p, lzw).page(p, lzw).file());
-  const auto all = samples_of(p);
-  int fired_times = 0;
-  for (int n = 0;; n++) {
-    qvimage3 im;
-    tiffhandle *h = nullptr;
-    int32_t code, latched = 0;
-    std::vector<uint64_t> pixels;
-    bool fired;
-    {
-      fail_call fault(call_read, n);
-      code = qvimage3_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 4096, 0);
-      if (code == 0) {
-        pixels = read_run(im, QVIM_WRAP, 0, 0, 3000 * 40, 0, 0, 1);
-        latched = int32_t(im.aeiou(&im, 'e', 1, 0, nullptr));
-      }
-      fired = fault.fired();
-    }
-    if (code == 0) {
-      EXPECT_EQ(latched, fired ? -7 : 0);
-      const std::string reason = fired ? qvimage_reason() : "page 2, strip 1: Input/output error";
-      EXPECT_TRUE(reason.starts_with("page 2, strip ") && reason.ends_with(": Input/output error")) << reason;
-      EXPECT_EQ(pixels, std::vector<uint64_t>(all.begin(), all.begin() + long(pixels.size())));
-      EXPECT_EQ(read_run(im, QVIM_WRAP, 0, 0, 3000 * 40, 0, 0, 1), all);  // it was a passing fault
-      EXPECT_EQ(qvimage3_tiffreaddone(&im, nullptr, &h), 0);
-    }
-    if (!fired) break;
-    fired_times++;
-    EXPECT_TRUE(code == 0 || code == -7) << code;
-  }
-  EXPECT_GT(fired_times, 20);
-}
-
 }  // namespace
