@@ -65,59 +65,48 @@ TEST(Killed, RecordingsGiveTheFramesThatReachedThem) {
   const std::string path = folder / "recording";
   constexpr int frames = 3;
   film f(QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 40, 30, frames);
-  const auto expect_frames = [&](qvimage3 &image) {
-    const bytes shown = pixels_of(image);
-    ASSERT_LE(image.imdim.se.z, frames);
-    ASSERT_EQ(shown.size(), size_t(40 * 30 * image.imdim.se.z));
-    ASSERT_TRUE(std::equal(shown.begin(), shown.end(), f.pixels.begin()));
+  const auto avi = [&] {
+    avihandle *h = nullptr;
+    qvimage first = f.frame(0);
+    qvimage_aviwriteinit(nullptr, &h, path.c_str(), nullptr, &first, 512, nullptr, nullptr, nullptr, 0, 0, 9,
+                         1);
+    for (int z = 0; z < frames; z++) {
+      qvimage image = f.frame(z);
+      qvimage_aviwriteadd(nullptr, &h, nullptr, nullptr, &image, 0);
+    }
+    qvimage_aviwritedone(nullptr, &h, nullptr);
   };
-  const auto nothing = [&] { std::filesystem::remove(path); };
-  int most = 0;
-  kill_everywhere(
-      nothing,
-      [&] {
-        avihandle *h = nullptr;
-        qvimage first = f.frame(0);
-        qvimage_aviwriteinit(nullptr, &h, path.c_str(), nullptr, &first, 512, nullptr, nullptr, nullptr, 0, 0,
-                             9, 1);
-        for (int z = 0; z < frames; z++) {
-          qvimage image = f.frame(z);
-          qvimage_aviwriteadd(nullptr, &h, nullptr, nullptr, &image, 0);
-        }
-        qvimage_aviwritedone(nullptr, &h, nullptr);
-      },
-      [&](bool) {
-        qvimage3 image;
-        avihandle *h = nullptr;
-        if (qvimage3_aviread(&image, nullptr, &h, path.c_str(), nullptr, 0, 0) < 0) return;
-        most = std::max(most, image.imdim.se.z);
-        expect_frames(image);
-        qvimage3_avireaddone(&image, nullptr, &h);
-      });
-  if (IsSkipped()) return;
-  EXPECT_EQ(most, frames);
-  most = 0;
-  kill_everywhere(
-      nothing,
-      [&] {
-        fitshandle *h = nullptr;
-        qvimage first = f.frame(0);
-        qvimage_fitswriteinit(&h, &first.wind, nullptr, &first, path.c_str(), nullptr, 512, 9, nullptr);
-        for (int z = 0; z < frames; z++) {
-          qvimage image = f.frame(z);
-          qvimage_fitswriteadd(&h, nullptr, &image, nullptr);
-        }
-        qvimage_fitswritedone(&h);
-      },
-      [&](bool) {
-        qvimage3 image;
-        fitshandle *h = nullptr;
-        if (qvimage3_fitsread(&image, nullptr, &h, path.c_str(), nullptr, 0, 1) < 0) return;
-        most = std::max(most, image.imdim.se.z);
-        expect_frames(image);
-        qvimage3_fitsreaddone(&image, nullptr, &h);
-      });
-  EXPECT_EQ(most, frames);
+  const auto fits = [&] {
+    fitshandle *h = nullptr;
+    qvimage first = f.frame(0);
+    qvimage_fitswriteinit(&h, &first.wind, nullptr, &first, path.c_str(), nullptr, 512, 9, nullptr);
+    for (int z = 0; z < frames; z++) {
+      qvimage image = f.frame(z);
+      qvimage_fitswriteadd(&h, nullptr, &image, nullptr);
+    }
+    qvimage_fitswritedone(&h);
+  };
+  const auto open_lenient = [](qvimage3 *image, qvimage *, void **h, const char *name, int64_t) {
+    return qvimage3_fitsread(image, nullptr, reinterpret_cast<fitshandle **>(h), name, nullptr, 0, 1);
+  };
+  formats::format lenient = formats::fits;
+  lenient.file.open = open_lenient;
+  for (const auto &[format, record] :
+       {std::pair<const formats::format &, std::function<void()>>{formats::avi, avi}, {lenient, fits}}) {
+    int most = 0;
+    kill_everywhere([&] { std::filesystem::remove(path); }, record,
+                    [&](bool) {
+                      formats::opened o(format, path);
+                      if (o.code < 0) return;
+                      most = std::max(most, o.frames.imdim.se.z);
+                      const bytes shown = o.shown();
+                      ASSERT_LE(o.frames.imdim.se.z, frames);
+                      ASSERT_EQ(shown.size(), size_t(40 * 30 * o.frames.imdim.se.z));
+                      ASSERT_TRUE(std::equal(shown.begin(), shown.end(), f.pixels.begin()));
+                    });
+    if (IsSkipped()) return;
+    EXPECT_EQ(most, frames);
+  }
 }
 
 }  // namespace

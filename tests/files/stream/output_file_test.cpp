@@ -130,39 +130,6 @@ TEST_F(Kept, APictureIsReplacedWithItsPermissionsAndThroughItsLinks) {
   EXPECT_EQ(s.st_mode & 07777, 0640u) << "a new file has a new file's permissions";
 }
 
-TEST_F(Kept, ArgumentsAreJudgedBeforeAFileIsOpened) {
-  put_file(path, old);
-  frame index(9, 5, 1, 4, 1, QVIM_HINT_INDEX), few(15, 1, 1, 8, 3, QVIM_HINT_RGB), grey(16, 1, 1, 8, 1, 1);
-  qvimage no_window = few.image;
-  no_window.wind = {};
-  const int32_t dims[] = {9, 5, 1};
-  qvimage3 volume;
-  ASSERT_EQ(
-      qvimage3_memdata(&volume, index.stored.data(), index.stored.size(), dims, 0, 0, &index.d, nullptr, 0),
-      0);
-  qvyzwindow none{{0, 0, 1}, {9, 5, 1}};
-  ASSERT_NE(volume.xwind(&volume, &none, 's'), nullptr);
-  qvimagefileinfo unit{};
-  unit.resunit = 65536;
-  unit.xres[0] = unit.xres[1] = 1;
-  for (const char *mode : {(const char *)nullptr, "w+b"}) {
-    const auto with = [&](qvimage *palette, qvimagefileinfo *options = nullptr) {
-      return qvimage_tiffwrite(nullptr, &index.image, palette, path.c_str(), mode, 0, 0, options, 0, 0, 0);
-    };
-    EXPECT_EQ(with(&few.image), -1);
-    EXPECT_EQ(with(&grey.image), -1);
-    EXPECT_EQ(with(&no_window), -1);
-    EXPECT_EQ(with(nullptr, &unit), -1);
-    EXPECT_EQ(qvimage3_tiffwrite(nullptr, &volume, nullptr, path.c_str(), mode, 0, 0, nullptr, 0, 0, 0), -1);
-  }
-  for (const char *mode : {"w+b", "r", "a+", "x", ""}) EXPECT_EQ(write(mode, nullptr, 1), -1) << mode;
-  EXPECT_EQ(file_bytes(path), old);
-  qvimage null_image;
-  qvimage_defnull(&null_image);  // the palette of a page without a map
-  EXPECT_EQ(save(index, path, nullptr, 0, {}, &null_image), 0);
-  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.at(0).value(262), 1u);
-}
-
 TEST_F(Kept, ModesKeepTheirLettersAndTheDefaultClosesInOtherPrograms) {
   bool closes = false;
   in_callback = [&] {

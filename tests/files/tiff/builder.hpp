@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/files/codec/slow_coders.hpp"
+#include "tests/files/tiff/frame.hpp"
 
 namespace tiff_test {
 
@@ -145,22 +146,10 @@ class builder {
     std::vector<uint64_t> values;
     for (uint32_t x = 0; x < p.width; x++)
       for (uint32_t s = 0; s < p.samples; s++) values.push_back(p.sample(x, y, s));
-    const uint64_t mask = p.bits == 64 ? ~uint64_t{0} : (uint64_t{1} << p.bits) - 1;
-    if (p.differenced)
-      for (size_t i = values.size(); i-- > p.samples;) values[i] = (values[i] - values[i - p.samples]) & mask;
-    bytes row;
+    if (p.differenced) values = differences(values, int(p.samples), int(p.bits));
     // The predictive coder's samples: one byte, or two with the low one first.
-    if (p.compression == 32885) {
-      for (const uint64_t v : values)
-        for (uint32_t b = 0; b < p.bits; b += 8) row.push_back(uint8_t(v >> b));
-    } else if (p.bits % 8 == 0) {
-      for (const uint64_t v : values) append(row, v, int(p.bits / 8));
-    } else {
-      row.resize((values.size() * p.bits + 7) / 8);
-      for (size_t i = 0; i < values.size() * p.bits; i++)
-        row[i / 8] |= uint8_t((values[i / p.bits] >> (p.bits - 1 - i % p.bits) & 1) << (7 - i % 8));
-    }
-    return row;
+    const bool whole = p.compression == 32885;
+    return packed_row(values, int(whole ? (p.bits + 7) / 8 * 8 : p.bits), big_endian_ && !whole);
   }
 
   int offset_size() const { return bigtiff_ ? 8 : 4; }

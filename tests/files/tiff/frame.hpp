@@ -92,3 +92,9 @@ inline std::vector<uint8_t> packed_row(const std::vector<uint64_t> &values, int 
     for (int b = bits - 1; b >= 0; b--, at++) packed[at / 8] |= uint8_t((v >> b & 1) << (7 - at % 8));
   return packed;
 }
+
+inline std::vector<uint64_t> differences(std::vector<uint64_t> row, int samples, int bits) {
+  for (size_t i = row.size(); i-- > size_t(samples);)
+    row[i] = (row[i] - row[i - size_t(samples)]) & ((1ull << bits) - 1);
+  return row;
+}

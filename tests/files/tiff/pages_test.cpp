@@ -239,6 +239,9 @@ TEST(TiffInfo, ManyPagesAtOnce) {
   EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, 0, 40), 0);
   EXPECT_EQ(qvimage_tiffinfoN(infos, 0, path.c_str(), nullptr, 0, 0), 0);
   EXPECT_EQ(qvimage_tiffinfoN(nullptr, 5, path.c_str(), nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, nullptr, nullptr, 0, 0), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, 0, -1), -1);
+  EXPECT_EQ(qvimage_tiffinfoN(infos, 5, (folder / "none").c_str(), nullptr, 0, 0), -13);
   EXPECT_EQ(qvimage_tiffinfoN(infos, -1, path.c_str(), nullptr, 0, 0), -1);
   EXPECT_EQ(qvimage_tiffinfoN(infos, 5, path.c_str(), nullptr, -1, 0), -1);
   page_spec unserved{.compression = 7};

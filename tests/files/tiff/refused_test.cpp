@@ -97,36 +97,28 @@ TEST(TiffRefused, BrokenHeadersAndFiles) {
     EXPECT_EQ(opened_page(file).code, -10);
 }
 
-TEST(TiffRefused, HandlesOfOthersAndPagesThatAreNotThere) {
-  temporary_folder folder;
-  const std::string path = folder / "t.tif", none = folder / "none";
-  put_file(path, builder().page({}).file());
-  qvimage im;
-  tiffhandle *h = nullptr, *writing = nullptr;
-  ASSERT_EQ(qvimage_tiffread(&im, nullptr, &h, path.c_str(), nullptr, 0, 0, 0), 0);
+TEST(TiffRefused, HandlesOfOthers) {
+  const temporary_folder folder;
+  opened_page o(builder().page({}).file());
+  tiffhandle *writing = nullptr;
   ASSERT_EQ(
       qvimage_tiffwriteopen(&writing, 1, nullptr, nullptr, (folder / "w").c_str(), nullptr, 0, 0, nullptr),
       0);
   uint64_t other[64] = {};
-  auto *wrong = reinterpret_cast<tiffhandle *>(other);
   qvimagefileinfo info;
-  EXPECT_EQ(qvimage_tiffreadinfo(h, nullptr, 0), -1);
+  EXPECT_EQ(qvimage_tiffreadinfo(o.handle, nullptr, 0), -1);
   EXPECT_EQ(qvimage_tiffreadinfo(nullptr, nullptr, 0), -1);
-  for (tiffhandle *of : {wrong, writing}) {
+  for (tiffhandle *of : {reinterpret_cast<tiffhandle *>(other), writing}) {
     tiffhandle *given = of;
     EXPECT_EQ(qvimage_tiffreaddone(nullptr, nullptr, &given), -64);
     EXPECT_EQ(qvimage_tiffreadinfo(of, &info, 0), -64);
   }
-  EXPECT_EQ(qvimage_tifferror(&h), -64);  // the reader's
-  EXPECT_EQ(qvimage_tifffini(&h, 1), -64);
+  EXPECT_EQ(qvimage_tifferror(&o.handle), -64);  // the reader's
+  EXPECT_EQ(qvimage_tifffini(&o.handle, 1), -64);
   EXPECT_EQ(qvimage_tifffini(&writing, 1), 0);
-  EXPECT_EQ(qvimage_tiffinfo(&info, path.c_str(), nullptr, 0, 1), -10);
-  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, nullptr, nullptr, 0, 0), -1);
-  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, path.c_str(), nullptr, 0, -1), -1);
-  EXPECT_EQ(qvimage_tiffinfoN(&info, 1, none.c_str(), nullptr, 0, 0), -13);
-  EXPECT_EQ(qvimage_tiffreaddone(&im, nullptr, &h), 0);
-  EXPECT_EQ(h, nullptr);
-  EXPECT_EQ(std::memcmp(im.devname, "NULL2", 6), 0);
+  EXPECT_EQ(o.done(), 0);
+  EXPECT_EQ(o.handle, nullptr);
+  EXPECT_EQ(std::memcmp(o.image.devname, "NULL2", 6), 0);
 }
 
 TEST(TiffHostile, RowsThatTheFileCannotHoldAreNotAllocated) {

@@ -3,6 +3,7 @@
 
 #include <qvimage/null.h>
 #include <qvimage/tiff.h>
+#include <qvimage/views.h>
 
 #include "tests/fault.hpp"
 #include "tests/files/tiff/saved.hpp"
@@ -13,27 +14,48 @@ TEST_F(TiffWrite, WhatCannotBeWrittenIsRefusedBeforeAFileIsTouched) {
   const bytes before = {1, 2, 3, 4};
   put_file(path, before);
   frame grey(4, 4, 2, 16, 1, QVIM_HINT_GREY), five(4, 4, 1, 8, 5, 0), wide(4, 4, 8, 64, 1, 0),
-      real(4, 4, QVIM_FLOAT32, 0, 1, 0), empty(4, 4, 1, 8, 1, QVIM_HINT_GREY);
-  qvywindow none{{2, 2}, {2, 4}};
-  ASSERT_NE(empty.image.xwind(&empty.image, &none, 's'), nullptr);
+      real(4, 4, QVIM_FLOAT32, 0, 1, 0), empty(4, 4, 1, 8, 1, QVIM_HINT_GREY), none(4, 4, 1, 8, 1, 0),
+      beyond(4, 4, 2, 16, 1, 0), index(9, 5, 1, 4, 1, QVIM_HINT_INDEX), few(15, 1, 1, 8, 3, QVIM_HINT_RGB),
+      colourless(16, 1, 1, 8, 1, 1), closed(16, 1, 1, 8, 3, QVIM_HINT_RGB);
+  empty.image.wind = {{2, 2}, {2, 4}};
+  closed.image.wind = {};
+  beyond.image.d.i_bitsused = 17;  // of 16
+  qvimage_defnull(&none.image);
   qvimagefileinfo jpeg = options_for(7), lzw = options_for(5), arithmetic = options_for(32885),
                   unit = options_for(1);
   unit.resunit = 65536;
-  for (frame *f : {&five, &wide, &empty}) EXPECT_EQ(save(*f, path), -1);
-  for (qvimagefileinfo *options : {&jpeg, &arithmetic, &unit}) EXPECT_EQ(save(grey, path, options), -1);
-  EXPECT_EQ(save(real, path, &lzw), -1);
+  const struct {
+    frame &f;
+    qvimagefileinfo *options;
+    frame *palette;
+  } cases[] = {{five, nullptr, nullptr},     {wide, nullptr, nullptr},   {empty, nullptr, nullptr},
+               {none, nullptr, nullptr},     {beyond, nullptr, nullptr}, {grey, &jpeg, nullptr},
+               {grey, &arithmetic, nullptr}, {grey, &unit, nullptr},     {real, &lzw, nullptr},
+               {index, nullptr, &few},       {index, nullptr, &closed},  {index, nullptr, &colourless}};
+  for (const auto &c : cases)
+    for (const char *mode : {(const char *)nullptr, "w+b"}) {
+      qvimage *const palette = c.palette ? &c.palette->image : nullptr;
+      EXPECT_EQ(qvimage_tiffwrite(nullptr, &c.f.image, palette, path.c_str(), mode, 0, 0, c.options, 0, 0, 0),
+                -1)
+          << &c - cases;
+      qvimage3 planes;
+      if (palette || qvimage_def3from2(&planes, &c.f.image, 0) < 0) continue;
+      EXPECT_EQ(qvimage3_tiffwrite(nullptr, &planes, nullptr, path.c_str(), mode, 0, 0, c.options, 0, 0, 0),
+                -1)
+          << &c - cases;
+    }
+  // What "a+b" writes goes to the file's end, links too.
+  for (const char *mode : {"w+b", "r", "a+", "a+b", "x", ""})
+    EXPECT_EQ(qvimage_tiffwrite(nullptr, &grey.image, nullptr, path.c_str(), mode, 0, 1, nullptr, 0, 0, 0),
+              -1)
+        << mode;
   EXPECT_EQ(save(grey, path, nullptr, -1), -1);
-  // What such a mode writes goes to the file's end, links too.
-  EXPECT_EQ(qvimage_tiffwrite(nullptr, &grey.image, nullptr, path.c_str(), "a+b", 0, 1, nullptr, 0, 0, 0),
-            -1);
   EXPECT_EQ(save(grey, path, nullptr, 1), -10) << "no TIFF file";
-  grey.image.d.i_bitsused = 17;  // of 16
-  EXPECT_EQ(save(grey, path), -1);
-  qvimage_defnull(&grey.image);
-  EXPECT_EQ(save(grey, path), -1);
   EXPECT_EQ(file_bytes(path), before);
   EXPECT_EQ(save(real, folder / "none", nullptr, 1), -13);
   EXPECT_EQ(folder.files(), 1u);
+  EXPECT_EQ(save(index, path, nullptr, 0, {}, &none.image), 0);  // the palette of a page without a map
+  EXPECT_EQ(parsed_tiff(file_bytes(path)).pages.at(0).value(262), 1u);
 }
 
 TEST_F(TiffWrite, StepsRefuseForeignHandlesAndWrongOrder) {
