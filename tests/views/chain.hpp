@@ -312,11 +312,11 @@ class chain {
   }
 
   bool add_cells(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
-    const uint32_t phase = from.up_to(3);
+    const uint32_t phase = from.up_to(7);
     const int32_t code = view.deep
                              ? qvimage3_Beyer4_filter(view.volume(), volume_below(source), shared, phase)
                              : qvimage_Beyer4_filter(view.flat(), flat_below(source), shared, phase);
-    return made<cell_image>(code, view, shared, shared, int(phase));
+    return made<cell_image>(code, view, shared, shared, int(phase & 3));
   }
 
   bool add_of_volume(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {

@@ -130,23 +130,6 @@ TEST_F(ConverterFixed, SharesItsWindowOnlyWhenAsked) {
   EXPECT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 0u);
 }
 
-TEST_F(ConverterFixed, RefusesWithTheCodeOfItsReason) {
-  const struct {
-    uint32_t mode, type, mask;
-    int32_t code;
-  } refused[] = {{0, QVIM_UINT8, 2, -21},  {0, QVIM_UINT16 | QVIM_LSB, 2, -21},
-                 {4, QVIM_UINT16, 1, -1},  {6, QVIM_UINT8, 1, -1},
-                 {0, QVIM_UINT64, 1, -19}, {0, 48, 1, -19}};
-  for (const auto &c : refused) {
-    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8, 1), 1);
-    EXPECT_EQ(view.ioset(&view, c.mode, c.type, c.mask), c.code) << std::hex << c.type;
-    EXPECT_EQ(view.iolen(&view, 1, 0, 0), 0u) << "what was set up before is gone";
-    if (c.mode) continue;
-    EXPECT_EQ(view.bxts(&view, 0, c.type, c.mask), c.code);
-  }
-  EXPECT_EQ(view.imapset(&view, 0, QVIM_UINT8, 1), -19);
-}
-
 TEST_F(ConverterFixed, AnswersForMappingsWhatItsSourceAnswers) {
   const struct {
     uint32_t mode, mask;
@@ -162,20 +145,6 @@ TEST_F(ConverterFixed, AnswersForMappingsWhatItsSourceAnswers) {
   }
 }
 
-TEST_F(ConverterFixed, PassesWideIntegersOnlyAsTheyAre) {
-  uint64_t wide[48] = {0x0123456789ABCDEF};
-  ASSERT_EQ(qvimage_memory(&source, wide, dims, 0, QVIM_UINT64, 0, 1, QVIM_HINT_GREY, 0), 0);
-  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 0, 0), 0);
-  ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT64 | QVIM_SWAPPED, 1), 1);
-  uint64_t out;
-  ASSERT_EQ(view.ioread(&view, 0, &out, 1, 0, 0), 1u);
-  EXPECT_EQ(out, 0xEFCDAB8967452301u);
-  for (const uint32_t type : {uint32_t(QVIM_UINT32), uint32_t(QVIM_FLOAT64), uint32_t(QVIM_UINT8)})
-    EXPECT_EQ(view.ioset(&view, 0, type, 1), -19);
-  ASSERT_EQ(qvimage_converter(&view, &source, nullptr, 0, 0, 60, 0), 0);
-  EXPECT_EQ(view.ioset(&view, 0, QVIM_UINT64 | QVIM_LSB, 1), -19);
-}
-
 TEST_F(ConverterFixed, ReadsDepthOnlyWithoutConversion) {
   qvimage3 deep, over;
   const int32_t cube[3] = {4, 3, 4};
@@ -187,28 +156,6 @@ TEST_F(ConverterFixed, ReadsDepthOnlyWithoutConversion) {
   for (int z = 0; z < 4; z++) EXPECT_EQ(out[z], words[12 * z + 5]);
   EXPECT_EQ(over.ioset(&over, QVIM_ZSCAN, QVIM_UINT8, 1), -1);
   EXPECT_EQ(over.ioset(&over, 6, QVIM_UINT16, 1), -1);
-}
-
-TEST_F(ConverterFixed, KeepsRunsAndBlockTransfersApartAndNeverAllocates) {
-  for (const bool blocks_first : {false, true}) {
-    if (blocks_first) {
-      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
-    }
-    ASSERT_EQ(view.ioset(&view, 0, QVIM_UINT8 | QVIM_MSB, 1), 1);
-    if (!blocks_first) {
-      ASSERT_EQ(view.bxts(&view, 0, QVIM_FLOAT64, 1), 1);
-    }
-    const uint64_t before = allocation_count();
-    uint8_t out[8];
-    double value;
-    qvxyzcoord where{7, 5, 0};
-    EXPECT_EQ(view.bxta(&view, QVIM_LIST, &value, &where, 1, QVIM_OP_READ), 1u);
-    EXPECT_EQ(value, words[47] >> 4) << "12 bits";
-    EXPECT_EQ(view.ioread(&view, 0, out, 8, 0, 1), 8u);
-    for (int x = 0; x < 8; x++) EXPECT_EQ(out[x], words[8 + x] >> 8);
-    EXPECT_EQ(view.iorite(&view, 0, out, 8, 0, 1), 8u);
-    EXPECT_EQ(allocation_count(), before);
-  }
 }
 
 }  // namespace

@@ -28,7 +28,6 @@ struct geometry {
 
 struct decimated {
   int period[2], phase[2];
-  extent size(const extent &e) const { return {e[0] / period[0], e[1] / period[1], 1}; }
   int32_t build(qvimage *view, qvimage *source, bool) const {
     return qvimage_decimate(view, source, 77, uint32_t(period[0]), uint32_t(period[1]), uint32_t(phase[0]),
                             uint32_t(phase[1]));
@@ -109,11 +108,6 @@ struct frames_presented {
   pos place(const geometry &of, const pos &at) const;
 };
 
-inline extent size_of(const frames_presented &p, const extent &s) {
-  if (p.flags == below) return {s[0], s[1] * s[2], 1};
-  if (p.flags == beside) return {s[0] * s[2], s[1], 1};
-  return {s[p.xaxis / 2], s[p.yaxis / 2], 1};
-}
 inline pos place_of(const frames_presented &p, const extent &s, const pos &at) {
   if (p.flags == below) return {at[0], at[1] % s[1], at[1] / s[1]};
   if (p.flags == beside) return {at[0] % s[0], at[1], at[0] / s[0]};
