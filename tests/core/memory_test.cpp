@@ -16,29 +16,33 @@ class MemoryImage : public testing::Test {};
 using Records = testing::Types<qvimage, qvimage3>;
 TYPED_TEST_SUITE(MemoryImage, Records);
 
-// The constructors of both dimensions, called in the same way.
-int32_t memory(qvimage *im, void *buffer, const int32_t *dims, uint32_t pitch, int32_t type, int32_t bits,
-               int32_t pixies) {
-  return qvimage_memory(im, buffer, dims, pitch, type, bits, pixies, QVIM_HINT_GREY, 0);
+// The functions of both dimensions, called in the same way.
+template <class Record, class Flat, class Deep>
+constexpr auto either(Flat flat, Deep deep) {
+  if constexpr (std::is_same_v<Record, qvimage>)
+    return flat;
+  else
+    return deep;
 }
-int32_t memory(qvimage3 *im, void *buffer, const int32_t *dims, uint32_t pitch, int32_t type, int32_t bits,
-               int32_t pixies) {
-  return qvimage3_memory(im, buffer, dims, pitch, type, bits, pixies, QVIM_HINT_GREY, 0);
+template <class Record>
+int32_t memory(Record *im, void *buffer, const int32_t *dims, int32_t type, int32_t bits, int32_t pixies) {
+  return either<Record>(qvimage_memory, qvimage3_memory)(im, buffer, dims, 0, type, bits, pixies,
+                                                         QVIM_HINT_GREY, 0);
 }
+template <class Record>
+int32_t memmalloc(Record *im, void *pp, const int32_t *dims, int32_t type, int32_t pixies) {
+  return either<Record>(qvimage_memmalloc, qvimage3_memmalloc)(im, pp, dims, type, 0, pixies, 0);
+}
+template <class Record>
+constexpr auto memfree = either<Record>(qvimage_memfree, qvimage3_memfree);
+template <class Record>
+constexpr auto memfree2 = either<Record>(qvimage_memfree2, qvimage3_memfree2);
 int32_t memdata(qvimage *im, void *buffer, uint64_t size, const int32_t *dims, const qvimagedata *d) {
   return qvimage_memdata(im, buffer, size, dims, 0, d, nullptr, 0);
 }
 int32_t memdata(qvimage3 *im, void *buffer, uint64_t size, const int32_t *dims, const qvimagedata *d) {
   return qvimage3_memdata(im, buffer, size, dims, 0, 0, d, nullptr, 0);
 }
-int32_t memmalloc(qvimage *im, void *pp, const int32_t *dims, int32_t type, int32_t pixies) {
-  return qvimage_memmalloc(im, pp, dims, type, 0, pixies, 0);
-}
-int32_t memmalloc(qvimage3 *im, void *pp, const int32_t *dims, int32_t type, int32_t pixies) {
-  return qvimage3_memmalloc(im, pp, dims, type, 0, pixies, 0);
-}
-int32_t memfree(qvimage *im, void *pp) { return qvimage_memfree(im, pp); }
-int32_t memfree(qvimage3 *im, void *pp) { return qvimage3_memfree(im, pp); }
 void memmalloc2(qvimage **im, void *buffer, int32_t type, int32_t x, int32_t y, int32_t) {
   *im = qvimage_memmalloc2(buffer, type, 0, 1, 0, x, y, QVIM_UNIT_INCH, 0.5f, 0.25f);
 }
@@ -46,8 +50,6 @@ void memmalloc2(qvimage3 **im, void *buffer, int32_t type, int32_t x, int32_t y,
   *im = qvimage3_memmalloc2(buffer, type, 0, 1, 0, x, y, QVIM_UNIT_INCH, z, QVIM_UNIT_SECOND, 0.5f, 0.25f,
                             2.0f);
 }
-int32_t memfree2(qvimage *im, int32_t keep) { return qvimage_memfree2(im, keep); }
-int32_t memfree2(qvimage3 *im, int32_t keep) { return qvimage3_memfree2(im, keep); }
 
 template <class Record>
 constexpr int axes_of = std::is_same_v<Record, qvimage> ? 2 : 3;
@@ -64,7 +66,7 @@ testing::AssertionResult is_a(const Record &im, const char *name) {
 TYPED_TEST(MemoryImage, RefusesArgumentsThatDescribeNoImage) {
   uint8_t buffer[64];
   const int32_t good[3] = {2, 2, 2};
-  EXPECT_EQ(memory(static_cast<TypeParam *>(nullptr), buffer, good, 0, QVIM_UINT8, 0, 1), -1);
+  EXPECT_EQ(memory(static_cast<TypeParam *>(nullptr), buffer, good, QVIM_UINT8, 0, 1), -1);
   struct {
     void *buffer;
     int32_t dims[3];
@@ -78,11 +80,11 @@ TYPED_TEST(MemoryImage, RefusesArgumentsThatDescribeNoImage) {
   };
   for (const auto &c : cases) {
     TypeParam im;
-    EXPECT_EQ(memory(&im, c.buffer, c.dims, 0, c.type, c.bits, c.pixies), -1);
+    EXPECT_EQ(memory(&im, c.buffer, c.dims, c.type, c.bits, c.pixies), -1);
     EXPECT_TRUE(is_a(im, null_kind<TypeParam>));
   }
   TypeParam im;
-  EXPECT_EQ(memory(&im, buffer, nullptr, 0, QVIM_UINT8, 0, 1), -1);
+  EXPECT_EQ(memory(&im, buffer, nullptr, QVIM_UINT8, 0, 1), -1);
   EXPECT_EQ(memdata(&im, buffer, 0, good, nullptr), -1);
 }
 
@@ -103,7 +105,7 @@ TYPED_TEST(MemoryImage, TakesItsOwnFieldsAsArguments) {
   uint8_t buffer[64];
   const int32_t dims[3] = {4, 3, 2};
   TypeParam im;
-  ASSERT_EQ(memory(&im, buffer, dims, 0, QVIM_UINT16, 12, 1), 0);
+  ASSERT_EQ(memory(&im, buffer, dims, QVIM_UINT16, 12, 1), 0);
   EXPECT_EQ(memdata(&im, buffer, 0, &im.imdim.se.x, &im.d), 0);
   EXPECT_EQ(im.d.i_bitsused, 12);
   EXPECT_EQ(im.wind.se.y, 3);
@@ -148,11 +150,11 @@ TYPED_TEST(MemoryImage, RefusesStridesThatDoNotFitTheirField) {
   uint8_t buffer[1];
   TypeParam im;
   const int32_t wide[3] = {INT32_MAX, 1, 1};
-  EXPECT_EQ(memory(&im, buffer, wide, 0, QVIM_UINT32, 0, 1), -2);
+  EXPECT_EQ(memory(&im, buffer, wide, QVIM_UINT32, 0, 1), -2);
   EXPECT_TRUE(is_a(im, null_kind<TypeParam>));
   if constexpr (axes_of<TypeParam> == 3) {
     const int32_t plane[3] = {65536, 65536, 1};
-    EXPECT_EQ(memory(&im, buffer, plane, 0, QVIM_UINT8, 0, 1), -2);
+    EXPECT_EQ(memory(&im, buffer, plane, QVIM_UINT8, 0, 1), -2);
   }
 }
 
@@ -182,7 +184,7 @@ TYPED_TEST(MemoryImage, RefusesSetUpsWithTheCodeOfTheirReason) {
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << c.stored << ": " << c.mode << ", " << c.type << ", " << c.mask);
     TypeParam im;
-    ASSERT_EQ(memory(&im, buffer, dims, 0, c.stored, c.bits, c.pixies), 0);
+    ASSERT_EQ(memory(&im, buffer, dims, c.stored, c.bits, c.pixies), 0);
     EXPECT_EQ(im.ioset(&im, c.mode, c.type, c.mask), c.runs);
     uint8_t pixel[32];
     EXPECT_EQ(qvim::call_length(&im, 1, {}), c.runs == 1);
@@ -196,7 +198,7 @@ TYPED_TEST(MemoryImage, ServesNoMoreThanItHas) {
   const int32_t dims[3] = {2, 2, 2};
   constexpr uint32_t all = axes_of<TypeParam> == 2 ? 4 : 8;
   TypeParam im;
-  ASSERT_EQ(memory(&im, buffer, dims, 0, QVIM_UINT8, 0, 1), 0);
+  ASSERT_EQ(memory(&im, buffer, dims, QVIM_UINT8, 0, 1), 0);
   ASSERT_EQ(im.ioset(&im, QVIM_WRAP, QVIM_UINT8, 1), 1);
   EXPECT_EQ(qvim::call_read(&im, 0, out, UINT32_MAX, {}), all);
   EXPECT_EQ(std::memcmp(out, buffer, all), 0);
@@ -206,7 +208,7 @@ TYPED_TEST(MemoryImage, AnswersQueries) {
   uint8_t buffer[64];
   const int32_t dims[3] = {2, 2, 2};
   TypeParam im;
-  ASSERT_EQ(memory(&im, buffer, dims, 0, QVIM_UINT8, 0, 3), 0);
+  ASSERT_EQ(memory(&im, buffer, dims, QVIM_UINT8, 0, 3), 0);
   EXPECT_EQ(im.aeiou(&im, 'I', 0, 0, nullptr), 1431655765u);
   EXPECT_EQ(im.aeiou(&im, 'B', 0, 0, nullptr), 357913941u);
   for (uint32_t code : {'i', 'm', 'b'}) EXPECT_EQ(im.aeiou(&im, code, 0, 0, nullptr), 513u);
@@ -260,7 +262,7 @@ TYPED_TEST(MemoryImage, AllocatesItsPixelsAndFreesThem) {
   void *const kept = buffer;
   EXPECT_EQ(memmalloc(&im, &buffer, dims, QVIM_UINT16, 2), -1);
   EXPECT_EQ(buffer, kept);
-  EXPECT_EQ(memfree(&im, &buffer), 0);
+  EXPECT_EQ(memfree<TypeParam>(&im, &buffer), 0);
   EXPECT_EQ(buffer, nullptr);
   EXPECT_TRUE(is_a(im, null_kind<TypeParam>));
   EXPECT_EQ(live_allocations(), before);
@@ -314,16 +316,16 @@ TYPED_TEST(MemoryImage, CreatesRecordAndPixelsTogether) {
   EXPECT_EQ(im->h.widthunits, QVIM_UNIT_INCH);
   EXPECT_EQ(im->h.pixelheight, 0.25f);
   EXPECT_EQ(live_allocations(), before + 2);
-  EXPECT_EQ(memfree2(im, 0), 0);
+  EXPECT_EQ(memfree2<TypeParam>(im, 0), 0);
   EXPECT_EQ(live_allocations(), before);
 
   uint16_t own[60];
   memmalloc2(&im, own, QVIM_UINT16, 5, 4, 3);
   ASSERT_NE(im, nullptr);
   EXPECT_EQ(live_allocations(), before + 1);
-  EXPECT_EQ(memfree2(im, 1), 0);
+  EXPECT_EQ(memfree2<TypeParam>(im, 1), 0);
   EXPECT_EQ(live_allocations(), before);
-  EXPECT_EQ(memfree2(static_cast<TypeParam *>(nullptr), 0), 0);
+  EXPECT_EQ(memfree2<TypeParam>(nullptr, 0), 0);
 }
 
 TEST(MemoryImage2, FreesOnlyItsOwnKind) {
@@ -347,14 +349,14 @@ TYPED_TEST(MemoryImage, SurvivesEveryAllocationFailure) {
     const int32_t code = memmalloc(&im, &buffer, dims, QVIM_UINT16, 2);
     EXPECT_EQ(code < 0, buffer == nullptr);
     EXPECT_TRUE(is_a(im, code < 0 ? null_kind<TypeParam> : kind<TypeParam>));
-    if (code == 0) memfree(&im, &buffer);
+    if (code == 0) memfree<TypeParam>(&im, &buffer);
     return code;
   };
   const auto create = [] {
     TypeParam *im;
     memmalloc2(&im, nullptr, QVIM_UINT16, 5, 4, 3);
     if (!im) return -2;
-    return memfree2(im, 0);
+    return memfree2<TypeParam>(im, 0);
   };
   expect_faults_reported(allocate, 0, 0);
   expect_faults_reported(create, 0, 0);

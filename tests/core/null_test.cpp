@@ -5,6 +5,8 @@
 
 #include <qvimage/qvimage.h>
 
+#include "core/dimension.hpp"
+
 namespace {
 
 template <class Record>
@@ -122,7 +124,16 @@ TYPED_TEST(NullImage, WithoutAWindowAnImageWaitsForAValidOne) {
     EXPECT_EQ(im.wind.se.x | im.wind.se.y, 0);
     expect_nothing_moves(&im);
     EXPECT_EQ(im.aeiou(&im, 'i', 0, 0, nullptr), 513u);
-    EXPECT_EQ(im.xwind(&im, nullptr, 's'), &im);
+    uint8_t pixel;
+    qvimagemap map;
+    for (const bool set_up : {false, true}) {  // a valid window takes set-ups away, too
+      EXPECT_EQ(im.xwind(&im, nullptr, 's'), &im);
+      EXPECT_EQ(qvim::call_read(&im, 0, &pixel, 1, {}), 0u);
+      EXPECT_EQ(qvim::call_map(&im, &map, {}), 0);
+      if (set_up) continue;
+      EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 1), 1);
+      EXPECT_GT(im.imapset(&im, 0, QVIM_UINT8, 1), 0);
+    }
     EXPECT_EQ(im.ioset(&im, 0, QVIM_UINT8, 1), 1);
   }
 }

@@ -39,28 +39,4 @@ TEST(DeviceName, HasEightBytesOfWhichAllCount) {
   EXPECT_EQ(std::memcmp(im.devname, "NULL2\0\0\0", 8), 0);
 }
 
-struct image {
-  uint16_t pixels[6] = {10, 11, 12, 20, 21, 22};
-  qvimage im;
-  image() {
-    const int32_t dims[] = {3, 2};
-    qvimage_memory(&im, pixels, dims, 0, QVIM_UINT16, 0, 1, QVIM_HINT_GREY, 0);
-  }
-};
-
-TEST(Window, DiscardsTheSetUpsWhenItIsSet) {
-  image i;
-  uint16_t value = 0;
-  ASSERT_EQ(i.im.ioset(&i.im, 0, QVIM_UINT16, 1), 1);
-  ASSERT_EQ(i.im.imapset(&i.im, 0, QVIM_UINT16, 1), 0x4005);
-  qvywindow right = {{1, 0}, {3, 2}};
-  EXPECT_EQ(i.im.xwind(&i.im, &right, 's'), &i.im);
-  EXPECT_EQ(i.im.ioread(&i.im, 0, &value, 1, 0, 0), 0u);
-  qvimagemap map;
-  EXPECT_EQ(i.im.imap(&i.im, &map, 0, 0), 0);
-  ASSERT_EQ(i.im.ioset(&i.im, 0, QVIM_UINT16, 1), 1);
-  EXPECT_EQ(i.im.ioread(&i.im, 0, &value, 1, 0, 1), 1u);
-  EXPECT_EQ(value, 21);
-}
-
 }  // namespace

@@ -178,9 +178,19 @@ constexpr uint32_t scans[] = {QVIM_XSCAN, QVIM_YSCAN, QVIM_ZSCAN};
 constexpr position sizes[] = {{5, 3, 4}, {1, 7, 2}, {6, 1, 1}, {2, 2, 2}};
 constexpr position origin{11, 22, 33};
 
+// The forms along an axis: [checked][wrapped], and those of one pixel: [checked].
+#define QVIM_RUNS(scan)                                            \
+  {                                                                \
+    {scan##nowrap, scan##wrap}, { scan##chknowrap, scan##chkwrap } \
+  }
+#define QVIM_ONES(scan) \
+  { scan##1, scan##chk1 }
+
 // 2-D and 3-D functions behind one face.
 struct two_d {
   static constexpr int axes = 2;
+  static constexpr qvimacclen_fn *runs[axes][2][2] = {QVIM_RUNS(qvimacclenxscan), QVIM_RUNS(qvimacclenyscan)},
+                                 *ones[axes][2] = {QVIM_ONES(qvimacclenxscan), QVIM_ONES(qvimacclenyscan)};
   qvywindow w;
   explicit two_d(position s) : w(window2(origin[0], origin[1], origin[0] + s[0], origin[1] + s[1])) {}
   uint64_t length(qvimacclen_fn *f, position p) const { return f(&w, p[0], p[1]); }
@@ -199,6 +209,11 @@ struct two_d {
 };
 struct three_d {
   static constexpr int axes = 3;
+  static constexpr qvim3acclen_fn *runs[axes][2][2] = {QVIM_RUNS(qvim3acclenxscan),
+                                                       QVIM_RUNS(qvim3acclenyscan),
+                                                       QVIM_RUNS(qvim3acclenzscan)},
+                                  *ones[axes][2] = {QVIM_ONES(qvim3acclenxscan), QVIM_ONES(qvim3acclenyscan),
+                                                    QVIM_ONES(qvim3acclenzscan)};
   qvyzwindow w;
   explicit three_d(position s) : w(window3(origin, {origin[0] + s[0], origin[1] + s[1], origin[2] + s[2]})) {}
   uint64_t length(qvim3acclen_fn *f, position p) const { return f(&w, p[0], p[1], p[2]); }
@@ -260,19 +275,30 @@ TYPED_TEST(Runs, CheckedLengthsAreZeroOutside) {
           EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), p), 0u) << axis << ' ' << outside;
           EXPECT_EQ(window.acclenchk(p, scans[scan] | wrap), 0u) << axis << ' ' << outside;
           EXPECT_EQ(window.length(TypeParam::func1(scans[scan]), p), 0u) << axis << ' ' << outside;
+          position none = size;  // a window without pixels
+          none[axis] = 0;
+          EXPECT_EQ(TypeParam(none).length(TypeParam::func(scans[scan] | wrap), {0, 0, 0}), 0u) << axis;
         }
     }
 }
 
-TYPED_TEST(Runs, EmptyWindowHasNoRuns) {
-  for (int axis = 0; axis < TypeParam::axes; axis++) {
-    position size{5, 3, 4};
-    size[axis] = 0;
-    const TypeParam window(size);
-    for (int scan = 0; scan < TypeParam::axes; scan++)
-      for (uint32_t wrap : {0u, uint32_t(QVIM_WRAP)})
-        EXPECT_EQ(window.length(TypeParam::func(scans[scan] | wrap), {0, 0, 0}), 0u) << axis << ' ' << scan;
-  }
+TYPED_TEST(Runs, ModeChoosesTheRoutine) {
+  const uint32_t depth = QVIM_ZSCAN, both_scans = QVIM_YSCAN | QVIM_ZSCAN, wrap = QVIM_WRAP,
+                 trust = QVIM_TRUST;
+  const TypeParam window({5, 3, 4});
+  for (const uint32_t ignored : {0u, ~(both_scans | wrap | trust)})
+    for (const uint32_t how : {0u, wrap, trust, wrap | trust}) {
+      for (int scan = 0; scan < TypeParam::axes; scan++) {
+        const uint32_t mode = scans[scan] | how | ignored;
+        EXPECT_EQ(TypeParam::func(mode), TypeParam::runs[scan][!(how & trust)][how & wrap ? 1 : 0]) << mode;
+        EXPECT_EQ(TypeParam::func1(mode), TypeParam::ones[scan][!(how & trust)]) << mode;
+      }
+      for (const uint32_t lacked : {both_scans, TypeParam::axes == 2 ? depth : both_scans}) {
+        EXPECT_EQ(TypeParam::func(lacked | how | ignored), TypeParam::runs[0][0][0]);
+        EXPECT_EQ(TypeParam::func1(lacked | how | ignored), TypeParam::ones[0][0]);
+        EXPECT_EQ(window.acclen({}, lacked | how) + window.acclenchk({}, lacked | how), 0u);
+      }
+    }
 }
 
 TYPED_TEST(Runs, AdvanceGoesToThePositionThatManyPlacesOn) {
@@ -315,75 +341,12 @@ TEST(RunLengths, AreExactInTheLargestWindow) {
   EXPECT_EQ(qvim3acclen(&slab, 0, 0, 0, QVIM_WRAP), 3 * side * side);
 }
 
-TEST(RunLengths, PublishedExample) {  // a window of 10 x 4
-  const qvywindow w = window2(0, 0, 10, 4);
-  EXPECT_EQ(qvimacclenxscanwrap(&w, 7, 2), 13u);
-  EXPECT_EQ(qvimacclenyscanwrap(&w, 7, 2), 10u);
-}
-
 TEST(RunLengths, SinglePixelFormsLookAtTheScannedAxisOnly) {
   const qvywindow w = window2(0, 0, 10, 4);
   EXPECT_EQ(qvimacclenxscan1(&w, 10, 0), 0u);
   EXPECT_EQ(qvimacclenxscan1(&w, 3, 4), 1u);
   EXPECT_EQ(qvimacclenyscan1(&w, 3, 4), 0u);
   EXPECT_EQ(qvimacclenyscan1(&w, 10, 3), 1u);
-}
-
-TEST(RunLengths, ModeChoosesTheRoutine) {
-  const struct {
-    uint32_t mode;
-    qvimacclen_fn *run, *one;
-  } flat[] = {
-      {0x0000, qvimacclenxscanchknowrap, qvimacclenxscanchk1},
-      {0x0002, qvimacclenyscanchknowrap, qvimacclenyscanchk1},
-      {0x0040, qvimacclenxscanchkwrap, qvimacclenxscanchk1},
-      {0x0042, qvimacclenyscanchkwrap, qvimacclenyscanchk1},
-      {0x2000, qvimacclenxscannowrap, qvimacclenxscan1},
-      {0x2002, qvimacclenyscannowrap, qvimacclenyscan1},
-      {0x2040, qvimacclenxscanwrap, qvimacclenxscan1},
-      {0x2042, qvimacclenyscanwrap, qvimacclenyscan1},
-      {0x0004, qvimacclenxscannowrap, qvimacclenxscan1},
-      {0x2046, qvimacclenxscannowrap, qvimacclenxscan1},
-  };
-  const uint32_t ignored = ~uint32_t{0x2046};  // bits that do not count
-  for (const auto &c : flat)
-    for (uint32_t mode : {c.mode, c.mode | ignored}) {
-      EXPECT_EQ(qvimacclenfunc(nullptr, mode), c.run) << std::hex << mode;
-      EXPECT_EQ(qvimacclen1func(nullptr, mode), c.one) << std::hex << mode;
-    }
-  const struct {
-    uint32_t mode;
-    qvim3acclen_fn *run, *one;
-  } deep[] = {
-      {0x0000, qvim3acclenxscanchknowrap, qvim3acclenxscanchk1},
-      {0x0002, qvim3acclenyscanchknowrap, qvim3acclenyscanchk1},
-      {0x0004, qvim3acclenzscanchknowrap, qvim3acclenzscanchk1},
-      {0x0040, qvim3acclenxscanchkwrap, qvim3acclenxscanchk1},
-      {0x0042, qvim3acclenyscanchkwrap, qvim3acclenyscanchk1},
-      {0x0044, qvim3acclenzscanchkwrap, qvim3acclenzscanchk1},
-      {0x2000, qvim3acclenxscannowrap, qvim3acclenxscan1},
-      {0x2002, qvim3acclenyscannowrap, qvim3acclenyscan1},
-      {0x2004, qvim3acclenzscannowrap, qvim3acclenzscan1},
-      {0x2040, qvim3acclenxscanwrap, qvim3acclenxscan1},
-      {0x2042, qvim3acclenyscanwrap, qvim3acclenyscan1},
-      {0x2044, qvim3acclenzscanwrap, qvim3acclenzscan1},
-      {0x0006, qvim3acclenxscannowrap, qvim3acclenxscan1},
-  };
-  for (const auto &c : deep)
-    for (uint32_t mode : {c.mode, c.mode | ignored}) {
-      EXPECT_EQ(qvim3acclenfunc(nullptr, mode), c.run) << std::hex << mode;
-      EXPECT_EQ(qvim3acclen1func(nullptr, mode), c.one) << std::hex << mode;
-    }
-}
-
-TEST(RunLengths, DirectFormsAnswerZeroForAxesThatTheWindowLacks) {
-  const qvywindow w = window2(0, 0, 10, 4);
-  const qvyzwindow w3 = window3({0, 0, 0}, {10, 4, 6});
-  for (uint32_t mode : {4, 6, 68, 70}) {
-    EXPECT_EQ(qvimacclen(&w, 0, 0, mode), 0u) << mode;
-    EXPECT_EQ(qvimacclenchk(&w, 0, 0, mode), 0u) << mode;
-  }
-  for (uint32_t mode : {6, 70}) EXPECT_EQ(qvim3acclen(&w3, 0, 0, 0, mode), 0u) << mode;
 }
 
 // --- the common xwind ---
