@@ -15,31 +15,19 @@
 #include "kernels/versions.hpp"
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
+#include "tests/files/pictures.hpp"
 
 namespace {
 
-using bytes = std::vector<uint8_t>;
-
-// Waves, an edge and some noise.
-struct picture {
-  int width, height, pixies;
-  bytes pixels;
-  qvimage image;
-
-  picture(int w, int h, int n) : width(w), height(h), pixies(n), pixels(size_t(w * h * n)) {
-    std::minstd_rand noise(1);
-    for (size_t i = 0; i < pixels.size(); i++) {
-      const int x = int(i) / n % w, y = int(i) / n / w, c = int(i) % n;
-      pixels[i] = uint8_t((x % 256 * (x % 256) / 40 + 3 * y + 40 * c) % 160 + (x > w / 2 ? 60 : 0) +
-                          int(noise() % 8));
-    }
-    reset(image);
-  }
-  void reset(qvimage &im, int bits = 8) {
+// A smooth picture as one record over memory, which threads may copy.
+struct picture : film {
+  picture(int w, int h, int n, int bits = 8)
+      : film(QVIM_UINT8, bits, n, n == 1 ? 1 : 64 + n, w, h, 1), width(w), height(h), pixies(n) {
     const int32_t size[2] = {width, height};
-    EXPECT_EQ(qvimage_memory(&im, pixels.data(), size, 0, 1, bits, pixies, pixies == 1 ? 1 : 64 + pixies, 0),
-              0);
+    EXPECT_EQ(qvimage_memdata(&image, pixels.data(), 0, size, 0, &film::image.d, nullptr, 0), 0);
   }
+  const int width, height, pixies;
+  qvimage image;
 };
 
 qvimagefileinfo of_quality(int tenths, uint16_t mode = 0) {
@@ -60,8 +48,7 @@ int32_t write_bands(picture &p, const std::string &path, std::vector<uint32_t> f
   first_rows.insert(first_rows.begin(), 0);
   first_rows.push_back(uint32_t(p.height));
   const auto encode = [&](uint32_t band) {
-    qvimage record;
-    p.reset(record);
+    qvimage record = p.image;
     const int32_t rows[2] = {int32_t(first_rows[band]), int32_t(first_rows[band + 1])};
     EXPECT_EQ(qvimage_jpegwrite1(&c, band, nullptr, &record, rows), 0);
   };
@@ -308,14 +295,13 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
 TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
   const temporary_folder folder;
   const std::string path = folder / "w.jpg";
-  picture p(24, 24, 3), two(24, 24, 2), long_one(65536, 1, 1);
-  qvimage im, words;
-  jpegcontext *c = nullptr, *set = reinterpret_cast<jpegcontext *>(&im);
+  picture p(24, 24, 3), two(24, 24, 2), long_one(65536, 1, 1), shallow(24, 24, 3, 7);
+  qvimage words;
+  jpegcontext *c = nullptr, *set = reinterpret_cast<jpegcontext *>(&words);
   const uint32_t rows[2] = {8, 12}, falling[2] = {16, 8};
   const int32_t size[2] = {4, 4};
   uint16_t pixels[16 * 3] = {};
   ASSERT_EQ(qvimage_memory(&words, pixels, size, 0, 2, 16, 3, 67, 0), 0);
-  p.reset(im, 7);
   const auto begin = [&](jpegcontext **to, uint32_t bands, qvimage *image, const uint32_t *first,
                          const char *name) {
     return qvimage_jpegwrite0(to, bands, nullptr, image, first, name, nullptr, 0, nullptr, nullptr);
@@ -327,7 +313,8 @@ TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
   EXPECT_EQ(begin(&c, 3, &p.image, rows, path.c_str()), -1) << "not a multiple of 8";
   EXPECT_EQ(begin(&c, 3, &p.image, falling, path.c_str()), -1);
   EXPECT_EQ(begin(&c, 1, &long_one.image, nullptr, path.c_str()), -1);
-  for (qvimage *image : {&two.image, &words, &im}) EXPECT_EQ(begin(&c, 1, image, nullptr, path.c_str()), -19);
+  for (qvimage *image : {&two.image, &words, &shallow.image})
+    EXPECT_EQ(begin(&c, 1, image, nullptr, path.c_str()), -19);
   EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &p.image, size), -1);
   EXPECT_TRUE(folder.empty());
 

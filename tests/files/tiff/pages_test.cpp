@@ -13,35 +13,6 @@ namespace {
 
 using namespace tiff_test;
 
-TEST(TiffPages, AreFoundByNumberAndStackedAsPlanes) {
-  for (const bool bigtiff : {false, true}) {
-    builder b(false, bigtiff);
-    std::vector<page_spec> pages(5);
-    for (size_t i = 0; i < pages.size(); i++) {
-      pages[i].seed = 10 + i;
-      pages[i].compression = i % 2 ? 5 : 1;
-      pages[i].rows_per_strip = uint32_t(1 + i);
-      b.page(pages[i], i % 2 ? lzw : compressor());
-    }
-    for (size_t i = 0; i < pages.size(); i++) {
-      opened_page o(b.file(), i);
-      EXPECT_EQ(read_all(o.image), samples_of(pages[i]));
-    }
-    EXPECT_EQ(opened_page(b.file(), 5).code, -10);
-    EXPECT_EQ(opened_page(b.file(), ~uint64_t{0}).code, -10);
-
-    opened_stack o(b.file());
-    ASSERT_EQ(o.code, 0);
-    EXPECT_EQ(o.image.imdim.se.z, 5);
-    std::vector<uint64_t> flat;
-    for (const page_spec &p : pages)
-      for (const uint64_t v : samples_of(p)) flat.push_back(v);
-    EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 1000, 0, 0, 0), flat);
-    EXPECT_EQ(read_run(o.image, QVIM_ZSCAN, 0, 0, 1000, 2, 1, 1).size(), 4u);
-    EXPECT_EQ(read_run(o.image, QVIM_YSCAN | QVIM_ZSCAN, 0, 0, 1, 0, 0, 0).size(), 0u);
-  }
-}
-
 TEST(TiffPages, PagesOfAStackMayDifferInSizeOnly) {
   page_spec last, larger, smaller, deeper, coloured;
   larger.width = 9;
@@ -250,42 +221,6 @@ TEST(TiffInfo, ManyPagesAtOnce) {
   EXPECT_EQ(qvimage_tiffinfoN(infos, 1, path.c_str(), nullptr, 0, 41), 1) << "pages passed over may be bad";
   qvimage_tiffinfodone(&infos[0]);
   EXPECT_EQ(live_allocations(), before);
-}
-
-TEST(TiffInfo, ARecordAsOptionsWritesTheSameKindOfFile) {
-  temporary_folder folder;
-  const std::string first = folder / "first", second = folder / "second";
-  for (const uint32_t version : {42u, 43u})
-    for (const uint32_t compression : {1u, 5u, 517u, 32773u, 32885u, 33397u}) {
-      SCOPED_TRACE(testing::Message() << "version " << version << ", compression " << compression);
-      frame f(40, 30, 1, 8, 3, QVIM_HINT_RGB);
-      char description[] = "text", datetime[] = "2001:02:03 04:05:06";
-      qvimagefileinfo options{};
-      options.version = version;
-      options.compression = compression;
-      options.stripsize = 1200;
-      options.description = description;
-      options.datetime = datetime;
-      options.xres[0] = 300, options.xres[1] = 7;
-      options.yres[0] = 200, options.yres[1] = 7;
-      options.resunit = 3;
-      qvimagefileinfo read, again;
-      const auto write = [&](const std::string &path, qvimagefileinfo *o) {
-        return qvimage_tiffwrite(nullptr, &f.image, nullptr, path.c_str(), nullptr, 0, 0, o, 0, 0, 0);
-      };
-      ASSERT_EQ(write(first, &options), 0);
-      ASSERT_EQ(qvimage_tiffinfo(&read, first.c_str(), nullptr, 0, 0), 0);
-      EXPECT_EQ(read.compression, compression);
-      EXPECT_EQ(read.version, version);
-      const uint64_t largest = read.stripsize;
-      read.stripsize = options.stripsize;  // says how large strips became, not how large they were
-      ASSERT_EQ(write(second, &read), 0);
-      ASSERT_EQ(qvimage_tiffinfo(&again, second.c_str(), nullptr, 0, 0), 0);
-      EXPECT_EQ(again.stripsize, largest);
-      EXPECT_EQ(file_bytes(first), file_bytes(second));
-      qvimage_tiffinfodone(&read);
-      qvimage_tiffinfodone(&again);
-    }
 }
 
 }  // namespace

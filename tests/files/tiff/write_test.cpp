@@ -209,37 +209,6 @@ TEST_F(TiffWrite, APaletteBecomesTheColourMap) {
 
 // --- several pages
 
-TEST_F(TiffWrite, AVolumeBecomesAPageAPlane) {
-  frame flat(13, 4 * 5, 2, 12, 1, QVIM_HINT_GREY);  // five planes of four lines
-  const int32_t dims[] = {13, 4, 5};
-  qvimage3 volume;
-  ASSERT_EQ(
-      qvimage3_memdata(&volume, flat.stored.data(), flat.stored.size(), dims, 0, 0, &flat.d, nullptr, 0), 0);
-  qvyzwindow window{{2, 1, 1}, {12, 4, 4}};
-  ASSERT_NE(volume.xwind(&volume, &window, 's'), nullptr);
-  static std::vector<std::pair<int64_t, int64_t>> steps;
-  steps.clear();
-  const auto callback = [](int64_t step, int64_t count) -> int32_t {
-    return steps.emplace_back(step, count), 0;
-  };
-  qvimagefileinfo options = options_for(5);
-  ASSERT_EQ(qvimage3_tiffwrite(callback, &volume, nullptr, path.c_str(), nullptr, 0, 0, &options, 0, 0, 0),
-            0);
-  EXPECT_THAT(steps, ElementsAre(std::pair(1, 3), std::pair(2, 3), std::pair(3, 3)));
-  const parsed_tiff file(file_bytes(path));
-  ASSERT_EQ(file.pages.size(), 3u);
-  for (int z = 0; z < 3; z++) {
-    bytes expected;
-    for (int y = 0; y < 3; y++) {
-      auto row = flat.row((z + 1) * 4 + y + 1, 1);
-      row = {row.begin() + 2, row.begin() + 12};
-      const bytes packed = packed_row(row, 12, false);
-      expected.insert(expected.end(), packed.begin(), packed.end());
-    }
-    expect_content(file, file.pages[size_t(z)], expected);
-  }
-}
-
 TEST_F(TiffWrite, PagesAreAppendedAfterTheOneAskedFor) {
   for (uint32_t version : {42u, 43u}) {
     qvimagefileinfo options = options_for(32773, 0, version);
