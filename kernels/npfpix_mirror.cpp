@@ -11,11 +11,46 @@ namespace qvim {
 inline namespace QVIM_LEVEL {
 namespace {
 
-// Pixels of the size of a number, which the compiler reverses in vectors.
+// Pixels of the size of a number, which whole vectors are reversed by. The last vector of a run may do pixels
+// again that others have done.
 template <class Pixel>
 struct mirror_numbers {
   static constexpr uint64_t size = sizeof(Pixel);
+
+#if QVIM_LANES
+  struct reverse_order {
+    alignas(vector_bytes) uint8_t from[vector_bytes];
+    constexpr reverse_order() {
+      constexpr int reach = int(lanes > 2 ? vector_bytes : lane_bytes), pixel = int(size);
+      for (int i = 0; i < int(vector_bytes); ++i)
+        from[i] = uint8_t(reach - pixel - i % reach / pixel * pixel + i % pixel);
+    }
+  };
+  QVIM_INLINE static void reverse(const char *src, char *dst) {
+    static constexpr reverse_order order;
+    store_vector(
+        dst, lanes_reversed(shuffled_anywhere(load_vector<uint8_t>(src), load_vector<uint8_t>(order.from))));
+  }
+  QVIM_INLINE static void reverse_vectors(const char *src, char *dst, int64_t bytes) {
+    constexpr int64_t together = 4;
+    const char *const last = src;
+    src += bytes - vector_bytes;
+    int64_t vectors = (bytes - 1) / vector_bytes;
+    for (; vectors >= together; vectors -= together) {
+      each<together>([&](auto i) __attribute__((always_inline)) {
+        reverse(src - i * vector_bytes, dst + i * vector_bytes);
+      });
+      src -= together * vector_bytes, dst += together * vector_bytes;
+    }
+    for (; vectors > 0; --vectors, src -= vector_bytes, dst += vector_bytes) reverse(src, dst);
+    reverse(last, dst + (src - last));
+  }
+#endif
+
   QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
+#if QVIM_LANES
+    if (count >= vector_bytes / size) return reverse_vectors(src, dst, int64_t(count * size));
+#endif
     const char *end = src + count * size;
     QVIM_INDEPENDENT
     for (uint64_t i = 0; i < count; ++i) store(dst + i * size, load<Pixel>(end - (i + 1) * size));
@@ -44,14 +79,20 @@ struct mirror_shuffled {
 };
 
 // The same by shuffles of 64 bytes, where there are some.
+constexpr uint64_t widest = 32;
+template <int64_t... less>
+constexpr byte_order reverse_orders[] = {{less + 1, -(less + 1), less + 1, same_byte}...};
 struct mirror_wide {
   uint64_t size;
-  byte_order order;
 
-  QVIM_INLINE explicit mirror_wide(uint64_t pixel)
-      : size(pixel), order(int64_t(pixel), -int64_t(pixel), int64_t(pixel), same_byte) {}
+  QVIM_INLINE static const byte_order &order_for(uint64_t size) {
+    const auto choose = [=]<int64_t... less>(std::integer_sequence<int64_t, less...>)->const byte_order & {
+      return reverse_orders<less...>[size - 1];
+    };
+    return choose(std::make_integer_sequence<int64_t, widest>());
+  }
   QVIM_INLINE void operator()(const char *src, char *dst, uint64_t count) const {
-    if (count) shuffle_run(src + (count - 1) * size, dst, count, order);
+    if (count) shuffle_run(src + (count - 1) * size, dst, count, order_for(size));
   }
 };
 
@@ -99,7 +140,7 @@ QVIM_INLINE void with_mirror(uint64_t size, const auto &body) {
     case 8: return body(mirror_numbers<uint64_t>());
     default: break;
   }
-  if (size <= 32 && QVIM_HAVE_WIDE) return body(mirror_wide(size));
+  if (size <= widest && QVIM_HAVE_WIDE) return body(mirror_wide{size});
   return size <= 16 ? body(mirror_shuffled(size)) : body(mirror_items{size});
 }
 

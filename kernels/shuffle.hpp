@@ -35,6 +35,7 @@ constexpr int64_t piece_bytes = QVIM_HAVE_WIDE ? 64 : lane_bytes;
 // only the bytes whose bits are set count.
 struct byte_order {
   alignas(64) uint8_t from[piece_bytes] = {};
+  alignas(lane_bytes) uint8_t kept[piece_bytes];  // 255 for bytes of results that do not count
   uint64_t read = 0, written = 0;
   int64_t size, items, srcstride, dststride;
 
@@ -45,12 +46,14 @@ struct byte_order {
     const bool backwards = srcstride < 0;
     const int64_t distance = backwards ? -srcstride : srcstride;
     for (uint8_t &place : from) place = QVIM_HAVE_WIDE ? 0 : 0x80;
+    for (uint8_t &place : kept) place = 0xFF;
     // The last item of a piece needs no room for what follows it.
     items = size > piece_bytes ? 0 : 1 + (piece_bytes - size) / (distance > dststride ? distance : dststride);
     for (int64_t n = 0; n < items; ++n)
       for (int64_t i = 0; i < size; ++i) {
         const int64_t at = (backwards ? items - 1 - n : n) * distance + source(i);
         from[n * dststride + i] = uint8_t(at);
+        kept[n * dststride + i] = 0;
         read |= 1ull << at;
         written |= 1ull << (n * dststride + i);
       }
@@ -88,8 +91,8 @@ QVIM_INLINE void expect_lines(const char *src, const char *dst, bool backwards) 
 }
 
 template <class Operation>
-void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order &order,
-                    const Operation &op) {
+[[gnu::noinline]] void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order &order,
+                                      const Operation &op) {
   const Operation operation = op;  // a copy, which no store can change
   const __m512i from = _mm512_load_si512(order.from);
   const uint64_t read = order.read, written = order.written;
@@ -127,9 +130,11 @@ void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order
 // Lanes are loaded and stored whole. What is loaded beyond their items is not used. What is stored beyond
 // them is overwritten by the next store, so that where source and destination are the same, the next vectors
 // are loaded before; gaps between items get back what was there. The last items, behind which there are too
-// few bytes for that, pass through buffers.
+// few bytes for that, change places in buffers.
 template <int64_t known_from, int64_t known_to, class Operation>
-void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &order, const Operation &op) {
+[[gnu::noinline]] void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &order,
+                                     const Operation &op) {
+  if (left == 0) return;
   using bytes = vec<uint8_t>;
   constexpr int64_t together = 4;  // vectors
   constexpr bool twelves = known_to == 12;
@@ -137,9 +142,7 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
   const int64_t items = order.items, srcstep = known_from ? known_from : items * order.srcstride,
                 dststep = known_to ? known_to : items * order.dststride;
   const bool has_gaps = order.size < order.dststride;
-  alignas(lane_bytes) uint8_t unwritten[lane_bytes];
-  for (int64_t i = 0; i < lane_bytes; ++i) unwritten[i] = uint8_t((order.written >> i & 1) - 1);
-  const bytes from = in_all_lanes<uint8_t>(order.from), kept = in_all_lanes<uint8_t>(unwritten);
+  const bytes from = in_all_lanes<uint8_t>(order.from), kept = in_all_lanes<uint8_t>(order.kept);
   struct vectors {
     bytes v[together];
   };
@@ -172,10 +175,11 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
   const int64_t least =
       std::max({items_in(lanes_span<known_from>(srcstep), srcstep, order.srcstride),
                 items_in(lanes_span<0>(dststep), dststep, order.dststride), together * lanes * items});
-  char rest[together * vector_bytes + 2 * vector_bytes], results[vector_bytes];
-  const auto keep_rest = [&]() __attribute__((always_inline)) {
-    if (left) std::memcpy(rest, src, size_t(order.read_span(left)));
-  };
+  constexpr int64_t group = together * vector_bytes;
+  run_end<group + 2 * lane_bytes, group + lane_bytes> in, out;
+  const int64_t read = order.read_span(left), written = order.written_span(left);
+  const char *const src_end = src + read;
+  char *const dst_end = dst + written;
   if (left >= least) {
     vectors now = get();
     while (left >= least) {
@@ -183,21 +187,17 @@ void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &o
       put(now);
       now = next;
     }
-    keep_rest();
+    in.load(src_end, read);
     put(now);
   } else {
-    keep_rest();
+    in.load(src_end, read);
   }
-  for (const char *in = rest; left > 0; in += srcstep, dst += dststep) {
-    const int64_t part = std::min(left, items);
-    store_vector(results, operation.bytes(shuffled_lanes(load_vector<uint8_t>(in), from)));
-    if (has_gaps)
-      for (int64_t i = 0; i < part; ++i)
-        std::memcpy(dst + i * order.dststride, results + i * order.dststride, size_t(order.size));
-    else
-      std::memcpy(dst, results, size_t(order.written_span(part)));
-    left -= part;
-  }
+  if (left <= 0) return;
+  out.load(dst_end, written);
+  src = in.last(order.read_span(left));
+  dst = out.last(order.written_span(left));
+  while (left > 0) put(get());
+  out.store(dst_end, written);
 }
 
 template <class Operation>

@@ -79,6 +79,36 @@ QVIM_INLINE void each(const auto &body) {
   call(std::make_integer_sequence<int64_t, n>());
 }
 
+// The end of a run in a buffer, with room behind it for what whole vectors touch: the last bytes of the run,
+// so many that they are copied by vectors, or all bytes of a shorter one.
+template <int64_t least, int64_t room_behind>
+class run_end {
+  static constexpr int64_t vectors = (least + vector_bytes - 1) / vector_bytes, most = vectors * vector_bytes;
+  char bytes[most + room_behind];
+
+  QVIM_INLINE static void copy(char *to, const char *from) {
+    each<vectors>([=](auto i) __attribute__((always_inline)) {
+      store_vector(to + i * vector_bytes, load_vector<uint8_t>(from + i * vector_bytes));
+    });
+  }
+
+ public:
+  // So many bytes before the run's end.
+  QVIM_INLINE char *last(int64_t count) { return bytes + most - count; }
+  QVIM_INLINE void load(const char *end, int64_t run_bytes) {
+    if (run_bytes >= most)
+      copy(bytes, end - most);
+    else
+      std::memcpy(last(run_bytes), end - run_bytes, size_t(run_bytes));
+  }
+  QVIM_INLINE void store(char *end, int64_t run_bytes) {
+    if (run_bytes >= most)
+      copy(end - most, bytes);
+    else
+      std::memcpy(end - run_bytes, last(run_bytes), size_t(run_bytes));
+  }
+};
+
 #if QVIM_LANES == 1
 template <class T>
 QVIM_INLINE vec<T> in_all_lanes(const void *from) {
@@ -381,6 +411,14 @@ QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)_mm512_packus_epi16((__m512i)a, (__m512i)b);
 }
 #endif
+// Lanes in the reverse order, where bytes cannot be shuffled across them.
+QVIM_INLINE vec<uint8_t> lanes_reversed(vec<uint8_t> v) {
+#if QVIM_LANES == 2
+  return (vec<uint8_t>)__builtin_shufflevector((vec<uint64_t>)v, (vec<uint64_t>)v, 2, 3, 0, 1);
+#else
+  return v;
+#endif
+}
 #if QVIM_LANES < 4
 QVIM_INLINE vec<uint8_t> shuffled_anywhere(vec<uint8_t> v, vec<uint8_t> order) {
   return shuffled_lanes(v, order);

@@ -38,19 +38,18 @@ QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_
   int64_t left = int64_t(count);
   for (; left >= pixels + ahead; left -= pixels, src += pixels * size_in, dst += pixels * size_out)
     step.convert(src, dst);
-  char source[(pixels + ahead) * size_in + vector_bytes] = {},
-                                           results[(pixels + ahead) * size_out + vector_bytes] = {};
-  while (left > 0) {
-    const int64_t part = left < pixels ? left : pixels;
-    std::memcpy(source, src, size_t(part * size_in - (in == 4 ? int64_t(sizeof(T)) : 0)));
-    step.convert(source, results);
-    if constexpr (used == size_out) {
-      std::memcpy(dst, results, size_t(part * size_out));
-    } else {
-      for (int64_t i = 0; i < part; ++i) std::memcpy(dst + i * size_out, results + i * size_out, used);
-    }
-    left -= part, src += part * size_in, dst += part * size_out;
-  }
+  if (left <= 0) return;
+  constexpr int64_t most = pixels + ahead;
+  run_end<most * size_in, pixels * size_in + vector_bytes> source;
+  run_end<most * size_out, pixels * size_out + vector_bytes> results;
+  constexpr int64_t pad_in = in == 4 ? sizeof(T) : 0, pad_out = size_out - used;  // not of the run at its end
+  char *const dst_end = dst + left * size_out - pad_out;
+  source.load(src + left * size_in - pad_in, int64_t(count) * size_in - pad_in);
+  results.load(dst_end, int64_t(count) * size_out - pad_out);
+  src = source.last(left * size_in - pad_in);
+  char *to = results.last(left * size_out - pad_out);
+  for (; left > 0; left -= pixels, src += pixels * size_in, to += pixels * size_out) step.convert(src, to);
+  results.store(dst_end, int64_t(count) * size_out - pad_out);
 }
 
 // Four pixels of a lane, of `in` components of which three are used: the first two as pairs of words, and
