@@ -181,6 +181,10 @@ std::vector<run_case> cases(const conversion &c) {
     for (int64_t stride : {both, both + w, both + 1, -both})
       if (!c.in_place_only() || stride == both) list.push_back({{stride, stride}, count, true});
   }
+  for (uint64_t count = 0; c.takes_matrix() && count <= 200; ++count) {  // in steps of several pixels
+    list.push_back({{in, out}, count, false});
+    if (in == out) list.push_back({{in, out}, count, true});
+  }
   for (uint64_t count : {1025, 2050, 4300}) {  // longer than any block
     if (!c.in_place_only())
       list.push_back({{in, out}, count, false}), list.push_back({{in + w, out + w}, count, false});
@@ -209,6 +213,50 @@ TEST(Npfclx, EveryFullScaleAndManyMatricesGiveTheModelsPixels) {
     const auto in = int64_t(c.inputs * c.width), out = int64_t(c.outputs * c.width);
     for (unsigned turn = 0; turn < 120; ++turn)
       if (!check(member, c, {{in, out}, 300, false}, turn, random)) break;
+  }
+}
+
+// Coefficients, among them the first ones that 16 bits do not hold, signed and unsigned.
+constexpr int32_t edges[] = {0,      1,      -1,    256,   4096,   -4096,     32767,    32768,
+                             -32768, -32769, 65535, 65536, -65536, INT32_MAX, INT32_MIN};
+// Full scales: of fewer bits than components have, of all, of more, and of none.
+constexpr uint32_t full_scales[] = {0, 1, 127, 255, 4095, 32767, 65535, 0xFFFFF, 0x7FFFFFFF, 0xFFFFFFFF};
+
+// Pixels whose components are at the ends of their range, or a full scale, or anything.
+buffer edge_pixels(const conversion &c, size_t count, uint32_t maxvalue, std::mt19937 &random) {
+  buffer pixels(count * c.inputs * c.width);
+  for (size_t at = 0; at < pixels.size(); at += c.width) {
+    const uint32_t list[] = {0, 1, maxvalue, maxvalue - 1, ~0u, uint32_t(random())};
+    memcpy(pixels.data() + at, &list[random() % std::size(list)], c.width);
+  }
+  return pixels;
+}
+
+// Coefficients and limits at their edges: sums at the ends of what 16 and 32 bits hold.
+TEST(Npfclx, MatricesAtTheirEdgesGiveTheModelsPixels) {
+  std::mt19937 random(4);
+  for (const auto &member : members()) {
+    const conversion c(member.name);
+    if (!c.takes_matrix() || c.real || c.width > 2) continue;
+    for (uint32_t maxvalue : full_scales)
+      for (int turn = 0; turn < 40; ++turn) {
+        colour_arguments values;
+        values.maxvalue = maxvalue;
+        // Small ones with one edge among them, or nothing but edges.
+        for (int32_t &m : values.integer_matrix)
+          m = turn < 30 ? int32_t(random()) >> (16 + random() % 12) : edges[random() % std::size(edges)];
+        if (turn < 30) values.integer_matrix[random() % 12] = edges[size_t(turn) % std::size(edges)];
+        const run r{{int64_t(c.inputs * c.width), int64_t(c.outputs * c.width)},
+                    83,
+                    c.inputs * c.width,
+                    c.outputs * c.width,
+                    0,
+                    0};
+        ASSERT_TRUE(does(member, r, edge_pixels(c, r.count, maxvalue, random),
+                         [&](const uint8_t *in, uint8_t *out) { model_pixel(c, in, out, values); },
+                         {nullptr, nullptr, r.stride, r.count, maxvalue, 0, values.integer_matrix}))
+            << "maxvalue " << maxvalue;
+      }
   }
 }
 
