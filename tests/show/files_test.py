@@ -17,10 +17,6 @@ def picture(seed, pages=1):
 
 
 class Files(ShowTest):
-    def save(self, name, pixels, **more):
-        tifffile.imwrite(self.path(name), pixels, photometric="minisblack", **more)
-        return name
-
     def test_a_file_that_changes(self):
         viewer = self.show("--zoom", "2", "--levels", "0,300", self.save("a.tif", picture(1)))
         viewer.drag((200, 100), (150, 80))
@@ -44,7 +40,7 @@ class Files(ShowTest):
         self.save("new.tif", picture(3))
         os.rename(self.path("new.tif"), self.path("a.tif"))
         becomes(picture(3)[0])
-        tifffile.imwrite(self.path("a.tif"), picture(4)[0], photometric="minisblack", append=True)
+        self.save("a.tif", picture(4)[0], append=True)
         becomes(picture(3)[0], pages=2)
         # Half of it: the old picture stays, and the reason is told.
         before = viewer.pixels()
@@ -99,7 +95,7 @@ class Files(ShowTest):
         self.assertEqual(viewer.end()[0], 0)
 
     def test_ten_thousand_pages(self):
-        self.save("a.tif", numpy.zeros((10000, 2, 3), numpy.uint8))
+        self.save("a.tif", numpy.zeros((10000, 2, 5), numpy.uint8))
         viewer = self.show("a.tif")
         since = time.monotonic()
         self.assertEqual(viewer.key("End")["page"], 10000)
@@ -137,7 +133,7 @@ class Files(ShowTest):
     def test_terminals(self):
         grey, colours = picture(1)[0], numpy.moveaxis(picture(2, 3), 0, 2)
         self.save("grey.tif", grey)
-        tifffile.imwrite(self.path("colours.tif"), colours, photometric="rgb")
+        self.save("colours.tif", colours)
         size = ["--geometry", "300x201"]
         text = self.drawn("kitty", *size, "colours.tif")
         data = b"".join(re.findall(rb"\x1b_G[^;]*;([^\x1b]*)\x1b", text))
@@ -152,7 +148,7 @@ class Files(ShowTest):
         found = self.sixels(self.drawn("sixel", *size, "grey.tif"), 300, 200)
         self.assertLessEqual(abs(found[:, :, 0] - grey.astype(int)).max(), 2)  # per cents
         smooth = numpy.full((200, 300, 3), (90, 140, 33), numpy.uint8)
-        tifffile.imwrite(self.path("smooth.tif"), smooth, photometric="rgb")
+        self.save("smooth.tif", smooth)
         found = self.sixels(self.drawn("sixel", *size, "smooth.tif"), 300, 200)
         self.assertLess(abs(found.mean(axis=(0, 1)) - (90, 140, 33)).max(), 3)  # dots of two colours, mixed
 

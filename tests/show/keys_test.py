@@ -16,10 +16,6 @@ def numbered(width=256, height=256):
 
 
 class Keys(ShowTest):
-    def save(self, name, pixels, **more):
-        tifffile.imwrite(self.path(name), pixels, **{"photometric": "minisblack", **more})
-        return name
-
     def value_at(self, viewer, x, y):
         viewer.do("mousemove", x, y)
         return viewer.settled(lambda state: state["value"] is not None)["value"]

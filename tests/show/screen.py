@@ -7,6 +7,7 @@ import time
 import unittest
 
 import numpy
+import tifffile
 
 SHOW = os.environ["QVIMAGE_TOOL"]
 PATIENCE = 30  # seconds; for loaded machines
@@ -155,6 +156,11 @@ class ShowTest(unittest.TestCase):
 
     def path(self, name):
         return os.path.join(self.folder, name)
+
+    def save(self, name, pixels, **more):
+        photometric = "rgb" if pixels.ndim == 3 and pixels.shape[2] == 3 else "minisblack"
+        tifffile.imwrite(self.path(name), pixels, **{"photometric": photometric, **more})
+        return name
 
     def show(self, *words, screen=None, **more):
         """One at a time."""

@@ -4,7 +4,6 @@ import re
 import unittest
 
 import numpy
-import tifffile
 
 import model
 from screen import Screen, ShowTest, STATUS_HEIGHT
@@ -34,11 +33,6 @@ def text_mask(text):
 
 
 class Window(ShowTest):
-    def save(self, name, pixels, **more):
-        photometric = "rgb" if pixels.ndim == 3 and pixels.shape[2] == 3 else "minisblack"
-        tifffile.imwrite(self.path(name), pixels, **{"photometric": photometric, **more})
-        return name
-
     def view(self, *words, **more):
         return self.show(*words, geometry=GEOMETRY, **more)
 
