@@ -217,18 +217,6 @@ TYPED_TEST(MemoryImage, AnswersQueries) {
   EXPECT_EQ(im.iowait(&im, 0, nullptr), 1);
 }
 
-TEST(MemoryImage2, PacksLinesWhenNoPitchIsGiven) {
-  std::vector<uint8_t> buffer(640 * 480 * 3);
-  const int32_t dims[2] = {640, 480};
-  qvimage im;
-  ASSERT_EQ(qvimage_memory(&im, buffer.data(), dims, 0, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, 0), 0);
-  ASSERT_EQ(im.imapset(&im, QVIM_YSCAN | QVIM_STEP, QVIM_UINT8, 7), 0x4005);
-  qvimagemap map;
-  ASSERT_EQ(im.imap(&im, &map, 0, 0), 1);
-  EXPECT_EQ(+map.step, 1920u);
-  EXPECT_EQ(+map.length, 480u);
-}
-
 // Offsets beyond 4 GiB, by arithmetic alone: nothing is read there.
 TEST(MemoryImage2, ReachesPixelsBeyondFourGigabytes) {
   uint8_t pixels[1];

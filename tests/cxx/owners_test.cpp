@@ -1,8 +1,6 @@
 // Files: every format there and back, who closes what, what refusals say, how saves are followed.
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include <qvimage/qvimage.hpp>
 
 #include "tests/fault.hpp"
@@ -342,18 +340,6 @@ TEST_F(Owners, FilesThatCannotBeOpenedLeaveNothingBehind) {
     if (!fault.fired()) break;
     EXPECT_FALSE(file);
   }
-}
-
-TEST_F(Owners, ThreadsReadOneFileThroughACopyEach) {
-  auto file = qv::open(make("a.tif", {.compression = 5})).value();
-  bool same[4] = {};
-  std::thread threads[4];
-  for (int i = 0; i < 4; i++)
-    threads[i] = std::thread([image = file.copy(), this, &same = same[i]]() mutable {
-      same = image.pixels<uint16_t>().value() == deep_;
-    });
-  for (auto &thread : threads) thread.join();
-  for (const bool good : same) EXPECT_TRUE(good);
 }
 
 }  // namespace
