@@ -200,7 +200,7 @@ TEST_P(Format, CallbacksHearOfEachStepAndStopAtAny) {
 }
 
 TEST_P(Format, WrongArgumentsAreRefused) {
-  film f = of_.picture(width, height), empty = of_.picture(width, height);
+  film f = of_.picture(width, height);
   ASSERT_EQ(save(f), 0);
   const bytes before = file_bytes(path_);
   const std::string absent = folder_ / "none", nowhere = folder_ / "no/file";
@@ -210,6 +210,9 @@ TEST_P(Format, WrongArgumentsAreRefused) {
   EXPECT_EQ(of_.write(nullptr, nullptr, path_.c_str(), how), QVERR_USAGE);
   qvimage first = f.frame(0);
   EXPECT_EQ(of_.write(&f.image, &first, nullptr, how), QVERR_USAGE);
+  first.wind = {{2, 2}, {2, 4}};
+  f.image.wind = {{2, 2, 0}, {2, 4, 1}};
+  EXPECT_EQ(of_.write(&f.image, &first, path_.c_str(), how), QVERR_USAGE) << "no pixels";
   EXPECT_EQ(file_bytes(path_), before);
 
   const formats::reading &file = of_.file;
@@ -240,6 +243,30 @@ TEST_P(Format, WrongArgumentsAreRefused) {
   EXPECT_EQ(file.info(&info, nullptr, 0), QVERR_USAGE);
   EXPECT_EQ(file.info(&info, absent.c_str(), 0), QVERR_NOTFOUND);
   file.info_done(nullptr);
+}
+
+TEST(Formats, PixelsThatTheyDoNotHoldAreRefusedBeforeAFileIsTouched) {
+  using namespace formats;
+  const temporary_folder folder;
+  const std::string path = folder / "file";
+  const bytes old = {1, 2, 3};
+  put_file(path, old);
+  const struct {
+    const format &file;
+    formats::pixels of;
+    int32_t code;
+  } rows[] = {
+      {bmp, {QVIM_UINT8, 5, 1, 0}, QVERR_UNSUPPORTED}, {bmp, {QVIM_UINT8, 8, 2, 0}, QVERR_UNSUPPORTED},
+      {bmp, {QVIM_UINT16, 8, 1, 0}, QVERR_DATATYPE},   {bmp, {QVIM_UINT16, 16, 3, 0}, QVERR_DATATYPE},
+      {pnm, {QVIM_UINT8, 8, 2, 0}, QVERR_USAGE},       {pnm, {QVIM_UINT8, 8, 4, 0}, QVERR_USAGE},
+      {pnm, {QVIM_UINT32, 12, 1, 1}, QVERR_DATATYPE},  {pnm, {QVIM_FLOAT32, 0, 1, 0}, QVERR_DATATYPE},
+      {fits, {QVIM_UINT64, 0, 1, 1}, QVERR_DATATYPE},  {jpeg, {QVIM_UINT8, 7, 3, 67}, QVERR_DATATYPE},
+      {jpeg, {QVIM_UINT8, 8, 2, 0}, QVERR_DATATYPE},   {jpeg, {QVIM_UINT16, 16, 3, 67}, QVERR_DATATYPE}};
+  for (const auto &r : rows) {
+    film f(r.of.type, r.of.bits, r.of.pixies, r.of.hint, 64, 64, 1);
+    EXPECT_EQ(r.file.save(f, path), r.code) << r.file.name << " of " << r.of.type << ", " << r.of.bits;
+    EXPECT_EQ(file_bytes(path), old);
+  }
 }
 
 // Cut off anywhere, a file gives the pixels before that or is refused.

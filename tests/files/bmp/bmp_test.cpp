@@ -204,18 +204,4 @@ TEST_F(Bmp, TheFirstImageOfAnIconIsRead) {
   }
 }
 
-TEST_F(Bmp, WritersRefuseWhatBitmapsDoNotHold) {
-  bytes pixels(64 * 64 * 4);
-  const int32_t dims[2] = {64, 64};
-  struct row {
-    int32_t type, bits, pixies, code;
-  };
-  qvimage image;
-  for (const row &r : {row{1, 5, 1, -11}, {1, 8, 2, -11}, {2, 8, 1, -19}, {2, 16, 3, -19}, {1, 8, 3, 0}}) {
-    qvimage_memory(&image, pixels.data(), dims, 0, r.type, r.bits, r.pixies, 0, 0);
-    EXPECT_EQ(qvimage_bmpwrite(nullptr, &image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 0),
-              r.code);
-  }
-}
-
 }  // namespace

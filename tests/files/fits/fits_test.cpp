@@ -234,7 +234,7 @@ TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
 }
 
 TEST_F(Fits, WritersRefuseWhatTheyCannotServe) {
-  film v(QVIM_UINT16, 0, 3, 67, 40, 30, 2), wide(QVIM_UINT64, 0, 1, 1, 4, 4, 1);
+  film v(QVIM_UINT16, 0, 3, 67, 40, 30, 2);
   qvimage plane = v.frame(0);
   fitshandle *h = nullptr;
   EXPECT_EQ(qvimage_fitswriteinit(&h, nullptr, nullptr, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
@@ -242,8 +242,6 @@ TEST_F(Fits, WritersRefuseWhatTheyCannotServe) {
   EXPECT_EQ(
       qvimage_fitswriteinit(&h, &plane.wind, &v.image.wind, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
       QVERR_USAGE);
-  EXPECT_EQ(qvimage3_fitswriteseq(nullptr, &wide.image, 0, path_.c_str(), nullptr, 0, nullptr),
-            QVERR_DATATYPE);
   EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), QVERR_USAGE);
 }
 

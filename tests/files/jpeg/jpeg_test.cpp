@@ -21,8 +21,8 @@ namespace {
 
 // A smooth picture as one record over memory, which threads may copy.
 struct picture : film {
-  picture(int w, int h, int n, int bits = 8)
-      : film(QVIM_UINT8, bits, n, n == 1 ? 1 : 64 + n, w, h, 1), width(w), height(h), pixies(n) {
+  picture(int w, int h, int n)
+      : film(QVIM_UINT8, 8, n, n == 1 ? 1 : 64 + n, w, h, 1), width(w), height(h), pixies(n) {
     const int32_t size[2] = {width, height};
     EXPECT_EQ(qvimage_memdata(&image, pixels.data(), 0, size, 0, &film::image.d, nullptr, 0), 0);
   }
@@ -295,13 +295,10 @@ TEST(Jpeg, WhatIsNotServedIsRefused) {
 TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
   const temporary_folder folder;
   const std::string path = folder / "w.jpg";
-  picture p(24, 24, 3), two(24, 24, 2), long_one(65536, 1, 1), shallow(24, 24, 3, 7);
-  qvimage words;
-  jpegcontext *c = nullptr, *set = reinterpret_cast<jpegcontext *>(&words);
+  picture p(24, 24, 3), two(24, 24, 2), long_one(65536, 1, 1);
+  jpegcontext *c = nullptr, *set = reinterpret_cast<jpegcontext *>(&p);
   const uint32_t rows[2] = {8, 12}, falling[2] = {16, 8};
   const int32_t size[2] = {4, 4};
-  uint16_t pixels[16 * 3] = {};
-  ASSERT_EQ(qvimage_memory(&words, pixels, size, 0, 2, 16, 3, 67, 0), 0);
   const auto begin = [&](jpegcontext **to, uint32_t bands, qvimage *image, const uint32_t *first,
                          const char *name) {
     return qvimage_jpegwrite0(to, bands, nullptr, image, first, name, nullptr, 0, nullptr, nullptr);
@@ -313,8 +310,7 @@ TEST(Jpeg, WhatCannotBeWrittenIsRefused) {
   EXPECT_EQ(begin(&c, 3, &p.image, rows, path.c_str()), -1) << "not a multiple of 8";
   EXPECT_EQ(begin(&c, 3, &p.image, falling, path.c_str()), -1);
   EXPECT_EQ(begin(&c, 1, &long_one.image, nullptr, path.c_str()), -1);
-  for (qvimage *image : {&two.image, &words, &shallow.image})
-    EXPECT_EQ(begin(&c, 1, image, nullptr, path.c_str()), -19);
+  EXPECT_EQ(begin(&c, 1, &two.image, nullptr, path.c_str()), -19);
   EXPECT_EQ(qvimage_jpegwrite1(&c, 0, nullptr, &p.image, size), -1);
   EXPECT_TRUE(folder.empty());
 
