@@ -2,7 +2,6 @@
 import struct
 import unittest
 
-import tiff
 from common import ToolTest, palette_picture, picture, run
 
 

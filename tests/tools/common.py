@@ -64,6 +64,13 @@ class ToolTest(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (0, b""), f"{words}: {done.stderr.decode()}")
         return done.stdout.decode()
 
+    def converted(self, source, *options):
+        """The only page of what a page, or a file, is made."""
+        path = source if isinstance(source, str) else self.make("a.tif", source)
+        self.good("convert", *options, path, self.path("b.tif"))
+        (found,) = tiff.read(self.path("b.tif"))
+        return found
+
     def refused(self, status, pattern, *words, **more):
         """Ends with this status and one line of error text that matches."""
         done = run(*words, **more)

@@ -43,8 +43,7 @@ class Convert(ToolTest):
     def test_what_no_option_changes_stays(self):
         strings = dict(description=b"a frame", software=b"camera", datetime=b"2024:05:06 07:08:09", copyright=b"me")
         page = picture(40, 30, rows_per_strip=7, strings=strings, resolution=((600, 7), (500, 3), 3), version=43)
-        self.good("convert", self.make("a.tif", page), self.path("b.tif"))
-        (found,) = tiff.read(self.path("b.tif"))
+        found = self.converted(page)
         self.same(found, page)
         self.assertEqual((found.strings, found.resolution, found.version, found.rows_per_strip),
                          (strings, page.resolution, 43, 7))
@@ -54,10 +53,8 @@ class Convert(ToolTest):
             self.assertIn(f"compression  {name}\n", self.good("info", self.path("d.tif")))
 
     def test_options_change_the_description(self):
-        original = self.make("a.tif", picture(9, 9, strings=dict(description=b"old", software=b"old")))
-        self.good("convert", original, self.path("b.tif"), "--description", "new", "--software=", "--bigtiff",
-                  "--copyright", "c", "--resolution", "118.5,200cm")
-        (page,) = tiff.read(self.path("b.tif"))
+        page = self.converted(picture(9, 9, strings=dict(description=b"old", software=b"old")), "--description", "new",
+                              "--software=", "--bigtiff", "--copyright", "c", "--resolution", "118.5,200cm")
         self.assertEqual(page.version, 43)
         self.assertEqual(page.resolution, ((118500, 1000), (200, 1), 3))
         page.strings.pop("datetime", None)
@@ -95,8 +92,7 @@ class Convert(ToolTest):
                     mirrored(turned(rows)[::-1]), turned(rows)[::-1]]
         for orientation, upright in enumerate(expected, 1):
             page.more = {274: orientation}
-            self.good("convert", "--upright", self.make("a.tif", page), self.path("b.tif"))
-            (found,) = tiff.read(self.path("b.tif"))
+            found = self.converted(page, "--upright")
             self.assertEqual((found.width, found.pixels), (len(upright[0]), sum(upright, [])), orientation)
 
     def test_alpha_is_dropped_only_when_asked(self):

@@ -102,15 +102,14 @@ class Formats(ToolTest):
         ]
         for name, page, words, most, sized, kept in cases:
             with self.subTest(name=name, page=page.shape()[:6]):
-                there, back = self.path(name), self.path("back.tif")
+                there = self.path(name)
                 done = run("convert", *words, self.make("a.tif", page), there)
                 names = dict(datetime="DateTime", software="Software", description="ImageDescription",
                              copyright="Copyright")
                 lost = ", ".join(names[text] for text in names if text in page.strings and text not in kept)
                 lost = lost and f"qvimage: {self.path('a.tif')}: not carried over: {lost}\n"
                 self.assertEqual((done.returncode, done.stderr.decode()), (0, lost))
-                self.good("convert", there, back)
-                (found,) = tiff.read(back)
+                found = self.converted(there)
                 self.assertEqual(found.shape(), page.shape())
                 self.assertLessEqual(max(abs(p - q) for p, q in zip(found.pixels, as_stored(page))), most)
                 if sized:
@@ -140,9 +139,7 @@ class Formats(ToolTest):
         self.assertEqual(self.content("b.pgm"), before)
 
     def test_comments_of_other_programs_are_descriptions(self):
-        path = self.put("a.pgm", b"P5\n# by a camera\n2 2\n255\nabcd")
-        self.good("convert", path, self.path("b.tif"))
-        (found,) = tiff.read(self.path("b.tif"))
+        found = self.converted(self.put("a.pgm", b"P5\n# by a camera\n2 2\n255\nabcd"))
         self.assertEqual((found.pixels, found.strings["description"]), ([97, 98, 99, 100], b"by a camera"))
         self.assertRegex(found.strings["datetime"], rb"^\d{4}:")
 

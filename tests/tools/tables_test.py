@@ -1,7 +1,6 @@
 """qvimage convert --lut: pixels through tables from text files."""
 import unittest
 
-import tiff
 from common import ToolTest, palette_picture, picture
 
 
@@ -9,16 +8,11 @@ class Tables(ToolTest):
     def table(self, *lines, name="t.lut"):
         return self.put(name, "\n".join(lines).encode())
 
-    def converted(self, page, table, *options):
-        self.good("convert", *options, "--lut", table, self.make("a.tif", page), self.path("b.tif"))
-        (found,) = tiff.read(self.path("b.tif"))
-        return found
-
     def test_one_column_serves_every_component(self):
         for page in (picture(11, 7), picture(7, 12, samples=3, bits=16), picture(6, 5, samples=4), picture(700, 2, bits=12)):
             most = 2**page.bits
             values = [(k * 1001 + 7) % most for k in range(most)]
-            found = self.converted(page, self.table(*map(str, values)))
+            found = self.converted(page, "--lut", self.table(*map(str, values)))
             self.assertEqual(found.shape(), page.shape())
             self.assertEqual(found.pixels, [values[v] for v in page.pixels])
 
@@ -26,31 +20,31 @@ class Tables(ToolTest):
         for page in (picture(11, 7), picture(9, 8, bits=16), picture(700, 2, bits=12)):
             most = 2**page.bits
             colours = [((k * 7) % most, most - 1 - k, k // 2) for k in range(most)]
-            found = self.converted(page, self.table(*("%d %d %d" % c for c in colours)))
+            found = self.converted(page, "--lut", self.table(*("%d %d %d" % c for c in colours)))
             self.assertEqual((found.samples, found.bits, found.photometric), (3, page.bits, 2))
             self.assertEqual(found.pixels, [v for k in page.pixels for v in colours[k]])
 
     def test_three_columns_serve_a_component_each(self):
         page = picture(11, 7, samples=3)
         columns = [[(k * step) % 256 for k in range(256)] for step in (3, 5, 7)]
-        found = self.converted(page, self.table(*("%d %d %d" % c for c in zip(*columns))))
+        found = self.converted(page, "--lut", self.table(*("%d %d %d" % c for c in zip(*columns))))
         self.assertEqual(found.pixels, [columns[i % 3][v] for i, v in enumerate(page.pixels)])
 
     def test_tables_stand_in_the_order_of_the_command_line(self):
         page = picture(11, 7, bits=16)
         square = [k * k // 255 for k in range(256)]
         table = self.table(*map(str, square))
-        found = self.converted(page, table, "--bits=8", "--lut", table)
+        found = self.converted(page, "--bits=8", "--lut", table, "--lut", table)
         self.assertEqual(found.pixels, [square[square[v >> 8]] for v in page.pixels])
-        grey = self.converted(palette_picture(6, 5), table, "--component=1")
+        grey = self.converted(palette_picture(6, 5), "--component=1", "--lut", table)
         colours = palette_picture(6, 5)
         self.assertEqual(grey.pixels, [square[colours.palette[v] >> 8] for v in colours.pixels])
 
     def test_how_files_are_written(self):
         page = picture(4, 3, bits=2)
         for lines in (["3", "2", "1", "0"], ["# a negative", "", "0\t3", "1 2 # half", " 2\t1\r", "3 0", ""]):
-            self.assertEqual(self.converted(page, self.table(*lines)).pixels, [3 - v for v in page.pixels])
-        found = self.converted(page, self.table("0 3 0 1", "1 2 1 1", "2 1 2 1", "3 0 3 1"))
+            self.assertEqual(self.converted(page, "--lut", self.table(*lines)).pixels, [3 - v for v in page.pixels])
+        found = self.converted(page, "--lut", self.table("0 3 0 1", "1 2 1 1", "2 1 2 1", "3 0 3 1"))
         self.assertEqual(found.pixels, [c for v in page.pixels for c in (3 - v, v, 1)])
 
     def test_what_makes_no_table_is_refused(self):

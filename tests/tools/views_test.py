@@ -40,11 +40,6 @@ def ycrcb(r, g, b):
 
 
 class Views(ToolTest):
-    def converted(self, page, *options):
-        self.good("convert", *options, self.make("a.tif", page), self.path("b.tif"))
-        (found,) = tiff.read(self.path("b.tif"))
-        return found
-
     def check(self, page, options, expected, **about):
         with self.subTest(options=options, page=page.shape()[:6]):
             found = self.converted(page, *options.split())
