@@ -76,12 +76,14 @@ QVIM_INLINE void split_fields(const uint64_t *joined, uint64_t *fields, uint64_t
 }
 
 typedef uint64_t words2 __attribute__((vector_size(16)));
+typedef uint64_t words4 __attribute__((vector_size(32)));
 
 // How four fields of 33 to 64 bits lie in the stream, in which every fourth begins with a byte: the byte and
 // the bit in it where each begins, and the shuffles that move two at a time there and back.
 template <bool high_first>
 struct placement {
-  uint32_t length, byte[5], bit[4];
+  uint32_t length, byte[5];
+  words4 bit;
   bytes16 to_stream[2], from_stream[2];
 
   QVIM_INLINE explicit placement(uint32_t field_length) : length(field_length) {
@@ -105,30 +107,44 @@ template <bool high_first>
 QVIM_INLINE void put_fields(const uint64_t *fields, uint64_t count, const placement<high_first> &place,
                             char *to) {
   const uint32_t length = place.length;
-  for (uint64_t i = 0; i < count; i += 4, to += place.byte[4]) {
-    for (uint32_t pair = 0; pair < 2; ++pair) {
-      const auto from = reinterpret_cast<const char *>(fields + i + 2 * pair);
-      auto both = load<words2>(from);
-      if (length % 8) {  // bits of the field before come first; those behind the last whole byte go on
-        const auto before = load<words2>(from - 8);
-        const words2 bit = {place.bit[2 * pair], place.bit[2 * pair + 1]};
-        both = high_first ? (before << length | both) >> (bit + length) % 8
-                          : both << bit | before >> (length - bit);
+  const words4 bit = place.bit, last_bit = (bit + length) % 8, in_before = length - bit;
+  const bytes16 order[2] = {place.to_stream[0], place.to_stream[1]};
+  const uint64_t second = place.byte[2], four_bytes = place.byte[4];
+  const auto put = [&](auto of_whole_bytes) __attribute__((always_inline)) {
+    for (uint64_t i = 0; i < count; i += 4, to += four_bytes) {
+      const auto from = reinterpret_cast<const char *>(fields + i);
+      words2 pairs[2] = {load<words2>(from), load<words2>(from + 16)};
+      if constexpr (!of_whole_bytes) {
+        // Bits of the field before come first; those behind the last whole byte go on.
+        words4 four, before;
+        std::memcpy(&four, from, sizeof four);
+        std::memcpy(&before, from - 8, sizeof before);
+        four = high_first ? (before << length | four) >> last_bit : four << bit | before >> in_before;
+        pairs[0] = __builtin_shufflevector(four, four, 0, 1);
+        pairs[1] = __builtin_shufflevector(four, four, 2, 3);
       }
-      store(to + place.byte[2 * pair], shuffled(reinterpret_cast<bytes16>(both), place.to_stream[pair]));
+      store(to, shuffled((bytes16)pairs[0], order[0]));
+      store(to + second, shuffled((bytes16)pairs[1], order[1]));
     }
-  }
+  };
+  if (length % 8)
+    put(std::false_type());
+  else
+    put(std::true_type());
 }
 
 template <bool high_first>
 QVIM_INLINE void get_fields(uint64_t *fields, uint64_t count, const placement<high_first> &place,
                             const char *from) {
   const uint32_t unused = 64 - place.length;
-  const words2 bits[2] = {{place.bit[0], place.bit[1]}, {place.bit[2], place.bit[3]}};
-  for (uint64_t i = 0; i < count; i += 4, from += place.byte[4]) {
+  const words2 bits[2] = {__builtin_shufflevector(place.bit, place.bit, 0, 1),
+                          __builtin_shufflevector(place.bit, place.bit, 2, 3)};
+  const bytes16 order[2] = {place.from_stream[0], place.from_stream[1]};
+  const uint64_t second = place.byte[2], four_bytes = place.byte[4];
+  for (uint64_t i = 0; i < count; i += 4, from += four_bytes) {
+    const bytes16 both[2] = {load<bytes16>(from), load<bytes16>(from + second)};
     for (uint32_t pair = 0; pair < 2; ++pair) {
-      const auto both = load<bytes16>(from + place.byte[2 * pair]);
-      const auto words = reinterpret_cast<words2>(shuffled(both, place.from_stream[pair]));
+      const auto words = (words2)shuffled(both[pair], order[pair]);
       const words2 put = high_first ? (words << bits[pair]) >> unused : words >> bits[pair];
       store(reinterpret_cast<char *>(fields + i + 2 * pair), put);
     }
