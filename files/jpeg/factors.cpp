@@ -31,6 +31,7 @@ void set_steps(const uint16_t *quantisation, steps &of) {
     for (const uint32_t at : {i / 8 * 16 + i % 8, i / 8 * 16 + 8 + i % 8}) {
       of.shifts[at] = shift;
       of.halves[at] = uint16_t(1 << shift >> 1);
+      of.fractions[at] = uint16_t(0x10000 >> shift);  // 0 where nothing is shifted
     }
   }
   of.dc = quantisation[0] * 8u * 2u;

@@ -21,6 +21,23 @@ QVIM_INLINE two_shorts product(two_shorts v, int16_t fraction) {
   return loaded<two_shorts>(a);
 }
 
+// Sizes as multiples of their steps. AVX2 shifts all numbers of 16 bits by as many bits: there the upper
+// halves of products do the same.
+QVIM_INLINE two_sizes quotients(two_sizes v, const steps &s, int row) {
+  const auto of = [=](const uint16_t *table) __attribute__((always_inline)) {
+    return loaded<two_sizes>(table + 16 * row);
+  };
+  const two_sizes rounded = v + of(s.halves);
+#if defined(__AVX2__) && !defined(__AVX512BW__)
+  uint16_t a[16];
+  std::memcpy(a, &rounded, sizeof a);
+  for (int i = 0; i < 16; ++i) a[i] = uint16_t(uint32_t(a[i]) * s.fractions[16 * row + i] >> 16);
+  return loaded<two_sizes>(a) | (v & reinterpret_cast<two_sizes>(of(s.shifts) == 0));
+#else
+  return rounded >> of(s.shifts);
+#endif
+}
+
 QVIM_INLINE void forward(two_shorts (&x)[8]) {
   transform_columns(
       x, [](two_shorts v, rotation r) __attribute__((always_inline)) {
@@ -53,9 +70,7 @@ QVIM_INLINE void encode(two_shorts (&x)[8], const steps &s, block &first, block 
   for (int i = 0; i < 8; ++i) {
     const two_shorts sign = x[i] >> 15;
     const auto size = reinterpret_cast<two_sizes>((x[i] ^ sign) - sign);
-    const two_sizes shifted =
-        (size + loaded<two_sizes>(s.halves + 16 * i)) >> loaded<two_sizes>(s.shifts + 16 * i);
-    const two_shorts quantised = (reinterpret_cast<two_shorts>(shifted) ^ sign) - sign;
+    const two_shorts quantised = (reinterpret_cast<two_shorts>(quotients(size, s, i)) ^ sign) - sign;
     const shorts halves[2] = {__builtin_shufflevector(quantised, quantised, 0, 1, 2, 3, 4, 5, 6, 7),
                               __builtin_shufflevector(quantised, quantised, 8, 9, 10, 11, 12, 13, 14, 15)};
     for (int k = 0; k < 2; ++k) std::memcpy(blocks[k]->at + 8 * i, &halves[k], sizeof halves[k]);

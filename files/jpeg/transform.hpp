@@ -30,7 +30,8 @@ void set_scales(const uint16_t *quantisation, factors &of);
 // The same for the encoder in integers, which divides by powers of two. Its coefficients are twice as large.
 // dc is what the DC coefficient is divided by.
 struct steps {
-  uint16_t shifts[2 * block_size], halves[2 * block_size];  // each row twice, for two blocks
+  // Each row twice, for two blocks: how many bits; half a step; the fraction of 2^16 that shifts as far.
+  uint16_t shifts[2 * block_size], halves[2 * block_size], fractions[2 * block_size];
   uint32_t dc;
 };
 void set_steps(const uint16_t *quantisation, steps &of);
