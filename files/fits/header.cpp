@@ -141,7 +141,7 @@ class parser {
 };
 
 // Whole numbers of `bits` bits, stored less BZERO.
-int32_t describe_integers(const header &h, int bits, bool lenient, int *used, uint64_t *offset) {
+int32_t describe_integers(const header &h, int bits, bool lenient, int *used, uint32_t *offset) {
   const double highest = std::ldexp(1.0, bits - 1);
   const bool scaled = h.bscale != 1 || h.bzero < 0 || h.bzero > highest || h.bzero != std::trunc(h.bzero);
   const bool ranged =
@@ -150,7 +150,7 @@ int32_t describe_integers(const header &h, int bits, bool lenient, int *used, ui
     return because(QVERR_UNSUPPORTED, {"values are scaled by BSCALE or shifted by BZERO"});
   if (!lenient && ranged)
     return because(QVERR_UNSUPPORTED, {"DATAMIN and DATAMAX are no range of unsigned integers"});
-  *offset = scaled ? 0 : uint64_t(h.bzero);
+  *offset = scaled ? 0 : uint32_t(h.bzero);
   *used = bits;
   if (h.has_datamax && !ranged)
     while (*used > 1 && h.datamax < std::ldexp(1.0, *used - 1)) --*used;
@@ -188,7 +188,7 @@ int32_t assign_roles(const header &h, bool lenient, roles *r) {
   return 0;
 }
 
-int32_t describe_pixels(const header &h, const roles &r, bool lenient, qvimagedata *d, uint64_t *offset) {
+int32_t describe_pixels(const header &h, const roles &r, bool lenient, qvimagedata *d, uint32_t *offset) {
   const int32_t pixies = r.colour < 0 ? 1 : int32_t(h.axis_of[r.colour].length);
   int32_t hint = r.colour < 0 ? QVIM_HINT_GREY : h.axis_of[r.colour].hint;
   if (hint == 0 && pixies == 1) hint = QVIM_HINT_GREY;

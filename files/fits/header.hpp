@@ -65,7 +65,7 @@ struct roles {
 // The pixels' description; offset: what is added to stored integers. 0, -10 for types that are not read, -11
 // for scales and ranges that are not, which lenient readers pass over.
 [[nodiscard]] int32_t describe_pixels(const header &h, const roles &r, bool lenient, qvimagedata *d,
-                                      uint64_t *offset);
+                                      uint32_t *offset);
 
 qvimagehints describe_size(const header &h, const roles &r);
 

@@ -53,7 +53,7 @@ int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize, b
 
 int32_t reader::lay_out(bool lenient) {
   qvimagedata data;
-  uint64_t offset;
+  uint32_t offset;
   if (const int32_t code = describe_pixels(head, roles_of, lenient, &data, &offset); code < 0) return code;
   const auto length = [&](int i) { return i >= 0 && i < int(head.axes) ? head.axis_of[i].length : 1; };
   const auto width = uint32_t(length(roles_of.x)), height = uint32_t(length(roles_of.x + 1));

@@ -179,10 +179,10 @@ class header_writer {
 
 }  // namespace
 
-uint64_t content::offset() const {
+uint32_t content::offset() const {
   const bool whole = (data.pixietype == QVIM_UINT16 && data.i_bitsused == 16) ||
                      (data.pixietype == QVIM_UINT32 && data.i_bitsused == 32);
-  return whole ? uint64_t{1} << (data.i_bitsused - 1) : 0;
+  return whole ? uint32_t{1} << (data.i_bitsused - 1) : 0;
 }
 
 int32_t bitpix_of(int32_t pixietype) {

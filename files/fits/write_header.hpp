@@ -21,7 +21,7 @@ struct content {
   bool is_planar() const { return data.pixies > 1 && !(flags & interleaved); }
   bool is_sequence() const { return frames >= 0; }
   // Unsigned integers that use the sign's bit are stored less half their range: what that is, or 0.
-  uint64_t offset() const;
+  uint32_t offset() const;
 };
 
 // Cards that are written again when the number of frames turns out to be another one, and those of

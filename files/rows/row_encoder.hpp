@@ -17,7 +17,7 @@ struct row_changes {
   bool exchanges_chroma = false;  // second and third: the image holds Y, Cr, Cb
   bool differences = false;       // each sample less the one a pixel before it
   bool inverts = false;           // within the samples' bits
-  uint64_t offset = 0;            // added to integers, modulo their container
+  uint32_t offset = 0;            // added to integers, modulo their container
   // Of samples of whole bytes. Other depths are one stream of bits, most significant first.
   std::endian order = std::endian::little;
 };
@@ -69,7 +69,7 @@ class row_encoder {
   uint32_t bits_ = 0;
   uint64_t bytes_ = 0;
   uint32_t pack_mode_ = 0;
-  uint64_t offset_ = 0;
+  uint32_t offset_ = 0;
   bool narrows_ = false, drops_pad_ = false, exchanges_ = false, chroma_ = false, differences_ = false,
        inverts_ = false;
   bool swaps_ = false, packs_ = false;

@@ -17,7 +17,7 @@ class row_steps {
   struct changes {
     std::endian order;  // of samples of several whole bytes, and of packed ones of three
     bool differenced, inverted;
-    uint64_t offset = 0;  // added to integers of whole bytes, modulo their container
+    uint32_t offset = 0;  // added to integers of whole bytes, modulo their container
   };
 
   row_steps() = default;
@@ -42,7 +42,7 @@ class row_steps {
   int sample_bytes_ = 1;
   int samples_ = 1;  // of a pixel
   uint64_t values_ = 0;
-  uint64_t offset_ = 0;
+  uint32_t offset_ = 0;
   bool swapped_bytes_ = false, differenced_ = false, inverted_ = false;
 };
 

@@ -1,7 +1,5 @@
 #include "files/rows/samples.hpp"
 
-#include <cstring>
-
 #include <qvimage/npfbix.h>
 #include <qvimage/npfclx.h>
 #include <qvimage/npfpix.h>
@@ -10,27 +8,10 @@
 
 namespace qvim {
 
-namespace {
-
-template <class T>
-void add_to_each(uint8_t *samples, uint64_t count, T value) {
-  for (uint64_t i = 0; i < count; i++, samples += sizeof(T)) {
-    T sample;
-    std::memcpy(&sample, samples, sizeof sample);
-    sample = T(sample + value);
-    std::memcpy(samples, &sample, sizeof sample);
-  }
-}
-
-}  // namespace
-
-void add_to_samples(uint8_t *samples, int size, uint64_t count, uint64_t value) {
-  switch (size) {
-    case 1: return add_to_each(samples, count, uint8_t(value));
-    case 2: return add_to_each(samples, count, uint16_t(value));
-    case 4: return add_to_each(samples, count, uint32_t(value));
-    default: return add_to_each(samples, count, value);
-  }
+void add_to_samples(uint8_t *samples, int size, uint64_t count, uint32_t value) {
+  if (size == 1) return npfpix1_addmodulo(samples, count, 0, 0, &value);
+  if (size == 2) return npfpix2_addmodulo(samples, count, 0, 0, &value);
+  npfpix4_addmodulo(samples, count, 0, 0, &value);
 }
 
 void swap_samples(uint8_t *samples, int size, uint64_t count) {
