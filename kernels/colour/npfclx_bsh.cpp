@@ -146,7 +146,7 @@ struct whole_from_bsh : whole<T> {
     const one_real per_full = 1 / this->full, per_step = 1 / (this->full + 1);  // of a circle: exactly
     constexpr one_real circle = 6 * steps, a_half = one_real(0.5);
     const real turned = (this->half + converted<real>(p.c[2]) * circle) * per_step;
-    const N h = converted<N>(turned < circle ? turned : number<real>(circle));
+    const N h = converted<N>(choose(turned < circle, turned, number<real>(circle)));
     const N k = h >> whole<T>::fraction_bits, f = h & (steps - 1);
     const real most = converted<real>(brightness) * converted<real>(saturation),
                part = converted<real>(choose((k & 1) != 0, f, steps - f));
@@ -184,8 +184,14 @@ QVIM_INLINE three<N> real_from_bsh(three<N> p) {
   const N sixths = choose((hue >= 0) & (hue < 360), hue, N{}) / real(60);
   const Integer sixth = converted<Integer>(sixths);
   const N k = converted<N>(sixth), f = sixths - k;
-  return sector(k, v, v * (real(1) - s), v * (real(1) - s * choose((sixth & 1) != 0, f, real(1) - f)),
-                visible);
+  const auto odd = [&]() __attribute__((always_inline)) {
+    if constexpr (sizeof(real) == sizeof(int32_t))
+      return (sixth & 1) != 0;
+    else  // gcc 12 makes a branch of a choice of doubles by integers half as wide
+      return (k == 1) | (k == 3) | (k == 5);
+  }
+  ();
+  return sector(k, v, v * (real(1) - s), v * (real(1) - s * choose(odd, f, real(1) - f)), visible);
 }
 
 template <class T>
