@@ -117,23 +117,29 @@ struct lane_planes {
   static constexpr int n = int(vector_bytes / sizeof(Real));
   vec<Real> c[3];
 
-  // Place i of the result is place from(i) of three vectors, counted through.
-  template <class From>
+  // Place i of the result is place from(i) of three vectors, counted through. Vectors that are there early
+  // take two instructions one after the other; computed ones two that do not wait for each other, and a
+  // choice of their results.
+  template <bool early, class From>
   QVIM_INLINE static vec<Real> picked(const vec<Real> (&v)[3], From) {
     const auto pick = [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
       constexpr From from{};
-      const vec<Real> two = __builtin_shufflevector(v[0], v[1], (from(i) % (2 * n))...),
-                      last = __builtin_shufflevector(v[2], v[2], (from(i) % n)...);
+      const vec<Real> two = __builtin_shufflevector(v[0], v[1], (from(i) % (2 * n))...);
+      if constexpr (early) return __builtin_shufflevector(two, v[2], (from(i) < 2 * n ? i : from(i) - n)...);
+      const vec<Real> last = __builtin_shufflevector(v[2], v[2], (from(i) % n)...);
       return __builtin_shufflevector(two, last, (from(i) < 2 * n ? i : n + i)...);
     };
     return pick(std::make_integer_sequence<int, n>());
   }
   QVIM_INLINE static lane_planes load(const char *src) {
     vec<Real> memory[3];
-    for (int k = 0; k < 3; ++k) memory[k] = load_vector<Real>(src + k * vector_bytes);
+    for (int k = 0; k < 3; ++k) {
+      memory[k] = load_vector<Real>(src + k * vector_bytes);
+      asm("" : "+v"(memory[k]));  // loaded once, not at every use: most loads cross a cache line
+    }
     lane_planes planes;
     each<3>([&](auto k) __attribute__((always_inline)) {
-      planes.c[k] = picked(memory, [](int i) { return 3 * i + decltype(k)::value; });
+      planes.c[k] = picked<true>(memory, [](int i) { return 3 * i + decltype(k)::value; });
     });
     return planes;
   }
@@ -142,7 +148,7 @@ struct lane_planes {
       const auto from = [](int i) {
         return (decltype(k)::value * n + i) % 3 * n + (decltype(k)::value * n + i) / 3;
       };
-      store_vector(dst + k * vector_bytes, picked(c, from));
+      store_vector(dst + k * vector_bytes, picked<false>(c, from));
     });
   }
   QVIM_INLINE static vec<Real> single(vec<Real> v) { return v; }
@@ -153,7 +159,7 @@ struct lane_planes {
 // the sum, to which `from` refers.
 template <class Real, int inputs, int outputs, bool with_constant, bool with_limits, order from>
 struct lane_real_products {
-  Real m[outputs][4] = {}, largest;
+  Real m[outputs][4] = {}, smallest = 0, largest;  // read from here: of a constant 0 gcc makes masks
   [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
     if constexpr (inputs == 1)
       if (!std::memcmp(m[0], m[1], sizeof m[0]) && !std::memcmp(m[0], m[2], sizeof m[0]))
@@ -170,9 +176,10 @@ struct lane_real_products {
   struct step {
     static constexpr int64_t pixels = lanes * int64_t(lane_bytes / sizeof(Real));
     using planes = lane_planes<Real>;
-    vec<Real> m[outputs][4], largest;
+    vec<Real> m[outputs][4], smallest, largest;
 
-    QVIM_INLINE explicit step(const lane_real_products &p) : largest(all<Real>(p.largest)) {
+    QVIM_INLINE explicit step(const lane_real_products &p)
+        : smallest(all<Real>(p.smallest)), largest(all<Real>(p.largest)) {
       for (int r = 0; r < outputs; ++r)
         for (int c = 0; c < 4; ++c) m[r][c] = all<Real>(p.m[r][c]);
     }
@@ -181,8 +188,7 @@ struct lane_real_products {
       vec<Real> sum = with_constant ? fused(m[r][0], first, m[r][3]) : m[r][0] * first;
       for (int c = 1; c < inputs; ++c) sum = fused(m[r][c], in.c[place<from>(c)], sum);
       if constexpr (with_limits) {  // NaN stays
-        const vec<Real> zero = {};
-        sum = sum < zero ? zero : sum;
+        sum = sum < smallest ? smallest : sum;
         sum = sum > largest ? largest : sum;
       }
       return sum;
