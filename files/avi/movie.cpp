@@ -18,6 +18,7 @@ constexpr uint64_t longest_text = 1 << 20;
 struct chunk {
   uint32_t code;
   uint64_t begin, end;  // of its data
+  bool is_cut;          // by its parent's end
 };
 
 class finder {
@@ -50,7 +51,8 @@ class finder {
     const auto code = in_.get<uint32_t>();
     const uint64_t length = in_.get<uint32_t>(), begin = at + chunk_head;
     const bool unfinished = length == 0 && (code == riff || code == list);
-    return {code, begin, unfinished || length > end - begin ? end : begin + length};
+    const bool cut = length > end - begin;
+    return {code, begin, unfinished || cut ? end : begin + length, cut};
   }
   static uint64_t behind(const chunk &c) { return c.end + (c.end - c.begin) % 2; }
 
@@ -81,7 +83,7 @@ class finder {
         each(child.begin + 4, child.end, [&](const chunk &h) { header_chunk(h); });
       } else if (child.code == list && list_code(child) == texts_list) {
         each(child.begin + 4, child.end, [&](const chunk &t) { text(t); });
-      } else if (child.code == old_index && old_index_.end == 0) {
+      } else if (child.code == old_index && old_index_.end == 0 && !child.is_cut) {
         old_index_ = child;
       }
       inside = behind(child);
@@ -113,11 +115,11 @@ class finder {
     in_.skip(12);
     film_.scale = in_.get<uint32_t>();
     film_.rate = in_.get<uint32_t>();
-    if (film_.handler != plain_handler && film_.handler != jpeg_handler && !lenient_)
-      refuse(QVERR_UNSUPPORTED, {"a stream that is neither DIB nor MJPG"});
   }
 
   void format(const chunk &c) {
+    if (film_.handler != plain_handler && film_.handler != jpeg_handler && !lenient_)
+      return refuse(QVERR_UNSUPPORTED, {"a stream that is neither DIB nor MJPG"});
     in_.seek(c.begin);
     checked_reader inside = in_.chunk(c.end - c.begin);
     film_.format.read(inside);
@@ -173,8 +175,10 @@ class finder {
   int32_t locate_frames() {
     if (super_index_.end > super_index_.begin) read_super_index();
     if (result_ == 0 && film_.count == 0 && old_index_.end > old_index_.begin) read_old_index();
-    if (result_ == 0 && film_.count == 0)
-      for (uint64_t i = 0; i < movies_ && result_ == 0; i++) walk(movie_of_[i].position, movie_of_[i].end);
+    // The parts that the writer of the index did not come to.
+    const uint64_t indexed = film_.count ? film_.frames[film_.count - 1].position : 0;
+    for (uint64_t i = 0; i < movies_ && result_ == 0; i++)
+      if (movie_of_[i].position > indexed) walk(movie_of_[i].position, movie_of_[i].end);
     if (result_ == 0 && film_.count == 0) refuse(QVERR_FORMAT, {"the file holds no whole frame"});
     return result_;
   }
@@ -211,6 +215,7 @@ class finder {
   }
 
   void read_chunk_index(const chunk &c) {
+    if (c.is_cut) return;  // its frames are found by walking
     constexpr uint32_t entry_bytes = 8;
     const index_head h = read_index_head(c, entry_bytes);
     if (h.type != index_of_chunks) return;

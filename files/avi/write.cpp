@@ -16,8 +16,8 @@ int32_t add_or_end(avihandle **h, qvimagecallback callback, qvimage *frame, cons
                    bool exchanges_rgb) {
   writer *w;
   if (const int32_t code = behind(h, &w); code < 0) return code;
-  if (!frame) return because(QVERR_USAGE, {"no frame"});
-  const int32_t code = w->add(progress(callback), *frame, options, exchanges_rgb);
+  const int32_t code =
+      frame ? w->add(progress(callback), *frame, options, exchanges_rgb) : because(QVERR_USAGE, {"no frame"});
   if (code >= 0) return code;
   const int32_t result = w->end(code);
   return worst(result, release<writer>(h));

@@ -21,7 +21,7 @@ namespace qvim::avi {
 namespace {
 
 constexpr uint64_t longest_chunk = 0xFFFFFFFF;
-constexpr uint32_t movie_alignment = 8192, fewest_super_entries = 256;
+constexpr uint32_t movie_alignment = 8192, fewest_super_entries = 256, most_super_entries = 1 << 20;
 constexpr uint32_t super_entry_bytes = 16, chunk_entry_bytes = 8, old_entry_bytes = 16, index_head_bytes = 24;
 constexpr uint32_t usual_rate = 25, usual_scale = 1;
 constexpr uint32_t has_index = 0x10, trusts_chunk_type = 0x800;  // flags of the main header
@@ -116,7 +116,8 @@ int32_t writer::plan(const qvimage &image, const request &r) {
   expected_ = r.frames;
   frames_per_part_ = std::max<uint64_t>(r.part_bytes / frame_bytes_, 1);
   const uint64_t parts = (uint64_t{expected_} + frames_per_part_ - 1) / frames_per_part_;
-  super_index_room_ = uint32_t(std::max<uint64_t>(parts, fewest_super_entries));
+  super_index_room_ = uint32_t(std::clamp<uint64_t>(parts, fewest_super_entries, most_super_entries));
+  classic_bytes_ = r.classic_bytes;
   if (!is_jpeg_ && format_.has_palette())
     if (const int32_t code = palette_.take(r.palette, format_.bits, r.exchanges_palette); code < 0)
       return code;
@@ -281,9 +282,9 @@ int32_t writer::add(const progress &told, qvimage &frame, const qvimagefileinfo 
   int32_t code = write_frame(told, frame, options);
   const uint64_t bytes = file.pos - begin;
   if (code == 0 && bytes > longest_chunk) code = because(QVERR_FORMAT, {"a frame of ", bytes, " bytes"});
-  // A classic file has 32 bits for its length, its index included.
-  const uint64_t classic_end = file.pos + (count_ + 2) * old_entry_bytes;
-  if (code == 0 && !is_extended() && classic_end > longest_chunk)
+  // A classic file has 32 bits for its length, which counts the index and texts to come, but no head.
+  const uint64_t classic_length = file.pos + bytes % 2 + (count_ + 1) * old_entry_bytes + text_bytes();
+  if (code == 0 && !is_extended() && classic_length > classic_bytes_)
     code = because(QVERR_FORMAT, {"classic AVI files end at 4 GiB"});
   if (code == 0 && bytes % 2) numbers(file).put(0, 1);
   if (code == 0) {
@@ -347,14 +348,18 @@ void writer::write_old_index() {
   end_chunk(chunk);
 }
 
+uint64_t writer::text_bytes() const {
+  uint64_t all = 0;
+  for (const text_chunk &t : text_chunks)
+    if (const char *text = options_.*t.member) all += chunk_head + (std::strlen(text) + 2) / 2 * 2;
+  return all ? list_head + all : 0;
+}
+
 void writer::write_texts() {
-  const auto is_given = [&](const text_chunk &t) { return options_.*t.member != nullptr; };
-  bool any = false;
-  for (const text_chunk &t : text_chunks) any |= is_given(t);
-  if (!any) return;
+  if (text_bytes() == 0) return;
   const uint64_t all = begin_list(list, texts_list);
   for (const text_chunk &t : text_chunks) {
-    if (!is_given(t)) continue;
+    if (!(options_.*t.member)) continue;
     const uint64_t chunk = begin_chunk(t.code);
     write_bytes(file, options_.*t.member, std::strlen(options_.*t.member) + 1);
     end_chunk(chunk);

@@ -24,7 +24,8 @@ struct request {
   bool exchanges_palette;
   uint32_t frames;  // expected
   uint32_t mode;
-  uint64_t part_bytes = 0x40000000;  // of frames as bitmaps, after which another part begins
+  uint64_t part_bytes = 0x40000000;     // of frames as bitmaps, after which another part begins
+  uint64_t classic_bytes = 0xFFFFFFFF;  // the most that a classic file can tell as its length
 };
 
 class writer final : public avihandle {
@@ -73,6 +74,7 @@ class writer final : public avihandle {
   [[nodiscard]] int32_t end_part();
   void write_old_index();
   void write_texts();
+  uint64_t text_bytes() const;  // what they take in the file
   [[nodiscard]] int32_t write_frame(const progress &told, qvimage &frame, const qvimagefileinfo *options);
   [[nodiscard]] int32_t reserve_frame();
 
@@ -87,6 +89,7 @@ class writer final : public avihandle {
   uint32_t expected_ = 0, rate_ = 0, scale_ = 0;
   uint64_t frame_bytes_ = 0;      // of a plain frame
   uint64_t frames_per_part_ = 0;  // of extended files
+  uint64_t classic_bytes_ = 0;
   uint32_t super_index_room_ = 0, parts_ = 0;
   place_of at_{};
   array<written_frame> frames_;

@@ -99,7 +99,7 @@ class parser {
                                          {"BSCALE", &header::bscale, nullptr}};
     const std::string_view key = c.keyword();
     for (const number &n : numbers)
-      if (key == n.keyword && c.has_value()) {
+      if (key == n.keyword && c.has_value() && !c.value().empty()) {
         if (!c.get_real(&(h_.*n.value))) return refuse("a number is none");
         if (n.present) h_.*n.present = true;
         return 0;

@@ -78,9 +78,10 @@ int32_t reader::lay_out(bool lenient) {
 
 // The text of a frame's card among those for observations.
 int32_t reader::observation(uint64_t frame, array<char> *text) {
-  if (head.observations == 0 || frame >= image.planes) return 0;
+  const uint64_t place = head.observations + frame * card_bytes;
+  if (head.observations == 0 || place >= head.end) return 0;
   checked_reader in(file, std::endian::big);
-  in.seek(head.observations + frame * card_bytes);
+  in.seek(place);
   char bytes[card_bytes], value[card_bytes + 1];
   in.get_bytes(bytes, card_bytes);
   if (const int32_t code = in.code(); code < 0) return code;

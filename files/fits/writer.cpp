@@ -70,7 +70,6 @@ int32_t writer::plan(const qvimage &image, const request &r) {
               r.options ? r.options->fts_layout : 0};
   qvimage rows = image;
   if (content_.is_planar()) rows.d.pixies = 1;
-  qviminitfacts(&rows.f, &rows.d);
   row_changes changes;
   changes.order = std::endian::big;
   changes.offset = content_.offset();
@@ -100,6 +99,8 @@ int32_t writer::add(const progress &told, qvimage &frame, const char *observed) 
     return because(QVERR_USAGE, {"the file is one image, not a sequence"});
   file.pos = complete_;
   int32_t code = 0;
+  if (frame.d.pixies != content_.data.pixies)
+    code = because(QVERR_USAGE, {"the frame is unlike the first one"});
   for (int32_t p = 0; code == 0 && p < (content_.is_planar() ? frame.d.pixies : 1); p++) {
     qvimage component;
     qvimage &shown =

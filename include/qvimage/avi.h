@@ -47,7 +47,8 @@ typedef struct avihandle avihandle;
  *   -10   a frame of 4 GiB, a classic file that would pass 4 GiB
  *   -11   other numbers of components or bits
  *   -13, -14   the file cannot be opened, or created
- *   -15   more parts than the index of indexes has room for: that of the frames announced, and at least 256
+ *   -15   more parts than the index of indexes has room for: that of the frames announced, at least 256, at
+ *         most 2^20
  *   -19   other pixies than 8-bit integers
  *   -64   another handle than an AVI writer's
  *   what an image answers to its set-up, or keeps of a row that stopped short; codes of the JPEG writer

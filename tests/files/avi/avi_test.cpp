@@ -49,6 +49,8 @@ TEST_F(Avi, ChunksAreWhereTheyBelong) {
   qvimagefileinfo options{};
   char software[] = "test";
   options.software = software;
+  options.avi_ratenum = 30000, options.avi_rateden = 1001;
+  options.bmp_xppm = 100, options.bmp_yppm = 200;
   for (uint32_t mode : {1u, 2u}) {
     ASSERT_EQ(qvimage3_aviwrite(nullptr, &f.image, nullptr, path_.c_str(), nullptr, 0, &options, 0, 0, mode),
               0)
@@ -61,10 +63,34 @@ TEST_F(Avi, ChunksAreWhereTheyBelong) {
       return found == chunks.end() ? std::pair<size_t, uint32_t>() : found->second;
     };
     EXPECT_EQ(at("LIST hdrl/avih").second, 56u);
-    EXPECT_EQ(number(file, at("LIST hdrl/avih").first), 40000u);
-    EXPECT_EQ(number(file, at("LIST hdrl/avih").first + 16), 3u);
+    const std::string main = "LIST hdrl/avih", stream = "LIST hdrl/LIST strl/strh",
+                      form = "LIST hdrl/LIST strl/strf";
+    constexpr uint32_t frame_bytes = 76800;
+    for (const auto &[name, offset, value] :
+         {std::tuple{main, 0, 33367u},
+          {main, 4, frame_bytes * 30000 / 1001},
+          {main, 12, 0x810u},
+          {main, 16, 3u},  // frames
+          {main, 24, 1u},
+          {main, 28, frame_bytes},
+          {main, 32, 320u},
+          {main, 36, 240u},
+          {stream, 20, 1001u},
+          {stream, 24, 30000u},
+          {stream, 32, 3u},
+          {stream, 36, frame_bytes},
+          {stream, 40, 1u},
+          {stream, mode == 1 ? 56 : 52, mode == 1 ? 320u : 240u << 16 | 320},
+          {form, 0, 40u},
+          {form, 8, 240u},
+          {form, 12, 8u << 16 | 1},
+          {form, 20, frame_bytes},
+          {form, 24, 100u},
+          {form, 28, 200u},
+          {form, 36, 0u},
+          {form, 40 + 4 * 7, 0x070707u}})
+      EXPECT_EQ(number(file, at(name).first + size_t(offset)), value) << name << ", byte " << offset;
     EXPECT_EQ(at("LIST hdrl/LIST strl/strh").second, mode == 1 ? 64u : 56u);
-    EXPECT_EQ(number(file, at("LIST hdrl/LIST strl/strh").first + 32), 3u);
     EXPECT_EQ(at("LIST hdrl/LIST strl/strf").second, 40u + 1024);
     EXPECT_EQ(chunks.count("RIFF AVI /LIST movi/00db"), 3u);
     EXPECT_EQ(at("LIST movi/00db").second, 76800u);
@@ -89,7 +115,7 @@ TEST_F(Avi, FramesComeBack) {
     bool rgb;
   };
   for (const row &r :
-       {row{1, 1, 1, false}, {4, 1, 17, false}, {8, 1, 1, false}, {8, 3, 3, false}, {8, 3, 67, true}})
+       {row{1, 1, 1, false}, {4, 1, 17, false}, {8, 1, 1, true}, {8, 3, 3, false}, {8, 3, 67, true}})
     for (uint32_t mode : {1u, 2u})
       for (uint32_t declared : {5u, 9u, 2u}) {
         SCOPED_TRACE(testing::Message()
@@ -113,11 +139,20 @@ TEST_F(Avi, FramesComeBack) {
               << qvimage_reason();
         }
         ASSERT_EQ(qvimage_aviwritedone(nullptr, &h_, nullptr), 0);
+        const bytes file = file_bytes(path_);
+        for (const auto &[name, chunk] : chunks_of(file))
+          if (const size_t place = name.ends_with("/avih")   ? 16
+                                   : name.ends_with("/strh") ? 32
+                                   : name.ends_with("/dmlh") ? 0
+                                                             : file.size();
+              place < file.size()) {
+            EXPECT_EQ(number(file, chunk.first + place), 5u) << name;
+          }
         qvimage3 image;
         ASSERT_EQ(open(&image, &shown_palette), 0) << qvimage_reason();
         EXPECT_EQ(image.imdim.se.z, 5);
         bytes expected = f.pixels;
-        if (r.rgb)
+        if (r.rgb && r.pixies == 3)
           for (size_t i = 0; i < expected.size(); i += 3) std::swap(expected[i], expected[i + 2]);
         EXPECT_EQ(pixels_of(image), expected);
         close(&image);
@@ -170,6 +205,7 @@ TEST_F(Avi, BrokenAndForeignFilesAreRefused) {
                        {"no AVI", 8, 'X', -10, -10},
                        {"sound", strh, 'a', -11, -11},
                        {"another handler", strh + 4, 'X', -11, 0},
+                       {"no handler", strh - 8, 'X', -11, 0},
                        {"header size", strf, 41, -10, -10},
                        {"16 bits", strf + 14, 16, -10, -10},
                        {"compressed", strf + 16, 1, -11, 0},
@@ -184,6 +220,20 @@ TEST_F(Avi, BrokenAndForeignFilesAreRefused) {
       EXPECT_EQ(open(&image, nullptr, lenient), lenient ? r.lenient : r.strict) << qvimage_reason();
       if (h_) close(&image);
     }
+}
+
+TEST_F(Avi, FailedStepsEndTheFile) {
+  film f(QVIM_UINT8, 8, 1, 1, 16, 8, 1), wide(QVIM_UINT8, 8, 1, 1, 17, 8, 1);
+  qvimage good = f.frame(0), other = wide.frame(0);
+  for (qvimage *bad : {&other, static_cast<qvimage *>(nullptr)}) {
+    ASSERT_EQ(qvimage_aviwriteinit(nullptr, &h_, path_.c_str(), nullptr, &good, 0, nullptr, nullptr, nullptr,
+                                   0, 0, 1, 1),
+              0);
+    EXPECT_EQ(qvimage_aviwriteadd(nullptr, &h_, nullptr, nullptr, &good, 0), 0);
+    EXPECT_EQ(qvimage_aviwriteadd(nullptr, &h_, nullptr, nullptr, bad, 0), QVERR_USAGE);
+    EXPECT_EQ(h_, nullptr);
+    EXPECT_TRUE(folder_.empty());
+  }
 }
 
 }  // namespace

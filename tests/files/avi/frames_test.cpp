@@ -37,6 +37,42 @@ class AviFrames : public testing::Test {
     return all;
   }
 
+  int32_t save(const qvim::avi::request &r, int32_t frames = count) {
+    using namespace qvim;
+    auto writer = make_owned<avi::writer>();
+    int32_t code = writer->plan(film_.frame(0), r);
+    if (code == 0) code = writer->open(r, output_file::way::itself);
+    for (int32_t z = 0; z < frames && code == 0; z++) {
+      qvimage one = film_.frame(z % count);
+      code = writer->add(progress(), one, nullptr, false);
+    }
+    return writer->end(code);
+  }
+  // Wherever a file ends, and whether its last lists had their lengths by then or not.
+  void expect_whole_frames_of_cut_files() {
+    const bytes file = file_bytes(path_);
+    const uint8_t head[] = {'0', '0', 'd', 'b', frame_pixels & 0xFF, frame_pixels >> 8, 0, 0};
+    std::vector<size_t> ends;
+    for (auto at = file.begin(); ends.size() < count; ends.push_back(size_t(at - file.begin())))
+      at = std::search(at, file.end(), std::begin(head), std::end(head)) + sizeof head + frame_pixels;
+    for (size_t length = ends[0], whole = 1; length < file.size(); length += 5) {
+      while (whole < count && ends[whole] <= length) whole++;
+      bytes part(file.begin(), file.begin() + long(length));
+      for (const bool unfinished : {false, true}) {
+        if (unfinished && length < ends[count - 1] && length > ends[count - 2] + 100)
+          for (const char *code : {"RIFF", "LIST"}) {
+            const auto last = std::find_end(part.begin(), part.end(), code, code + 4);
+            std::fill_n(last + 4, 4, uint8_t{0});
+          }
+        put_file(path_, part);
+        EXPECT_EQ(shown(), bytes(film_.pixels.begin(), film_.pixels.begin() + long(whole * frame_pixels)))
+            << length << " bytes of " << file.size();
+        if (HasFailure()) return;
+      }
+    }
+    put_file(path_, file);
+  }
+
   const temporary_folder folder_;
   const std::string path_ = folder_ / "a.avi";
   film film_{QVIM_UINT8, 0, 1, QVIM_HINT_GREY, width, height, count};
@@ -44,20 +80,11 @@ class AviFrames : public testing::Test {
 
 // Parts of two frames, as if they were of 1 GiB; then with 5 GiB of nothing before the second one.
 TEST_F(AviFrames, PartsFollowEachOtherWhereverTheyAre) {
-  using namespace qvim;
-  avi::request r{path_.c_str(), nullptr, 0, nullptr, nullptr, false, count, 2};
+  qvim::avi::request r{path_.c_str(), nullptr, 0, nullptr, nullptr, false, count, 2};
   r.part_bytes = 2 * frame_pixels;
-  {
-    auto writer = make_owned<avi::writer>();
-    ASSERT_EQ(writer->plan(film_.frame(0), r), 0);
-    ASSERT_EQ(writer->open(r, output_file::way::itself), 0);
-    for (int32_t z = 0; z < count; z++) {
-      qvimage one = film_.frame(z);
-      ASSERT_EQ(writer->add(progress(), one, nullptr, false), 0);
-    }
-    ASSERT_EQ(writer->end(0), 0);
-  }
+  ASSERT_EQ(save(r), 0);
   EXPECT_EQ(shown(), film_.pixels);
+  expect_whole_frames_of_cut_files();
 
   constexpr uint64_t hole = uint64_t{5} << 30;
   constexpr size_t head_bytes = 24, entry_bytes = 16, base = 12;
@@ -72,6 +99,40 @@ TEST_F(AviFrames, PartsFollowEachOtherWhereverTheyAre) {
   std::ofstream(path_, std::ios::binary | std::ios::app)
       .write(reinterpret_cast<const char *>(&file[second]), long(file.size() - second));
   EXPECT_EQ(shown(), film_.pixels);
+}
+
+// As many parts as the index of indexes has room for.
+TEST_F(AviFrames, FillTheIndexOfIndexes) {
+  qvim::avi::request r{path_.c_str(), nullptr, 0, nullptr, nullptr, false, 0, 2};
+  r.part_bytes = 1;
+  ASSERT_EQ(save(r, 256), 0);
+  EXPECT_EQ(shown().size(), 256 * frame_pixels);
+  EXPECT_EQ(save(r, 257), QVERR_SPACE);
+  r.frames = 300;
+  EXPECT_EQ(save(r, 257), 0);
+  r.frames = 0xFFFFFFFF;
+  EXPECT_EQ(save(r, 1), 0);
+}
+
+// The same of a classic file, whose index is the last that it has.
+TEST_F(AviFrames, ThatAreWholeAreReadOfAFileThatWasCutOff) {
+  ASSERT_EQ(qvimage3_aviwrite(nullptr, &film_.image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 1),
+            0);
+  expect_whole_frames_of_cut_files();
+}
+
+// As if 4 GiB were as many bytes as the file has, and one less; texts of odd lengths belong to it.
+TEST_F(AviFrames, FillAClassicFileToTheLastByteThatItCanTellOf) {
+  char text[] = "four", longer[] = "seven";
+  qvimagefileinfo options{};
+  options.software = text, options.copyright = longer;
+  qvim::avi::request r{path_.c_str(), nullptr, 0, nullptr, &options, false, count, 1};
+  ASSERT_EQ(save(r), 0);
+  r.classic_bytes = file_bytes(path_).size() - 8;
+  EXPECT_EQ(save(r), 0);
+  r.classic_bytes--;
+  EXPECT_EQ(save(r), QVERR_FORMAT);
+  EXPECT_TRUE(folder_.empty());
 }
 
 // The index of indexes points to one of them again and again.

@@ -190,6 +190,8 @@ TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
       {{b16, n2, x, y, card("BZERO", "40000")}, QVERR_UNSUPPORTED, 1, 6, 1, 16},
       {{b16, n2, x, y, card("DATAMIN", "-5")}, QVERR_UNSUPPORTED, 1, 6, 1, 16},
       {{b16, n2, x, y, card("DATAMAX", "0")}, 1, 1, 6, 1, 1},
+      {{b16, n2, x, y, card("DATAMAX", "/ undefined"), card("BZERO", "")}, 1, 1, 6, 1, 16},
+      {{b16, n2, x, y, card("DATAMAX", "none")}, QVERR_FORMAT, QVERR_FORMAT},
       {{b16, n2, x, y, card("DATAMAX", "2.56D2")}, 1, 1, 6, 1, 9},
       {{b8, n3, x, y, card("NAXIS3", "7")}, 7, 7, 6, 1, 8},
       {{b8, n3, card("NAXIS1", "3"), card("NAXIS2", "6"), card("NAXIS3", "5"), grey}, 1, 1, 6, 3, 8},
@@ -197,12 +199,15 @@ TEST_F(Fits, ForeignHeadersAreReadOrRefused) {
       {{b8, card("NAXIS", "5"), x, y, card("NAXIS3", "1"), card("NAXIS4", "1")},
        QVERR_UNSUPPORTED,
        QVERR_UNSUPPORTED},
+      {{b8, n4, x, y, card("NAXIS3", "2"), card("NAXIS4", "1")}, 2, 2, 6, 1, 8},
       {{b8, card("NAXIS", "1"), x}, QVERR_UNSUPPORTED, 1, 6, 1, 8},
       {{card("BITPIX", "-64"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT},
       {{card("BITPIX", "-16"), n2, x, y}, QVERR_FORMAT, QVERR_FORMAT},
       {{b8, n2, card("NAXIS1", "0"), y}, QVERR_FORMAT, QVERR_FORMAT},
       {{b8, n2, card("NAXIS1", "99999999999999999999"), y}, QVERR_FORMAT, QVERR_FORMAT},
       {{b8, n2, card("NAXIS1", "2147483647"), card("NAXIS2", "2147483647")}, QVERR_FORMAT, QVERR_FORMAT},
+      {{b8, n2, card("NAXIS1", "4294967302"), y}, QVERR_FORMAT, QVERR_FORMAT},
+      {{b8, n2, x, card("NAXIS2", "4294967301")}, QVERR_FORMAT, QVERR_FORMAT},
       {{b8, n3, x, y, card("NAXIS3", "99")}, QVERR_FORMAT, 96, 6, 1, 8},
       {{n2, b8, x, y}, QVERR_FORMAT, QVERR_FORMAT}};
   for (const row &r : table) {
@@ -243,6 +248,42 @@ TEST_F(Fits, WritersRefuseWhatTheyCannotServe) {
       qvimage_fitswriteinit(&h, &plane.wind, &v.image.wind, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
       QVERR_USAGE);
   EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), QVERR_USAGE);
+  // Frames unlike the one that was announced, whose components are stored one by one.
+  ASSERT_EQ(qvimage_fitswriteinit(&h, &plane.wind, nullptr, &plane, path_.c_str(), nullptr, 0, 1, nullptr),
+            0);
+  for (const auto &[type, bits, pixies] :
+       {std::tuple{QVIM_UINT16, 16, 1}, {QVIM_UINT16, 16, 4}, {QVIM_UINT16, 12, 3}, {QVIM_UINT8, 8, 3}}) {
+    film other(type, bits, pixies, 1, 40, 30, 1);
+    qvimage frame = other.frame(0);
+    EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &frame, nullptr), QVERR_USAGE) << bits << " x " << pixies;
+  }
+  EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), 0);
+  EXPECT_EQ(qvimage_fitswritedone(&h), 0);
+  ASSERT_EQ(qvimage_fitswriteinit(&h, &plane.wind, nullptr, &plane, path_.c_str(), nullptr, 0, -1, nullptr),
+            0);
+  EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), 0);
+  EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), QVERR_USAGE) << "one image alone";
+  EXPECT_EQ(qvimage_fitswritedone(&h), 0);
+}
+
+// More of them than the header has observations for.
+TEST_F(Fits, FramesWithoutAnObservationAreToldOf) {
+  constexpr int32_t frames = 6000;
+  const int32_t dims[3] = {1, 1, frames};
+  bytes pixels(frames, 7);
+  qvimage3 image;
+  qvimage first;
+  ASSERT_EQ(qvimage3_memory(&image, pixels.data(), dims, 0, QVIM_UINT8, 0, 1, QVIM_HINT_GREY, 0), 0);
+  ASSERT_EQ(qvimage_def2from3(&first, &image, 0, 2, 0, 0), 0);
+  fitshandle *h = nullptr;
+  ASSERT_EQ(qvimage_fitswriteinit(&h, &first.wind, nullptr, &first, path_.c_str(), nullptr, 0, 1, nullptr),
+            0);
+  for (int32_t z = 0; z < frames; z++) ASSERT_EQ(qvimage_fitswriteadd(&h, nullptr, &first, nullptr), 0);
+  ASSERT_EQ(qvimage_fitswritedone(&h), 0);
+  qvimagefileinfo info;
+  ASSERT_EQ(qvimage_fitsinfo(&info, path_.c_str(), nullptr, 0, frames - 1), 0) << qvimage_reason();
+  EXPECT_EQ(info.fts_date_obs, nullptr);
+  qvimage_fitsinfodone(&info);
 }
 
 }  // namespace
