@@ -141,6 +141,24 @@ TEST_F(Bmp, WhatIsWrittenComesBack) {
     ASSERT_EQ(qvimage_bmpwrite(nullptr, &image, nullptr, path_.c_str(), nullptr, 0, nullptr, 0, 0, 0), 0);
     EXPECT_EQ(file_bytes(path_)[58], bits == 1 ? 255 : 16);
   }
+  // Numbers that are pixels, and a palette whose components change places.
+  uint32_t number = 0x04030201;
+  for (int bits : {24, 32}) {
+    qvimage image;
+    qvimage_memory(&image, &number, one, 0, QVIM_UINT32, bits, 1, 1, 0);
+    ASSERT_EQ(qvimage_bmpwrite(nullptr, &image, nullptr, path_.c_str(), nullptr, 0, nullptr, 1, 0, 0), 0);
+    const bytes file = file_bytes(path_);
+    EXPECT_EQ(file[28], bits);
+    EXPECT_EQ(bytes(file.begin() + 54, file.end()), (bytes{1, 2, 3, uint8_t(bits == 32 ? 4 : 0)}));
+  }
+  uint8_t colours[] = {1, 2, 3, 4, 5, 6};
+  const int32_t two[2] = {2, 1};
+  qvimage image, palette;
+  qvimage_memory(&image, &pixel, one, 0, QVIM_UINT8, 1, 1, 17, 0);
+  qvimage_memory(&palette, colours, two, 0, QVIM_UINT8, 0, 3, 67, 0);
+  ASSERT_EQ(qvimage_bmpwrite(nullptr, &image, &palette, path_.c_str(), nullptr, 0, nullptr, 0, 1, 0), 0);
+  const bytes file = file_bytes(path_);
+  EXPECT_EQ(bytes(file.begin() + 54, file.begin() + 62), (bytes{3, 2, 1, 0, 6, 5, 4, 0}));
 }
 
 TEST_F(Bmp, BrokenAndForeignFilesAreRefused) {
@@ -176,27 +194,49 @@ TEST_F(Bmp, BrokenAndForeignFilesAreRefused) {
       EXPECT_NE(std::string(qvimage_reason()), "");
     }
     if (h) qvimage_bmpreaddone(&image, nullptr, &h);
+    // Described and opened whatever the compression is.
+    const bool compressed = std::string(r.what) == "RLE";
+    qvimagefileinfo info;
+    EXPECT_EQ(qvimage_bmpinfo(&info, path_.c_str(), nullptr, 0, 0), compressed ? 0 : r.code);
+    if (!compressed) continue;
+    EXPECT_EQ(info.bmp_compression, 1u);
+    EXPECT_EQ(qvimage_bmpread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0, 1, 0), 0);
+    EXPECT_EQ(qvimage_bmpreaddone(&image, nullptr, &h), 0);
   }
 }
 
 TEST_F(Bmp, TheFirstImageOfAnIconIsRead) {
-  const bytes inner = bitmap(8, 16, 4);  // 8 rows of colours, 8 of the mask, which has fewer bytes
-  for (int colours : {16, 0}) {
+  struct row {
+    uint8_t told, colours;  // of the directory
+    int height;             // of the image; of two pictures, the second one is the mask
+    uint32_t more;          // bytes than there are
+    int32_t rows;           // or a code
+  };
+  for (const row &r : {row{8, 16, 16, 0, 8},
+                       {8, 16, -16, 0, 8},
+                       {8, 2, 8, 0, 8},
+                       {0, 16, 512, 0, 256},
+                       {8, 8, 16, 1, QVERR_FORMAT},
+                       {8, 0, 16, 0, QVERR_FORMAT},
+                       {8, 4, 16, 0, QVERR_FORMAT}}) {
+    SCOPED_TRACE(testing::Message() << int(r.told) << ' ' << int(r.colours) << ' ' << r.height);
+    const bytes inner = bitmap(8, r.height, 4);
     bytes file;
     put(file, 2, {0, 1, 2});
-    put(file, 1, {8, 8, uint64_t(colours), 0});
+    put(file, 1, {8, r.told, r.colours, 0});
     put(file, 2, {1, 4});
-    put(file, 4, {inner.size() - 14, 38, 0, 0, 0, 0});
+    put(file, 4, {inner.size() - 14 + r.more, 38, 0, 0, 0, 0});
     file.insert(file.end(), inner.begin() + 14, inner.end());
     put_file(path_, file);
     qvimage image, palette;
     bmphandle *h = nullptr;
-    ASSERT_EQ(qvimage_bmpread(&image, &palette, &h, path_.c_str(), nullptr, 0, 0, 0, 1), colours ? 0 : -10)
+    ASSERT_EQ(qvimage_bmpread(&image, &palette, &h, path_.c_str(), nullptr, 0, 0, 0, 1), std::min(r.rows, 0))
         << qvimage_reason();
-    if (!colours) continue;
-    EXPECT_EQ(image.imdim.se.y, 8);
-    // Its rows lie behind the palette: the lowest first, as they do in a bitmap half as high.
-    EXPECT_EQ(pixels_of(image)[56], stored_pixel(inner, 8, 16, 4, 0, 15)[0]);
+    if (r.rows < 0) continue;
+    ASSERT_EQ(image.imdim.se.y, r.rows);
+    // Its rows lie behind the palette: mostly the lowest first, as they do in a bitmap half as high.
+    const int last = r.height > 0 ? r.height - 1 : r.rows - 1;
+    EXPECT_EQ(pixels_of(image)[size_t(8 * (r.rows - 1))], stored_pixel(inner, 8, r.height, 4, 0, last)[0]);
     qvimagefileinfo info;
     ASSERT_EQ(qvimage_bmpreadinfo(h, &info, 1), 0);
     EXPECT_STREQ(info.type, "ico");
