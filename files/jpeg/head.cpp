@@ -58,7 +58,7 @@ class parser {
 
   int32_t parse() {
     if (in_.get<uint8_t>() != 0xFF || in_.get<uint8_t>() != soi)
-      return because(QVERR_FORMAT, {"no JPEG file"});
+      return refuse(QVERR_FORMAT, {"no JPEG file"});
     for (;;) {
       const uint64_t at = find_ones(stream_, in_.position());
       in_.seek(std::min(at + 1, stream_.filelen));
@@ -72,8 +72,14 @@ class parser {
   }
 
  private:
+  // What could not be read is no broken file.
+  int32_t refuse(int32_t code, words cause) const {
+    const int32_t failure = bufio_err(&stream_);
+    return failure == QVERR_IO || failure == QVERR_MEMORY ? failure : because(code, cause);
+  }
+
   int32_t end_of_file() {
-    if (h_.data_begin == 0) return because(QVERR_FORMAT, {"the file ends before its pixels"});
+    if (h_.data_begin == 0) return refuse(QVERR_FORMAT, {"the file ends before its pixels"});
     return check();
   }
 
@@ -98,9 +104,9 @@ class parser {
       default:
         if (m >= rst0 && m <= rst7) return 0;
         if (m > app0 && m <= app15) return static_cast<void>(data()), 0;
-        if (m < sof0 || m > sof15) return because(QVERR_FORMAT, {"marker ", m, " means nothing"});
+        if (m < sof0 || m > sof15) return refuse(QVERR_FORMAT, {"marker ", m, " means nothing"});
     }
-    return because(QVERR_UNSUPPORTED, {name_of_process(m), " JPEG"});
+    return refuse(QVERR_UNSUPPORTED, {name_of_process(m), " JPEG"});
   }
 
   // The bytes of a segment.
@@ -111,13 +117,13 @@ class parser {
   }
 
   int32_t frame(checked_reader in) {
-    if (h_.components) return because(QVERR_FORMAT, {"a second frame"});
+    if (h_.components) return refuse(QVERR_FORMAT, {"a second frame"});
     h_.precision = in.get<uint8_t>();
     h_.height = in.get<uint16_t>();
     h_.width = in.get<uint16_t>();
     h_.components = in.get<uint8_t>();
-    if (h_.components > std::size(h_.part)) return because(QVERR_FORMAT, {h_.components, " components"});
-    if (h_.components == 0) return because(QVERR_UNSUPPORTED, {"no components"});
+    if (h_.components > std::size(h_.part)) return refuse(QVERR_FORMAT, {h_.components, " components"});
+    if (h_.components == 0) return refuse(QVERR_UNSUPPORTED, {"no components"});
     for (uint32_t i = 0; i < h_.components; i++) {
       component &c = h_.part[i];
       c.id = in.get<uint8_t>();
@@ -132,10 +138,10 @@ class parser {
       const uint8_t which = in.get<uint8_t>();
       const uint32_t slot = which & 15;
       if (which >> 4 > 1 || slot >= table_slots)
-        return because(QVERR_FORMAT, {"Huffman table of slot ", slot});
+        return refuse(QVERR_FORMAT, {"Huffman table of slot ", slot});
       huffman_description &s = (which >> 4 ? h_.ac : h_.dc)[slot];
       in.get_bytes(s.counts, sizeof s.counts);
-      if (s.size() > symbol_count) return because(QVERR_FORMAT, {"Huffman table with ", s.size(), " codes"});
+      if (s.size() > symbol_count) return refuse(QVERR_FORMAT, {"Huffman table with ", s.size(), " codes"});
       std::memset(s.values, 0, sizeof s.values);
       in.get_bytes(s.values, s.size());
     }
@@ -147,7 +153,7 @@ class parser {
       const uint8_t which = in.get<uint8_t>();
       const uint32_t slot = which & 15;
       if (which >> 4 > 1 || slot >= quantisation_slots)
-        return because(QVERR_FORMAT, {"quantisation table of slot ", slot});
+        return refuse(QVERR_FORMAT, {"quantisation table of slot ", slot});
       for (const uint8_t at : zigzag)
         h_.quantisation[slot][at] = which >> 4 ? in.get<uint16_t>() : in.get<uint8_t>();
       h_.has_quantisation[slot] = true;
@@ -157,21 +163,21 @@ class parser {
 
   int32_t restart(checked_reader in) {
     const uint16_t interval = in.get<uint16_t>();
-    return interval ? because(QVERR_UNSUPPORTED, {"restart intervals of ", interval, " MCUs"}) : in.code();
+    return interval ? refuse(QVERR_UNSUPPORTED, {"restart intervals of ", interval, " MCUs"}) : in.code();
   }
 
   int32_t scan(checked_reader in) {
     const uint32_t components = in.get<uint8_t>();
     if (components == 0 || components > std::size(h_.part))
-      return because(QVERR_FORMAT, {"a scan of ", components, " components"});
-    if (h_.components == 0) return because(QVERR_FORMAT, {"pixels before the frame"});
-    if (components != h_.components) return because(QVERR_UNSUPPORTED, {"components in scans of their own"});
-    if (h_.data_begin) return because(QVERR_FORMAT, {"a second scan"});
+      return refuse(QVERR_FORMAT, {"a scan of ", components, " components"});
+    if (h_.components == 0) return refuse(QVERR_FORMAT, {"pixels before the frame"});
+    if (components != h_.components) return refuse(QVERR_UNSUPPORTED, {"components in scans of their own"});
+    if (h_.data_begin) return refuse(QVERR_FORMAT, {"a second scan"});
     for (uint32_t i = 0; i < components; i++) {
       component &c = h_.part[i];
       const uint8_t id = in.get<uint8_t>(), tables = in.get<uint8_t>();
       if (id != c.id)
-        return because(QVERR_FORMAT, {"a scan of component ", id, ", which is not the next one"});
+        return refuse(QVERR_FORMAT, {"a scan of component ", id, ", which is not the next one"});
       c.dc = tables >> 4;
       c.ac = tables & 15;
     }
@@ -246,14 +252,14 @@ class parser {
 
   int32_t check() const {
     if (h_.width == 0 || h_.height == 0)
-      return because(QVERR_UNSUPPORTED, {h_.width, " x ", h_.height, " pixels"});
-    if (h_.data_begin == 0) return because(QVERR_FORMAT, {"no pixels"});
-    if (h_.precision != 8) return because(QVERR_UNSUPPORTED, {"samples of ", h_.precision, " bits"});
+      return refuse(QVERR_UNSUPPORTED, {h_.width, " x ", h_.height, " pixels"});
+    if (h_.data_begin == 0) return refuse(QVERR_FORMAT, {"no pixels"});
+    if (h_.precision != 8) return refuse(QVERR_UNSUPPORTED, {"samples of ", h_.precision, " bits"});
     if (const int32_t code = check_sampling(); code < 0) return code;
     if (h_.components != 1 && h_.components != 3)
-      return because(QVERR_UNSUPPORTED, {h_.components, " components"});
+      return refuse(QVERR_UNSUPPORTED, {h_.components, " components"});
     if (is_rgb_ && h_.components == 3)
-      return because(QVERR_UNSUPPORTED, {"components are red, green, blue instead of YCbCr"});
+      return refuse(QVERR_UNSUPPORTED, {"components are red, green, blue instead of YCbCr"});
     return check_tables();
   }
 
@@ -267,18 +273,18 @@ class parser {
     if (all_as_first && first == no_subsampling) return 0;
     // Nothing is subsampled then: blocks only stand in another order.
     if (all_as_first)
-      return because(QVERR_UNSUPPORTED,
-                     {"sampling factors ", first >> 4, " x ", first & 15, " of every component"});
-    return because(QVERR_UNSUPPORTED, {rest_plain ? name_of_subsampling(first) : "subsampled"});
+      return refuse(QVERR_UNSUPPORTED,
+                    {"sampling factors ", first >> 4, " x ", first & 15, " of every component"});
+    return refuse(QVERR_UNSUPPORTED, {rest_plain ? name_of_subsampling(first) : "subsampled"});
   }
 
   int32_t check_tables() const {
     for (uint32_t i = 0; i < h_.components; i++) {
       const component &c = h_.part[i];
       if (c.quantisation >= quantisation_slots || !h_.has_quantisation[c.quantisation])
-        return because(QVERR_FORMAT, {"no quantisation table ", c.quantisation});
+        return refuse(QVERR_FORMAT, {"no quantisation table ", c.quantisation});
       if (c.dc >= table_slots || c.ac >= table_slots || h_.dc[c.dc].size() == 0 || h_.ac[c.ac].size() == 0)
-        return because(QVERR_FORMAT, {"no Huffman tables ", c.dc, ", ", c.ac});
+        return refuse(QVERR_FORMAT, {"no Huffman tables ", c.dc, ", ", c.ac});
     }
     return 0;
   }
@@ -300,7 +306,7 @@ int32_t head::read(bufio &stream) {
   ac[0] = luminance_ac;
   ac[1] = chrominance_ac;
   const int32_t code = parser(stream, *this).parse();
-  const int32_t failure = bufio_err(&stream);  // what could not be read was no broken file
+  const int32_t failure = bufio_err(&stream);
   return failure == QVERR_IO || failure == QVERR_MEMORY ? failure : code;
 }
 

@@ -134,6 +134,11 @@ template <uint32_t Mode>
 int32_t write_avi(qvimage3 *frames, qvimage *, const char *path, saving &how) {
   return qvimage3_aviwrite(nullptr, frames, nullptr, path, how.mode, how.buffer, &how.options, 0, 0, Mode);
 }
+inline int32_t write_motion_jpeg(qvimage3 *frames, qvimage *first, const char *path, saving &how) {
+  std::memcpy(how.options.avi_handler, "MJPG", 4);
+  how.options.jpg_quality = 1000;
+  return write_avi<1>(frames, first, path, how);
+}
 inline int32_t write_raw(qvimage3 *, qvimage *first, const char *path, saving &how) {
   return qvimage_filewrite(nullptr, first, path, how.mode, how.buffer);
 }
