@@ -1,7 +1,9 @@
 // qvimage check: what is wrong with files.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <set>
+#include <string_view>
 #include <vector>
 
 #include <qvimage/error.h>
@@ -33,6 +35,44 @@ class faults {
   std::set<std::string> told_;
 };
 
+// Rows that follow each other and lack the same, but for their numbers, are one fault.
+class row_faults {
+ public:
+  row_faults(const place &where, faults &faults) : where_(where), faults_(faults) {}
+  ~row_faults() { tell(); }
+
+  void add(int32_t row, int32_t code, const std::string &why) {
+    const std::string rest = without_row(why);
+    if (row != last_ + 1 || code != code_ || rest != rest_) {
+      tell();
+      first_ = row;
+      code_ = code;
+      why_ = why;
+      rest_ = rest;
+    }
+    last_ = row;
+  }
+
+ private:
+  static std::string without_row(std::string why) {
+    static constexpr std::string_view word = ", row ";
+    const size_t at = why.find(word);
+    if (at != why.npos)
+      why.erase(at, std::min(why.find_first_not_of("0123456789", at + word.size()), why.size()) - at);
+    return why;
+  }
+  void tell() {
+    if (last_ == 0) return;
+    const bool more = last_ > first_ && why_ != rest_;
+    faults_.tell(where_.file, code_, more ? why_ + formatted(" (and so the rows to %d)", last_) : why_);
+  }
+
+  const place &where_;
+  faults &faults_;
+  int32_t first_ = 0, last_ = 0, code_ = 0;  // rows from 1
+  std::string why_, rest_;
+};
+
 // Rows behind a fault are read, too, where the format can.
 void read_rows(qvimage &image, const place &where, faults &faults) {
   const auto type = static_cast<uint32_t>(image.d.pixietype) | QVIM_LSB;
@@ -40,6 +80,7 @@ void read_rows(qvimage &image, const place &where, faults &faults) {
   check(image.ioset(&image, 0, type, all), where.file, where.page);
   const auto width = static_cast<uint32_t>(image.imdim.se.x);
   std::vector<std::byte> row(size_t{width} * static_cast<size_t>(image.f.pixelsize));
+  row_faults broken(where, faults);
   for (int32_t y = 0; y < image.imdim.se.y; y++) {
     errno = 0;
     const bool whole = image.ioread(&image, 0, row.data(), width, 0, y) == width;
@@ -47,10 +88,10 @@ void read_rows(qvimage &image, const place &where, faults &faults) {
     if (whole && kept >= 0) continue;
     const int32_t code = kept < 0 ? kept : QVERR_IO;
     const std::string why = reason(code, "");
-    faults.tell(where.file, code,
-                why.find("page ") != why.npos ? why
-                : why.empty()                 ? where.page + formatted(", row %d: it cannot be read", y + 1)
-                                              : where.page + ": " + why);
+    broken.add(y + 1, code,
+               why.find("page ") != why.npos ? why
+               : why.empty()                 ? where.page + formatted(", row %d: it cannot be read", y + 1)
+                                             : where.page + ": " + why);
   }
 }
 

@@ -92,7 +92,9 @@ void check_held(const file_format &format, const std::string &shown, const qvima
     why = formatted(" hold %s, not %s ones (%s makes them)", holds.types, describe_type(data).c_str(),
                     holds.way);
   else if (holds.grey_or_rgb && data.pixies > 1 && !is_rgb(data.pixelhint))
-    why = " hold grey or RGB pixels (--colour makes them)";
+    why = formatted(" hold grey or RGB pixels (%s)", data.pixelhint == QVIM_HINT_UNKNOWN
+                                                         ? "--component takes one of these"
+                                                         : "--colour makes them");
   if (!why.empty()) throw failure(shown, QVERR_UNSUPPORTED, holds.files + why);
 }
 

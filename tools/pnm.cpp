@@ -81,7 +81,11 @@ const file_format pnm_format = {
     .facts = facts,
     .texts = all_texts,
     .has_resolution = true,
-    .holds = {.files = "anymaps", .type = is_short, .types = "integers of 1 to 16 bits", .way = "--bits 16"},
+    .holds = {.files = "anymaps",
+              .type = is_short,
+              .types = "integers of 1 to 16 bits",
+              .way = "--bits 16",
+              .grey_or_rgb = true},
     .create = create,
     .audit = audit_pnm,
 };

@@ -70,6 +70,7 @@ class Check(ToolTest):
             (put_strip(273, 1, 8), r"byte 8: strip \d of page 1 lies inside of strip \d of page 1"),
             (put_strip(273, 1, 2), r"byte 2: strip 2 of page 1 lies inside of the header"),
             (put_strip(273, 2, 5000), r"byte 5000: page 1: strip 3 of 1200 bytes lies beyond the file's end"),
+            (put_strip(273, 2, 5000), r"page 1, strip 3 at byte 5000, row 21: .* beyond the file's \d+ bytes \(and so the rows to 30\)"),
             (put_strip(279, 0, 1199), r"byte 8: page 1: strip 1 has 1199 bytes, its rows 1200"),
             (link, r"byte \d+: the link behind the last page leads back to the directory at byte \d+"),
             (lambda data: struct.pack_into("<I", data, 4, 1 << 20), r"byte 4: the link to page 1 leads to byte 1048576, .*"),
