@@ -80,23 +80,21 @@ class NullImage : public testing::Test {};
 using Records = testing::Types<qvimage, qvimage3>;
 TYPED_TEST_SUITE(NullImage, Records);
 
+// As it is made, and as a constructor that fails leaves it.
 TYPED_TEST(NullImage, TakesEveryCallAndDoesNothing) {
-  TypeParam im;
-  std::memset(static_cast<void *>(&im), 0xEE, sizeof im);
-  defnull(&im);
-  EXPECT_STREQ(im.devname, is_2d<TypeParam> ? "NULL2" : "NULL3");
-  EXPECT_EQ(im.imdim.se.x | im.wind.se.y | im.d.pixietype | im.f.pixelsize | int(im.source[0]), 0);
-  expect_nothing_moves(&im);
-  expect_null_answers(&im);
+  for (const bool failed : {false, true}) {
+    TypeParam im;
+    std::memset(static_cast<void *>(&im), 0xEE, sizeof im);
+    if (failed)
+      ASSERT_EQ(memory(&im, -1), -1);
+    else
+      defnull(&im);
+    EXPECT_STREQ(im.devname, is_2d<TypeParam> ? "NULL2" : "NULL3");
+    EXPECT_EQ(im.imdim.se.x | im.wind.se.y | im.d.pixietype | im.f.pixelsize | int(im.source[0]), 0);
+    expect_nothing_moves(&im);
+    expect_null_answers(&im);
+  }
   defnull(static_cast<TypeParam *>(nullptr));
-}
-
-TYPED_TEST(NullImage, IsWhatAFailedConstructorLeaves) {
-  TypeParam im;
-  std::memset(static_cast<void *>(&im), 0xEE, sizeof im);
-  ASSERT_EQ(memory(&im, -1), -1);
-  expect_nothing_moves(&im);
-  expect_null_answers(&im);
 }
 
 TYPED_TEST(NullImage, SafeSlotsLeaveTheDescriptionAlone) {

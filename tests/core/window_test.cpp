@@ -365,31 +365,6 @@ TEST(Xwind, SetsAWindowThatLiesInTheImage) {
   EXPECT_EQ(std::memcmp(&image.wind, &image.imdim, sizeof wanted), 0);
 }
 
-TEST(Xwind, WindowOutsideTheImageLeavesARecordThatMovesNothing) {
-  qvimage3 image;
-  qvimage3_defnull(&image);
-  image.imdim.se = {10, 20, 30};
-  image.wind = image.imdim;
-  const auto kept_aeiou = image.aeiou;
-  const auto kept_xwind = image.xwind;
-  image.ioread = [](qvimage3 *, uint32_t, void *, uint32_t, int32_t, int32_t, int32_t) -> uint32_t {
-    return 99;
-  };
-  image.imapset = [](qvimage3 *, uint32_t, uint32_t, uint32_t) -> int32_t { return 99; };
-  qvyzwindow outside = window3({0, 0, 29}, {10, 20, 31}), *w = &outside;
-  EXPECT_EQ(qvim3xwind(&image, &w, 's'), 0);
-  EXPECT_EQ(w, nullptr);
-  const qvyzwindow none{};
-  EXPECT_EQ(std::memcmp(&image.wind, &none, sizeof none), 0);
-  EXPECT_EQ(image.imdim.se.z, 30);
-  EXPECT_EQ(image.ioread(&image, 0, nullptr, 5, 0, 0, 0), 0u);
-  EXPECT_EQ(image.imapset(&image, 0, 1, 1), -11);
-  const auto aeiou = image.aeiou;
-  const auto xwind = image.xwind;
-  EXPECT_EQ(aeiou, kept_aeiou);
-  EXPECT_EQ(xwind, kept_xwind);
-}
-
 TEST(Xwind, AnswersWindowAndExtentWithAndWithoutADestination) {
   const int32_t size[] = {10, 20};
   qvimage image;
