@@ -126,20 +126,6 @@ TEST(BlockTransfer, KeepsTheSetUpsOfFurtherSourcesAndEndsOnCircularChains) {
   EXPECT_EQ(bytes_of(other.volume), volume);
 }
 
-TEST(BlockTransfer, SavesTheChainBehindRelativeReferences) {
-  qvimage records[2];
-  uint8_t pixels[4] = {1, 2, 3, 4};
-  const int32_t dims[] = {2, 2};
-  ASSERT_EQ(qvimage_memory(&records[1], pixels, dims, 0, QVIM_UINT8, 0, 1, 0, 0), 0);
-  records[0] = runs_only<qvimage>::over(&records[1]);
-  records[0].source[0] = -64;
-  ASSERT_EQ(records[0].ioset(&records[0], QVIM_YSCAN | QVIM_WRAP, QVIM_UINT8, 1), 1);
-  const auto before = bytes_of(records);
-  qvimbxtstate state{};
-  ASSERT_EQ(qvimbxts(&state, &records[0], 0, QVIM_UINT8, 1), 1);
-  EXPECT_EQ(bytes_of(records), before);
-}
-
 TEST(BlockTransfer, AsksTheKindToKeepItsState) {
   static std::vector<uint32_t> asked;
   asked.clear();

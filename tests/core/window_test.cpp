@@ -1,14 +1,14 @@
-// Windows: what counts as one, how long runs are, where a position goes next. The reference for lengths and
-// advances is a list of all positions of a window in scan order, made by plain loops.
+// Windows: what counts as one, how long runs are, where a position goes next.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 #include <qvimage/null.h>
 #include <qvimage/window.h>
+
+#include "tests/views/values.hpp"
 
 namespace {
 
@@ -145,34 +145,7 @@ TEST(WindowChecks, ThreeDWindowLosesItsDepth) {
   EXPECT_TRUE(to.nw.x == 1 && to.nw.y == 2 && to.se.x == 4 && to.se.y == 5);
 }
 
-// --- the model: positions in scan order ---
-
-struct model {
-  position size;             // D = 1 in 2-D
-  std::array<int, 3> order;  // axes, the fastest first
-
-  model(position extents, int axes, int scan) : size(extents), order{scan, -1, 2} {
-    int next = 1;
-    for (int axis = 0; axis < axes; axis++)
-      if (axis != scan) order[next++] = axis;
-  }
-  std::vector<position> positions() const {
-    std::vector<position> all;
-    position p{};
-    for (p[order[2]] = 0; p[order[2]] < size[order[2]]; p[order[2]]++)
-      for (p[order[1]] = 0; p[order[1]] < size[order[1]]; p[order[1]]++)
-        for (p[order[0]] = 0; p[order[0]] < size[order[0]]; p[order[0]]++) all.push_back(p);
-    return all;
-  }
-  // How many positions follow from the index on, in the same line or in all.
-  uint64_t length(const std::vector<position> &all, size_t index, bool wrap) const {
-    size_t end = index;
-    while (end < all.size() && (wrap || (all[end][order[1]] == all[index][order[1]] &&
-                                         all[end][order[2]] == all[index][order[2]])))
-      end++;
-    return end - index;
-  }
-};
+// --- runs: the positions of a window one by one are the model's ---
 
 constexpr uint32_t scans[] = {QVIM_XSCAN, QVIM_YSCAN, QVIM_ZSCAN};
 constexpr position sizes[] = {{5, 3, 4}, {1, 7, 2}, {6, 1, 1}, {2, 2, 2}};
@@ -245,12 +218,11 @@ TYPED_TEST(Runs, LengthsCountThePositionsThatFollow) {
     if (TypeParam::axes == 2) size[2] = 1;
     const TypeParam window(size);
     for (int scan = 0; scan < TypeParam::axes; scan++) {
-      const model m(size, TypeParam::axes, scan);
-      const auto all = m.positions();
+      const auto all = model::run_of(size, TypeParam::axes, scans[scan] | QVIM_WRAP, {}, UINT64_MAX);
       for (size_t i = 0; i < all.size(); i++)
         for (uint32_t wrap : {0u, uint32_t(QVIM_WRAP)}) {
           const uint32_t mode = scans[scan] | wrap;
-          const uint64_t expected = m.length(all, i, wrap);
+          const uint64_t expected = model::run_of(size, TypeParam::axes, mode, all[i], UINT64_MAX).size();
           SCOPED_TRACE(testing::Message() << "scan " << scan << " mode " << mode << " position " << i);
           EXPECT_EQ(window.length(TypeParam::func(mode), all[i]), expected);
           EXPECT_EQ(window.length(TypeParam::func(mode | QVIM_TRUST), all[i]), expected);
@@ -306,9 +278,8 @@ TYPED_TEST(Runs, AdvanceGoesToThePositionThatManyPlacesOn) {
     if (TypeParam::axes == 2) size[2] = 1;
     const TypeParam window(size);
     for (int scan = 0; scan < TypeParam::axes; scan++) {
-      const model m(size, TypeParam::axes, scan);
-      auto all = m.positions();
-      const int last = m.order[TypeParam::axes - 1];
+      auto all = model::run_of(size, TypeParam::axes, scans[scan] | QVIM_WRAP, {}, UINT64_MAX);
+      const int last = TypeParam::axes - (scan == TypeParam::axes - 1 ? 2 : 1);
       position end{};  // behind the last pixel a new line of the last axis begins
       end[last] = size[last];
       all.push_back(end);
@@ -344,48 +315,31 @@ TEST(RunLengths, AreExactInTheLargestWindow) {
   EXPECT_TRUE(qvimacclenyscan1(&w, 3, most) == 0 && qvimacclenyscan1(&w, most, 3) == 1);
 }
 
-// --- the common xwind ---
-
-TEST(Xwind, SetsAWindowThatLiesInTheImage) {
+TEST(Xwind, SetsAWindowThatLiesInTheImageAndAnswersTheOthers) {
   const int32_t size[] = {10, 20};
   qvimage image;
   qvimage_defnop(&image, size, nullptr, nullptr);
-  qvywindow wanted = window2(1, 2, 3, 4), *w = &wanted;
-  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
-  EXPECT_EQ(static_cast<void *>(w), &image);
-  EXPECT_EQ(std::memcmp(&image.wind, &wanted, sizeof wanted), 0);
-
-  // A record stands for its window, the image itself included: nothing changes.
-  w = &image.wind;
-  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
-  EXPECT_EQ(std::memcmp(&image.wind, &wanted, sizeof wanted), 0);
-
-  w = nullptr;  // none: the whole image
-  EXPECT_EQ(qvimxwind(&image, &w, 's'), 1);
-  EXPECT_EQ(std::memcmp(&image.wind, &image.imdim, sizeof wanted), 0);
-}
-
-TEST(Xwind, AnswersWindowAndExtentWithAndWithoutADestination) {
-  const int32_t size[] = {10, 20};
-  qvimage image;
-  qvimage_defnop(&image, size, nullptr, nullptr);
-  image.wind = window2(1, 2, 3, 4);
+  qvywindow wanted = window2(1, 2, 3, 4), whole = image.imdim;
   const struct {
-    int32_t letter;
-    qvywindow *field;
-  } cases[] = {{'w', &image.wind}, {'i', &image.imdim}};
+    qvywindow *given;
+    int32_t letter, answer;
+    void *place;                // what the pointer becomes
+    const qvywindow &now, &to;  // the image's window, and what is found where the pointer led
+  } cases[] = {{&wanted, 's', 1, &image, wanted, wanted},
+               {&image.wind, 's', 1, &image, wanted, image.wind},  // a record stands for its window
+               {&whole, 'w', 0, &image.wind, wanted, wanted},
+               {nullptr, 'w', 0, &image.wind, wanted, wanted},
+               {&whole, 'i', 0, &image.imdim, wanted, image.imdim},
+               {nullptr, 'i', 0, &image.imdim, wanted, image.imdim},
+               {&whole, 'q', 0, nullptr, wanted, image.imdim},
+               {nullptr, 's', 1, &image, image.imdim, image.imdim}};  // none: the whole image
   for (const auto &c : cases) {
-    qvywindow copy{}, *w = &copy;
-    EXPECT_EQ(qvimxwind(&image, &w, c.letter), 0);
-    EXPECT_EQ(w, c.field);
-    EXPECT_EQ(std::memcmp(&copy, c.field, sizeof copy), 0);
-    w = nullptr;
-    EXPECT_EQ(qvimxwind(&image, &w, c.letter), 0);
-    EXPECT_EQ(w, c.field);
+    qvywindow *w = c.given;
+    EXPECT_EQ(qvimxwind(&image, &w, c.letter), c.answer) << &c - cases;
+    EXPECT_EQ(static_cast<void *>(w), c.place) << &c - cases;
+    EXPECT_EQ(std::memcmp(&image.wind, &c.now, sizeof wanted), 0) << &c - cases;
+    EXPECT_TRUE(!c.given || std::memcmp(c.given, &c.to, sizeof wanted) == 0) << &c - cases;
   }
-  qvywindow any{}, *w = &any;
-  EXPECT_EQ(qvimxwind(&image, &w, 'q'), 0);
-  EXPECT_EQ(w, nullptr);
 }
 
 }  // namespace
