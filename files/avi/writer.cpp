@@ -22,7 +22,7 @@ namespace {
 
 constexpr uint64_t longest_chunk = 0xFFFFFFFF;
 constexpr uint32_t movie_alignment = 8192, fewest_super_entries = 256, most_super_entries = 1 << 20;
-constexpr uint32_t super_entry_bytes = 16, chunk_entry_bytes = 8, old_entry_bytes = 16, index_head_bytes = 24;
+constexpr uint32_t super_entry_bytes = 16, old_entry_bytes = 16, index_head_bytes = 24;
 constexpr uint32_t usual_rate = 25, usual_scale = 1;
 constexpr uint32_t has_index = 0x10, trusts_chunk_type = 0x800;  // flags of the main header
 

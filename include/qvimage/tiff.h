@@ -143,8 +143,8 @@ int32_t qvimage_tifffileopened(tiffhandle **h);
  * 3-D image ("TIFF3") with a plane a page; pixels are decoded as they are asked for. Memory does not depend
  * on the size of a page or the number of its strips: a file holds one block, and a row where samples are
  * compressed or packed (short compressed rows: up to 16 KiB of them); of a stack for each of the 8 pages read
- * last. Setting up runs along y or z takes up to 64 MiB once, for pixels beside the run: so columns read one
- * after the other decode each strip once, or once for every 64 MiB of a larger page. Without that memory they
+ * last. Setting up runs along y or z takes up to 48 MiB once, for pixels beside the run: so columns read one
+ * after the other decode each strip once, or once for every 48 MiB of a larger page. Without that memory they
  * are read one by one.
  *
  * Served are both byte orders; uncompressed, LZW, PackBits and predictive arithmetic coding (compressions 1,

@@ -3,6 +3,7 @@
 
 #include "core/owned.hpp"
 #include "files/avi/writer.hpp"
+#include "tests/fault.hpp"
 #include "tests/files.hpp"
 #include "tests/files/pictures.hpp"
 
@@ -171,6 +172,18 @@ TEST_F(AviFrames, OfMotionJpegAreToldToTheCallback) {
   EXPECT_EQ(qvimage_aviwriteadd(nullptr, &h, nullptr, nullptr, &picture, 0), 0);
   ASSERT_EQ(qvimage_aviwritedone(nullptr, &h, nullptr), 0);
   EXPECT_EQ(shown().size(), frame_pixels);
+
+  // Frames far taller than they are, read downwards: little memory for a small file.
+  bytes file = file_bytes(path_);
+  file[chunk(file, "strf") + 11] = 1;
+  put_file(path_, file);
+  peak_bytes();
+  qvimage3 image;
+  ASSERT_EQ(qvimage3_aviread(&image, nullptr, &h, path_.c_str(), nullptr, 0, 0), 0);
+  EXPECT_EQ(image.imdim.se.y, height + (1 << 24));
+  EXPECT_EQ(image.ioset(&image, QVIM_YSCAN, QVIM_UINT8, 1), 1);
+  EXPECT_LT(peak_bytes(), 64 << 20);
+  EXPECT_EQ(qvimage3_avireaddone(&image, nullptr, &h), 0);
 }
 
 }  // namespace
