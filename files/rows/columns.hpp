@@ -10,9 +10,9 @@ namespace qvim {
 
 class columns {
  public:
-  // So much memory at most, for a page of 4000 x 3000 pixels of 3 or 4 bytes; it is taken when runs along y or
-  // z are set up, and lives as long as the file is open. A small file may tell of many rows: with all else
-  // that a reader needs it takes less than 64 MiB.
+  // So much memory at most, for a page of 4000 x 3000 pixels of 4 bytes; it is taken when runs along y or z
+  // are set up, and lives as long as the file is open. A small file may tell of many rows: with all else that
+  // a reader needs it takes less than 64 MiB.
   static constexpr uint64_t most_bytes = uint64_t{48} << 20;
   // Bytes of a piece in runs from plane to plane, whose rows are far from each other.
   static constexpr uint64_t most_across_planes = 4096;
