@@ -60,6 +60,48 @@ TEST(Killed, PicturesAreTheOldOrTheNewOnes) {
   });
 }
 
+// The frames that were there stay, one that was added is whole, and the next append works.
+TEST(Killed, AppendsKeepTheFramesThatWereThere) {
+  const temporary_folder folder;
+  const std::string path = folder / "stack";
+  const auto tiff = [](qvimage *frame, const char *name, uint64_t frames, uint32_t version) {
+    qvimagefileinfo options{};
+    options.version = version;
+    options.compression = 32773;
+    return qvimage_tiffwrite(nullptr, frame, nullptr, name, nullptr, 4096, int64_t(frames), &options, 0, 0,
+                             0);
+  };
+  const auto pnm = [](qvimage *frame, const char *name, uint64_t frames, uint32_t) {
+    return qvimage_pgmwrite(nullptr, frame, name, nullptr, 4096, frames, nullptr, 0, 0);
+  };
+  const struct {
+    const formats::format &file;
+    int32_t (*append)(qvimage *frame, const char *name, uint64_t frames, uint32_t version);
+    uint32_t version;
+  } cases[] = {{formats::tiff, tiff, 42}, {formats::tiff, tiff, 43}, {formats::pnm, pnm, 0}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << c.file.name << " " << c.version);
+    film f = c.file.picture(150, 40);
+    const auto append = [&](int32_t frames) {
+      qvimage frame = f.frame(frames % 3);
+      return c.append(&frame, path.c_str(), uint64_t(frames), c.version);
+    };
+    std::filesystem::remove(path);
+    for (int32_t frames : {0, 1}) ASSERT_EQ(append(frames), 0) << qvimage_reason();
+    const bytes before = file_bytes(path);
+    kill_everywhere([&] { put_file(path, before); }, [&] { append(2); },
+                    [&](bool whole) {
+                      const int32_t frames = formats::opened(c.file, path).frames.imdim.se.z;
+                      ASSERT_TRUE(frames == 3 || (frames == 2 && !whole));
+                      EXPECT_EQ(append(frames), 0) << qvimage_reason();
+                      formats::opened o(c.file, path);
+                      EXPECT_EQ(o.frames.imdim.se.z, frames + 1);
+                      const bytes shown = o.shown();
+                      EXPECT_TRUE(std::equal(f.pixels.begin(), f.pixels.end(), shown.begin()));
+                    });
+  }
+}
+
 TEST(Killed, RecordingsGiveTheFramesThatReachedThem) {
   const temporary_folder folder;
   const std::string path = folder / "recording";

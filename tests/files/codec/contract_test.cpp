@@ -55,11 +55,10 @@ TEST_P(StripCodec, CodesAsTheSlowCoderAndBack) {
       EXPECT_EQ(c.broken(data, kind().slow(data, s), constant(SIZE_MAX / 2), constant(4096), false), "")
           << s.bits << " bits, " << s.width << " x " << rows << " of " << s.samples;
     }
-  for (const frames::frame &f : {frames::grey12(301, 20), frames::grey12(301, 20)}) {
-    const shape s{12, int32_t(f.width), 1};
-    coding c(kind(), s);
-    EXPECT_EQ(c.broken(f.bytes, kind().slow(f.bytes, s), constant(1 << 20), constant(1 << 14), true), "");
-  }
+  const frames::frame f = frames::grey12(301, 20);
+  const shape s{12, int32_t(f.width), 1};
+  coding c(kind(), s);
+  EXPECT_EQ(c.broken(f.bytes, kind().slow(f.bytes, s), constant(1 << 20), constant(1 << 14), true), "");
 }
 
 TEST_P(StripCodec, ItDoesNotMatterHowStreamsAreCut) {

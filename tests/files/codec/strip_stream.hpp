@@ -85,8 +85,4 @@ inline outcome run(coder code, void *state, const bytes &input, const piece_size
   return o;
 }
 
-inline outcome run_whole(coder code, void *state, const bytes &input, size_t room = 1 << 14) {
-  return run(code, state, input, constant(input.size()), constant(room));
-}
-
 }  // namespace strip_stream

@@ -7,7 +7,6 @@
 
 #include "tests/fault.hpp"
 #include "tests/files.hpp"
-#include "tests/files/killed.hpp"
 #include "tests/files/pictures.hpp"
 #include "tests/files/tiff/frame.hpp"
 
@@ -112,22 +111,6 @@ TEST_F(PgmWrite, FramesAreAppendedToFilesOfTheirKind) {
   EXPECT_EQ(h, nullptr);
   EXPECT_EQ(file_bytes(path),
             file_of(header, {raster(one, 1), raster(two, 1), raster(one, 1), raster(two, 1)}));
-}
-
-// A process that appends may die at any moment: a file holds its frames, and those that were added whole.
-TEST_F(PgmWrite, FramesSurviveAKillBeforeAnySystemCall) {
-  frame old(700, 9, 2, 12, 1, 1), added(700, 9, 2, 12, 1, 1, 0, 2);
-  const bytes before = file_of("P5\n700 9\n4095\n", {raster(old, 1)}), more = raster(added, 1);
-  kill_everywhere(
-      [&] { put_file(path, before); }, [&] { save(added, path, 1); },
-      [&](bool) {
-        const bytes now = file_bytes(path);
-        ASSERT_GE(now.size(), before.size());
-        EXPECT_TRUE(std::equal(before.begin(), before.end(), now.begin()));
-        const bool whole = now.size() == before.size() + more.size();
-        EXPECT_TRUE(!whole || std::equal(more.begin(), more.end(), now.begin() + long(before.size())));
-        EXPECT_EQ(save(added, path, whole ? 2 : 1), 0);
-      });
 }
 
 TEST_F(PgmWrite, AFailedAppendLeavesTheFileAsItWas) {

@@ -77,17 +77,15 @@ TEST_F(Bufio, BlockSizeFollowsItsTwoMeanings) {
     uint64_t size;
     uint32_t flags;
     uint64_t block, shift;
-  } cases[] = {
-      {0, 0, 65536, 16},
-      {0, BUFIO_NOZERO, 65536, 16},
-      {12, 0, 4096, 12},
-      {1, 0, 2, 1},
-      {1, BUFIO_NOZERO, 1, 0},
-      {2, BUFIO_NOZERO, 2, 1},
-      {3000, BUFIO_NOZERO, 4096, 12},
-      {4096, BUFIO_NOZERO, 4096, 12},
-      {4097, BUFIO_NOZERO, 8192, 13},
-  };
+  } cases[] = {{0, 0, 65536, 16},
+               {0, BUFIO_NOZERO, 65536, 16},
+               {12, 0, 4096, 12},
+               {1, 0, 2, 1},
+               {1, BUFIO_NOZERO, 1, 0},
+               {2, BUFIO_NOZERO, 2, 1},
+               {3000, BUFIO_NOZERO, 4096, 12},
+               {4096, BUFIO_NOZERO, 4096, 12},
+               {4097, BUFIO_NOZERO, 8192, 13}};
   for (const auto &c : cases) {
     stream b(path, "wb", c.size, c.flags);
     EXPECT_EQ(b.bufsize, c.block) << c.size;
@@ -263,18 +261,6 @@ TEST_F(Bufio, MemoryGrowsWithWritesOnly) {
   EXPECT_EQ(b.memcap, 20 * 256u) << "room for 5000 bytes";
   EXPECT_EQ(b.filelen, 3 * 256 + 1u);
   EXPECT_EQ(bufio_err(&b), 0);
-}
-
-TEST_F(Bufio, MemoryOfManyBlocksIsAsQuickAtItsEnd) {
-  memory_stream b(1);  // blocks of two bytes: 20000 blocks to find
-  const bytes data = pattern(40000);
-  b.put(data);
-  EXPECT_EQ(b.get_at(0, data.size()), data);
-  std::mt19937 random(7);
-  for (int i = 0; i < 200000; i++) {
-    const uint64_t at = b.pos = random() % data.size();
-    ASSERT_EQ(bufio_getc(&b), data[at]) << at;
-  }
 }
 
 // ---- faults ----

@@ -136,19 +136,6 @@ TEST(TiffHostile, RowsThatTheFileCannotHoldAreNotAllocated) {
   EXPECT_EQ(opened_page(page(17 << 20, 32885, 8)).code, -2);
 }
 
-TEST(TiffHostile, WhatIsThereOfATruncatedFileArrives) {
-  const page_spec p{.rows_per_strip = 1,
-                    .tags = {{273, {4, {8, 9, 10, 100000, 100000}}}, {279, {4, {7, 7, 7, 7, 7}}}}};
-  opened_page o(builder().page(p).file());
-  ASSERT_EQ(o.code, 0);
-  EXPECT_EQ(read_run(o.image, QVIM_WRAP, 0, 0, 35, 0, 0).size(), 21u);
-  EXPECT_EQ(o.error(true), -10);
-  EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 3).size(), 0u);
-  EXPECT_EQ(o.error(true), -10);
-  EXPECT_EQ(read_run(o.image, 0, 0, 0, 7, 0, 1).size(), 7u);
-  EXPECT_EQ(o.error(), 0);
-}
-
 TEST(TiffHostile, BrokenStripsLatchAndTheOthersStillRead) {
   const auto broken = [](const compressor &compress, const bytes &instead) -> compressor {
     return [=](const page_spec &p, const bytes &rows, size_t row_bytes) {
