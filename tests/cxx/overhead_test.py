@@ -77,12 +77,11 @@ class Overhead(unittest.TestCase):
         for compiler in 'g++', 'clang++':
             for options in [], ['-fno-exceptions']:
                 by = dict(functions(compiler, options))
-                for work, slots in ('sum', 2), ('invert', 4):
-                    with self.subTest(compiler=compiler, options=options, work=work):
-                        hand, runs = essence(by[work + '_by_hand']), essence(by[work + '_by_runs'])
-                        self.assertEqual(runs, hand)
-                        self.assertEqual(len(hand[0]), slots)
-                        self.assertGreater(hand[1], 0)
+                with self.subTest(compiler=compiler, options=options):
+                    hand, runs = essence(by['invert_by_hand']), essence(by['invert_by_runs'])
+                    self.assertEqual(runs, hand)
+                    self.assertEqual(len(hand[0]), 4)
+                    self.assertGreater(hand[1], 0)
 
 
 if __name__ == '__main__':

@@ -23,8 +23,7 @@ class Keys(ShowTest):
     def test_values_under_the_pointer(self):
         places = numpy.random.default_rng(1).integers((20, 20), (380, 280), (17, 2)).tolist()
         deep = numbered(700, 90) % 4096
-        with open(self.path("deep.pgm"), "wb") as file:
-            file.write(b"P5 700 90 4095\n" + deep.astype(">u2").tobytes())
+        self.put("deep.pgm", b"P5 700 90 4095\n" + deep.astype(">u2").tobytes())
         for zoom in ("1/2", "1", "7"):
             viewer = self.show("--zoom", zoom, "deep.pgm")
             for x, y in places:

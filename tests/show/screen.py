@@ -2,14 +2,16 @@
 import json
 import os
 import subprocess
+import sys
 import tempfile
 import time
-import unittest
 
 import numpy
 import tifffile
 
-SHOW = os.environ["QVIMAGE_TOOL"]
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../tools"))
+from common import TOOL as SHOW, ToolTest
+
 PATIENCE = 30  # seconds; for loaded machines
 STATUS_HEIGHT = 17
 
@@ -48,7 +50,6 @@ class Screen:
     def run(self, *words):
         return subprocess.run(list(map(str, words)), env=self.environment, capture_output=True, check=True,
                               timeout=PATIENCE).stdout
-
 
     def frame_buffer(self):
         """All of the screen, as the server's own file has it."""
@@ -141,21 +142,13 @@ class Viewer:
         self.program.stderr.close()
 
 
-class ShowTest(unittest.TestCase):
+class ShowTest(ToolTest):
     screen = viewer = None
 
     @classmethod
     def setUpClass(cls):
         cls.screen = Screen()
         cls.addClassCleanup(cls.screen.close)
-
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
 
     def save(self, name, pixels, **more):
         photometric = "rgb" if pixels.ndim == 3 and pixels.shape[2] == 3 else "minisblack"
