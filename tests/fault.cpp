@@ -187,22 +187,8 @@ void *__real_malloc(size_t);
 void *__real_calloc(size_t, size_t);
 void *__real_realloc(void *, size_t);
 void __real_free(void *);
-FILE *__real_fopen(const char *, const char *);
-FILE *__real_fdopen(int, const char *);
 int __real_open(const char *, int, ...);
-int __real_fdatasync(int);
-int __real_nanosleep(const timespec *, timespec *);
 int __real_fclose(FILE *);
-ssize_t __real_read(int, void *, size_t);
-ssize_t __real_pread(int, void *, size_t, off_t);
-ssize_t __real_write(int, const void *, size_t);
-ssize_t __real_pwrite(int, const void *, size_t, off_t);
-off_t __real_lseek(int, off_t, int);
-int __real_ftruncate(int, off_t);
-int __real_fstat(int, struct stat *);
-int __real_remove(const char *);
-int __real_unlink(const char *);
-int __real_rename(const char *, const char *);
 
 void *__wrap_malloc(size_t n) {
   if (allocation_fails()) return nullptr;
@@ -228,18 +214,6 @@ void __wrap_free(void *p) {
   __real_free(p);
 }
 
-FILE *__wrap_fopen(const char *path, const char *mode) {
-  if (call_fails(call_open)) return nullptr;
-  FILE *fp = __real_fopen(path, mode);
-  live_streams().add(fp);
-  return fp;
-}
-FILE *__wrap_fdopen(int fd, const char *mode) {
-  if (call_fails(call_open)) return nullptr;
-  FILE *fp = __real_fdopen(fd, mode);
-  live_streams().add(fp);
-  return fp;
-}
 int __wrap_open(const char *path, int flags, ...) {
   if (call_fails(call_open)) return -1;
   va_list rest;
@@ -247,10 +221,6 @@ int __wrap_open(const char *path, int flags, ...) {
   const mode_t permissions = flags & O_CREAT ? va_arg(rest, mode_t) : 0;
   va_end(rest);
   return __real_open(path, flags, permissions);
-}
-int __wrap_fdatasync(int fd) { return call_fails(call_sync) ? -1 : __real_fdatasync(fd); }
-int __wrap_nanosleep(const timespec *time, timespec *left) {
-  return call_fails(call_wait) ? -1 : __real_nanosleep(time, left);
 }
 int __wrap_fclose(FILE *fp) {
   live_streams().remove(fp);
@@ -261,33 +231,42 @@ int __wrap_fclose(FILE *fp) {
   errno = error;
   return EOF;
 }
-ssize_t __wrap_read(int fd, void *p, size_t n) {
-  const ssize_t most = allowed(call_read, n);
-  return most < 0 ? -1 : __real_read(fd, p, size_t(most));
-}
-ssize_t __wrap_pread(int fd, void *p, size_t n, off_t at) {
-  const ssize_t most = allowed(call_read, n);
-  return most < 0 ? -1 : __real_pread(fd, p, size_t(most), at);
-}
-ssize_t __wrap_write(int fd, const void *p, size_t n) {
-  const ssize_t most = allowed(call_write, n);
-  return most < 0 ? -1 : __real_write(fd, p, size_t(most));
-}
-ssize_t __wrap_pwrite(int fd, const void *p, size_t n, off_t at) {
-  const ssize_t most = allowed(call_write, n);
-  return most < 0 ? -1 : __real_pwrite(fd, p, size_t(most), at);
-}
-off_t __wrap_lseek(int fd, off_t at, int whence) {
-  return call_fails(call_seek) ? -1 : __real_lseek(fd, at, whence);
-}
-int __wrap_ftruncate(int fd, off_t length) {
-  return call_fails(call_truncate) ? -1 : __real_ftruncate(fd, length);
-}
-int __wrap_fstat(int fd, struct stat *s) { return call_fails(call_stat) ? -1 : __real_fstat(fd, s); }
-int __wrap_remove(const char *path) { return call_fails(call_remove) ? -1 : __real_remove(path); }
-int __wrap_unlink(const char *path) { return call_fails(call_remove) ? -1 : __real_unlink(path); }
-int __wrap_rename(const char *from, const char *to) {
-  return call_fails(call_rename) ? -1 : __real_rename(from, to);
-}
+
+// Calls that open a stream.
+#define QVIM_WRAP_OPENING(name, parameters, ...) \
+  FILE *__real_##name parameters;                \
+  FILE *__wrap_##name parameters {               \
+    if (call_fails(call_open)) return nullptr;   \
+    FILE *fp = __real_##name(__VA_ARGS__);       \
+    live_streams().add(fp);                      \
+    return fp;                                   \
+  }
+QVIM_WRAP_OPENING(fopen, (const char *path, const char *mode), path, mode)
+QVIM_WRAP_OPENING(fdopen, (int fd, const char *mode), fd, mode)
+
+// Calls that move n bytes.
+#define QVIM_WRAP_TRANSFER(kind, name, parameters, ...) \
+  ssize_t __real_##name parameters;                     \
+  ssize_t __wrap_##name parameters {                    \
+    const ssize_t most = allowed(kind, n);              \
+    return most < 0 ? -1 : __real_##name(__VA_ARGS__);  \
+  }
+QVIM_WRAP_TRANSFER(call_read, read, (int fd, void *p, size_t n), fd, p, size_t(most))
+QVIM_WRAP_TRANSFER(call_read, pread, (int fd, void *p, size_t n, off_t at), fd, p, size_t(most), at)
+QVIM_WRAP_TRANSFER(call_write, write, (int fd, const void *p, size_t n), fd, p, size_t(most))
+QVIM_WRAP_TRANSFER(call_write, pwrite, (int fd, const void *p, size_t n, off_t at), fd, p, size_t(most), at)
+
+// All others.
+#define QVIM_WRAP(kind, type, name, parameters, ...) \
+  type __real_##name parameters;                     \
+  type __wrap_##name parameters { return call_fails(kind) ? -1 : __real_##name(__VA_ARGS__); }
+QVIM_WRAP(call_sync, int, fdatasync, (int fd), fd)
+QVIM_WRAP(call_wait, int, nanosleep, (const timespec *time, timespec *left), time, left)
+QVIM_WRAP(call_seek, off_t, lseek, (int fd, off_t at, int whence), fd, at, whence)
+QVIM_WRAP(call_truncate, int, ftruncate, (int fd, off_t length), fd, length)
+QVIM_WRAP(call_stat, int, fstat, (int fd, struct stat *s), fd, s)
+QVIM_WRAP(call_remove, int, remove, (const char *path), path)
+QVIM_WRAP(call_remove, int, unlink, (const char *path), path)
+QVIM_WRAP(call_rename, int, rename, (const char *from, const char *to), from, to)
 
 }  // extern "C"

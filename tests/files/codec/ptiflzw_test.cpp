@@ -102,14 +102,6 @@ TEST_F(Ptiflzw, CodesVariedDataWholeAndInPieces) {
   EXPECT_GT(resets, 40);
 }
 
-TEST_F(Ptiflzw, ReadsACodeThatItsOwnStringDefines) {
-  EXPECT_EQ(decode(nine_bit({256, 'a', 258, 259, 257})).output, bytes(6, 'a'));
-  EXPECT_EQ(decode(nine_bit({256, 'a', 'b', 258, 260, 257})).output,
-            (bytes{'a', 'b', 'a', 'b', 'a', 'b', 'a'}));
-  const bytes constants(500, 'x');  // strings of every length up to 30 and more, each defined by itself
-  EXPECT_EQ(decode(slow_encoder().encode(constants)).output, constants);
-}
-
 TEST_F(Ptiflzw, ReadsTheLongestStrings) {
   code_stream stream;
   stream.put(256, 9);
