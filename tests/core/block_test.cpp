@@ -6,6 +6,7 @@
 
 #include <qvimage/qvimage.h>
 
+#include "core/dimension.hpp"
 #include "core/record.hpp"
 
 namespace {
@@ -20,18 +21,18 @@ struct runs_only {
     std::memcpy(im->iostate, &mode, 4);
     std::memcpy(im->iostate + 4, &datatype, 4);
     im->ioread = [](qvimage *v, uint32_t m, void *b, uint32_t n, int32_t x, int32_t y) {
-      if constexpr (std::is_same_v<Source, qvimage>)
-        return source(v)->ioread(source(v), m, b, n, x, y);
-      else
-        return source(v)->ioread(source(v), m, b, n, x, y, 1);
+      return qvim::call_read(source(v), m, b, n, place(x, y));
     };
     im->iorite = [](qvimage *v, uint32_t m, const void *b, uint32_t n, int32_t x, int32_t y) {
-      if constexpr (std::is_same_v<Source, qvimage>)
-        return source(v)->iorite(source(v), m, b, n, x, y);
-      else
-        return source(v)->iorite(source(v), m, b, n, x, y, 1);
+      return qvim::call_write(source(v), m, b, n, place(x, y));
     };
     return source(im)->ioset(source(im), mode, datatype, colourmask);
+  }
+
+  static auto place(int32_t x, int32_t y) {
+    qvim::point<qvim::dimension_of<Source>> at{x, y};
+    if constexpr (std::is_same_v<Source, qvimage3>) at[2] = 1;
+    return at;
   }
 
   static qvimage over(Source *source) {

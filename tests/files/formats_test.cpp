@@ -45,6 +45,7 @@ std::vector<format> variants() {
 class Format : public testing::TestWithParam<format> {
  protected:
   // With texts, which take memory when they are read.
+  int32_t save(const char *mode = nullptr, int64_t buffer = 0) { return save(film_, mode, buffer); }
   int32_t save(film &f, const char *mode = nullptr, int64_t buffer = 0) {
     formats::saving how{mode, buffer, {}};
     how.options.description = how.options.software = how.options.fts_object = how.options.jpg_comment[0] =
@@ -52,8 +53,14 @@ class Format : public testing::TestWithParam<format> {
     return of_.save(f, path_, how);
   }
   bytes shown() { return opened(of_, path_).shown(); }
+  // What is read of the file that the film becomes.
+  bytes saved() {
+    EXPECT_EQ(save(), 0) << qvimage_reason();
+    return shown();
+  }
 
   const format &of_ = GetParam();
+  film film_ = of_.picture(width, height);
   const temporary_folder folder_;
   const std::string path_ = folder_ / "file";
   const bytes old_ = {1, 2, 3};
@@ -66,17 +73,15 @@ TEST_P(Format, PixelsComeBackInAnyOrder) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE(seed);
   choices from{std::mt19937(seed)};
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0) << qvimage_reason();
-  const bytes first = shown();
-  ASSERT_EQ(first.size(), f.pixels.size());
-  for (size_t i = 0; i < first.size(); i++) ASSERT_NEAR(first[i], f.pixels[i], of_.tolerance) << i;
-  f.pixels = first;  // what a coder made of them
+  const bytes first = saved();
+  ASSERT_EQ(first.size(), film_.pixels.size());
+  for (size_t i = 0; i < first.size(); i++) ASSERT_NEAR(first[i], film_.pixels[i], of_.tolerance) << i;
+  film_.pixels = first;  // what a coder made of them
   for (int again = 0; again < 20 && !HasFatalFailure(); again++) {
     opened o(of_, path_, int64_t{1} << from.below(16));
     ASSERT_EQ(o.code, 0) << qvimage_reason();
-    qvimage frame = f.frame(0);
-    qvimage3 frames = f.image;
+    qvimage frame = film_.frame(0);
+    qvimage3 frames = film_.image;
     if (of_.file.of_pages)
       expect_alike(from, o.page, frame, false);
     else
@@ -86,14 +91,13 @@ TEST_P(Format, PixelsComeBackInAnyOrder) {
 }
 
 TEST_P(Format, FailuresAreReportedAndLeaveTheOldFileOrNone) {
-  film f = of_.picture(width, height);
   for (const char *mode : {(const char *)nullptr, "w+b"}) {
     SCOPED_TRACE(mode ? "a new file" : "an old file is replaced");
     const auto prepare = [&] {
       std::filesystem::remove(path_);
       if (!mode) put_file(path_, old_);
     };
-    const auto write = [&] { return save(f, mode, 4096); };
+    const auto write = [&] { return save(mode, 4096); };
     const auto check = [&](const faulted &run) {
       EXPECT_EQ(file_exists(path_), !mode || !run.fired);
       EXPECT_EQ(file_bytes(path_) == old_, !mode && run.fired);
@@ -105,20 +109,18 @@ TEST_P(Format, FailuresAreReportedAndLeaveTheOldFileOrNone) {
     expect_faults_reported(write, QVERR_IO, mode ? transfers : transfers | call_sync, check);
     expect_faults_reported(write, QVERR_NOTCREATED, call_stat | (mode ? call_open : call_rename), check);
   }
-  ASSERT_EQ(save(f), 0);
+  ASSERT_EQ(save(), 0);
   const uint64_t size = file_bytes(path_).size();
   for (uint64_t room = 0; room < size; room += 1 + size / 50) {
     std::filesystem::remove(path_);
     const full_disk disk(room);
-    EXPECT_EQ(save(f, "w+b", 4096), QVERR_IO) << room;
+    EXPECT_EQ(save("w+b", 4096), QVERR_IO) << room;
     EXPECT_TRUE(folder_.empty()) << room;
   }
 }
 
 TEST_P(Format, FailuresOfReadingAreReportedAndPass) {
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
-  const bytes whole = shown();
+  const bytes whole = saved();
   const auto read = [&] {
     opened o(of_, path_, 512);
     if (o.code == QVERR_IO) {
@@ -144,9 +146,7 @@ TEST_P(Format, FailuresOfReadingAreReportedAndPass) {
 }
 
 TEST_P(Format, AReadThatFailedSucceedsWhenItIsRepeated) {
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
-  const bytes whole = shown();
+  const bytes whole = saved();
   bool fired = true;
   for (int n = 0; fired; n++) {
     SCOPED_TRACE(n);
@@ -179,7 +179,6 @@ struct listener {
 };
 
 TEST_P(Format, CallbacksHearOfEachStepAndStopAtAny) {
-  film f = of_.picture(width, height);
   const bool of_rows = of_.file.of_pages, of_groups = of_.write == formats::write_jpeg;
   std::vector<int64_t> expected;
   for (int64_t y = 0; of_groups && y < height; y += 8) expected.push_back(y);
@@ -187,7 +186,7 @@ TEST_P(Format, CallbacksHearOfEachStepAndStopAtAny) {
   for (int64_t i = 0; !of_groups && i < (of_rows ? height : of_.frames); i++) expected.push_back(first + i);
   listener all;
   qvimage_progress(listener::hear, &all);
-  EXPECT_EQ(save(f), 0);
+  EXPECT_EQ(save(), 0);
   EXPECT_EQ(all.steps, expected);
   EXPECT_EQ(all.count, of_rows ? height : of_.frames);
   for (const int64_t stop : expected)
@@ -196,7 +195,7 @@ TEST_P(Format, CallbacksHearOfEachStepAndStopAtAny) {
       if (!mode) put_file(path_, old_);
       listener some{{}, 0, stop};
       qvimage_progress(listener::hear, &some);
-      EXPECT_EQ(save(f, mode), stop % 2 ? -4 : 17);
+      EXPECT_EQ(save(mode), stop % 2 ? -4 : 17);
       EXPECT_EQ(some.steps.back(), stop);
       EXPECT_EQ(file_bytes(path_), mode ? bytes() : old_);
       EXPECT_EQ(folder_.files(), mode ? 0u : 1u);
@@ -205,19 +204,18 @@ TEST_P(Format, CallbacksHearOfEachStepAndStopAtAny) {
 }
 
 TEST_P(Format, WrongArgumentsAreRefused) {
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
+  ASSERT_EQ(save(), 0);
   const bytes before = file_bytes(path_);
   const std::string absent = folder_ / "none", nowhere = folder_ / "no/file";
-  EXPECT_EQ(of_.save(f, nowhere), QVERR_NOTCREATED);
-  for (const char *mode : {"rb", "a+b", "x", ""}) EXPECT_EQ(save(f, mode), QVERR_USAGE) << mode;
+  EXPECT_EQ(of_.save(film_, nowhere), QVERR_NOTCREATED);
+  for (const char *mode : {"rb", "a+b", "x", ""}) EXPECT_EQ(save(mode), QVERR_USAGE) << mode;
   formats::saving how;
   EXPECT_EQ(of_.write(nullptr, nullptr, path_.c_str(), how), QVERR_USAGE);
-  qvimage first = f.frame(0);
-  EXPECT_EQ(of_.write(&f.image, &first, nullptr, how), QVERR_USAGE);
+  qvimage first = film_.frame(0);
+  EXPECT_EQ(of_.write(&film_.image, &first, nullptr, how), QVERR_USAGE);
   first.wind = {{2, 2}, {2, 4}};
-  f.image.wind = {{2, 2, 0}, {2, 4, 1}};
-  EXPECT_EQ(of_.write(&f.image, &first, path_.c_str(), how), QVERR_USAGE) << "no pixels";
+  film_.image.wind = {{2, 2, 0}, {2, 4, 1}};
+  EXPECT_EQ(of_.write(&film_.image, &first, path_.c_str(), how), QVERR_USAGE) << "no pixels";
   EXPECT_EQ(file_bytes(path_), before);
 
   const formats::reading &file = of_.file;
@@ -277,9 +275,7 @@ TEST(Formats, PixelsThatTheyDoNotHoldAreRefusedBeforeAFileIsTouched) {
 // Cut off anywhere, a file gives the pixels before that or is refused.
 TEST_P(Format, WhatIsThereOfAFileArrives) {
   if (!of_.file.info) return;  // raw files have no end of their own
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
-  const bytes file = file_bytes(path_), whole = shown();
+  const bytes whole = saved(), file = file_bytes(path_);
   size_t most = 0;
   for (size_t length = 0; length < file.size(); length += 1 + file.size() / 100) {
     std::filesystem::remove(path_);
@@ -300,9 +296,7 @@ TEST_P(Format, WhatIsThereOfAFileArrives) {
 
 // Each with a record of its own.
 TEST_P(Format, ThreadsShareAFile) {
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
-  const bytes whole = shown();
+  const bytes whole = saved();
   opened o(of_, path_, 512);
   o.with([&](auto &image) {
     std::vector<std::thread> threads;
@@ -318,9 +312,7 @@ TEST_P(Format, ThreadsShareAFile) {
 // Of rows that are not coded, whatever lies before them.
 TEST_P(Format, APixelTakesTwoReads) {
   if (of_.file.open == formats::tiff.file.open || of_.tolerance > 0) return;
-  film f = of_.picture(width, height);
-  ASSERT_EQ(save(f), 0);
-  const bytes whole = shown();
+  const bytes whole = saved();
   opened o(of_, path_, 512);
   o.with([&](auto &image) {
     constexpr bool flat = std::is_same_v<decltype(image), qvimage &>;
