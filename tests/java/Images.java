@@ -42,13 +42,11 @@ class Images extends Checks {
   static long memory(int type, int components, int x, int y, int z, Values values) throws Exception {
     int size = Jqvimage.pixelsize(type);
     long address = Jqvimage.pixelalloc(1, (long) size * components * x * y * z + 8), at = address;
-    for (int k = 0; k < z; k++)
-      for (int j = 0; j < y; j++)
-        for (int i = 0; i < x; i++)
-          for (int c = 0; c < components; c++, at += size) {
-            long rest = Jqvimage.pixelgetlong(at, 0) & -1L << 8 * size;
-            Jqvimage.pixelsetlong(at, 0, rest | values.at(i, j, k, c));
-          }
+    for (int value : values(x, y, z, components, values)) {
+      long rest = Jqvimage.pixelgetlong(at, 0) & -1L << 8 * size;
+      Jqvimage.pixelsetlong(at, 0, rest | value);
+      at += size;
+    }
     return address;
   }
 

@@ -179,66 +179,33 @@ TEST(Npfpix, WhatIsNotNeededMayBeNull) {
 
 // --- by hand
 
-template <class T>
-T one(npfpix_fn *f, T v, words w) {
-  f(&v, 1, 0, 0, w.data());
-  return v;
-}
-
 TEST(Npfpix, KnownValues) {
   const struct {
     npfpix_fn *function;
     words operand;
     uint8_t value, result;
   } cases[] = {
-      {npfpix1_neg, {255}, 0, 255},
-      {npfpix1_neg, {255}, 255, 0},
       {npfpix1_neg, {100}, 150, 206},
-      {npfpix1_addbound255, {10}, 250, 255},
-      {npfpix1_addbound255, {10}, 100, 110},
       {npfpix1_addbound, {300, 90}, 40, 84},  // 300 is 44
-      {npfpix1_subbound0, {10}, 5, 0},
-      {npfpix1_threshold, {10, 20, 255}, 15, 255},
-      {npfpix1_threshold, {10, 20, 255}, 25, 25},
-      {npfpix1_threshold2, {10, 20, 255, 0}, 15, 255},
       {npfpix1_threshold2, {10, 20, 255, 0}, 25, 0},
-      {npfpix1_mul, {3, 2, 255}, 100, 150},
-      {npfpix1_mul, {3, 2, 255}, 200, 255},
-      {npfpix1_mul, {3, 0, 255}, 200, 0},
       {npfpix1_mul, {0x40000000, 1, 255}, 4, 0},  // the product is 2^32
       {npfpix1_mull, {0x40000000, 1, 255}, 4, 255},
-      {npfpix1_contrast, {50, 150, 255}, 50, 0},
       {npfpix1_contrast, {50, 150, 255}, 100, 127},
-      {npfpix1_contrast, {50, 150, 255}, 151, 255},
       {npfpix1_gray, {}, 2, 3},
-      {npfpix1_gray1, {}, 3, 2},
-      {npfpix1_reverse, {8}, 0x01, 0x80},
       {npfpix1_reverse, {4}, 0x01, 0x08},
-      {npfpix1_reverse, {0}, 0xFF, 0},
       {npfpix1_rotl, {1, 8}, 0x81, 0x03},
       {npfpix1_rotr, {9, 8}, 0x81, 0xC0},
-      {npfpix1_shl, {33}, 0x81, 0x02},
       {npfpix1_gamma, {2000, 255}, 128, 64},
-      {npfpix1_gamma, {500, 255}, 64, 128},
   };
-  for (const auto &c : cases)
-    EXPECT_EQ(one<uint8_t>(c.function, c.value, c.operand), c.result) << int(c.value) << shown(c.operand);
-  for (int v = 0; v < 256; ++v) EXPECT_EQ(one<uint8_t>(npfpix1_gamma, uint8_t(v), {1000, 255}), v);
-  EXPECT_EQ((one<uint16_t>(npfpix2_mul, 40000, {3, 2, 65535})), 60000);
-  EXPECT_EQ((one<uint32_t>(npfpix4_mull, 4000000000, {3, 4, 0xFFFFFFFF})), 3000000000);
+  for (const auto &c : cases) {
+    uint8_t v = c.value;
+    c.function(&v, 1, 0, 0, c.operand.data());
+    EXPECT_EQ(v, c.result) << int(c.value) << shown(c.operand);
+  }
 
   uint8_t pixels[] = {1, 2, 3, 4, 5, 6};
   npfpix1_transposek_i(pixels, 2, 3);
   EXPECT_EQ(std::vector<uint8_t>(pixels, pixels + 6), (std::vector<uint8_t>{4, 5, 6, 1, 2, 3}));
-
-  const uint32_t sums[] = {6, 5, 4, ~0u}, by_four = 2, three = 3, none = 0;
-  uint8_t means[4];
-  npfpix41_assshri(sums, 0, means, 2, &by_four);
-  EXPECT_TRUE(means[0] == 2 && means[1] == 1);
-  npfpix41_assdivi(sums + 1, 0, means, 2, &three);
-  EXPECT_TRUE(means[0] == 2 && means[1] == 1);
-  npfpix41_assdivi(sums, 0, means, 1, &none);
-  EXPECT_EQ(means[0], 0);
 }
 
 }  // namespace

@@ -96,6 +96,13 @@ inline std::vector<uint64_t> samples_of(const page_spec &p) {
   return result;
 }
 
+// A file's page is read, and its pixels are those that the page was made of.
+inline void expect_samples(const builder &file, const page_spec &p) {
+  opened_page o(file.file());
+  ASSERT_EQ(o.code, 0) << qvimage_reason();
+  EXPECT_EQ(read_all(o.image), samples_of(p));
+}
+
 inline bytes predictive(const page_spec &p, const bytes &rows, size_t) {
   return slow::predict(rows, {int32_t(p.bits), int32_t(p.width), int32_t(p.samples)});
 }
