@@ -13,6 +13,9 @@
 class scratch_file {
  public:
   scratch_file() : fd_(memfd_create("fuzz", 0)) { require(fd_ >= 0); }
+  ~scratch_file() { close(fd_); }
+  scratch_file(const scratch_file &) = delete;
+  scratch_file &operator=(const scratch_file &) = delete;
   std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
   void fill(const uint8_t *data, size_t size) const {
     require(ftruncate(fd_, 0) == 0);

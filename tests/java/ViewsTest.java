@@ -43,18 +43,16 @@ class ViewsTest extends Images {
       throws Exception {
     Jqvimage v = image();
     equal(device + " answer", 0, make.on(v));
-    String[] wanted = {device, extent, extent, data, facts, hints};
-    equal("made", wanted,
-        new String[] {v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)});
+    equal("made", String.join("; ", device, extent, extent, data, facts, hints),
+        String.join("; ", v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)));
   }
 
   static void volume(String device, String extent, String data, String facts, String hints, Make3 make)
       throws Exception {
     Jqvimage3 v = volume();
     equal(device + " answer", 0, make.on(v));
-    String[] wanted = {device, extent, extent, data, facts, hints};
-    equal("made", wanted,
-        new String[] {v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)});
+    equal("made", String.join("; ", device, extent, extent, data, facts, hints),
+        String.join("; ", v.devname, text(v.imdim), text(v.wind), text(v.d), text(v.f), text(v.h)));
   }
 
   static void testImagesInMemory() throws Exception {

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <string>
@@ -13,23 +11,14 @@
 #include <qvimage/error.h>
 #include <qvimage/tiff.h>
 
+#include "fuzz/scratch_file.hpp"
 #include "tests/files/tiff/builder.hpp"
 
 namespace tiff_test {
 
 // A file in memory with a path.
-class memory_file {
- public:
-  explicit memory_file(const bytes &content) : fd_(memfd_create("tiff", 0)) {
-    EXPECT_EQ(pwrite(fd_, content.data(), content.size(), 0), ssize_t(content.size()));
-  }
-  ~memory_file() { close(fd_); }
-  memory_file(const memory_file &) = delete;
-  memory_file &operator=(const memory_file &) = delete;
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-
- private:
-  int fd_;
+struct memory_file : scratch_file {
+  explicit memory_file(const bytes &content) { fill(content); }
 };
 
 // A file opened as an image or as a stack.
