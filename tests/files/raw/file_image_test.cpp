@@ -87,6 +87,25 @@ TEST(RawFileImage, OfAnySizeIsEditedInPlace) {
   EXPECT_EQ(h, nullptr);
 }
 
+TEST(RawFileImage, PixiesThatNobodyWroteAreZeros) {
+  const temporary_folder folder;
+  const std::string path = folder / "new";
+  const uint32_t size[2] = {40, 1}, block = 64;
+  qvimage image;
+  bufio *h = nullptr;
+  ASSERT_EQ(qvimage_file(&image, &h, path.c_str(), nullptr, size, QVIM_UINT8, 0, 3, QVIM_HINT_RGB, block), 0);
+  bytes expected(block / 3 * 3, 0xEE);  // what the stream's block holds before it is the next one's
+  ASSERT_EQ(image.ioset(&image, 0, QVIM_UINT8, 7), 1);
+  ASSERT_EQ(image.iorite(&image, 0, expected.data(), block / 3, 0, 0), block / 3);
+  ASSERT_EQ(image.ioset(&image, 0, QVIM_UINT8, 2), 1);
+  const uint8_t value = 7;
+  ASSERT_EQ(image.iorite(&image, 0, &value, 1, 25, 0), 1u);
+  ASSERT_EQ(qvimage_filedone(&image, &h), 0);
+  expected.resize(26 * 3);
+  expected[25 * 3 + 1] = value;
+  EXPECT_EQ(file_bytes(path), expected);
+}
+
 TEST(RawFileImage, BeginsEmptyAndRefusesWhatIsNone) {
   const temporary_folder folder;
   const std::string path = folder / "new";
