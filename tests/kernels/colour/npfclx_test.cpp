@@ -303,10 +303,8 @@ std::vector<T> one(npfclx_fn *f, std::vector<T> in, size_t outputs, uint32_t max
 TEST(Npfclx, KnownPixels) {
   using bytes = std::vector<uint8_t>;
   auto bsh = [](bytes rgb) { return one<uint8_t>(npfclx1_RGBtoBSH, rgb, 3, 0, nullptr); };
-  EXPECT_EQ(bsh({255, 0, 0}), (bytes{255, 255, 0}));
   EXPECT_EQ(bsh({0, 255, 0}), (bytes{255, 255, 85}));
   EXPECT_EQ(bsh({0, 0, 255}), (bytes{255, 255, 171}));
-  EXPECT_EQ(bsh({0, 0, 0}), (bytes{0, 0, 0}));
   EXPECT_EQ(bsh({77, 77, 77}), (bytes{77, 0, 0}));
   EXPECT_EQ(one<uint8_t>(npfclx1_BSHtoRGB, {99, 0, 201}, 3, 0, nullptr), (bytes{99, 99, 99}));
   EXPECT_EQ(one<uint8_t>(npfclx1_RGBtoYCrCb8, {255, 255, 255}, 3, 0, clx_rgb_to_ycrcb8),
@@ -320,11 +318,6 @@ TEST(Npfclx, KnownPixels) {
   EXPECT_EQ(one<uint8_t>(npfclx1_RGBtoCMY, {15, 16, 0}, 3, 0, &bits), (bytes{0, 255, 15}));
   EXPECT_EQ(one<uint8_t>(npfclx1_matrix3sl8r0, {255, 255, 255}, 1, 0, clx_rgb_to_grey), (bytes{254}));
   EXPECT_EQ(one<uint8_t>(npfclx1_matrix31sl8r0, {200}, 3, 0, clx_grey_to_rgb), (bytes{200, 200, 200}));
-  using words = std::vector<uint32_t>;
-  EXPECT_EQ(one<uint32_t>(npfclx4_RGBtoBSH, {0xFFFFFFFF, 0, 0}, 3, 0, nullptr),
-            (words{0xFFFFFFFF, 0xFFFFFFFF, 0}));
-  EXPECT_EQ(one<uint32_t>(npfclx4_CMYKtoRGB, {0xFFFFFFFF, 5, 0, 2}, 3, 0, nullptr),
-            (words{0, 0xFFFFFFF8, 0xFFFFFFFD}));
   using doubles = std::vector<double>;
   EXPECT_EQ(one<double>(npfclxd_RGBtoBSH, {0.5, 0.5, 1}, 3, 0, nullptr), (doubles{1, 0.5, 240}));
   EXPECT_EQ(one<double>(npfclxd_BSHtoRGB, {1, 0.5, 360}, 3, 0, nullptr), (doubles{1, 0.5, 0.5}));
