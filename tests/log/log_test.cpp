@@ -113,6 +113,7 @@ TEST_F(Log, HeaderSaysWhenItWasBuiltAndWhatTimeItIs) {
 
 TEST_F(Log, LinesAreRightToTheColumn) {
   setup(LIBLOG_ENABLE);
+  const auto grab = [](auto... rest) { liblog_aasrbz("grab", nullptr, rest...); };
   const string name = "T: grab                               ", gap = "                : ";
   const int16_t minus_two = -2;
   const int32_t number = 1234, large = -2147483647 - 1;
@@ -130,7 +131,7 @@ TEST_F(Log, LinesAreRightToTheColumn) {
   };
   const row rows[] = {
       // names
-      {[&] { liblog_aasrbz("grab", nullptr, liblog_null, end); }, name + "\n"},
+      {[&] { grab(liblog_null, end); }, name + "\n"},
       {[&] { liblog_aasrbz(nullptr, "", nullptr, end); }, "T: " + string(35, ' ') + "\n"},
       {[&] { liblog_aasrbz("grab", "entry", "A", end); }, "T: grab                     entry     \n"},
       {[&] { liblog_aasrbz("grab", "entry", "+A", end); }, "T: grab                          entry\n"},
@@ -141,43 +142,35 @@ TEST_F(Log, LinesAreRightToTheColumn) {
       {[&] { liblog_aasrbz("abcdefghijklmnopqrstuvwxyz0123456789", nullptr, "", end); },
        "T: abcdefghijklmnopqrstuvwxyz012345678\n"},
       // return values
-      {[&] { liblog_aasrbz("grab", nullptr, "ArRD", -14, &number, 4, end); },
-       name + " ret=        -14:         1234\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "rR", 7, end); }, name + " ret=          7: \n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "ARD", &number, 4, end); }, name + gap + "        1234\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "rD", &number, 4, end); },
-       name + gap + "ret=        1234           : \n"},
+      {[&] { grab("ArRD", -14, &number, 4, end); }, name + " ret=        -14:         1234\n"},
+      {[&] { grab("rR", 7, end); }, name + " ret=          7: \n"},
+      {[&] { grab("ARD", &number, 4, end); }, name + gap + "        1234\n"},
+      {[&] { grab("rD", &number, 4, end); }, name + gap + "ret=        1234           : \n"},
       // numbers
-      {[&] { liblog_aasrbz("grab", nullptr, "DJ", &minus_two, 2, &minus_two, 2, end); },
-       name + gap + "          -2       FFFEh\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "D**", bytes, 1, &large, 4, &least, 8, end); },
+      {[&] { grab("DJ", &minus_two, 2, &minus_two, 2, end); }, name + gap + "          -2       FFFEh\n"},
+      {[&] { grab("D**", bytes, 1, &large, 4, &least, 8, end); },
        name + gap + "           1 -2147483648 -9223372036854775808\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "DzDJzJ", bytes, 4, bytes, 4, bytes, 4, bytes, 4, end); },
+      {[&] { grab("DzDJzJ", bytes, 4, bytes, 4, bytes, 4, bytes, 4, end); },
        name + gap + "   -32882431    21039870   FE0A4101h    1410AFEh\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "D**", power, 9, minus_power, 9, all_ones, 16, end); },
+      {[&] { grab("D**", power, 9, minus_power, 9, all_ones, 16, end); },
        name + gap +
            "    18446744073709551616   -18446744073709551616"
            " 170141183460469231731687303715884105727\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "J*", power, 9, all_ones, 16, end); },
+      {[&] { grab("J*", power, 9, all_ones, 16, end); },
        name + gap + "      10000000000000000h 7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFh\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "F***", &half, 4, &tenth, 8, &two, 8, &huge, 8, end); },
+      {[&] { grab("F***", &half, 4, &tenth, 8, &two, 8, &huge, 8, end); },
        name + gap + "         0.5        -0.1           2    1.5e+300\n"},
       // bytes and strings
-      {[&] { liblog_aasrbz("grab", nullptr, "BzBF", bytes, 4, bytes, 4, bytes, 2, end); },
-       name + gap + " 01410AFE FE0A4101 0141\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "kBlkSSzS", bytes, 2, word, 0, word, 2, word, 4, end); },
+      {[&] { grab("BzBF", bytes, 4, bytes, 4, bytes, 2, end); }, name + gap + " 01410AFE FE0A4101 0141\n"},
+      {[&] { grab("kBlkSSzS", bytes, 2, word, 0, word, 2, word, 4, end); },
        name + gap + "      2 bytes:  0141      4 bytes:  word wo drow\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "Q", bytes, 2, bytes, 0, bytes, 1, end); },
-       name + gap + " 0141      (NULL) 01\n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "DBS", end); }, name + "\n"},
+      {[&] { grab("Q", bytes, 2, bytes, 0, bytes, 1, end); }, name + gap + " 0141      (NULL) 01\n"},
+      {[&] { grab("DBS", end); }, name + "\n"},
       // two lines
-      {[&] {
-         liblog_aasrbz("grab", nullptr, "DbSD", &number, 4, bytes, 4, &number, 4, end, &number, 4, bytes, 4,
-                       &number, 4, end);
-       },
+      {[&] { grab("DbSD", &number, 4, bytes, 4, &number, 4, end, &number, 4, bytes, 4, &number, 4, end); },
        name + gap + "        1234 01410AFE        1234\n" + string(13, ' ') + ": " +
            string(35 + 18 + 12 + 1, ' ') + "??A^????            \n"},
-      {[&] { liblog_aasrbz("grab", nullptr, "rRksB", 1, word, 4, end, word, 4, end); },
+      {[&] { grab("rRksB", 1, word, 4, end, word, 4, end); },
        name + " ret=          1:       4 bytes:  776F7264\n" + string(13, ' ') + ": " +
            string(35 + 18 + 15 + 1, ' ') + "w^o^r^d^\n"},
       // the wrapper
@@ -186,8 +179,8 @@ TEST_F(Log, LinesAreRightToTheColumn) {
       {[&] { liblog_aabzso("grab", "x", nullptr, 77, nullptr, 8); },
        "T: grab                     x         \n"},
       // not written
-      {[&] { liblog_aasrbz("grab", nullptr, "XD", &number, 4, end); }, ""},
-      {[&] { liblog_aasrbz("grab", nullptr, "XX{D}", &number, 4, end); }, ""},
+      {[&] { grab("XD", &number, 4, end); }, ""},
+      {[&] { grab("XX{D}", &number, 4, end); }, ""},
       // free text
       {[&] { liblog_printf("%s %d\n", "five", 5); }, "T: five 5\n"},
       {[&] { liblog_printf("no end"); }, "T: no end"},
