@@ -58,15 +58,11 @@ TEST_F(Fits, HeadersAreCardsAsTheyAreWrittenDown) {
       "COMMENT   'second'",
       "HISTORY   '01234567890123456789012345678901234567890123456789012345678901234567'",
       "HISTORY   '89'",
-      "          AXIS1UNT= 'Grey'",
+      "          AXIS1UNT= '" + std::string(qvimhinttostring(QVIM_HINT_GREY)) + "'",
       "          AXIS2UNT= 'Unknown'",
       "          AXIS3UNT= 'Unknown'",
       "END"};
-  std::vector<std::string> found = cards_of(path_);
-  found[14] = found[14].substr(0, 20) + "'Grey'";  // the hint's name is told by the library
-  EXPECT_EQ(found, expected);
-  EXPECT_EQ(card_of(path_, "          AXIS1UNT"),
-            "          AXIS1UNT= '" + std::string(qvimhinttostring(1)) + "'");
+  EXPECT_EQ(cards_of(path_), expected);
   const bytes file = file_bytes(path_);
   EXPECT_EQ(file.size() % 2880, 0u);
   EXPECT_EQ(bytes(file.begin() + 2880, file.begin() + 2880 + long(pixels.size())), pixels);
