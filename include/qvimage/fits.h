@@ -103,7 +103,8 @@ int32_t qvimage3_fitswriteseq(qvimagecallback callback, qvimage3 *image, uint64_
  *   -2    memory
  *   -7    the file could not be read
  *   -10   not a FITS header; an axis of length 0, a side above 2^31 - 1; BITPIX -16, -64 or another number; a
- *         file without a whole frame, or, unless lenient, with fewer than its header tells of
+ *         value of the header that is no number; a file without a whole frame, or, unless lenient, with fewer
+ *         than its header tells of
  *   -11   scales and ranges as above; fewer than two or more than four axes; more than four components; a
  *         fourth axis that stands for nothing
  *   -13   no such file, or not readable */
