@@ -39,11 +39,21 @@ inline const buffers &memory(uint64_t size, bool aligned = false) {
 
 using call = std::function<void(void *source, void *destination, uint64_t count)>;
 
+// The ratio to memcpy that is asked for, by what the processor has; 0: none.
+struct goal {
+  double avx512, avx2;
+  goal(double with_avx512, double with_avx2 = 0) : avx512(with_avx512), avx2(with_avx2) {}
+  double here() const {
+    const std::string level = qvim::level_names[qvim::level_in_use()];
+    return level == "avx2" ? avx2 : level.starts_with("avx512") ? avx512 : 0;
+  }
+};
+
 struct row {
   std::string name;
-  double span;    // bytes between items of the longer run, which spans the size in the benchmark's name
-  double bytes;   // read and written of an item, gaps included; fractions for bit streams
-  double target;  // the ratio asked for; 0: none
+  double span;   // bytes between items of the longer run, which spans the size in the benchmark's name
+  double bytes;  // read and written of an item, gaps included; fractions for bit streams
+  goal target;
   call kernel;
   std::vector<uint64_t> sizes = {in_cache};
   bool aligned = false;
@@ -77,7 +87,7 @@ inline void add(const row &r) {
       const buffers &b = memory(size, aligned);
       std::memcpy(b.destination, b.source, bytes / 2);
     };
-    add_one(what + "/qvimage", bytes, r.target, run)->MinTime(seconds);
+    add_one(what + "/qvimage", bytes, r.target.here(), run)->MinTime(seconds);
     add_one(what + "/memcpy", bytes, 0, copy)->MinTime(seconds);
   }
 }

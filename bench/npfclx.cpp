@@ -29,8 +29,8 @@ const void *parameter(const std::string &name) {
   return matrix;
 }
 
-void add(const std::string &name, npfclx_fn *f, uint64_t srcstride, uint64_t dststride, double target,
-         uint64_t size) {
+void add(const std::string &name, npfclx_fn *f, uint64_t srcstride, uint64_t dststride,
+         kernel_rows::goal target, uint64_t size) {
   const void *param = parameter(name);
   const uint32_t maxvalue = name[6] == '1' ? 255 : name[6] == '2' ? 65535 : 0xFFFFFFFF;
   const auto run = [=](const void *src, void *dst, uint64_t count) {
@@ -53,6 +53,20 @@ uint64_t width(const std::string &name) {
   return name[6] == 'd' ? 8 : name[6] == 'f' ? 4 : uint64_t(name[6] - '0');
 }
 
+kernel_rows::goal goal_of(const std::string &name, uint64_t width) {
+  const auto has = [&](const char *part) { return name.find(part) != name.npos; };
+  const bool bytes = width == 1, words = width == 2, grey = has("3sl") || has("31sl");
+  const double products = bytes ? 0.25 : 0.35;
+  if (has("YCrCbtoYCbCr")) return {0.6, 0.45};
+  if (has("Lut")) return {0.3, bytes ? 0.15 : 0};
+  if (has("CMYK")) return 0;
+  if (has("CMY")) return {0.9, 0.8};
+  if (has("YCrCb")) return {products, bytes ? 0.13 : words ? 0.25 : 0};
+  if (has("34")) return products;
+  if (has("matrix3")) return {0.4, grey ? 0.3 : 0};
+  return {0.6, 0.45};
+}
+
 void add_member(const std::string &name, npfclx_fn *f) {
   const uint64_t w = width(name);
   const auto has = [&](const char *part) { return name.find(part) != name.npos; };
@@ -64,20 +78,14 @@ void add_member(const std::string &name, npfclx_fn *f) {
                  outputs = has("matrix3s") || has("matrix3r") ? 1
                            : has("toCMYK") || has("RGB4")     ? 4
                                                               : 3;
-  const double target = has("Lut")                                                    ? 0.3
-                        : has("CMYK")                                                 ? 0
-                        : has("CMY")                                                  ? 0.9
-                        : has("Cb8") || has("YCrCbto") || has("toYCrCb") || has("34") ? (w == 1 ? 0.25 : 0.35)
-                        : has("matrix3")                                              ? 0.4
-                                                                                      : 0.6;
-  const double asked = has("YCrCbtoYCbCr") ? 0.6 : target;
+  const kernel_rows::goal target = goal_of(name, w);
   for (uint64_t size : {in_cache, in_memory}) {
     if (size == in_memory && w > 1) continue;
-    add(name, f, inputs * w, outputs * w, asked, size);
+    add(name, f, inputs * w, outputs * w, target, size);
     if (!has("RGBxto")) continue;
-    add(name + " from pad", f, 4 * w, 3 * w, asked, size);
-    add(name + " to pad", f, 3 * w, 4 * w, asked, size);
-    add(name + " both padded", f, 4 * w, 4 * w, asked, size);
+    add(name + " from pad", f, 4 * w, 3 * w, target, size);
+    add(name + " to pad", f, 3 * w, 4 * w, target, size);
+    add(name + " both padded", f, 4 * w, 4 * w, target, size);
   }
 }
 

@@ -12,7 +12,7 @@ namespace {
 using kernel_rows::in_cache, kernel_rows::in_memory;
 
 // Bytes a pixie: of the wider run, read and written.
-void add(const std::string &name, double widest, double read, double written, double target,
+void add(const std::string &name, double widest, double read, double written, kernel_rows::goal target,
          const kernel_rows::call &kernel, const std::vector<uint64_t> &sizes = {in_cache, in_memory}) {
   kernel_rows::add({name, widest, read + written, target, kernel, sizes});
 }
@@ -75,9 +75,10 @@ int main(int argc, char **argv) {
 #define QVIM_PIX(name, T, operation) add_in_place(#name, name, sizeof(T));
 #define QVIM_PIX_TWO(name, T, ...) add_two_runs(#name, name, sizeof(T));
 #define QVIM_PIX_MIRROR(name, size) \
-  add(#name, size, size, size, 0.5, [](void *, void *dst, uint64_t count) { name(dst, count); });
-#define QVIM_PIX_MIRROR_TWO(name, size) \
-  add(#name, size, size, size, 0.5, [](void *src, void *dst, uint64_t count) { name(src, dst, count); });
+  add(#name, size, size, size, {0.5, 0.5}, [](void *, void *dst, uint64_t count) { name(dst, count); });
+#define QVIM_PIX_MIRROR_TWO(name, size)    \
+  add(#name, size, size, size, {0.5, 0.5}, \
+      [](void *src, void *dst, uint64_t count) { name(src, dst, count); });
 #define QVIM_PIX_ADD(name, T)          \
   add(#name, 4, sizeof(T) + 4, 4, 0.7, \
       [](void *src, void *dst, uint64_t count) { name(src, static_cast<uint32_t *>(dst), count); });
