@@ -73,15 +73,11 @@ struct credulous {
   }
   // Mostly with something wrong somewhere.
   static void describe(qvimagedata &d, fuzz_input &from) {
-    static const int32_t types[] = {1, 2, 4, 8, 16, 32, 0, 3, 0x101, -1};
-    static const int32_t pixies[] = {1, 3, 4, 0, 2, 5, 31, 32, 33, -1, 0x40000000, INT32_MAX, INT32_MIN};
-    static const int32_t hints[] = {1, 3, 67, 36, 19, 35, 99, 68, 0, 17, -1, 255};
-    static const int32_t bits[] = {8, 16, 12, 1, 0, 7, 31, 32, 33, 64, -1, INT32_MAX, INT32_MIN};
     d = {};
-    d.pixietype = types[from.up_to(9)];
-    d.pixies = pixies[from.up_to(12)];
-    d.pixelhint = hints[from.up_to(11)];
-    d.i_bitsused = bits[from.up_to(12)];
+    d.pixietype = from.one_of<int32_t>({1, 2, 4, 8, 16, 32, 0, 3, 0x101, -1});
+    d.pixies = from.one_of<int32_t>({1, 3, 4, 0, 2, 5, 31, 32, 33, -1, 0x40000000, INT32_MAX, INT32_MIN});
+    d.pixelhint = from.one_of<int32_t>({1, 3, 67, 36, 19, 35, 99, 68, 0, 17, -1, 255});
+    d.i_bitsused = from.one_of<int32_t>({8, 16, 12, 1, 0, 7, 31, 32, 33, 64, -1, INT32_MAX, INT32_MIN});
     d.i_bitsxsb = int32_t(from.up_to(4) << 8);
     d.i_dirtyread = uint16_t(from.up_to(1) << 10);
     d.i_dirtyrite = uint16_t(from.up_to(1) << 10);

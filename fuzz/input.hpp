@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,6 +19,11 @@ class fuzz_input {
   uint32_t up_to(uint32_t most) {
     const uint32_t value = most > 255 ? byte() << 8 | byte() : byte();
     return value % (most + 1);
+  }
+  // One of these values, by a number up to how many there are.
+  template <class T>
+  T one_of(std::initializer_list<T> values) {
+    return values.begin()[up_to(uint32_t(values.size() - 1))];
   }
   // All that is left.
   std::vector<uint8_t> rest() {

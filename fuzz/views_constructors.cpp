@@ -58,12 +58,12 @@ int32_t make(qvimage3 *v, qvimage3 *s, fuzz_input &from) {
 
 template <class Dim>
 void use(qvim::record<Dim> *im, fuzz_input &from) {
-  static const uint32_t types[] = {1, 2, 4, 8, 16, 32, 0, 3};
-  static const uint32_t masks[] = {1, 7, 15, 0, 3, 0xFF, 0xFFFFFFFF, 0x80000000};
   const uint32_t datatype =
-      (from.up_to(1) ? uint32_t(im->d.pixietype) & 0xFF : types[from.up_to(7)]) | from.up_to(15) << 8;
+      (from.up_to(1) ? uint32_t(im->d.pixietype) & 0xFF : from.one_of<uint32_t>({1, 2, 4, 8, 16, 32, 0, 3})) |
+      from.up_to(15) << 8;
   const uint32_t mode = from.byte() & (QVIM_YSCAN | QVIM_ZSCAN | QVIM_WRAP);
-  const uint32_t mask = masks[from.up_to(7)], count = 1 + from.up_to(3000);
+  const uint32_t mask = from.one_of<uint32_t>({1, 7, 15, 0, 3, 0xFF, 0xFFFFFFFF, 0x80000000}),
+                 count = 1 + from.up_to(3000);
   const uint64_t bytes = uint64_t(count) * bytes_asked_for(datatype, mask);
   const auto buffer = std::make_unique<uint8_t[]>(bytes);
   qvim::point<Dim> at{};

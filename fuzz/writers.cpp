@@ -17,9 +17,8 @@ constexpr int32_t enough = 20, stopped = 77;
 int32_t stop_when_long(int64_t step, int64_t) { return step < enough ? 0 : stopped; }
 
 qvimagefileinfo any_options(fuzz_input &from) {
-  static const uint32_t compressions[] = {0, 1, 5, 32773, 32885, 33397, 3, 517};
   qvimagefileinfo o{};
-  o.compression = compressions[from.up_to(7)];
+  o.compression = from.one_of<uint32_t>({0, 1, 5, 32773, 32885, 33397, 3, 517});
   o.stripsize = from.up_to(3) ? from.up_to(9000) : ~uint64_t{0};
   o.version = from.up_to(1) ? 43 : 42;
   o.resunit = from.up_to(4);

@@ -94,22 +94,12 @@ class chain {
   // --- the source ----------------------------------------------------------------------------------
 
   static form random_form(fuzz_input &from) {
-    static const int32_t types[] = {QVIM_UINT8,  QVIM_UINT16,  QVIM_UINT8,   QVIM_UINT16,
-                                    QVIM_UINT32, QVIM_FLOAT32, QVIM_FLOAT64, QVIM_UINT64};
-    static const int32_t hints[] = {QVIM_HINT_GREY,
-                                    QVIM_HINT_GREY,
-                                    QVIM_HINT_RGB,
-                                    QVIM_HINT_BGR,
-                                    QVIM_HINT_CMYK,
-                                    QVIM_HINT_BSH,
-                                    QVIM_HINT_RGBPAD,
-                                    QVIM_HINT_COMPLEX,
-                                    QVIM_HINT_YCRCB,
-                                    QVIM_HINT_CMY,
-                                    QVIM_HINT_BGRPAD,
-                                    5,
-                                    31};
-    const int32_t type = types[from.up_to(7)], hint = hints[from.up_to(12)];
+    const int32_t type = from.one_of<int32_t>({QVIM_UINT8, QVIM_UINT16, QVIM_UINT8, QVIM_UINT16, QVIM_UINT32,
+                                               QVIM_FLOAT32, QVIM_FLOAT64, QVIM_UINT64}),
+                  hint = from.one_of<int32_t>({QVIM_HINT_GREY, QVIM_HINT_GREY, QVIM_HINT_RGB, QVIM_HINT_BGR,
+                                               QVIM_HINT_CMYK, QVIM_HINT_BSH, QVIM_HINT_RGBPAD,
+                                               QVIM_HINT_COMPLEX, QVIM_HINT_YCRCB, QVIM_HINT_CMY,
+                                               QVIM_HINT_BGRPAD, 5, 31});
     const int width = 8 * qvimdatasize(uint32_t(type));
     const bool all_bits = !is_integer(uint32_t(type)) || width == 64 || from.up_to(2) == 0;
     form f;
@@ -293,10 +283,9 @@ class chain {
   }
 
   bool add_colours(fuzz_input &from, chain_link &source, chain_link &view, uint8_t shared) {
-    static const int32_t hints[] = {QVIM_HINT_RGB,  QVIM_HINT_BGR,  QVIM_HINT_RGBPAD,
-                                    QVIM_HINT_BSH,  QVIM_HINT_CMY,  QVIM_HINT_YCRCB,
-                                    QVIM_HINT_CMYK, QVIM_HINT_GREY, QVIM_HINT_BGRPAD};
-    const int32_t hint = hints[from.up_to(8)];
+    const int32_t hint =
+        from.one_of<int32_t>({QVIM_HINT_RGB, QVIM_HINT_BGR, QVIM_HINT_RGBPAD, QVIM_HINT_BSH, QVIM_HINT_CMY,
+                              QVIM_HINT_YCRCB, QVIM_HINT_CMYK, QVIM_HINT_GREY, QVIM_HINT_BGRPAD});
     const int32_t code = view.deep
                              ? qvimage3_colorconverter(view.volume(), volume_below(source), hint, shared)
                              : qvimage_colorconverter(view.flat(), flat_below(source), hint, shared);
@@ -328,12 +317,11 @@ class chain {
     }
     view.deep = false;
     if (kind == 1) return made<mean_image>(qvimage_stack(view.flat(), volume_below(source)), view, false);
-    static const uint8_t layouts[] = {0, 0, below, beside};
     frames_presented how;
     how.xaxis = 2 * from.up_to(2);
     how.yaxis = 2 * from.up_to(2);
     how.plane = int32_t(from.up_to(3));
-    how.flags = layouts[from.up_to(3)];
+    how.flags = from.one_of<uint8_t>({0, 0, below, beside});
     runs_turn_ |= how.flags == 0;
     return moves(
         qvimage_def2from3(view.flat(), volume_below(source), how.xaxis, how.yaxis, how.plane, how.flags),

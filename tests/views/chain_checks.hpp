@@ -28,14 +28,13 @@ inline uint32_t length(chain_link &im, size_t count, const pos &at) {
 }
 
 inline request random_request(fuzz_input &from, const qvimagedata &d, bool deep) {
-  static const uint32_t types[] = {QVIM_UINT8,   QVIM_UINT16,  QVIM_UINT32,
-                                   QVIM_FLOAT32, QVIM_FLOAT64, QVIM_UINT64};
-  static const uint32_t justified[] = {0, QVIM_MSB, QVIM_LSB};
   request r;
   r.mode = 2 * from.up_to(deep ? 2 : 1) | (from.up_to(1) ? QVIM_WRAP : 0) | (from.up_to(3) ? 0 : QVIM_TRUST);
-  r.datatype = from.up_to(2) == 0 ? types[from.up_to(5)] : uint32_t(d.pixietype);
-  r.datatype |=
-      justified[from.up_to(2)] | (from.up_to(2) ? 0 : QVIM_SWAPPED) | (from.up_to(2) ? 0 : QVIM_DIRTY);
+  r.datatype = from.up_to(2) == 0 ? from.one_of<uint32_t>({QVIM_UINT8, QVIM_UINT16, QVIM_UINT32, QVIM_FLOAT32,
+                                                           QVIM_FLOAT64, QVIM_UINT64})
+                                  : uint32_t(d.pixietype);
+  r.datatype |= from.one_of<uint32_t>({0, QVIM_MSB, QVIM_LSB}) | (from.up_to(2) ? 0 : QVIM_SWAPPED) |
+                (from.up_to(2) ? 0 : QVIM_DIRTY);
   const uint32_t pixies = uint32_t(d.pixies), first = from.up_to(1) ? 0 : from.up_to(pixies - 1);
   const uint32_t count = from.up_to(1) ? pixies - first : 1 + from.up_to(pixies - first - 1);
   r.mask = uint32_t(ones(int(count)) << first);
