@@ -33,7 +33,7 @@ int32_t open(qvimage *image, bufio **h, const char *path, const char *mode, cons
   const uint32_t block = bufsize ? bufsize : std::max(usual_block, size[0]);
   open_mode reading_too;
   if (mode[0] == 'w' && reading_too.set(mode, false)) mode = reading_too.text;
-  if (const int32_t code = open_bufio(stream.data(), path, mode, block, 0); code < 0) return code;
+  if (const int32_t code = open_bufio(stream.data(), path, mode, block, BUFIO_LOCKED); code < 0) return code;
   *h = stream.release();
   return 0;
 }

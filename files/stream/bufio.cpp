@@ -338,7 +338,7 @@ int32_t open(bufio *b, const char *path, const char *fopenmode, uint64_t size, u
   if (code == 0 && !in_memory(*b)) code = open_block_and_file(*b, path, fopenmode);
   if (code < 0) return code;
   if (flags & BUFIO_LOCKED) {
-    pthread_mutex_init(&b->mutex, nullptr);
+    b->mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
     b->locking = 1;
   }
   return 0;

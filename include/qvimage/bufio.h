@@ -130,7 +130,8 @@ int32_t bufio_err(bufio *b);
 /* Clears ioerr and eoferr; memerr and chainerr stay latched. */
 void bufio_errclear(bufio *b);
 
-/* Lock and unlock the record's mutex (not recursive) while `locking` is set, as BUFIO_LOCKED does. */
+/* Lock and unlock the record's mutex while `locking` is set, as BUFIO_LOCKED does. The mutex is recursive: a
+ * thread that holds it may go on to read and write images over the stream. */
 void bufio_EnterCritical(bufio *b);
 void bufio_LeaveCritical(bufio *b);
 

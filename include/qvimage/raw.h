@@ -11,8 +11,8 @@
  * qvimage/memory.h names; block transfers; mappings, along x, of streams in memory that hold the whole image,
  * until the stream grows or ends. Pixels beyond the stream's length read as 0, and the stream latches -10;
  * writing extends it, with zeros where nothing was written. Failures of the stream do not end a transfer:
- * aeiou 'e' answers bufio_err, and clears it when arg1 is not 0. While a stream is locked (BUFIO_LOCKED),
- * several images over it may be used by several threads. */
+ * aeiou 'e' answers bufio_err, and clears it when arg1 is not 0. Over a stream that locks (BUFIO_LOCKED, as
+ * that of qvimage_file does), several images may be used by several threads. */
 #ifndef QVIMAGE_RAW_H
 #define QVIMAGE_RAW_H
 
@@ -31,7 +31,8 @@ int32_t qvimage_filebufio(qvimage *image, bufio *b, const uint32_t size[2], cons
 
 /* Opens a file as such an image. Type, bits and hint are those of qviminitdata.
  *
- *   h          *h is null, and receives a stream for qvimage_filedone; it may be used as any stream
+ *   h          *h is null, and receives a stream for qvimage_filedone; it may be used as any stream.
+ *              It locks (BUFIO_LOCKED)
  *   fopenmode  null is "wb": a new file. Modes that write read, too ("w+b"); "rb" and "r+b" open what is
  *              there
  *   bufsize    bytes of the stream's block, rounded up to a power of two; 0: 64 KiB, or the width if that is
