@@ -1,4 +1,5 @@
 // FITS files: the header's cards, what images become in them and what they become again.
+#include "tests/fault.hpp"
 #include "tests/files.hpp"
 #include "tests/files/pictures.hpp"
 
@@ -260,6 +261,31 @@ TEST_F(Fits, WritersRefuseWhatTheyCannotServe) {
   EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), 0);
   EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &plane, nullptr), QVERR_USAGE) << "one image alone";
   EXPECT_EQ(qvimage_fitswritedone(&h), 0);
+}
+
+// Observations wait in memory; where there is none, those that wait are written at once.
+TEST_F(Fits, ObservationsComeWithoutMemoryToWaitIn) {
+  constexpr int32_t frames = 3;
+  film v(QVIM_UINT8, 8, 1, 1, 20, 10, frames);
+  qvimage frame = v.frame(0);
+  fitshandle *h = nullptr;
+  ASSERT_EQ(
+      qvimage_fitswriteinit(&h, &frame.wind, nullptr, &frame, path_.c_str(), nullptr, 0, frames, nullptr), 0);
+  for (int32_t z = 0; z < frames; z++) {
+    qvimagefileinfo info{};
+    std::string observed = "frame " + std::to_string(z);
+    info.fts_date_obs = observed.data();
+    const fail_allocation fault(0);
+    EXPECT_EQ(qvimage_fitswriteadd(&h, nullptr, &frame, &info), 0);
+    EXPECT_TRUE(fault.fired());
+  }
+  ASSERT_EQ(qvimage_fitswritedone(&h), 0);
+  for (int32_t z = 0; z < frames; z++) {
+    qvimagefileinfo info;
+    ASSERT_EQ(qvimage_fitsinfo(&info, path_.c_str(), nullptr, 0, uint64_t(z)), 0);
+    EXPECT_STREQ(info.fts_date_obs, ("frame " + std::to_string(z)).c_str());
+    qvimage_fitsinfodone(&info);
+  }
 }
 
 // More of them than the header has observations for.
