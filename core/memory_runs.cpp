@@ -37,19 +37,18 @@ uint32_t iolen(record<Dim> *im, uint32_t count, const point<Dim> &at) {
   return uint32_t(std::min<uint64_t>(count, call_length_fn(length, &im->wind, at)));
 }
 
-// Pixels of the window from a position on that lie one after another as those of a line do: the rest of the
-// line, or, where no gap is between lines, of all lines up to the next plane. Puts the position into the last
-// of these lines.
+// Pixels of the window beyond a position's line that lie as if they belonged to it: those of all lines up to
+// the next plane, where no gap is between lines. Puts the position into the last of these lines.
 template <class Dim>
-uint64_t joined_pixels(record<Dim> *im, const box<Dim> &window, point<Dim> &at, scan s) {
+uint64_t joined_lines(record<Dim> *im, const box<Dim> &window, point<Dim> &at, scan s) {
   const auto order = axes_of<Dim>(s);
-  const uint64_t line = window.extent(order[0]), rest = line - uint32_t(at[order[0]]);
+  const uint64_t line = window.extent(order[0]);
   const uint64_t pixel = state_of<state<Dim>>(im).stride[order[0]],
                  pitch = state_of<state<Dim>>(im).stride[order[1]];
-  if (pitch != line * pixel) return rest;
-  const uint32_t lines = window.extent(order[1]) - uint32_t(at[order[1]]);
-  at[order[1]] += int32_t(lines - 1);
-  return rest + line * (lines - 1);
+  if (pitch != line * pixel) return 0;
+  const uint32_t lines = window.extent(order[1]) - uint32_t(at[order[1]]) - 1;
+  at[order[1]] += int32_t(lines);
+  return line * lines;
 }
 
 // Cuts a run into segments of pixels that lie one after another; returns the pixels of the run.
@@ -58,11 +57,18 @@ uint32_t run(record<Dim> *im, uint32_t count, point<Dim> at, Move move) {
   const uint32_t pixels = iolen<Dim>(im, count, at);
   const auto window = box<Dim>::of(&im->wind);
   const auto axis = scan(state_of<state<Dim>>(im).run.axis);
+  const auto rest_of_line = [&] { return window.extent(int(axis)) - uint32_t(at[int(axis)]); };
+  if (pixels <= rest_of_line()) {  // as most do
+    if (pixels) move(address_of<Dim>(im, at), pixels);
+    return pixels;
+  }
   for (uint32_t left = pixels; left;) {
     uint8_t *const first = address_of<Dim>(im, at);
-    const auto segment = uint32_t(std::min<uint64_t>(left, joined_pixels<Dim>(im, window, at, axis)));
-    move(first, segment);
-    left -= segment;
+    uint64_t segment = rest_of_line();
+    if (left > segment) segment += joined_lines<Dim>(im, window, at, axis);
+    segment = std::min<uint64_t>(left, segment);
+    move(first, uint32_t(segment));
+    left -= uint32_t(segment);
     if (left) next_line<Dim>(window, at, axis);
   }
   return pixels;
