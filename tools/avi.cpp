@@ -62,7 +62,7 @@ void set_rate(const std::string &text, qvimagefileinfo &info) {
   }
   const auto one = numbers(text, ',', 0.001, 4e6);
   if (!one || one->size() != 1)
-    throw usage_error("--rate takes N or N,M, numbers from 1 on, or one with a point, not " +
+    throw usage_error("--rate (--fps) takes N or N,M, numbers from 1 on, or one with a point, not " +
                       printable(text));
   uint32_t ratio[2];
   set_ratio(ratio, one->front());

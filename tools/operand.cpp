@@ -1,21 +1,20 @@
 #include "operand.hpp"
 
-#include <fcntl.h>
 #include <glob.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
+#include <memory>
 
 #include <qvimage/error.h>
 #include <qvimage/utility.h>
 
 #include "failure.hpp"
 #include "format.hpp"
-#include "interrupt.hpp"
+#include "nameless_file.hpp"
 #include "raw.hpp"
 #include "text.hpp"
 
@@ -72,14 +71,29 @@ void take_path(operand &word, const std::string &text) {
   word.path = text;
 }
 
-// The standard input, which can be read only once.
-const std::string &standard_input() {
-  static const std::string path = [] {
-    static nameless_file copy("standard input");
-    copy.fill(STDIN_FILENO, "standard input");
-    return copy.path();
-  }();
-  return path;
+// What the standard input ("-") and pipes gave, by their names.
+std::string copied(const std::string &name, const std::string &shown) {
+  static std::map<std::string, std::unique_ptr<nameless_file>> copies;
+  std::unique_ptr<nameless_file> &known = copies[name];
+  if (!known) {
+    auto copy = std::make_unique<nameless_file>(shown);
+    if (name == "-")
+      copy->fill(STDIN_FILENO, shown);
+    else
+      copy->fill_from_pipe(name);
+    known = std::move(copy);
+  }
+  return known->path();
+}
+
+// A path by which the pixels can be reached in any order.
+std::string seekable(const std::string &name, const std::string &shown) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(name, ignored);
+  if (name == "-" || fs::is_fifo(status)) return copied(name, shown);
+  if (fs::is_other(status))
+    throw failure(shown, QVERR_USAGE, "a device or a socket has no pixels (- reads the standard input)");
+  return name;
 }
 
 int64_t number_in(const operand &series, const std::string &name) {
@@ -128,10 +142,9 @@ std::vector<std::string> names_of(const operand &series) {
 }
 
 source source_of(const operand &word, const std::string &name) {
-  const bool standard = name == "-";
   if (word.format == &raw_format) check_raw_form(word.word(name));
-  const std::string path = word.word(standard ? standard_input() : name);
-  const std::string shown = standard ? "standard input" : word.word(name);
+  const std::string shown = name == "-" ? "standard input" : word.word(name);
+  const std::string path = word.word(seekable(name, shown));
   return {path, shown, word.format != nullptr ? word.format : &format_of_content(path, shown)};
 }
 
@@ -166,52 +179,6 @@ std::vector<source> sources_of(const std::string &word) {
   if (!operand.numbered) return {source_of(operand, operand.path)};
   for (const std::string &name : names_of(operand)) sources.push_back(source_of(operand, name));
   return sources;
-}
-
-nameless_file::nameless_file(const std::string &shown) {
-  std::error_code ignored;
-  const fs::path folder = fs::temp_directory_path(ignored);
-  std::string name = ((folder.empty() ? fs::path("/tmp") : folder) / "qvimage-XXXXXX").string();
-  errno = 0;
-  descriptor_ = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor_ < 0)
-    throw failure(shown, QVERR_NOTCREATED, system_detail(QVERR_NOTCREATED, name + " cannot be made for it"));
-  unlink(name.c_str());
-}
-
-nameless_file::~nameless_file() { close(descriptor_); }
-
-std::string nameless_file::path() const { return formatted("/proc/self/fd/%d", descriptor_); }
-
-namespace {
-
-// From one place to another, to the end.
-void copy(int from, int to, const std::string &shown) {
-  std::vector<char> block(size_t{1} << 18);
-  for (;;) {
-    errno = 0;
-    const ssize_t n = read(from, block.data(), block.size());
-    if (n == 0) return;
-    ssize_t done = 0;
-    while (n > 0 && done < n) {
-      const ssize_t part = write(to, block.data() + done, static_cast<size_t>(n - done));
-      if (part < 0 && errno != EINTR) break;
-      if (part > 0) done += part;
-      if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
-    }
-    if (const int signal = noted_interrupt(); signal != 0) throw interrupted{signal};
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0 || done < n) throw failure(shown, QVERR_IO, system_detail(QVERR_IO, "it cannot be copied"));
-  }
-}
-
-}  // namespace
-
-void nameless_file::fill(int descriptor, const std::string &shown) { copy(descriptor, descriptor_, shown); }
-
-void nameless_file::copy_to(int descriptor, const std::string &shown) const {
-  lseek(descriptor_, 0, SEEK_SET);
-  copy(descriptor_, descriptor, shown);
 }
 
 }  // namespace tool

@@ -34,24 +34,9 @@ struct source {
   const file_format *format;
 };
 
-// The files to be read behind a word: those of a series in the order of their numbers. The standard input is
-// copied to a file without a name, once. Throws failures and usage_error.
+// The files to be read behind a word: those of a series in the order of their numbers. The standard input and
+// pipes ("/dev/stdin", a shell's "<(...)") can be read only once and forward: each is copied to a file
+// without a name when a word names it first. Throws failures and usage_error.
 std::vector<source> sources_of(const std::string &word);
-
-// A file without a name in the folder for temporary files. It goes with the program, whatever ends it.
-class nameless_file {
- public:
-  explicit nameless_file(const std::string &shown);  // throws a failure
-  nameless_file(const nameless_file &) = delete;
-  nameless_file &operator=(const nameless_file &) = delete;
-  ~nameless_file();
-
-  std::string path() const;                             // by which it can be opened as long as this lives
-  void fill(int descriptor, const std::string &shown);  // with all that can be read from there
-  void copy_to(int descriptor, const std::string &shown) const;
-
- private:
-  int descriptor_;
-};
 
 }  // namespace tool

@@ -8,6 +8,7 @@
 
 #include "failure.hpp"
 #include "interrupt.hpp"
+#include "nameless_file.hpp"
 #include "target.hpp"
 #include "terminal.hpp"
 #include "text.hpp"

@@ -71,7 +71,7 @@ void reader::read_file_header(checked_reader &in) {
   if (in.get<uint16_t>() != signature) return in.fail({"the file does not begin with BM"});
   const auto length = in.get<uint32_t>();
   if (length != 0 && length != file.filelen)
-    return in.fail({"the header tells of ", length, " bytes, the file has ", file.filelen});
+    return in.fail({"byte 2: the header tells of ", length, " bytes, the file has ", file.filelen});
   in.skip(4);
   stored.data = in.get<uint32_t>();
 }
@@ -123,8 +123,8 @@ int32_t reader::open(const request &r, bool wants_palette) {
   if (icon) stored.data = in.position();
   if (head.compression == 0 &&
       (stored.data > file.filelen || head.picture_bytes() > file.filelen - stored.data))
-    return because(QVERR_FORMAT, {"the picture's ", head.picture_bytes(), " bytes at byte ", stored.data,
-                                  " lie beyond the file's end at byte ", file.filelen});
+    return because(QVERR_FORMAT, {"byte ", file.filelen, ": the file ends before the ", head.picture_bytes(),
+                                  " bytes of pixels that begin at byte ", stored.data});
   shown = dib::present_pixels(head, palette, as_rgb, wants_palette);
   stored.set_layout(dib::layout_of(head));
   rows.set(shown.colours, head.bits / 8u, palette);

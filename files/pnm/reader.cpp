@@ -39,7 +39,10 @@ int32_t reader::open(const char *path, const char *fopenmode, int64_t bufsize) {
   if (code == 0) code = read_header(file, &head, &comments);
   if (code < 0) return code;
   const uint64_t frames = head.frames(file.filelen);
-  if (frames == 0) return because(QVERR_FORMAT, {"the file ends within its first frame"});
+  if (frames == 0)
+    return because(QVERR_FORMAT,
+                   {"byte ", file.filelen, ": the frame that begins at byte ", head.end, " ends after ",
+                    file.filelen - head.end, " of ", head.frame_bytes(), " bytes"});
   if (frames > most_frames) return because(QVERR_FORMAT, {"more than ", most_frames, " frames"});
   const row_form form = head.form();
   set_layout({form, {std::endian::big, false, head.magic == bits}, head.height, form.bytes(), false});

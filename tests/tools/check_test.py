@@ -6,11 +6,13 @@ from common import ToolTest, palette_picture, picture, run
 
 
 class Check(ToolTest):
-    def tells(self, word, *texts):
-        """Of nothing but this file, and these things among others."""
+    def tells(self, word, *texts, alone=False):
+        """Of nothing but this file, and these things: alone, or among others."""
         done = run("check", self.sound, word)
         found = done.stdout.decode()
         self.assertEqual((done.returncode, done.stderr), (1, b""), found)
+        if alone:
+            self.assertEqual(found.count("\n"), len(texts), found)
         for line in found.splitlines():
             self.assertIn(": Invalid file format (code -10): ", line)
             self.assertNotIn(self.sound, line)
@@ -107,25 +109,29 @@ class Check(ToolTest):
              r"byte \d+: MCU 19 of 20 is broken or missing"),
             ("b.jpg", colour, lambda data: data[:-2], r"byte \d+: no EOI marker at the end"),
             ("b.jpg", colour, longer, r"byte \d+: 4 bytes behind the EOI marker"),
-            ("b.jpg", colour, rows(8), r"byte \d+: MCU 21 of 25 is broken or missing"),
+            ("b.jpg", colour, rows(8), r"byte \d+: MCU 21 of 25 is broken or missing", "page 1: rows from 33 on: .*"),
             ("b.jpg", colour, rows(-8), r"byte \d+: \d+ bytes behind the last of 15 MCUs"),
-            ("b.jpg", colour, lambda data: data[:2] + table + data[2:], "byte 2: no scan uses the quantisation table 3"),
+            ("b.jpg", colour, lambda data: data[:2] + table + data[2:], "byte 2: no scan uses the quantisation table 3",
+             "marker at byte 2: quantisation table of slot 3"),
             ("b.jpg", colour, lambda data: data[:20] + b"more" + data[20:], "byte 20: 4 bytes that belong to no segment"),
-            ("b.ppm", colour, short, "the file ends within its first frame",
-             r"byte \d+: the frame that begins at byte \d+ ends after 3550 of 3600 bytes"),
+            ("b.ppm", colour, short, r"byte \d+: the frame that begins at byte \d+ ends after 3550 of 3600 bytes"),
             ("b.ppm", colour, longer, r"byte \d+: the frame that begins at byte \d+ ends after 4 of 3600 bytes"),
             ("b.pgm", deep, lambda data: data[:-2] + b"\xff\xff", r"byte \d+: the value 65535 is above the maximum 4095"),
-            ("b.bmp", colour, short, "byte 2: the header tells of 3654 bytes, the file has 3604",
+            ("b.bmp", colour, short, "byte 2: the header tells of 3654 bytes, the file has 3604"),
+            ("b.bmp", colour, lambda data: put(2, "<I", 0)(short(data)),
              "byte 3604: the file ends before the 3600 bytes of pixels that begin at byte 54"),
             ("b.bmp", colour, lambda data: put(2, "<I", 3658)(data + b"more"), "byte 3654: 4 bytes behind the pixels"),
-            ("b.bmp", palette, put(10, "<I", 110), "byte 10: pixels begin at byte 110, inside the palette that ends at byte 118"),
-            ("b.bmp", colour, put(10, "<I", 50), "byte 10: pixels begin at byte 50, inside the header that ends at byte 54"),
-            ("b.bmp", palette, put(46, "<I", 17), "byte 46: 17 colours, more than 4 bits tell apart"),
+            ("b.bmp", palette, put(10, "<I", 110), "byte 10: pixels begin at byte 110, inside the palette that ends at byte 118",
+             "byte 710: 8 bytes behind the pixels"),
+            ("b.bmp", colour, put(10, "<I", 50), "byte 10: pixels begin at byte 50, inside the header that ends at byte 54",
+             "byte 3650: 4 bytes behind the pixels"),
+            ("b.bmp", palette, put(46, "<I", 17), "byte 46: 17 colours, more than 4 bits tell apart",
+             "byte 10: pixels begin at byte 118, inside the palette that ends at byte 122"),
             ("b.bmp", colour, put(34, "<I", 3599), "byte 34: the header tells of 3599 bytes of pixels, rows have 3600"),
             ("b.bmp", colour, put(26, "<H", 3), "byte 26: 3 planes, not 1"),
             ("b.fits", colour, short, r"byte \d+: the file ends within a block of 2880 bytes"),
             ("b.avi", colour, no_index, r"byte \d+: there is no index of the frames"),
-            ("b.avi", colour, short, "byte 4: the RIFF chunk ends behind the end of the file"),
+            ("b.avi", colour, short, "byte 4: the RIFF chunk ends behind the end of the file", "the file holds no whole frame"),
             ("raw:FOLDER/b:40x30:u8x3", colour, short, "3600 bytes of pixels from byte 0 on, the file has 3550"),
         ]
         for name, page, damage, *texts in cases:
@@ -135,7 +141,7 @@ class Check(ToolTest):
                 self.good("convert", "--quiet", self.make("a.tif", page), word)
                 self.assertEqual(self.good("check", word), "")
                 self.put(path, damage(self.content(path)))
-                self.tells(word, *texts)
+                self.tells(word, *texts, alone=True)
 
 
 if __name__ == "__main__":

@@ -222,6 +222,10 @@ class Whole(ToolTest):
                 self.assertEqual(status, -by)
                 self.assertEqual(self.files(), before)
                 self.assertEqual(self.content("old.tif"), content)
+        os.mkfifo(self.path("pipe"))
+        opened = lambda: os.open(self.path("pipe"), os.O_WRONLY)  # waits for the other side
+        self.assertEqual(self.interrupted("convert", self.path("pipe"), self.path("new.tif"), by=signal.SIGTERM,
+                                          watch=opened), -signal.SIGTERM)
 
     def test_a_full_disk_leaves_no_file_and_an_old_one_as_it_was(self):
         source = self.make("a.tif", picture(300, 300), picture(300, 300))

@@ -71,6 +71,9 @@ class Formats(ToolTest):
         self.assertIn("raw, 12 pages", self.good("info", "raw:-:9x8:u8", input=bytes(12 * 72)))
         self.refused(2, "raw:-: size and type are missing.*", "info", "raw:-", input=b"")
         self.assertRegex(run("info", "-", input=b"").stderr.decode(), "standard input: .* the file is empty")
+        for words in (["info", "/dev/stdin"], ["diff", "-", "-"], ["diff", "/dev/stdin", path]):
+            self.good(*words, input=content)
+        self.refused(1, "/dev/null: .*: a device or a socket has no pixels .*", "info", "/dev/null")
 
     def test_pages_go_there_and_back(self):
         """Within so much of every value; the rest of the page stays."""
@@ -173,7 +176,7 @@ class Formats(ToolTest):
             ("series:FOLDER/b?.bmp:1-3", [page], [], 1, "1 pages are not the files from 1 to 3"),
             ("-", [page], [], 2, "--format tells the format of the standard output"),
             ("jpg:-", [page], [], 2, "jpg is no format; there are tiff, jpeg"),
-            ("b.avi", [page], ["--fps=a"], 2, "--rate takes N or N,M"),
+            ("b.avi", [page], ["--fps=a"], 2, r"--rate \(--fps\) takes N or N,M"),
             ("b.pgm", [page, picture(9, 7)], [], 1, "page|frame"),
             ("b.pgm", [palette_picture(9, 8)], [], 1, "anymaps have no palettes"),
             ("b.bmp", [page, page], [], 1, "a BMP file holds one page .--pages"),
@@ -181,7 +184,7 @@ class Formats(ToolTest):
             ("b.fits", [page, picture(9, 7)], [], 1, "page 2 would be 9 x 7, 1 x 8-bit .*, the first one is 9 x 8, .* makes a file of each"),
             ("b.avi", [picture(9, 8, samples=4)], [], 1, "hold grey or RGB pixels .--colour"),
             ("b.avi", [page], ["--quality=50"], 2, "--quality is for motion JPEG .--mjpeg"),
-            ("b.avi", [page], ["--rate=0"], 2, "--rate takes N or N,M"),
+            ("b.avi", [page], ["--rate=0"], 2, r"--rate \(--fps\) takes N or N,M"),
             ("b.tif", [page], ["--quality=50"], 2, "--quality is for JPEG files, not for TIFF"),
         ]
         for name, pages, words, status, text in cases:
