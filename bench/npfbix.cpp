@@ -39,7 +39,9 @@ void add_dense_members() {
   }
 #define QVIM_TO_REAL(name, S, D, ...) \
   add_kernel(#name, name, sizeof(S), sizeof(D), {0.9, sizeof(S) == 2 && sizeof(D) == 4 ? 0.75 : 0});
-#define QVIM_FROM_REAL(name, S, D, ...) add_kernel(#name, name, sizeof(S), sizeof(D), {0.5, 0.6});
+#define QVIM_FROM_REAL(name, S, D, ...)                                        \
+  add_kernel(#name, name, sizeof(S), sizeof(D), {0.5, 0.6}, {in_cache}, false, \
+             sizeof(D) == 1 ? 15 : 1023); /* shifted, too, the results fit */
 #define QVIM_REAL(name, S, D) add_kernel(#name, name, sizeof(S), sizeof(D), 0.9);
 #include <qvimage/members/npfbix.inc>
 }

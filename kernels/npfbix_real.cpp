@@ -73,8 +73,7 @@ QVIM_INLINE uint32_t saturated(S v, S limit, uint32_t largest, S factor) {
 }
 
 #if QVIM_CONVERTS
-// The same for as many values as a vector has numbers of 32 bits. `exact`: `largest` is less than 2^31, and
-// `limit` times `factor`; doubles need not ask.
+// As many values as a vector has numbers of 32 bits.
 template <class S>
 struct reals {
   static constexpr int parts = sizeof(S) / 4;
@@ -82,39 +81,48 @@ struct reals {
   QVIM_INLINE explicit reals(const char *from) {
     for (int i = 0; i < parts; ++i) part[i] = load_vector<S>(from + i * vector_bytes);
   }
+  QVIM_INLINE vec<int32_t> signed_numbers() const {
+    if constexpr (parts == 2)
+      return signed_parts(part[0], part[1]);
+    else
+      return signed_parts(part[0]);
+  }
 };
 constexpr uint32_t exact_in_float = 1 << 24;
 
-template <bool exact, class S>
+// What is known of the integers that values become: that they fit the destination, where those below 0 and
+// NaN become negative ones; that they are below 2^31; nothing.
+enum class known { to_fit, below_half, nothing };
+
+template <known what, class S>
 QVIM_INLINE vec<uint32_t> saturated(const reals<S> &v, S limit, uint32_t largest, S factor) {
   const vec<S> zero = {}, most = all<S>(limit);
-  vec<S> positive[reals<S>::parts], limited[reals<S>::parts];
+  reals<S> positive = v, limited = v;
   for (int i = 0; i < reals<S>::parts; ++i) {
-    positive[i] = v.part[i] > zero ? v.part[i] : zero;
-    limited[i] = (positive[i] < most ? positive[i] : most) * factor;
+    if constexpr (what != known::to_fit) positive.part[i] = v.part[i] > zero ? v.part[i] : zero;
+    limited.part[i] = (most < positive.part[i] ? most : positive.part[i]) * factor;
   }
-  if constexpr (sizeof(S) == 8)
-    return whole_parts(limited[0], limited[1]);
-  else if constexpr (exact)
-    return whole_parts<true>(limited[0]);
+  if constexpr (what != known::nothing)
+    return (vec<uint32_t>)limited.signed_numbers();
+  else if constexpr (sizeof(S) == 8)
+    return whole_parts(limited.part[0], limited.part[1]);
   else
-    return positive[0] < most ? whole_parts<false>(positive[0] * factor) : all<uint32_t>(largest);
+    return positive.part[0] < most ? whole_parts<false>(positive.part[0] * factor) : all<uint32_t>(largest);
 }
 #endif
 
 // Clamped to 0 .. mask, compared in the real type.
 template <class S, class D>
 struct clamp {
+  static constexpr bool is_limited = true;
   uint32_t largest;
   S limit;
   QVIM_INLINE explicit clamp(uint32_t mask) : largest(mask), limit(S(mask)) {}
   QVIM_INLINE uint32_t operator()(S v) const { return saturated(v, limit, largest, S(1)); }
 #if QVIM_CONVERTS
-  static constexpr bool has_vectors = true;
-  QVIM_INLINE bool is_exact() const { return sizeof(S) == 8 || largest <= exact_in_float; }
-  template <bool exact>
+  template <known what>
   QVIM_INLINE vec<uint32_t> vector(const reals<S> &v) const {
-    return saturated<exact>(v, limit, largest, S(1));
+    return saturated<what>(v, limit, largest, S(1));
   }
 #endif
 };
@@ -122,17 +130,17 @@ struct clamp {
 // 0 .. 1 becomes 0 .. k, with k cut to the destination; k = 0 gives 0 for all values.
 template <class S, class D>
 struct clamp_scale {
+  static constexpr bool is_limited = true;
   static constexpr bool precise = sizeof(S) == 8 || sizeof(D) < 4;
-  uint32_t k;
+  uint32_t largest;
   S limit, factor;
-  QVIM_INLINE explicit clamp_scale(uint32_t mask) : k(D(mask)), limit(k ? S(1) : S(0)), factor(S(k)) {}
-  QVIM_INLINE uint32_t operator()(S v) const { return saturated<S, precise>(v, limit, k, factor); }
+  QVIM_INLINE explicit clamp_scale(uint32_t k)
+      : largest(D(k)), limit(largest ? S(1) : S(0)), factor(S(largest)) {}
+  QVIM_INLINE uint32_t operator()(S v) const { return saturated<S, precise>(v, limit, largest, factor); }
 #if QVIM_CONVERTS
-  static constexpr bool has_vectors = true;
-  QVIM_INLINE bool is_exact() const { return precise || k <= exact_in_float; }
-  template <bool exact>
+  template <known what>
   QVIM_INLINE vec<uint32_t> vector(const reals<S> &v) const {
-    return saturated<exact>(v, limit, k, factor);
+    return saturated<what>(v, limit, largest, factor);
   }
 #endif
 };
@@ -140,34 +148,51 @@ struct clamp_scale {
 // Times k, without a limit but that of 32 bits.
 template <class S, class D>
 struct scale {
+  static constexpr bool is_limited = false;
   S factor, limit = variable(S(0xFFFFFFFFu));
   uint32_t largest = variable(0xFFFFFFFFu);
   QVIM_INLINE explicit scale(uint32_t k) : factor(S(k)) {}
   QVIM_INLINE uint32_t operator()(S v) const { return saturated(v * factor, limit, largest, S(1)); }
 #if QVIM_CONVERTS
-  static constexpr bool has_vectors = sizeof(S) == 8;  // not faster for floats
-  QVIM_INLINE bool is_exact() const { return true; }
-  template <bool>
+  QVIM_INLINE bool all_below(S bound, const char *src, int vectors) const {
+    vec<S> biggest = {};
+    for (int i = 0; i < vectors; ++i) {
+      const vec<S> v = load_vector<S>(src + i * vector_bytes) * factor;
+      biggest = v > biggest ? v : biggest;
+    }
+    return !any_set((vec<int32_t>)(biggest >= all<S>(bound)));
+  }
+  template <known what>
   QVIM_INLINE vec<uint32_t> vector(reals<S> v) const {
     for (auto &part : v.part) part *= factor;
-    return saturated<true>(v, limit, largest, S(1));
+    if constexpr (what == known::nothing) return saturated<what>(v, limit, largest, S(1));
+    if constexpr (what == known::below_half) {
+      for (auto &part : v.part) part = part > 0 ? part : vec<S>{};
+    }
+    return (vec<uint32_t>)v.signed_numbers();
   }
 #endif
 };
 
 struct unshifted {
+  static constexpr bool keeps_sign = true;
   QVIM_INLINE explicit unshifted(uint32_t) {}
   QVIM_INLINE auto operator()(auto v) const { return v; }
+  QVIM_INLINE uint64_t back(uint64_t v) const { return v; }
 };
 struct right {
+  static constexpr bool keeps_sign = true;
   uint32_t shift;
   QVIM_INLINE explicit right(uint32_t s) : shift(s & 31) {}
   QVIM_INLINE auto operator()(auto v) const { return v >> shift; }
+  QVIM_INLINE uint64_t back(uint64_t v) const { return v << shift; }
 };
 struct left {
+  static constexpr bool keeps_sign = false;
   uint32_t shift;
   QVIM_INLINE explicit left(uint32_t s) : shift(s & 31) {}
   QVIM_INLINE auto operator()(auto v) const { return v << shift; }
+  QVIM_INLINE uint64_t back(uint64_t v) const { return v >> shift; }
 };
 
 template <class S, class D, class Integer, class Shift>
@@ -178,30 +203,64 @@ struct from_real {
 
 #if QVIM_CONVERTS
   // As many values of a run as make whole vectors of results; returns how many.
-  QVIM_INLINE uint64_t vectors(const char *src, char *dst, uint64_t count) const
-      requires(Integer::has_vectors) {
-    return integer.is_exact() ? all_vectors<true>(src, dst, count) : all_vectors<false>(src, dst, count);
+  QVIM_INLINE uint64_t vectors(const char *src, char *dst, uint64_t count) const {
+    const auto all = [&]<known what>() __attribute__((always_inline)) {
+      return each_vector(
+          src, dst, count, [op = *this](const char *from, char *to) __attribute__((always_inline)) {
+            op.template convert<what>(from, to);
+          });
+    };
+    if constexpr (!Integer::is_limited)
+      return unlimited_vectors(src, dst, count);
+    else if (integer.largest > exact_in_float)
+      return all.template operator()<known::nothing>();
+    else if (integer.largest < fitting())
+      return all.template operator()<when_fitting>();
+    else
+      return all.template operator()<known::below_half>();
   }
 
  private:
-  template <bool exact>
-  QVIM_INLINE uint64_t all_vectors(const char *src, char *dst, uint64_t count) const {
+  // So many make one of results.
+  static constexpr int source_vectors = sizeof(S) / sizeof(D);
+
+  QVIM_INLINE static uint64_t each_vector(const char *src, char *dst, uint64_t count, const auto &convert) {
     constexpr uint64_t values = vector_bytes / sizeof(D);
-    const from_real operation = *this;
     uint64_t done = 0;
-    for (; count - done >= values; done += values, src += values * sizeof(S), dst += values * sizeof(D)) {
-      const auto word = [&](int i) __attribute__((always_inline)) {
-        return operation.shift(operation.integer.template vector<exact>(
-            reals<S>(src + i * (vector_bytes / 4) * int(sizeof(S)))));
-      };
-      if constexpr (sizeof(D) == 1)
-        store_vector(dst, low_bytes(word(0), word(1), word(2), word(3)));
-      else if constexpr (sizeof(D) == 2)
-        store_vector(dst, low_words(word(0), word(1)));
-      else
-        store_vector(dst, word(0));
-    }
+    for (; count - done >= values; done += values) convert(src + done * sizeof(S), dst + done * sizeof(D));
     return done;
+  }
+  // Results fit when the integers are below this.
+  QVIM_INLINE uint64_t fitting() const {
+    const uint64_t bound = shift.back(uint64_t(1) << 8 * sizeof(D)), half = 1u << 31;
+    return bound < half ? bound : half;
+  }
+  static constexpr known when_fitting = sizeof(D) < 4 ? known::to_fit : known::below_half;
+  QVIM_INLINE uint64_t unlimited_vectors(const char *src, char *dst, uint64_t count) const {
+    const S bound = S(fitting());
+    return each_vector(
+        src, dst, count, [ op = *this, bound ](const char *from, char *to) __attribute__((always_inline)) {
+          if (op.integer.all_below(bound, from, source_vectors)) [[likely]]
+            op.template convert<when_fitting>(from, to);
+          else
+            op.template convert<known::nothing>(from, to);
+        });
+  }
+  template <known what>
+  QVIM_INLINE void convert(const char *src, char *dst) const {
+    const auto word = [ =, this ](int i) __attribute__((always_inline)) {
+      const reals<S> v(src + i * reals<S>::parts * vector_bytes);
+      const auto whole = (vec<int32_t>)integer.template vector<what>(v);
+      if constexpr (what != known::to_fit) return shift((vec<uint32_t>)whole);
+      return (vec<uint32_t>)shift(Shift::keeps_sign ? whole : whole > 0 ? whole : whole & 0);
+    };
+    constexpr bool fits = what == known::to_fit;
+    if constexpr (sizeof(D) == 1)
+      store_vector(dst, narrowed_bytes<fits>(word(0), word(1), word(2), word(3)));
+    else if constexpr (sizeof(D) == 2)
+      store_vector(dst, narrowed_words<fits>(word(0), word(1)));
+    else
+      store_vector(dst, word(0));
   }
 #endif
 };

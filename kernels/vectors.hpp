@@ -177,12 +177,11 @@ QVIM_INLINE vec<uint32_t> whole_parts(vec<double> a, vec<double> b) {
   return (vec<uint32_t>)vuzp1q_u32(vreinterpretq_u32_u64(vcvtq_u64_f64((float64x2_t)a)),
                                    vreinterpretq_u32_u64(vcvtq_u64_f64((float64x2_t)b)));
 }
-// The low bits of words and bytes, in order.
-QVIM_INLINE vec<uint16_t> low_words(vec<uint32_t> a, vec<uint32_t> b) {
-  return (vec<uint16_t>)vuzp1q_u16((uint16x8_t)a, (uint16x8_t)b);
-}
-QVIM_INLINE vec<uint8_t> low_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<uint32_t> c, vec<uint32_t> d) {
-  return (vec<uint8_t>)vuzp1q_u8((uint8x16_t)low_words(a, b), (uint8x16_t)low_words(c, d));
+// The whole parts as signed numbers: of NaN and of what is too large for them, any that has the value's sign.
+QVIM_INLINE vec<int32_t> signed_parts(vec<float> v) { return (vec<int32_t>)vcvtq_s32_f32((float32x4_t)v); }
+QVIM_INLINE vec<int32_t> signed_parts(vec<double> a, vec<double> b) {
+  const auto low = vqmovn_s64(vcvtq_s64_f64((float64x2_t)a));
+  return (vec<int32_t>)vqmovn_high_s64(low, vcvtq_s64_f64((float64x2_t)b));
 }
 // Numbers limited to half their width: in each lane those of a, then those of b.
 QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
@@ -194,6 +193,14 @@ QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
 QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)vqmovun_high_s16(vqmovun_s16((int16x8_t)a), (int16x8_t)b);
 }
+
+// Items of 4 or 8 bytes: the first of each lane, then the second ones, and so on.
+template <class Item>
+QVIM_INLINE vec<uint8_t> in_order(vec<uint8_t> v) {
+  return v;
+}
+// Is a bit set anywhere?
+QVIM_INLINE bool any_set(vec<int32_t> v) { return vmaxvq_u32((uint32x4_t)v) != 0; }
 
 #elif QVIM_LANES == 2
 template <class T>
@@ -278,10 +285,12 @@ QVIM_INLINE vec<int16_t> byte_pair_sums(vec<uint8_t> a, vec<uint8_t> b) {
 QVIM_INLINE vec<int16_t> neighbour_sums(vec<int16_t> a, vec<int16_t> b) {
   return (vec<int16_t>)_mm256_hadd_epi16((__m256i)a, (__m256i)b);
 }
-// Fours of bytes: the first of each lane, then the second ones, and so on.
-QVIM_INLINE vec<uint8_t> lanes_dealt(vec<uint8_t> v) {
+template <class Item>
+QVIM_INLINE vec<uint8_t> in_order(vec<uint8_t> v) {
+  if constexpr (sizeof(Item) == 8) return (vec<uint8_t>)_mm256_permute4x64_epi64((__m256i)v, 0xD8);
   return (vec<uint8_t>)_mm256_permutevar8x32_epi32((__m256i)v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
+QVIM_INLINE bool any_set(vec<int32_t> v) { return !_mm256_testz_si256((__m256i)v, (__m256i)v); }
 QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
   return (vec<int16_t>)_mm256_packs_epi32((__m256i)a, (__m256i)b);
 }
@@ -308,17 +317,12 @@ QVIM_INLINE vec<uint32_t> whole_parts(vec<double> a, vec<double> b) {
   const __m256i low = _mm256_castps_si256(_mm256_shuffle_ps(bits(a), bits(b), 0x88));
   return (vec<uint32_t>)_mm256_permute4x64_epi64(low, 0xD8);
 }
-QVIM_INLINE vec<uint16_t> low_words(vec<uint32_t> a, vec<uint32_t> b) {
-  const auto words = narrowed_unsigned((vec<int32_t>)(a & 0xFFFF), (vec<int32_t>)(b & 0xFFFF));
-  return (vec<uint16_t>)_mm256_permute4x64_epi64((__m256i)words, 0xD8);
+// Both are the lowest number for NaN and what does not fit.
+QVIM_INLINE vec<int32_t> signed_parts(vec<float> v) { return (vec<int32_t>)_mm256_cvttps_epi32(v); }
+QVIM_INLINE vec<int32_t> signed_parts(vec<double> a, vec<double> b) {
+  const __m256i low = _mm256_castsi128_si256(_mm256_cvttpd_epi32(a));
+  return (vec<int32_t>)_mm256_inserti128_si256(low, _mm256_cvttpd_epi32(b), 1);
 }
-QVIM_INLINE vec<uint8_t> low_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<uint32_t> c, vec<uint32_t> d) {
-  const auto words = [](vec<uint32_t> x, vec<uint32_t> y) __attribute__((always_inline)) {
-    return narrowed((vec<int32_t>)(x & 0xFF), (vec<int32_t>)(y & 0xFF));
-  };
-  return lanes_dealt(narrowed_unsigned(words(a, b), words(c, d)));
-}
-
 #else
 template <class T>
 QVIM_INLINE vec<T> in_all_lanes(const void *from) {
@@ -409,6 +413,19 @@ QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
 }
 QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)_mm512_packus_epi16((__m512i)a, (__m512i)b);
+}
+#endif
+#if QVIM_LANES < 4
+// The low bits of numbers, which may be negative if they are known to `fit`: these become 0.
+template <bool fit>
+QVIM_INLINE vec<uint16_t> narrowed_words(vec<uint32_t> a, vec<uint32_t> b) {
+  const auto low = [](auto v) __attribute__((always_inline)) { return (vec<int32_t>)(fit ? v : v & 0xFFFF); };
+  return (vec<uint16_t>)in_order<uint64_t>((vec<uint8_t>)narrowed_unsigned(low(a), low(b)));
+}
+template <bool fit>
+QVIM_INLINE vec<uint8_t> narrowed_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<uint32_t> c, vec<uint32_t> d) {
+  const auto low = [](auto v) __attribute__((always_inline)) { return (vec<int32_t>)(fit ? v : v & 0xFF); };
+  return in_order<uint32_t>(narrowed_unsigned(narrowed(low(a), low(b)), narrowed(low(c), low(d))));
 }
 #endif
 // Lanes in the reverse order, where bytes cannot be shuffled across them.

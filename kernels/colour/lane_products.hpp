@@ -214,7 +214,7 @@ struct dot_products {
       return (vec<int16_t>)(((vec<uint16_t>)neighbour_sums(a, b) + added) >> 8);
     }
     QVIM_INLINE void convert(const char *src, char *dst) const {
-      store_vector(dst, lanes_dealt(narrowed_unsigned(sums(src), sums(src + 2 * lanes * 4 * in))));
+      store_vector(dst, in_order<uint32_t>(narrowed_unsigned(sums(src), sums(src + 2 * lanes * 4 * in))));
     }
   };
 #endif
