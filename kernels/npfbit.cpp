@@ -1,10 +1,11 @@
 // Bit packing: a run of pixies to a dense stream of their values, and back.
 //
-// The values in a 64-bit word of pixies are joined to one field in its low bits, and fields with each other
-// until they have more than 32 bits, all of which the compiler does for many words at a time. Then each field
-// is shifted to where it begins in a byte, and a byte shuffle moves two fields together; what is stored too
-// much, the next store overwrites. A stream that begins with the most significant bits is the same with the
-// order of the values in a field and of the bytes of a word reversed.
+// Pixies become values of the smallest size that holds their bits. Pairs of values that fit into one byte are
+// joined, until they do not fit. The values in a 64-bit word are then joined to one field of more than 32
+// bits in its low ones. Each field is shifted to where it begins in a byte, and a byte shuffle moves two
+// fields together; what is stored too much, the next store overwrites. A stream that begins with the most
+// significant bits is the same with the order of the values in a pair or field and of the bytes of a word
+// reversed.
 #include <algorithm>
 #include <bit>
 
@@ -19,9 +20,10 @@ static_assert(std::endian::native == std::endian::little);
 
 enum : uint32_t { high_bits_first = 1, low_justified = 2 };  // bits of the mode argument
 
-constexpr uint64_t group = 64;    // values: whole words of pixies, whole bytes of the stream
-constexpr uint64_t block = 1024;  // values taken at a time
-constexpr uint64_t spare = 48;    // bytes behind a block's stream that may be touched
+constexpr uint64_t group = 128;  // values: whole vectors of joined pixies, whole bytes of the stream
+// Of pixies, taken at a time. If buffers were of whole pages, loads would seem to want what was just stored.
+constexpr uint64_t block_bytes = 3584;
+constexpr uint64_t spare = 48;  // bytes behind a block's stream that may be touched
 
 constexpr uint64_t low_bits(uint32_t bits) { return bits < 64 ? (uint64_t(1) << bits) - 1 : ~uint64_t(0); }
 
@@ -31,47 +33,66 @@ QVIM_INLINE uint64_t in_lanes(uint64_t value) {
   return value * (~uint64_t(0) / low_bits(lane));
 }
 
-// Joins neighbouring fields of `bits` bits, which lie in lanes of `lane` bits, until there is one.
+// Joins neighbouring fields of `bits` bits, which lie in lanes of `lane` bits, until there is one. Where the
+// lower bits are first, one of two fields need not be moved, and bytes are reversed in one step.
 template <uint32_t lane, bool high_first>
 QVIM_INLINE uint64_t join(uint64_t word, uint32_t bits) {
   if constexpr (lane == 64) {
     return word;
+  } else if constexpr (lane == 8 && high_first) {
+    return join<lane, false>(__builtin_bswap64(word), bits);
   } else {
-    const uint64_t lanes = in_lanes<2 * lane>(low_bits(lane));
-    const uint64_t first = word & lanes, second = word >> lane & lanes;
-    return join<2 * lane, high_first>(high_first ? first << bits | second : second << bits | first, 2 * bits);
+    const uint64_t field = in_lanes<2 * lane>(low_bits(bits));
+    return join<2 * lane, high_first>(high_first ? (word & field) << bits | (word >> lane & field)
+                                                 : (word & field) | (word >> (lane - bits) & field << bits),
+                                      2 * bits);
   }
 }
 
 // The reverse; bits above the one field are ignored.
 template <uint32_t lane, bool high_first>
-QVIM_INLINE uint64_t split(uint64_t field, uint32_t bits) {
+QVIM_INLINE uint64_t split(uint64_t joined, uint32_t bits) {
   if constexpr (lane == 64) {
-    return field;
+    return joined;
+  } else if constexpr (lane == 8 && high_first) {
+    return __builtin_bswap64(split<lane, false>(joined, bits));
   } else {
-    const uint64_t word = split<2 * lane, high_first>(field, 2 * bits);
-    const uint64_t lanes = in_lanes<2 * lane>(low_bits(bits));
-    const uint64_t low = word & lanes, high = word >> bits & lanes;
-    return high_first ? high | low << lane : low | high << lane;
+    const uint64_t word = split<2 * lane, high_first>(joined, 2 * bits);
+    const uint64_t field = in_lanes<2 * lane>(low_bits(bits));
+    return high_first ? (word >> bits & field) | (word & field) << lane
+                      : (word & field) | (word << (lane - bits) & field << lane);
   }
 }
 
-// Pairs of neighbouring fields to fields of twice the length, and back.
+// Pairs of bytes. Vectors by name: compilers would do arithmetic of 16 bits with 32.
+#ifdef __AVX2__
+constexpr int pair_vector_bytes = 32;
+#else
+constexpr int pair_vector_bytes = 16;
+#endif
+typedef uint16_t byte_pairs __attribute__((vector_size(pair_vector_bytes)));
+typedef uint8_t joined_bytes __attribute__((vector_size(pair_vector_bytes / 2)));
+
+// The bits of values in both bytes of a pair.
+QVIM_INLINE uint16_t bits_of_pair(uint32_t bits) { return uint16_t(low_bits(bits) * 0x0101); }
+
+// Pairs of values, which have at most four bits, to values of twice the bits, and back.
 template <bool high_first>
-QVIM_INLINE void join_fields(uint64_t *fields, uint64_t pairs, uint32_t length) {
-  QVIM_INDEPENDENT
-  for (uint64_t i = 0; i < pairs; ++i) {
-    const uint64_t first = fields[2 * i], second = fields[2 * i + 1];
-    fields[i] = high_first ? first << length | second : second << length | first;
+QVIM_INLINE void join_pairs(const char *from, char *to, uint64_t pairs, uint32_t bits, uint32_t shift) {
+  const uint16_t first = bits, second = 8 - bits;
+  for (uint64_t i = 0; i < pairs; i += sizeof(joined_bytes)) {
+    const byte_pairs v = load<byte_pairs>(from + 2 * i) >> uint16_t(shift) & bits_of_pair(bits);
+    const byte_pairs joined = high_first ? v << first | v >> 8 : v | v >> second;
+    store(to + i, __builtin_convertvector(joined, joined_bytes));
   }
 }
 template <bool high_first>
-QVIM_INLINE void split_fields(const uint64_t *joined, uint64_t *fields, uint64_t pairs, uint32_t length) {
-  const uint64_t field = low_bits(length);
-  for (uint64_t i = 0; i < pairs; ++i) {
-    const uint64_t low = joined[i] & field, high = joined[i] >> length & field;
-    fields[2 * i] = high_first ? high : low;
-    fields[2 * i + 1] = high_first ? low : high;
+QVIM_INLINE void split_pairs(const char *from, char *to, uint64_t pairs, uint32_t bits, uint32_t shift) {
+  const uint16_t first = bits, second = 8 - bits;
+  for (uint64_t i = 0; i < pairs; i += sizeof(joined_bytes)) {
+    const byte_pairs v = __builtin_convertvector(load<joined_bytes>(from + i), byte_pairs);
+    const byte_pairs apart = high_first ? v >> first | v << 8 : v | v << second;
+    store(to + 2 * i, (apart & bits_of_pair(bits)) << uint16_t(shift));
   }
 }
 
@@ -180,94 +201,185 @@ QVIM_INLINE void get_62(uint64_t *fields, uint64_t count, const char *from) {
   }
 }
 
-template <class Pixie, bool high_first>
-QVIM_INLINE void stuff_block(const char *pixies, char *stream, uint64_t words, uint32_t bits, uint32_t shift,
-                             const placement<high_first> &place) {
-  constexpr uint32_t lane = 8 * sizeof(Pixie);
+template <class Value, bool high_first>
+QVIM_INLINE void put_block(const char *values, char *stream, uint64_t words, uint32_t bits, uint32_t shift,
+                           const placement<high_first> &place) {
+  constexpr uint32_t lane = 8 * sizeof(Value);
   const uint64_t value_bits = in_lanes<lane>(low_bits(bits));
-  uint64_t space[block * sizeof(Pixie) / 8 + 8], *const fields = space + 4;
+  uint64_t space[block_bytes / 8 + 4], *const fields = space + 4;
   fields[-1] = 0;
   for (uint64_t i = 0; i < words; ++i)
-    fields[i] = join<lane, high_first>(load<uint64_t>(pixies + 8 * i) >> shift & value_bits, bits);
-  uint32_t length = 64 / lane * bits;
-  for (; length <= 32; length *= 2) join_fields<high_first>(fields, words /= 2, length);
-  for (; words % 4; ++words) fields[words] = 0;
-  if (length == 62)
+    fields[i] = join<lane, high_first>(load<uint64_t>(values + 8 * i) >> shift & value_bits, bits);
+  if (place.length == 62)
     put_62<high_first>(fields, words, stream);
   else
     put_fields<high_first>(fields, words, place, stream);
 }
 
-template <class Pixie, bool high_first>
-QVIM_INLINE void unstuff_block(char *pixies, const char *stream, uint64_t words, uint32_t bits,
-                               uint32_t shift, const placement<high_first> &place) {
-  constexpr uint32_t lane = 8 * sizeof(Pixie);
-  uint64_t buffers[2][block * sizeof(Pixie) / 8 + 4];
-  uint64_t *fields = buffers[0], *others = buffers[1];
-  uint32_t length = 64 / lane * bits;
-  uint64_t joined = words;
-  for (; length <= 32; length *= 2) joined /= 2;
-  if (length == 62)
-    get_62<high_first>(fields, joined, stream);
+template <class Value, bool high_first>
+QVIM_INLINE void get_block(char *values, const char *stream, uint64_t words, uint32_t bits, uint32_t shift,
+                           const placement<high_first> &place) {
+  constexpr uint32_t lane = 8 * sizeof(Value);
+  uint64_t fields[block_bytes / 8];
+  if (place.length == 62)
+    get_62<high_first>(fields, words, stream);
   else
-    get_fields<high_first>(fields, (joined + 3) / 4 * 4, place, stream);
-  for (; joined < words; joined *= 2) {
-    split_fields<high_first>(fields, others, joined, length /= 2);
-    std::swap(fields, others);
-  }
+    get_fields<high_first>(fields, words, place, stream);
   for (uint64_t i = 0; i < words; ++i)
-    store(pixies + 8 * i, split<lane, high_first>(fields[i], bits) << shift);
+    store(values + 8 * i, split<lane, high_first>(fields[i], bits) << shift);
 }
 
-// What the fields of `bits`-bit values have when they are joined.
-QVIM_INLINE uint32_t joined_length(uint32_t length) {
-  while (length <= 32) length *= 2;
-  return length;
+// Values of 8 or 16 bits that fill their bytes: the stream itself, but for the order of two bytes.
+template <class Value, bool high_first>
+QVIM_INLINE void copy_whole(const char *from, char *to, uint64_t count) {
+  if constexpr (sizeof(Value) == 2 && high_first) {
+    QVIM_INDEPENDENT
+    for (uint64_t i = 0; i < 2 * count; i += 2) store(to + i, __builtin_bswap16(load<uint16_t>(from + i)));
+  } else {
+    std::memcpy(to, from, count * sizeof(Value));
+  }
 }
 
-// The last block, and one that is followed by too few bytes of the stream, pass through buffers.
-template <class Pixie, bool high_first>
-QVIM_INLINE void stuff(const char *pixies, char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
-  char padded[block * sizeof(Pixie)], packed[block * sizeof(Pixie) + spare];
-  const placement<high_first> place(joined_length(8 / sizeof(Pixie) * bits));
-  for (uint64_t bytes = (count * bits + 7) / 8; count;) {
-    const uint64_t part = std::min(count, block), groups = (part + group - 1) / group;
-    const uint64_t part_bytes = (part * bits + 7) / 8, pixie_bytes = part * sizeof(Pixie);
-    const bool whole = part % group == 0, inside = bytes >= part_bytes + spare;
-    if (!whole) {
-      std::memcpy(padded, pixies, pixie_bytes);
-      std::memset(padded + pixie_bytes, 0, groups * group * sizeof(Pixie) - pixie_bytes);
+// How values of `bits` bits are packed: pairs of bytes are joined so many times, and have so many bits then.
+template <class Value, bool high_first>
+struct packing {
+  static constexpr uint32_t width = 8 * sizeof(Value);
+  uint32_t bits, rounds;
+  placement<high_first> place;
+
+  QVIM_INLINE explicit packing(uint32_t value_bits)
+      : bits(value_bits),
+        rounds(sizeof(Value) > 1 || bits > 4 ? 0
+               : bits > 2                    ? 1
+               : bits == 2                   ? 2
+                                             : 3),
+        place(8 / sizeof(Value) * (bits << rounds)) {}
+
+  // Whole groups of values; in the stream, `spare` bytes may be touched behind them.
+  QVIM_INLINE void put(const char *values, char *stream, uint64_t count, uint32_t shift) const {
+    if (bits == width) return copy_whole<Value, high_first>(values, stream, count);
+    char space[block_bytes / 2];
+    uint32_t joined = bits;
+    for (uint32_t round = 0; round < rounds; ++round, joined *= 2, shift = 0) {
+      char *const to = 2 * joined == width ? stream : space;
+      join_pairs<high_first>(values, to, count /= 2, joined, shift);
+      values = to;
     }
-    stuff_block<Pixie, high_first>(whole ? pixies : padded, inside ? stream : packed,
-                                   groups * 8 * sizeof(Pixie), bits, shift, place);
+    if (joined < width)
+      put_block<Value, high_first>(values, stream, count * sizeof(Value) / 8, joined, shift, place);
+  }
+
+  QVIM_INLINE void get(char *values, const char *stream, uint64_t count, uint32_t shift) const {
+    if (bits == width) return copy_whole<Value, high_first>(stream, values, count);
+    char buffers[2][block_bytes / 2];
+    uint32_t joined = bits << rounds, round = rounds;
+    const auto place_of_round = [&] { return round ? buffers[round % 2] : values; };
+    const auto shift_of_round = [&] { return round ? 0 : shift; };
+    count >>= rounds;
+    const char *from = stream;
+    if (joined < width) {
+      char *const to = place_of_round();
+      get_block<Value, high_first>(to, stream, count * sizeof(Value) / 8, joined, shift_of_round(), place);
+      from = to;
+    }
+    while (round) {
+      --round;
+      char *const to = place_of_round();
+      split_pairs<high_first>(from, to, count, joined /= 2, shift_of_round());
+      from = to;
+      count *= 2;
+    }
+  }
+};
+
+// Pixies to values of some bits, which may be smaller, and back.
+template <class Pixie, class Value>
+QVIM_INLINE void take_values(const char *pixies, char *values, uint64_t count, uint32_t bits,
+                             uint32_t shift) {
+  const auto value = [=](auto v) __attribute__((always_inline)) {
+    return v >> Pixie(shift) & Pixie(low_bits(bits));
+  };
+  uint64_t i = 0;
+  if constexpr (sizeof(Pixie) == 2 && sizeof(Value) == 1) {
+    for (; count - i >= sizeof(joined_bytes); i += sizeof(joined_bytes))
+      store(values + i, __builtin_convertvector(value(load<byte_pairs>(pixies + 2 * i)), joined_bytes));
+  }
+  for (; i < count; ++i)
+    store(values + i * sizeof(Value), Value(value(load<Pixie>(pixies + i * sizeof(Pixie)))));
+}
+template <class Pixie, class Value>
+QVIM_INLINE void give_values(const char *values, char *pixies, uint64_t count, uint32_t shift) {
+  uint64_t i = 0;
+  if constexpr (sizeof(Pixie) == 2 && sizeof(Value) == 1) {
+    for (; count - i >= sizeof(joined_bytes); i += sizeof(joined_bytes))
+      store(pixies + 2 * i, __builtin_convertvector(load<joined_bytes>(values + i), byte_pairs)
+                                << uint16_t(shift));
+  }
+  for (; i < count; ++i)
+    store(pixies + i * sizeof(Pixie), Pixie(Pixie(load<Value>(values + i * sizeof(Value))) << shift));
+}
+
+// Values of another size, the last block, and one that is followed by too few bytes of the stream, pass
+// through buffers.
+template <class Pixie, class Value, bool high_first>
+QVIM_INLINE void stuff(const char *pixies, char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
+  char values[block_bytes], packed[block_bytes + spare];
+  const packing<Value, high_first> packing(bits);
+  for (uint64_t bytes = (count * bits + 7) / 8; count;) {
+    const uint64_t part = std::min(count, block_bytes / sizeof(Pixie)), part_bytes = (part * bits + 7) / 8;
+    const uint64_t whole = (part + group - 1) / group * group;
+    const bool inside = bytes >= part_bytes + spare;
+    const bool direct = sizeof(Pixie) == sizeof(Value) && part == whole;
+    if (!direct) {
+      take_values<Pixie, Value>(pixies, values, part, bits, shift);
+      std::memset(values + part * sizeof(Value), 0, (whole - part) * sizeof(Value));
+    }
+    packing.put(direct ? pixies : values, inside ? stream : packed, whole, direct ? shift : 0);
     if (!inside) std::memcpy(stream, packed, part_bytes);
-    pixies += pixie_bytes;
+    pixies += part * sizeof(Pixie);
     stream += part_bytes;
     bytes -= part_bytes;
     count -= part;
   }
 }
 
-template <class Pixie, bool high_first>
+template <class Pixie, class Value, bool high_first>
 QVIM_INLINE void unstuff(char *pixies, const char *stream, uint64_t count, uint32_t bits, uint32_t shift) {
-  char padded[block * sizeof(Pixie)], packed[block * sizeof(Pixie) + spare];
-  const placement<high_first> place(joined_length(8 / sizeof(Pixie) * bits));
+  char values[block_bytes], packed[block_bytes + spare];
+  const packing<Value, high_first> packing(bits);
   for (uint64_t bytes = (count * bits + 7) / 8; count;) {
-    const uint64_t part = std::min(count, block), groups = (part + group - 1) / group;
-    const uint64_t part_bytes = (part * bits + 7) / 8, pixie_bytes = part * sizeof(Pixie);
-    const bool whole = part % group == 0, inside = bytes >= part_bytes + spare;
+    const uint64_t part = std::min(count, block_bytes / sizeof(Pixie)), part_bytes = (part * bits + 7) / 8;
+    const uint64_t whole = (part + group - 1) / group * group;
+    const bool inside = bytes >= part_bytes + spare;
+    const bool direct = sizeof(Pixie) == sizeof(Value) && part == whole;
     if (!inside) {
       std::memcpy(packed, stream, part_bytes);
-      std::memset(packed + part_bytes, 0, groups * 8 * bits + spare - part_bytes);
+      std::memset(packed + part_bytes, 0, whole * bits / 8 + spare - part_bytes);
     }
-    unstuff_block<Pixie, high_first>(whole ? pixies : padded, inside ? stream : packed,
-                                     groups * 8 * sizeof(Pixie), bits, shift, place);
-    if (!whole) std::memcpy(pixies, padded, pixie_bytes);
-    pixies += pixie_bytes;
+    packing.get(direct ? pixies : values, inside ? stream : packed, whole, direct ? shift : 0);
+    if (!direct) give_values<Pixie, Value>(values, pixies, part, shift);
+    pixies += part * sizeof(Pixie);
     stream += part_bytes;
     bytes -= part_bytes;
     count -= part;
   }
+}
+
+// Calls body<Value, high_first>(shift) for values of the bits in pixies.
+template <class Pixie>
+QVIM_INLINE void choose_packing(uint32_t bits, uint32_t mode, const auto &body) {
+  const uint32_t shift = mode & low_justified ? 0 : 8 * sizeof(Pixie) - bits;
+  const auto choose = [&]<class Value>() __attribute__((always_inline)) {
+    if (mode & high_bits_first)
+      body.template operator()<Value, true>(shift);
+    else
+      body.template operator()<Value, false>(shift);
+  };
+  if (bits <= 8) return choose.template operator()<uint8_t>();
+  if constexpr (sizeof(Pixie) > 1) {
+    if (bits <= 16) return choose.template operator()<uint16_t>();
+  }
+  if constexpr (sizeof(Pixie) > 2) choose.template operator()<uint32_t>();
 }
 
 template <class Pixie>
@@ -275,11 +387,9 @@ QVIM_INLINE void stuff_any(const char *pixies, char *stream, uint64_t count, uin
   constexpr uint32_t width = 8 * sizeof(Pixie);
   if (count == 0 || bits == 0 || bits > width) return;
   if (bits == width) return void(std::memmove(stream, pixies, count * sizeof(Pixie)));
-  const uint32_t shift = mode & low_justified ? 0 : width - bits;
-  if (mode & high_bits_first)
-    stuff<Pixie, true>(pixies, stream, count, bits, shift);
-  else
-    stuff<Pixie, false>(pixies, stream, count, bits, shift);
+  choose_packing<Pixie>(bits, mode, [=]<class Value, bool high_first>(uint32_t shift) {
+    stuff<Pixie, Value, high_first>(pixies, stream, count, bits, shift);
+  });
 }
 
 template <class Pixie>
@@ -287,11 +397,9 @@ QVIM_INLINE void unstuff_any(char *pixies, const char *stream, uint64_t count, u
   constexpr uint32_t width = 8 * sizeof(Pixie);
   if (count == 0 || bits == 0 || bits > width) return;
   if (bits == width) return void(std::memmove(pixies, stream, count * sizeof(Pixie)));
-  const uint32_t shift = mode & low_justified ? 0 : width - bits;
-  if (mode & high_bits_first)
-    unstuff<Pixie, true>(pixies, stream, count, bits, shift);
-  else
-    unstuff<Pixie, false>(pixies, stream, count, bits, shift);
+  choose_packing<Pixie>(bits, mode, [=]<class Value, bool high_first>(uint32_t shift) {
+    unstuff<Pixie, Value, high_first>(pixies, stream, count, bits, shift);
+  });
 }
 
 }  // namespace
