@@ -66,7 +66,9 @@ const file_format &format_of_content(const std::string &path, const std::string 
 const file_format &format_of_name(const std::string &path) {
   if (const file_format *format = entry_of(qv::format_of_name(path))) return *format;
   std::string known;
-  for (const file_format *format : formats) known += format->sign.suffixes;
+  for (const file_format *format : formats) {
+    if (format->create != nullptr) known += format->sign.suffixes;
+  }
   throw usage_error(printable(path) + ": the name tells no format; one of these at its end does: " + known +
                     "(or --format)");
 }

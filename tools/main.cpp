@@ -1,4 +1,7 @@
 // The command qvimage: image files from the shell, through the library's public interface only.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -63,6 +66,14 @@ int run(std::span<char *const> line) {
   return (*found)->run(arguments(**found, line));
 }
 
+// Standard streams that the caller has closed fail when they are used. Were they left closed, the next file
+// to be opened would take their place, and messages would go into it.
+void guard_standard_streams() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 // What was printed may have gone nowhere: a full disk behind the standard output is a failure too.
 int flushed(int status) {
   errno = 0;
@@ -94,6 +105,7 @@ int guarded(std::span<char *const> line) {
 }  // namespace tool
 
 int main(int count, char **words) {
+  tool::guard_standard_streams();
   tool::set_up_terminal();
   return tool::guarded(std::span<char *const>(words + 1, words + std::max(count, 1)));
 }

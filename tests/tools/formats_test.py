@@ -73,6 +73,10 @@ class Formats(ToolTest):
         self.assertRegex(run("info", "-", input=b"").stderr.decode(), "standard input: .* the file is empty")
         for words in (["info", "/dev/stdin"], ["diff", "-", "-"], ["diff", "/dev/stdin", path]):
             self.good(*words, input=content)
+        for stream, source, status in ((1, "-", 1), (0, path, 0), (2, path, 0)):
+            with open(path) as file:
+                done = run("convert", "--quiet", source, "pnm:-", stdin=file, preexec_fn=lambda: os.close(stream))
+            self.assertEqual((done.returncode, len(done.stdout) > 3600), (status, status == 0))
         self.refused(1, "/dev/null: .*: a device or a socket has no pixels .*", "info", "/dev/null")
 
     def test_pages_go_there_and_back(self):
