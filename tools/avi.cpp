@@ -41,8 +41,17 @@ bool is_motion_jpeg(const qvimagefileinfo &info) {
 
 std::string kind(const qvimagefileinfo &) { return "AVI"; }
 
+// Frames of other codecs are too short for bitmaps, or refused as JPEG pictures.
+std::string codec_of(const qvimagefileinfo &info) {
+  if (is_motion_jpeg(info)) return "mjpg";
+  if (info.avi_compression == 0) return "bitmaps";
+  char name[sizeof info.avi_compression];
+  std::memcpy(name, &info.avi_compression, sizeof name);
+  return printable(std::string(name, sizeof name));
+}
+
 std::vector<fact> facts(const qvimagefileinfo &info) {
-  const std::string codec = is_motion_jpeg(info) ? "mjpg" : "bitmaps";
+  const std::string codec = codec_of(info);
   const double rate = info.avi_rateden == 0 ? 25 : static_cast<double>(info.avi_ratenum) / info.avi_rateden;
   return {{"codec", "codec", codec, fact::as_words, 0, true},
           {"rate", "rate", formatted("%g frames a second", rate)}};

@@ -141,6 +141,10 @@ class Formats(ToolTest):
             found = tiff.read(self.path("c.tif"))
             self.assertEqual([page.pixels for page in found], [page.pixels for page in pages[2:]])
             self.good("diff", path, there)
+        film = self.content("b.avi")
+        form = film.index(b"strf") + 24  # its compression
+        other = self.put("other.avi", film[:form] + b"XV\0D" + film[form + 4 :])
+        self.assertRegex(self.good("info", other), r"XV\\x00D")
         before = self.content("b.pgm")
         self.refused(1, r".*b\.pgm: .*", "convert", "--append", self.make("d.tif", picture(9, 7)), self.path("b.pgm"))
         self.assertEqual(self.content("b.pgm"), before)
