@@ -18,6 +18,23 @@ template <class T, int components, int first, int second>
 constexpr byte_order exchanged{components * sizeof(T), components * sizeof(T), components * sizeof(T),
                                exchanged_byte<T, first, second>};
 
+// No lane holds a pixel of doubles: each is moved alone.
+template <class T>
+constexpr bool moved_alone = sizeof(T) == 8;
+
+template <class T, int components, int first, int second, class Operation>
+QVIM_INLINE void exchange_alone(const char *src, char *dst, int64_t srcstride, int64_t dststride,
+                                uint64_t count, const Operation &operation) {
+  for (int64_t i = 0; i < int64_t(count); ++i) {
+    T p[components];
+    for (int c = 0; c < components; ++c)
+      p[c] =
+          operation(load<T>(src + i * srcstride + exchanged_byte<T, first, second>(c * int64_t(sizeof(T)))));
+    for (int c = 0; c < components; ++c) store(dst + i * dststride + c * int64_t(sizeof(T)), p[c]);
+    asm volatile("");  // vector code would be slower
+  }
+}
+
 // Elsewhere packed pixels are done without moving anything within a vector: every byte of a result is the
 // one at the same place, the one so many bytes further on or the one so many bytes before, chosen by masks
 // whose pattern repeats in a chunk.
@@ -62,6 +79,8 @@ QVIM_INLINE void exchange_packed(const char *src, char *dst, uint64_t count,
                                  const Operation &operation = {}) {
   constexpr uint64_t size = components * sizeof(T), per_chunk = chunk_size / size;
   if (shuffle_run(src, dst, count, exchanged<T, components, first, second>, gaps::others, operation)) return;
+  if constexpr (moved_alone<T> && std::is_same_v<Operation, unchanged>)
+    return exchange_alone<T, components, first, second>(src, dst, size, size, count, operation);
   const auto apart = [&](uint64_t pixels) __attribute__((always_inline)) {  // where nothing else can be read
     alignas(64) char copy[3 * chunk_size] = {};
     std::memcpy(copy + chunk_size, src, pixels * size);
@@ -113,6 +132,8 @@ QVIM_INLINE void exchange(const void *source, void *destination, uint64_t srcstr
     return;
   if (srcstride == packed && dststride == packed)
     exchange_packed<T, 3, first, second>(src, dst, count, operation);
+  else if constexpr (moved_alone<T>)
+    exchange_alone<T, 3, first, second>(src, dst, int64_t(srcstride), int64_t(dststride), count, operation);
   else if (dststride % sizeof(T) != 0 ||  // the operation is done to whole components of a vector
            !shuffle_strided(src, dst, int64_t(srcstride), int64_t(dststride), count, packed,
                             exchanged_byte<T, first, second>, operation))
