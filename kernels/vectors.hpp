@@ -428,6 +428,20 @@ QVIM_INLINE vec<uint8_t> narrowed_bytes(vec<uint32_t> a, vec<uint32_t> b, vec<ui
   return in_order<uint32_t>(narrowed_unsigned(narrowed(low(a), low(b)), narrowed(low(c), low(d))));
 }
 #endif
+// Numbers of 64 bits below 2^52 as doubles, and the whole parts of such doubles. AVX2 has no instructions for
+// that: with the exponent of 2^52 before it, a number is as much as that more.
+#if QVIM_LANES == 2
+QVIM_INLINE vec<double> as_doubles(vec<uint64_t> v) {
+  return (vec<double>)(v | 0x4330'0000'0000'0000) - 0x1p52;
+}
+QVIM_INLINE vec<uint64_t> as_numbers(vec<double> v) {
+  const auto whole = (vec<double>)_mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+  return (vec<uint64_t>)(whole + 0x1p52) & 0x000F'FFFF'FFFF'FFFF;
+}
+#else
+QVIM_INLINE vec<double> as_doubles(vec<uint64_t> v) { return __builtin_convertvector(v, vec<double>); }
+QVIM_INLINE vec<uint64_t> as_numbers(vec<double> v) { return __builtin_convertvector(v, vec<uint64_t>); }
+#endif
 // Lanes in the reverse order, where bytes cannot be shuffled across them.
 QVIM_INLINE vec<uint8_t> lanes_reversed(vec<uint8_t> v) {
 #if QVIM_LANES == 2

@@ -155,51 +155,91 @@ struct lane_planes {
 };
 #endif
 
+// Components as they are stored and as they are computed with: 32-bit integers fill two vectors of doubles,
+// one with those of even places, one with the others.
+template <class T>
+struct stored {
+  using real = T;
+  static constexpr int parts = 1;
+  template <int>
+  QVIM_INLINE static vec<T> part(vec<T> v) {
+    return v;
+  }
+  QVIM_INLINE static vec<T> whole(const vec<T> (&v)[parts]) { return v[0]; }
+};
+template <>
+struct stored<uint32_t> {
+  using real = double;
+  static constexpr int parts = 2;
+  template <int odd>
+  QVIM_INLINE static vec<double> part(vec<float> v) {
+    const auto pairs = (vec<uint64_t>)v;
+    return as_doubles(odd ? pairs >> 32 : pairs & UINT32_MAX);
+  }
+  QVIM_INLINE static vec<float> whole(const vec<double> (&v)[parts]) {
+    return (vec<float>)(as_numbers(v[0]) | as_numbers(v[1]) << 32);
+  }
+};
+
 // Rows of coefficients: rows in the order in which their results are stored, coefficients in the order of
 // the sum, to which `from` refers.
-template <class Real, int inputs, int outputs, bool with_constant, bool with_limits, order from>
+template <class T, int inputs, int outputs, bool with_constant, bool with_limits, order from>
 struct lane_real_products {
-  Real m[outputs][4] = {}, smallest = 0, largest;  // read from here: of a constant 0 gcc makes masks
+  using real = typename stored<T>::real;
+  real m[outputs][4] = {}, smallest = 0, largest;  // read from here: of a constant 0 gcc makes masks
   [[gnu::noinline]] void operator()(const char *src, char *dst, uint64_t count) const {
-    if constexpr (inputs == 1)
+    if constexpr (inputs == 1 && std::is_floating_point_v<T>)
       if (!std::memcmp(m[0], m[1], sizeof m[0]) && !std::memcmp(m[0], m[2], sizeof m[0]))
-        return run_spread<Real, 3>(src, dst, count, product{m[0][0]});
-    run_steps<Real, inputs, outputs, outputs, step::pixels>(step(*this), src, dst, count);
+        return run_spread<T, 3>(src, dst, count, product{m[0][0]});
+    run_steps<T, inputs, outputs, outputs, step::pixels>(step(*this), src, dst, count);
   }
 
  private:
   struct product {
-    Real gain;
-    QVIM_INLINE byte_vector operator()(byte_vector v) const { return (byte_vector)(gain * (vec<Real>)v); }
+    real gain;
+    QVIM_INLINE byte_vector operator()(byte_vector v) const { return (byte_vector)(gain * (vec<real>)v); }
   };
   // The same in vectors.
   struct step {
-    static constexpr int64_t pixels = lanes * int64_t(lane_bytes / sizeof(Real));
-    using planes = lane_planes<Real>;
-    vec<Real> m[outputs][4], smallest, largest;
+    static constexpr int64_t pixels = lanes * int64_t(lane_bytes / sizeof(T));
+    using moved = std::conditional_t<std::is_integral_v<T>, float, T>;
+    using planes = lane_planes<moved>;
+    vec<real> m[outputs][4], smallest, largest;
 
     QVIM_INLINE explicit step(const lane_real_products &p)
-        : smallest(all<Real>(p.smallest)), largest(all<Real>(p.largest)) {
+        : smallest(all<real>(p.smallest)), largest(all<real>(p.largest)) {
       for (int r = 0; r < outputs; ++r)
-        for (int c = 0; c < 4; ++c) m[r][c] = all<Real>(p.m[r][c]);
+        for (int c = 0; c < 4; ++c) m[r][c] = all<real>(p.m[r][c]);
     }
-    QVIM_INLINE vec<Real> row(int r, const planes &in) const {
-      const vec<Real> first = in.c[inputs == 3 ? place<from>(0) : 0];
-      vec<Real> sum = with_constant ? fused(m[r][0], first, m[r][3]) : m[r][0] * first;
-      for (int c = 1; c < inputs; ++c) sum = fused(m[r][c], in.c[place<from>(c)], sum);
-      if constexpr (with_limits) {  // NaN stays
+    QVIM_INLINE vec<real> result(vec<real> sum) const {
+      if constexpr (std::is_integral_v<T>) {  // NaN becomes 0
+        sum = sum > smallest ? sum : smallest;
+        sum = sum < largest ? sum : largest;
+      } else if constexpr (with_limits) {  // NaN stays
         sum = sum < smallest ? smallest : sum;
         sum = sum > largest ? largest : sum;
       }
       return sum;
+    }
+    QVIM_INLINE vec<real> row(int r, const vec<real> (&in)[inputs]) const {
+      vec<real> sum = with_constant ? fused(m[r][0], in[0], m[r][3]) : m[r][0] * in[0];
+      for (int c = 1; c < inputs; ++c) sum = fused(m[r][c], in[c], sum);
+      return result(sum);
     }
     QVIM_INLINE void convert(const char *src, char *dst) const {
       planes in, out;
       if constexpr (inputs == 3)
         in = planes::load(src);
       else
-        in.c[0] = planes::single(load_vector<Real>(src));
-      for (int r = 0; r < outputs; ++r) out.c[r] = row(r, in);
+        in.c[0] = planes::single(load_vector<moved>(src));
+      vec<real> results[outputs][stored<T>::parts];
+      each<stored<T>::parts>([&](auto i) __attribute__((always_inline)) {
+        vec<real> part[inputs];
+        for (int c = 0; c < inputs; ++c)
+          part[c] = stored<T>::template part<i>(in.c[inputs == 3 ? place<from>(c) : 0]);
+        for (int r = 0; r < outputs; ++r) results[r][i] = row(r, part);
+      });
+      for (int r = 0; r < outputs; ++r) out.c[r] = stored<T>::whole(results[r]);
       if constexpr (outputs == 3)
         out.store(dst);
       else

@@ -5,7 +5,6 @@
 #include "kernels/colour/lane_products.hpp"
 #include "kernels/colour/lane_reals.hpp"
 #include "kernels/colour/pixels.hpp"
-#include "kernels/colour/real_products.hpp"
 
 namespace qvim {
 inline namespace QVIM_LEVEL {
@@ -260,12 +259,12 @@ struct matrix31r0 {
 };
 
 #if QVIM_LANES
-// A conversion of integers in the form that is computed by lanes, its rows and columns in the order of the
+// A conversion in the form that is computed by lanes, its rows and columns in the order of the
 // components in memory.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto lane_form(const Conversion &c) {
   constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
-  if constexpr (std::is_floating_point_v<T>) {
+  if constexpr (sizeof(T) > 2) {
     lane_real_products<T, inputs, outputs, Conversion::added, Conversion::limits, from> form;
     form.largest = c.result.largest;
     for (int r = 0; r < outputs; ++r)
@@ -294,26 +293,15 @@ QVIM_INLINE auto lane_form(const Conversion &c) {
 // order of the components in memory.
 template <class T, order from, order to, class Conversion>
 QVIM_INLINE auto wide_form(const Conversion &c) {
-  constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
-  if constexpr (sizeof(T) <= 2) {
-    wide::dot_products<T, outputs, Conversion::shift, Conversion::rule> form;
-    if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
-    for (int r = 0; r < outputs; ++r) {
-      const int of = place<to>(r);
-      form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
-                   c.coefficient(of, place<from>(2)), c.constant[of]);
-    }
-    return form;
-  } else {
-    wide::real_products<T, inputs, outputs, Conversion::added, Conversion::limits, from> form;
-    form.largest = c.result.largest;
-    for (int r = 0; r < outputs; ++r)
-      if constexpr (inputs == 1)
-        form.m[r][0] = c.gain[r];
-      else
-        for (int k = 0; k < (Conversion::added ? 4 : 3); ++k) form.m[r][k] = c.m[place<to>(r)][k];
-    return form;
+  constexpr int outputs = Conversion::outputs;
+  wide::dot_products<T, outputs, Conversion::shift, Conversion::rule> form;
+  if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
+  for (int r = 0; r < outputs; ++r) {
+    const int of = place<to>(r);
+    form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
+                 c.coefficient(of, place<from>(2)), c.constant[of]);
   }
+  return form;
 }
 #endif
 
@@ -326,7 +314,7 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
 #if QVIM_HAVE_WIDE
   // Lanes serve pixels of one component and those with pads.
   constexpr bool by_lanes = sizeof(T) <= 2 && (inputs == 1 || outputs == 3);
-  if constexpr (std::is_integral_v<T> && !(sizeof(T) <= 2 && inputs == 1)) {
+  if constexpr (sizeof(T) <= 2 && inputs == 3) {
     const auto form = wide_form<T, from, to>(conversion);
     if constexpr (sizeof(T) == 1 && outputs == 1)
       if (form.fits && form.has_small_weights() && srcstride == padded && dststride == out)
@@ -353,7 +341,7 @@ QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64
               form(s, d, in, out, n);
             });
   }
-  if constexpr (std::is_floating_point_v<T>)
+  if constexpr (sizeof(T) > 2)
     return packed_blocks<in, out>(src, dst, srcstride, dststride, count, lane_form<T, from, to>(conversion));
 #endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
