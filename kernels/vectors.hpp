@@ -12,7 +12,7 @@
 
 #include "kernels/level.hpp"
 
-#if defined(__AVX512VBMI__)
+#if QVIM_HAVE_WIDE
 #define QVIM_LANES 4
 #elif defined(__AVX2__)
 #define QVIM_LANES 2
@@ -163,10 +163,11 @@ QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a,
   const uint32x4_t low = vmull_u16(vget_low_u16(x), vget_low_u16(y)), high = vmull_high_u16(x, y);
   return (vec<uint16_t>)vuzp2q_u16(vreinterpretq_u16_u32(low), vreinterpretq_u16_u32(high));
 }
-// Products of signed words, added in pairs.
-QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
+// Products of signed words, added in pairs to something else.
+QVIM_INLINE vec<int32_t> pair_sums(vec<int32_t> added, vec<int16_t> a, vec<int16_t> b) {
   const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
-  return (vec<int32_t>)vpaddq_s32(vmull_s16(vget_low_s16(x), vget_low_s16(y)), vmull_high_s16(x, y));
+  const int32x4_t sums = vpaddq_s32(vmull_s16(vget_low_s16(x), vget_low_s16(y)), vmull_high_s16(x, y));
+  return (vec<int32_t>)((vec<uint32_t>)added + (vec<uint32_t>)sums);
 }
 // The whole part of numbers from 0 to below 2^32, or to below 2^31.
 template <bool below_half>
@@ -274,16 +275,16 @@ QVIM_INLINE vec<uint8_t> shuffled_lanes(vec<uint8_t> v, vec<uint8_t> order) {
 QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {
   return (vec<uint16_t>)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
 }
-QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
-  return (vec<int32_t>)_mm256_madd_epi16((__m256i)a, (__m256i)b);
+QVIM_INLINE vec<int32_t> pair_sums(vec<int32_t> added, vec<int16_t> a, vec<int16_t> b) {
+  return (vec<int32_t>)((vec<uint32_t>)added + (vec<uint32_t>)_mm256_madd_epi16((__m256i)a, (__m256i)b));
 }
-// Products of unsigned and signed bytes, added in pairs; sums of neighbouring words, in each lane those of
-// a, then those of b.
-QVIM_INLINE vec<int16_t> byte_pair_sums(vec<uint8_t> a, vec<uint8_t> b) {
-  return (vec<int16_t>)_mm256_maddubs_epi16((__m256i)a, (__m256i)b);
-}
-QVIM_INLINE vec<int16_t> neighbour_sums(vec<int16_t> a, vec<int16_t> b) {
-  return (vec<int16_t>)_mm256_hadd_epi16((__m256i)a, (__m256i)b);
+// Products of unsigned bytes and signed ones, added in fours, whose sums fit: in each lane those of a, then
+// those of b. Nor may the sum of the first two be too large, or that of the last two.
+QVIM_INLINE vec<int16_t> four_sums(vec<uint8_t> weights, vec<uint8_t> a, vec<uint8_t> b) {
+  const auto pairs = [=](auto v) __attribute__((always_inline)) {
+    return _mm256_maddubs_epi16((__m256i)weights, (__m256i)v);
+  };
+  return (vec<int16_t>)_mm256_hadd_epi16(pairs(a), pairs(b));
 }
 template <class Item>
 QVIM_INLINE vec<uint8_t> in_order(vec<uint8_t> v) {
@@ -383,11 +384,6 @@ QVIM_INLINE void store_twelves(char *to, const vec<uint8_t> (&v)[4]) {
   store_vector(to + 2 * vector_bytes,
                of(v[2], v[3], 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30));
 }
-QVIM_INLINE void store_three_halves(char *to, vec<uint8_t> low, vec<uint8_t> high) {
-  store_vector(to, picked<uint64_t>(low, high, 0, 1, 8, 2, 3, 10, 4, 5));
-  const auto rest = picked<uint64_t>(low, high, 12, 6, 7, 14, 0, 0, 0, 0);
-  std::memcpy(to + vector_bytes, &rest, vector_bytes / 2);
-}
 QVIM_INLINE vec<float> fused(vec<float> a, vec<float> b, vec<float> c) { return _mm512_fmadd_ps(a, b, c); }
 QVIM_INLINE vec<double> fused(vec<double> a, vec<double> b, vec<double> c) {
   return _mm512_fmadd_pd(a, b, c);
@@ -402,8 +398,8 @@ QVIM_INLINE vec<uint8_t> shuffled_anywhere(vec<uint8_t> v, vec<uint8_t> order) {
 QVIM_INLINE vec<uint16_t> high_products(vec<uint16_t> a, vec<uint16_t> b) {
   return (vec<uint16_t>)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
 }
-QVIM_INLINE vec<int32_t> pair_sums(vec<int16_t> a, vec<int16_t> b) {
-  return (vec<int32_t>)_mm512_madd_epi16((__m512i)a, (__m512i)b);
+QVIM_INLINE vec<int32_t> pair_sums(vec<int32_t> added, vec<int16_t> a, vec<int16_t> b) {
+  return (vec<int32_t>)_mm512_dpwssd_epi32((__m512i)added, (__m512i)a, (__m512i)b);
 }
 QVIM_INLINE vec<int16_t> narrowed(vec<int32_t> a, vec<int32_t> b) {
   return (vec<int16_t>)_mm512_packs_epi32((__m512i)a, (__m512i)b);
@@ -413,6 +409,22 @@ QVIM_INLINE vec<uint16_t> narrowed_unsigned(vec<int32_t> a, vec<int32_t> b) {
 }
 QVIM_INLINE vec<uint8_t> narrowed_unsigned(vec<int16_t> a, vec<int16_t> b) {
   return (vec<uint8_t>)_mm512_packus_epi16((__m512i)a, (__m512i)b);
+}
+QVIM_INLINE vec<int16_t> four_sums(vec<uint8_t> weights, vec<uint8_t> a, vec<uint8_t> b) {
+  const auto sums = [=](auto v) __attribute__((always_inline)) {
+    return (vec<int32_t>)_mm512_dpbusd_epi32(__m512i(), (__m512i)weights, (__m512i)v);
+  };
+  return narrowed(sums(a), sums(b));
+}
+template <class Item>
+QVIM_INLINE vec<uint8_t> in_order(vec<uint8_t> v) {
+  if constexpr (sizeof(Item) == 8) return picked<uint64_t>(v, v, 0, 2, 4, 6, 1, 3, 5, 7);
+  return picked<uint32_t>(v, v, 0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+}
+// Words of two vectors, numbered through; 0 where the highest bit of the number is set.
+QVIM_INLINE vec<uint16_t> words_of_two(vec<uint16_t> a, vec<uint16_t> b, vec<uint16_t> order) {
+  return (vec<uint16_t>)_mm512_maskz_permutex2var_epi16(~_mm512_movepi16_mask((__m512i)order), (__m512i)a,
+                                                        (__m512i)order, (__m512i)b);
 }
 #endif
 #if QVIM_LANES < 4

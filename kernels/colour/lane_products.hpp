@@ -52,72 +52,114 @@ QVIM_INLINE void run_steps(const Step &step, const char *src, char *dst, uint64_
   results.store(dst_end, int64_t(count) * size_out - pad_out);
 }
 
+// Lanes of `size` bytes that follow each other in memory, whose bytes are taken in any order.
+template <int64_t size>
+class lanes_in_memory {
+#if QVIM_LANES == 4
+  // Where the bytes lie from which a vector is made, or the words of two vectors.
+  template <class Item>
+  struct places {
+    static constexpr int width = sizeof(Item), in_lane = int(lane_bytes) / width;
+    alignas(vector_bytes) Item from[vector_bytes / width];
+    constexpr explicit places(const lane_order &order) {
+      for (int i = 0; i < int(vector_bytes) / width; ++i) {
+        const int at = order.from[i % in_lane * width];
+        from[i] = at == 128 ? Item(Item(1) << (8 * width - 1)) : Item((i / in_lane * int(size) + at) / width);
+      }
+    }
+  };
+  byte_vector first, second;
+
+  // Not at every use: most loads cross a cache line.
+  QVIM_INLINE static byte_vector load_once(const char *src) {
+    auto v = load_vector<uint8_t>(src);
+    asm("" : "+v"(v));
+    return v;
+  }
+
+ public:
+  QVIM_INLINE explicit lanes_in_memory(const char *src) : first(load_once(src)) {
+    if constexpr (size > lane_bytes) second = load_once(src + vector_bytes);
+  }
+  // Of lanes of more than 16 bytes, words.
+  template <auto &order>
+  QVIM_INLINE byte_vector ordered() const {
+    if constexpr (size <= lane_bytes) {
+      static constexpr places<uint8_t> bytes(order);
+      return shuffled_anywhere(first, load_vector<uint8_t>(bytes.from));
+    } else {
+      static constexpr places<uint16_t> words(order);
+      return (byte_vector)words_of_two((vec<uint16_t>)first, (vec<uint16_t>)second,
+                                       load_vector<uint16_t>(words.from));
+    }
+  }
+  // A bit for each component in memory: is it this one?
+  QVIM_INLINE uint64_t equal(uint8_t component) const {
+    return _mm512_cmpeq_epi8_mask((__m512i)first, (__m512i)all(component));
+  }
+  QVIM_INLINE uint64_t equal(uint16_t component) const {
+    const auto in = [=](byte_vector v) __attribute__((always_inline)) {
+      return uint64_t(_mm512_cmpeq_epi16_mask((__m512i)v, (__m512i)all(component)));
+    };
+    return in(first) | in(second) << (vector_bytes / 2);
+  }
+#else
+  static constexpr int second_begins = int(size - lane_bytes);  // it ends with the lane
+  byte_vector first, second;
+
+ public:
+  QVIM_INLINE explicit lanes_in_memory(const char *src) : first(load_lanes<size>(src, size)) {
+    if constexpr (size > lane_bytes) second = load_lanes<size>(src + second_begins, size);
+  }
+  template <auto &order>
+  QVIM_INLINE byte_vector ordered() const {
+    if constexpr (size <= lane_bytes) {
+      return qvim::ordered<order>(first);
+    } else {
+      static constexpr lane_order low([](int i) { return order.from[i] < lane_bytes ? order.from[i] : 128; }),
+          high([](int i) {
+            return order.from[i] < lane_bytes || order.from[i] == 128 ? 128 : order.from[i] - second_begins;
+          });
+      return qvim::ordered<low>(first) | qvim::ordered<high>(second);
+    }
+  }
+#endif
+};
+
 // Four pixels of a lane, of `in` components of which three are used: the first two as pairs of words, and
 // the third with a 0 (or a pad, whose coefficient is 0).
 template <class T, int in>
 struct word_pairs {
+  static constexpr int64_t lane_in = 4 * in * sizeof(T);
+  lanes_in_memory<lane_in> memory;
   vec<int16_t> first_two, third;
 
-  // Lanes begin `step` bytes after each other.
-  template <int64_t step>
-  QVIM_INLINE static word_pairs load(const char *src) {
-    constexpr int size = in * int(sizeof(T));
-    if constexpr (sizeof(T) == 1) {
-      static constexpr lane_order pairs([](int i) { return i % 2 ? 128 : i / 4 * size + i % 4 / 2; }),
-          thirds([](int i) { return i % 4 ? 128 : i / 4 * size + 2; });
-      const byte_vector v = load_lanes<step>(src, step);
-      return {(vec<int16_t>)ordered<pairs>(v), (vec<int16_t>)ordered<thirds>(v)};
-    } else {
-      constexpr int second =
-          4 * size - int(lane_bytes);  // where the half begins that ends with the fourth pixel
-      static constexpr lane_order first_pairs([](int i) { return i < 8 ? i / 4 * size + i % 4 : 128; }),
-          last_pairs([](int i) { return i < 8 ? 128 : i / 4 * size + i % 4 - second; }),
-          first_thirds([](int i) { return i < 8 && i % 4 < 2 ? i / 4 * size + 4 + i % 2 : 128; }),
-          last_thirds([](int i) { return i < 8 || i % 4 > 1 ? 128 : i / 4 * size + 4 + i % 2 - second; });
-      const byte_vector low = load_lanes<step>(src, step), high = load_lanes<step>(src + second, step);
-      const auto signs = all<uint16_t>(0x8000);  // unsigned to signed, by subtracting 2^15
-      const auto p = (vec<uint16_t>)(ordered<first_pairs>(low) | ordered<last_pairs>(high));
-      const auto t = (vec<uint16_t>)(ordered<first_thirds>(low) | ordered<last_thirds>(high));
-      return {(vec<int16_t>)(p ^ signs), (vec<int16_t>)(t ^ signs)};
-    }
-  }
-  // All bits of the lanes of 32 bits whose pixel has this component.
-  QVIM_INLINE vec<int32_t> have(T component) const {
-    const auto one = all<int16_t>(int16_t(sizeof(T) == 1 ? component : component ^ 0x8000));
-    return (vec<int32_t>)((first_two == one) | (third == one)) != 0;
-  }
-};
-
-// Pixels of three sums to memory, packed or with a pad that stays.
-template <class T, int out>
-struct three_sums {
-  vec<int32_t> c[3];
-
-  QVIM_INLINE byte_vector bytes(vec<uint8_t> most) const {
-    static constexpr lane_order order([](int i) {
-      const int p = i / out, component = i % out;
-      return p < 4 && component < 3 ? component * 4 + p : 128;
-    });
-    const byte_vector v = narrowed_unsigned(narrowed(c[0], c[1]), narrowed(c[2], c[2]));
-    return ordered<order>(v < most ? v : most);
-  }
-  struct halves {
-    byte_vector low, high;
-  };
-  QVIM_INLINE halves words(vec<uint16_t> most) const {
-    static constexpr auto place = [](int i, int of) {  // component c of pixel p: in `of` of the two vectors
-      const int p = i / 2 / out, component = i / 2 % out;
-      if (p > 3 || component > 2 || component / 2 != of) return 128;
-      return component % 2 * 8 + p * 2 + i % 2;
+  QVIM_INLINE explicit word_pairs(const char *src) : memory(src) {
+    constexpr int width = sizeof(T), size = in * width;
+    static constexpr auto byte_of = [](int i, int c) {  // of word i, component c of the pixel
+      return i % 2 < width ? i / 4 * size + c * width + i % 2 : 128;
     };
-    static constexpr lane_order low_a([](int i) { return place(i, 0); }),
-        low_b([](int i) { return place(i, 1); }), high_a([](int i) { return place(i + 16, 0); }),
-        high_b([](int i) { return place(i + 16, 1); });
-    vec<uint16_t> a = narrowed_unsigned(c[0], c[1]), b = narrowed_unsigned(c[2], c[2]);
-    a = a < most ? a : most;
-    b = b < most ? b : most;
-    return {ordered<low_a>((byte_vector)a) | ordered<low_b>((byte_vector)b),
-            ordered<high_a>((byte_vector)a) | ordered<high_b>((byte_vector)b)};
+    static constexpr lane_order pairs([](int i) { return byte_of(i, i % 4 / 2); }),
+        thirds([](int i) { return i % 4 < 2 ? byte_of(i, 2) : 128; });
+    // Unsigned words become signed ones by subtracting 2^15.
+    constexpr uint16_t sign = sizeof(T) == 1 ? 0 : 0x8000;
+    first_two = (vec<int16_t>)((vec<uint16_t>)memory.template ordered<pairs>() ^ sign);
+    third = (vec<int16_t>)((vec<uint16_t>)memory.template ordered<thirds>() ^ sign);
+  }
+  // Sums of pixels with a white component become no less than that. Others that are below 0 may become 0.
+  template <int outputs>
+  QVIM_INLINE void whiten(T white, vec<int32_t> (&sum)[outputs]) const {
+#if QVIM_LANES == 4
+    constexpr uint64_t first_components = in == 3 ? 0x2492'4924'9249 : 0x1111'1111'1111'1111;
+    const uint64_t equal = memory.equal(white);
+    const auto pixels = __mmask16(_pext_u64(equal | equal >> 1 | equal >> 2, first_components));
+    for (auto &v : sum)
+      v = (vec<int32_t>)_mm512_mask_mov_epi32((__m512i)v, pixels, (__m512i)all<int32_t>(white));
+#else
+    const auto one = all<int16_t>(int16_t(sizeof(T) == 1 ? white : white ^ 0x8000));
+    const vec<int32_t> least = ((vec<int32_t>)((first_two == one) | (third == one)) != 0) & white;
+    for (auto &v : sum) v = v > least ? v : least;
+#endif
   }
 };
 
@@ -132,6 +174,63 @@ template <class T, int64_t step>
 QVIM_INLINE void store_padded(char *to, byte_vector v) {
   store_lanes<step>(to, step, v | pads<T, step>(to));
 }
+
+// Pixels of three sums, packed or with a pad.
+template <class T, int out>
+struct three_sums {
+  vec<int32_t> c[3];
+
+  QVIM_INLINE byte_vector bytes(vec<uint8_t> most) const {
+    static constexpr lane_order order([](int i) {
+      const int p = i / out, component = i % out;
+      return p < 4 && component < 3 ? component * 4 + p : 128;
+    });
+    const byte_vector v = narrowed_unsigned(narrowed(c[0], c[1]), narrowed(c[2], c[2]));
+    return ordered<order>(v < most ? v : most);
+  }
+  // Words to memory; pads stay.
+  QVIM_INLINE void store(char *to, vec<uint16_t> most) const {
+    vec<uint16_t> a = narrowed_unsigned(c[0], c[1]), b = narrowed_unsigned(c[2], c[2]);
+    a = a < most ? a : most;
+    b = b < most ? b : most;
+#if QVIM_LANES == 4
+    constexpr int words = int(vector_bytes) / 2;
+    struct places {
+      alignas(vector_bytes) uint16_t from[words];
+      constexpr explicit places(int first) {
+        for (int i = 0; i < words; ++i) {
+          const int p = (first + i) / out, component = (first + i) % out;
+          const int at = component / 2 * words + p / 4 * 8 + component % 2 * 4 + p % 4;
+          from[i] = component == 3 || p >= 16 ? 0x8000 : uint16_t(at);
+        }
+      }
+    };
+    static constexpr places low(0), high(words);
+    const auto first = (byte_vector)words_of_two(a, b, load_vector<uint16_t>(low.from)),
+               second = (byte_vector)words_of_two(a, b, load_vector<uint16_t>(high.from));
+    if constexpr (out == 4)
+      store_padded<T, lane_bytes>(to, first), store_padded<T, lane_bytes>(to + vector_bytes, second);
+    else
+      store_vector(to, first), std::memcpy(to + vector_bytes, &second, vector_bytes / 2);
+#else
+    static constexpr auto place = [](int i, int of) {  // component c of pixel p: in `of` of the two vectors
+      const int p = i / 2 / out, component = i / 2 % out;
+      if (p > 3 || component > 2 || component / 2 != of) return 128;
+      return component % 2 * 8 + p * 2 + i % 2;
+    };
+    static constexpr lane_order low_a([](int i) { return place(i, 0); }),
+        low_b([](int i) { return place(i, 1); }), high_a([](int i) { return place(i + 16, 0); }),
+        high_b([](int i) { return place(i + 16, 1); });
+    const byte_vector low = ordered<low_a>((byte_vector)a) | ordered<low_b>((byte_vector)b),
+                      high = ordered<high_a>((byte_vector)a) | ordered<high_b>((byte_vector)b);
+    constexpr int64_t lane_out = 4 * out * sizeof(T);
+    if constexpr (out == 4)
+      store_padded<T, lane_out>(to, low), store_padded<T, lane_out>(to + lane_bytes, high);
+    else
+      store_three_halves(to, low, high);
+#endif
+  }
+};
 
 // The coefficients of a conversion, components in the order in which they are stored.
 template <class T, int outputs, int shift, results rule>
@@ -165,7 +264,7 @@ struct dot_products {
   }
   void operator()(const char *src, char *dst, uint64_t srcstride, uint64_t dststride, uint64_t count) const {
     const bool from_pad = srcstride == 4 * sizeof(T);
-#if QVIM_LANES == 2
+#if QVIM_LANES > 1
     if constexpr (outputs == 1 && sizeof(T) == 1)
       if (has_small_weights()) return from_pad ? weigh<4>(src, dst, count) : weigh<3>(src, dst, count);
 #endif
@@ -175,13 +274,13 @@ struct dot_products {
       from_pad ? run<4, 4>(src, dst, count) : run<3, 4>(src, dst, count);
     } else if (from_pad) {
       run<4, 3>(src, dst, count);
-    } else if constexpr (!QVIM_HAVE_WIDE) {  // there such runs have a loop of their own
+    } else {
       run<3, 3>(src, dst, count);
     }
   }
 
  private:
-#if QVIM_LANES == 2
+#if QVIM_LANES > 1
   // Weights of a mean: no sum of bytes times them goes beyond 16 bits, nor does that of the first two, with
   // bytes less by 128, beyond 16 bits with a sign.
   bool has_small_weights() const {
@@ -204,14 +303,12 @@ struct dot_products {
           added(all<uint16_t>(uint16_t(128 * (m[0] + m[1] + m[2])))) {}
     QVIM_INLINE byte_vector signed_pixels(const char *src) const {
       static constexpr lane_order four([](int i) { return i % 4 == 3 ? 128 : i / 4 * 3 + i % 4; });
-      byte_vector v = load_lanes<4 * in>(src, 4 * in);
-      if constexpr (in == 3) v = ordered<four>(v);
-      return v ^ 0x80;
+      if constexpr (in == 3) return lanes_in_memory<4 * in>(src).template ordered<four>() ^ 0x80;
+      return load_vector<uint8_t>(src) ^ 0x80;
     }
     QVIM_INLINE vec<int16_t> sums(const char *src) const {  // of two vectors' pixels
-      const auto a = byte_pair_sums(weights, signed_pixels(src)),
-                 b = byte_pair_sums(weights, signed_pixels(src + lanes * 4 * in));
-      return (vec<int16_t>)(((vec<uint16_t>)neighbour_sums(a, b) + added) >> 8);
+      const auto sums = four_sums(weights, signed_pixels(src), signed_pixels(src + lanes * 4 * in));
+      return (vec<int16_t>)(((vec<uint16_t>)sums + added) >> 8);
     }
     QVIM_INLINE void convert(const char *src, char *dst) const {
       store_vector(dst, in_order<uint32_t>(narrowed_unsigned(sums(src), sums(src + 2 * lanes * 4 * in))));
@@ -246,50 +343,39 @@ struct dot_products {
     }
     QVIM_INLINE void sums(const word_pairs<T, in> &p, vec<int32_t> (&sum)[outputs]) const {
       for (int r = 0; r < outputs; ++r) {
-        const auto total = (vec<uint32_t>)pair_sums(p.first_two, first_two[r]) +
-                           (vec<uint32_t>)pair_sums(p.third, third[r]) + (vec<uint32_t>)constants[r];
-        sum[r] = (vec<int32_t>)total >> shift;
+        sum[r] = pair_sums(pair_sums(constants[r], p.first_two, first_two[r]), p.third, third[r]) >> shift;
         if (rule == results::cut) sum[r] &= T(-1);
       }
-      if (rule == results::limited_or_white) {
-        const vec<int32_t> at_least = p.have(white) & white;  // sums below 0 become 0 anyway
-        for (int r = 0; r < outputs; ++r) sum[r] = sum[r] > at_least ? sum[r] : at_least;
-      }
+      if (rule == results::limited_or_white) p.whiten(white, sum);
     }
     QVIM_INLINE void convert(const char *src, char *dst) const requires(outputs == 3) {
       constexpr int64_t lane_in = 4 * size_in, lane_out = 4 * size_out;
       byte_vector bytes[together];
       each<together>([&](auto i) __attribute__((always_inline)) {
-        const auto p = word_pairs<T, in>::template load<lane_in>(src + i * lanes * lane_in);
         three_sums<T, out> three;
-        sums(p, three.c);
+        sums(word_pairs<T, in>(src + i * lanes * lane_in), three.c);
         char *const to = dst + i * lanes * lane_out;
         if constexpr (sizeof(T) == 1) {
           bytes[i] = three.bytes(most);
           if constexpr (out == 4) store_padded<T, lane_out>(to, bytes[i]);
         } else {
-          const auto [low, high] = three.words(most);
-          if constexpr (out == 4)
-            store_padded<T, lane_out>(to, low), store_padded<T, lane_out>(to + lane_bytes, high);
-          else
-            store_three_halves(to, low, high);
+          three.store(to, most);
         }
       });
       if constexpr (sizeof(T) == 1 && out == 3) store_twelves(dst, bytes);
     }
-    // A lane of results is made of the same lane of all sums, so that results are in the order of the pixels
-    // when lanes are loaded from so far apart.
     QVIM_INLINE void convert(const char *src, char *dst) const requires(outputs == 1) {
       vec<int32_t> sum[together][1];
       each<together>([&](auto i) __attribute__((always_inline)) {
-        sums(word_pairs<T, in>::template load<together * 4 * size_in>(src + i * 4 * size_in), sum[i]);
+        sums(word_pairs<T, in>(src + i * lanes * 4 * size_in), sum[i]);
       });
       vec<T> grey;
       if constexpr (sizeof(T) == 1)
         grey = narrowed_unsigned(narrowed(sum[0][0], sum[1][0]), narrowed(sum[2][0], sum[3][0]));
       else
         grey = narrowed_unsigned(sum[0][0], sum[1][0]);
-      store_vector(dst, grey < most ? grey : most);
+      using lane_of_sums = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
+      store_vector(dst, in_order<lane_of_sums>((byte_vector)(grey < most ? grey : most)));
     }
   };
 };

@@ -1,7 +1,6 @@
 // Linear combinations of components: Y-Cr-Cb, grey, and matrices of any coefficients.
 #include <cmath>
 
-#include "kernels/colour/dot_products.hpp"
 #include "kernels/colour/lane_products.hpp"
 #include "kernels/colour/lane_reals.hpp"
 #include "kernels/colour/pixels.hpp"
@@ -288,61 +287,25 @@ QVIM_INLINE auto lane_form(const Conversion &c) {
 }
 #endif
 
-#if QVIM_HAVE_WIDE
-// A conversion of integers in the form that such processors compute, if it fits, its rows and columns in the
-// order of the components in memory.
-template <class T, order from, order to, class Conversion>
-QVIM_INLINE auto wide_form(const Conversion &c) {
-  constexpr int outputs = Conversion::outputs;
-  wide::dot_products<T, outputs, Conversion::shift, Conversion::rule> form;
-  if constexpr (Conversion::rule != results::cut) form.limit(c.smallest, c.largest);
-  for (int r = 0; r < outputs; ++r) {
-    const int of = place<to>(r);
-    form.set_row(r, c.coefficient(of, place<from>(0)), c.coefficient(of, place<from>(1)),
-                 c.coefficient(of, place<from>(2)), c.constant[of]);
-  }
-  return form;
-}
-#endif
-
 template <class T, class Conversion, order from, order to>
 QVIM_INLINE void multiply(const void *src, void *dst, uint64_t srcstride, uint64_t dststride, uint64_t count,
                           const Conversion &conversion) {
-  constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
-  [[maybe_unused]] constexpr uint64_t in = inputs * sizeof(T), out = outputs * sizeof(T),
-                                      padded = 4 * sizeof(T);
-#if QVIM_HAVE_WIDE
-  // Lanes serve pixels of one component and those with pads.
-  constexpr bool by_lanes = sizeof(T) <= 2 && (inputs == 1 || outputs == 3);
-  if constexpr (sizeof(T) <= 2 && inputs == 3) {
-    const auto form = wide_form<T, from, to>(conversion);
-    if constexpr (sizeof(T) == 1 && outputs == 1)
-      if (form.fits && form.has_small_weights() && srcstride == padded && dststride == out)
-        return form.weigh_padded(static_cast<const char *>(src), static_cast<char *>(dst), count);
-    const bool of_three_or_four =
-                   (srcstride == in || srcstride == padded) && (dststride == out || dststride == padded),
-               has_pads = srcstride == padded || dststride == padded;
-    if (form.fits && !(by_lanes && of_three_or_four && has_pads))
-      return packed_blocks<in, out>(src, dst, srcstride, dststride, count, form);
-  }
-#else
-  [[maybe_unused]] constexpr bool by_lanes = sizeof(T) <= 2;
-#endif
+  [[maybe_unused]] constexpr int inputs = Conversion::inputs, outputs = Conversion::outputs;
 #if QVIM_LANES
-  if constexpr (by_lanes) {
-    const auto form = lane_form<T, from, to>(conversion);
+  constexpr uint64_t in = inputs * sizeof(T), out = outputs * sizeof(T);
+  const auto form = lane_form<T, from, to>(conversion);
+  if constexpr (sizeof(T) > 2) {
+    return packed_blocks<in, out>(src, dst, srcstride, dststride, count, form);
+  } else {
     if (form.takes(srcstride, dststride))
       return form(static_cast<const char *>(src), static_cast<char *>(dst), srcstride, dststride, count);
-    if constexpr (!QVIM_HAVE_WIDE || inputs == 1)
-      if (form.fits)
-        return packed_blocks<in, out>(
-            src, dst, srcstride, dststride,
-            count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
-              form(s, d, in, out, n);
-            });
+    if (form.fits)
+      return packed_blocks<in, out>(
+          src, dst, srcstride, dststride,
+          count, [&](const char *s, char *d, uint64_t n) __attribute__((always_inline)) {
+            form(s, d, in, out, n);
+          });
   }
-  if constexpr (sizeof(T) > 2)
-    return packed_blocks<in, out>(src, dst, srcstride, dststride, count, lane_form<T, from, to>(conversion));
 #endif
   if constexpr (sizeof(T) == 1 && std::is_base_of_v<clamped<T, outputs, 8>, Conversion>) {
     const narrow_clamped<outputs> narrow(conversion);

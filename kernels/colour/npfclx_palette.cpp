@@ -1,5 +1,5 @@
 // Indices replaced by palette entries.
-#include "kernels/colour/wide.hpp"
+#include "kernels/colour/pixels.hpp"
 
 namespace qvim {
 inline namespace QVIM_LEVEL {
