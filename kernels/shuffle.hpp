@@ -27,46 +27,49 @@ QVIM_INLINE bytes16 shuffled(bytes16 value, bytes16 order) {
 #endif
 }
 
-// Runs are shuffled in pieces: whole vectors where the processor takes any byte of one to any place, and
-// loads and stores under masks (AVX-512 VBMI), otherwise lanes.
-constexpr int64_t piece_bytes = QVIM_HAVE_WIDE ? 64 : lane_bytes;
-
-// Some items as bytes of pieces: byte i of a piece of results is byte from[i] of one of the source. Of both,
-// only the bytes whose bits are set count.
-struct byte_order {
-  alignas(64) uint8_t from[piece_bytes] = {};
-  alignas(lane_bytes) uint8_t kept[piece_bytes];  // 255 for bytes of results that do not count
+// Some items as bytes of a piece of a run: byte i of a piece of results is byte from[i] of one of the source,
+// or 0 where that is 128. Of both, only the bytes whose bits are set count.
+template <int64_t bytes>
+struct byte_piece {
+  alignas(bytes) uint8_t from[bytes] = {};
   uint64_t read = 0, written = 0;
   int64_t size, items, srcstride, dststride;
 
   // Items of `item` bytes. The destination's stride must be at least that, the source's, too, but may be
-  // negative; neither may be more than a piece. Byte i of an item's result is byte source(i) of the item.
-  constexpr byte_order(int64_t item, int64_t from_stride, int64_t to_stride, auto source)
+  // negative. Byte i of an item's result is byte source(i) of the item.
+  constexpr byte_piece(int64_t item, int64_t from_stride, int64_t to_stride, auto source)
       : size(item), srcstride(from_stride), dststride(to_stride) {
     const bool backwards = srcstride < 0;
     const int64_t distance = backwards ? -srcstride : srcstride;
-    for (uint8_t &place : from) place = QVIM_HAVE_WIDE ? 0 : 0x80;
-    for (uint8_t &place : kept) place = 0xFF;
+    for (uint8_t &place : from) place = 0x80;
     // The last item of a piece needs no room for what follows it.
-    items = size > piece_bytes ? 0 : 1 + (piece_bytes - size) / (distance > dststride ? distance : dststride);
+    items = size > bytes ? 0 : 1 + (bytes - size) / (distance > dststride ? distance : dststride);
+    if (bytes == lane_bytes && items == 5) items = 4;  // 12 bytes of a lane are quicker than 15
     for (int64_t n = 0; n < items; ++n)
       for (int64_t i = 0; i < size; ++i) {
         const int64_t at = (backwards ? items - 1 - n : n) * distance + source(i);
         from[n * dststride + i] = uint8_t(at);
-        kept[n * dststride + i] = 0;
         read |= 1ull << at;
         written |= 1ull << (n * dststride + i);
       }
   }
+};
 
-  // Bytes of the first so many items, of the source and of the destination.
-  QVIM_INLINE uint64_t read_of(int64_t some) const {
-    return read & (srcstride > 0 ? ~(~0ull << some * srcstride) : ~0ull << (items - some) * -srcstride);
+// The order of the bytes of a run of items, by lanes, and by whole vectors where the processor takes any byte
+// of one to any place, and loads and stores under masks (AVX-512 VBMI).
+struct byte_order {
+  byte_piece<lane_bytes> lane;
+#if QVIM_HAVE_WIDE
+  byte_piece<vector_bytes> vector;
+#endif
+  constexpr byte_order(int64_t item, int64_t from_stride, int64_t to_stride, auto source)
+      : lane(item, from_stride, to_stride, source)
+#if QVIM_HAVE_WIDE
+        ,
+        vector(item, from_stride, to_stride, source)
+#endif
+  {
   }
-  QVIM_INLINE uint64_t written_of(int64_t some) const { return written & ~(~0ull << some * dststride); }
-  // Bytes from the first of a run of items to its last.
-  QVIM_INLINE int64_t read_span(int64_t count) const { return (count - 1) * srcstride + size; }
-  QVIM_INLINE int64_t written_span(int64_t count) const { return (count - 1) * dststride + size; }
 };
 
 constexpr int64_t same_byte(int64_t i) { return i; }
@@ -91,14 +94,20 @@ QVIM_INLINE void expect_lines(const char *src, const char *dst, bool backwards) 
 }
 
 template <class Operation>
-[[gnu::noinline]] void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order &order,
-                                      const Operation &op) {
+[[gnu::noinline]] void shuffle_masked(const char *src, char *dst, uint64_t count,
+                                      const byte_piece<vector_bytes> &order, const Operation &op) {
   const Operation operation = op;  // a copy, which no store can change
   const __m512i from = _mm512_load_si512(order.from);
   const uint64_t read = order.read, written = order.written;
   const int64_t items = order.items, srcstep = items * order.srcstride, dststep = items * order.dststride;
   if (srcstep < 0) src += srcstep - order.srcstride;  // the lowest address of a vector
   int64_t left = int64_t(count);
+  // Bytes of the first so many items.
+  const auto read_of = [&](int64_t some) {
+    return read &
+           (srcstep > 0 ? ~(~0ull << some * order.srcstride) : ~0ull << (items - some) * -order.srcstride);
+  };
+  const auto written_of = [&](int64_t some) { return written & ~(~0ull << some * order.dststride); };
   const auto get = [&](uint64_t in) __attribute__((always_inline)) {
     expect_lines(src, dst, srcstep < 0);
     const __m512i v = _mm512_maskz_loadu_epi8(in, src);
@@ -117,39 +126,43 @@ template <class Operation>
       put(now, written);
       now = next;
     }
-    const __m512i last = left ? get(order.read_of(left)) : now;
+    const __m512i last = left ? get(read_of(left)) : now;
     put(now, written);
-    if (left) put(last, order.written_of(left));
+    if (left) put(last, written_of(left));
   } else if (left) {
-    put(get(order.read_of(left)), order.written_of(left));
+    put(get(read_of(left)), written_of(left));
   }
 }
 
-#elif QVIM_LANES
+#endif
+#if QVIM_LANES
 
 // Lanes are loaded and stored whole. What is loaded beyond their items is not used. What is stored beyond
 // them is overwritten by the next store, so that where source and destination are the same, the next vectors
 // are loaded before; gaps between items get back what was there. The last items, behind which there are too
 // few bytes for that, change places in buffers.
 template <int64_t known_from, int64_t known_to, class Operation>
-[[gnu::noinline]] void shuffle_lanes(const char *src, char *dst, int64_t left, const byte_order &order,
-                                     const Operation &op) {
+[[gnu::noinline]] void shuffle_lanes(const char *src, char *dst, int64_t left,
+                                     const byte_piece<lane_bytes> &order, const Operation &op) {
   if (left == 0) return;
   using bytes = vec<uint8_t>;
   constexpr int64_t together = 4;  // vectors
   constexpr bool twelves = known_to == 12;
+  constexpr bool at_once = lanes == 4 && known_from > 0;  // one shuffle from memory to the results
   const Operation operation = op;
   const int64_t items = order.items, srcstep = known_from ? known_from : items * order.srcstride,
                 dststep = known_to ? known_to : items * order.dststride;
   const bool has_gaps = order.size < order.dststride;
-  const bytes from = in_all_lanes<uint8_t>(order.from), kept = in_all_lanes<uint8_t>(order.kept);
+  const bytes places = in_all_lanes<uint8_t>(order.from), kept = (bytes)(places >= 0x80),
+              from = at_once ? places + lane_numbers() * uint8_t(known_from) : places;
   struct vectors {
     bytes v[together];
   };
   const auto get = [&]() __attribute__((always_inline)) {
     vectors all;
     each<together>([&](auto i) __attribute__((always_inline)) {
-      all.v[i] = load_lanes<known_from>(src + i * lanes * srcstep, srcstep);
+      const char *const at = src + i * lanes * srcstep;
+      all.v[i] = at_once ? load_vector<uint8_t>(at) : load_lanes<known_from>(at, srcstep);
     });
     src += together * lanes * srcstep;
     left -= together * lanes * items;
@@ -158,7 +171,8 @@ template <int64_t known_from, int64_t known_to, class Operation>
   const auto put = [&](vectors all) __attribute__((always_inline)) {
     const auto to = [=](int64_t i) { return dst + i * lanes * dststep; };
     each<together>([&](auto i) __attribute__((always_inline)) {
-      all.v[i] = operation.bytes(shuffled_lanes(all.v[i], from));
+      all.v[i] =
+          operation.bytes(at_once ? shuffled_anywhere(all.v[i], from) : shuffled_lanes(all.v[i], from));
       if (!twelves && has_gaps) all.v[i] = chosen(kept, load_lanes<known_to>(to(i), dststep), all.v[i]);
     });
     if constexpr (twelves)
@@ -177,7 +191,9 @@ template <int64_t known_from, int64_t known_to, class Operation>
                 items_in(lanes_span<0>(dststep), dststep, order.dststride), together * lanes * items});
   constexpr int64_t group = together * vector_bytes;
   run_end<group + 2 * lane_bytes, group + lane_bytes> in, out;
-  const int64_t read = order.read_span(left), written = order.written_span(left);
+  // Bytes from the first of so many items to the last.
+  const auto span = [&](int64_t some, int64_t stride) { return (some - 1) * stride + order.size; };
+  const int64_t read = span(left, order.srcstride), written = span(left, order.dststride);
   const char *const src_end = src + read;
   char *const dst_end = dst + written;
   if (left >= least) {
@@ -194,28 +210,10 @@ template <int64_t known_from, int64_t known_to, class Operation>
   }
   if (left <= 0) return;
   out.load(dst_end, written);
-  src = in.last(order.read_span(left));
-  dst = out.last(order.written_span(left));
+  src = in.last(span(left, order.srcstride));
+  dst = out.last(span(left, order.dststride));
   while (left > 0) put(get());
   out.store(dst_end, written);
-}
-
-template <class Operation>
-QVIM_INLINE void shuffle_pieces(const char *src, char *dst, uint64_t count, const byte_order &order,
-                                const Operation &operation) {
-  const int64_t from = order.items * order.srcstride, to = order.items * order.dststride;
-  const bool dense = order.size == order.dststride;
-  const auto with = [&](auto known_from, auto known_to) __attribute__((always_inline)) {
-    shuffle_lanes<known_from(), known_to()>(src, dst, int64_t(count), order, operation);
-  };
-  constexpr std::integral_constant<int64_t, 0> any;
-  constexpr std::integral_constant<int64_t, 12> twelve;
-  constexpr std::integral_constant<int64_t, 16> sixteen;
-  if (from == 12 && to == 12 && dense) return with(twelve, twelve);
-  if (from == 16 && to == 12 && dense) return with(sixteen, twelve);
-  if (from == 12 && to == 16) return with(twelve, sixteen);
-  if (from == 16 && to == 16) return with(sixteen, sixteen);
-  with(any, any);
 }
 
 #endif
@@ -233,11 +231,27 @@ QVIM_INLINE bool shuffle_run([[maybe_unused]] const char *src, [[maybe_unused]] 
                              [[maybe_unused]] const Operation &operation = {}) {
 #if QVIM_LANES
   constexpr int64_t worthwhile = 12;  // bytes of a lane
-  const bool can = QVIM_HAVE_WIDE ? order.items > 0
-                                  : order.srcstride > 0 && order.items * order.dststride >= worthwhile &&
-                                        (order.size == order.dststride || between == gaps::pads);
-  if (can) shuffle_pieces(src, dst, count, order, operation);
-  return can;
+  const auto &lane = order.lane;
+  const int64_t from = lane.items * lane.srcstride, to = lane.items * lane.dststride;
+  const bool dense = lane.size == lane.dststride,
+             can = from > 0 && to >= worthwhile && (dense || between == gaps::pads);
+  const auto by_lanes = [&](auto known_from, auto known_to) __attribute__((always_inline)) {
+    shuffle_lanes<known_from(), known_to()>(src, dst, int64_t(count), lane, operation);
+    return true;
+  };
+  constexpr std::integral_constant<int64_t, 12> twelve;
+  constexpr std::integral_constant<int64_t, 16> sixteen;
+  if (can && from == 12 && to == 12 && dense) return by_lanes(twelve, twelve);
+  if (can && from == 16 && to == 12 && dense) return by_lanes(sixteen, twelve);
+  if (can && from == 12 && to == 16) return by_lanes(twelve, sixteen);
+  if (can && from == 16 && to == 16) return by_lanes(sixteen, sixteen);
+#if QVIM_HAVE_WIDE
+  if (order.vector.items > 0) shuffle_masked(src, dst, count, order.vector, operation);
+  return order.vector.items > 0;
+#else
+  constexpr std::integral_constant<int64_t, 0> any;
+  return can && by_lanes(any, any);
+#endif
 #else
   return false;
 #endif
@@ -246,15 +260,22 @@ QVIM_INLINE bool shuffle_run([[maybe_unused]] const char *src, [[maybe_unused]] 
 // The same for strides known only here, where masks let an order be made for any of them, when the run is
 // worth it.
 template <class Operation = unchanged>
-QVIM_INLINE bool shuffle_strided(const char *src, char *dst, int64_t srcstride, int64_t dststride,
-                                 uint64_t count, int64_t size, const auto &source,
-                                 const Operation &operation = {}) {
+QVIM_INLINE bool shuffle_strided([[maybe_unused]] const char *src, [[maybe_unused]] char *dst,
+                                 [[maybe_unused]] int64_t srcstride, [[maybe_unused]] int64_t dststride,
+                                 [[maybe_unused]] uint64_t count, [[maybe_unused]] int64_t size,
+                                 [[maybe_unused]] const auto &source,
+                                 [[maybe_unused]] const Operation &operation = {}) {
+#if QVIM_HAVE_WIDE
   constexpr uint64_t many = 128;
   constexpr auto close = [](int64_t stride) { return stride >= -32 && stride <= 32; };
-  if (!QVIM_HAVE_WIDE || count < many || !close(srcstride) || !close(dststride)) return false;
+  if (count < many || !close(srcstride) || !close(dststride)) return false;
   if ((srcstride < 0 ? -srcstride : srcstride) < size || dststride < size) return false;
-  return shuffle_run(src, dst, count, byte_order(size, srcstride, dststride, source), gaps::others,
-                     operation);
+  const byte_piece<vector_bytes> order(size, srcstride, dststride, source);
+  if (order.items > 0) shuffle_masked(src, dst, count, order, operation);
+  return order.items > 0;
+#else
+  return false;
+#endif
 }
 
 // Pixels of three components, packed or with a pad, by orders made beforehand.
