@@ -1,9 +1,10 @@
-// Kernels that translate pixies through a table. No vector instructions: the loads from the table are what
-// takes the time.
+// Kernels that translate pixies through a table. Where vectors do not hold the table, the loads from it are
+// what takes the time.
 #include <bit>
 
 #include <qvimage/npfpix.h>
 
+#include "kernels/byte_lookup.hpp"
 #include "kernels/operations.hpp"
 #include "kernels/run.hpp"
 
@@ -15,6 +16,29 @@ template <class T>
 QVIM_INLINE T indexing_bits(uint32_t bits) {
   return bits == 0 || bits >= 8 * sizeof(T) ? all_bits<T> : T((1u << bits) - 1);
 }
+
+#if QVIM_LANES
+// Most of a run of adjacent bytes; returns how many. The table may end with the largest value that occurs.
+[[gnu::noinline]] uint64_t translate_bytes(const char *src, char *dst, uint64_t count, const char *table,
+                                           uint8_t indexing) {
+  constexpr uint64_t section = 4096;
+  alignas(vector_bytes) uint8_t entries[byte_values] = {};
+  uint64_t done = 0, known = 0;
+  while (count - done >= vector_bytes) {
+    const uint64_t left = count - done,
+                   part = (left < section ? left : section) / vector_bytes * vector_bytes;
+    const uint8_t largest = largest_byte(src + done, part), needed = largest > indexing ? indexing : largest;
+    if (known <= needed) {
+      std::memcpy(entries + known, table + known, needed + 1 - known);
+      known = needed + 1u;
+    }
+    const byte_lookup looked_up(entries);
+    for (const uint64_t end = done + part; done < end; done += vector_bytes)
+      store_vector(dst + done, looked_up(load_vector<uint8_t>(src + done) & indexing));
+  }
+  return done;
+}
+#endif
 
 template <class T>
 QVIM_INLINE void translate(const void *source, void *destination, int64_t srcstride, int64_t dststride,
@@ -28,6 +52,11 @@ QVIM_INLINE void translate(const void *source, void *destination, int64_t srcstr
   };
   uint64_t i = 0;
   if (srcstride == sizeof(T) && dststride == sizeof(T)) {
+#if QVIM_LANES
+    constexpr uint64_t many = 256;  // worth a copy of the table
+    if constexpr (sizeof(T) == 1)
+      if (count >= many) i = translate_bytes(src, dst, count, entries, indexing);
+#endif
     // Words of values halve the instructions of narrow ones.
     static_assert(std::endian::native == std::endian::little);
     constexpr uint64_t per_word = 8 / sizeof(T), width = 8 * sizeof(T);

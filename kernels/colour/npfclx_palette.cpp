@@ -1,4 +1,5 @@
 // Indices replaced by palette entries.
+#include "kernels/byte_lookup.hpp"
 #include "kernels/colour/pixels.hpp"
 
 namespace qvim {
@@ -20,16 +21,12 @@ QVIM_INLINE void look_up_each(const char *src, char *dst, uint64_t srcstride, ui
 // The entries of a palette of bytes, by component, up to the largest that is known to occur; the rest is not
 // there.
 struct byte_palette {
-  alignas(64) uint8_t component[3][256];
+  alignas(64) uint8_t component[3][byte_values];
   uint32_t known = 0;
 
   template <int components>
   QVIM_INLINE void extend(const char *src, uint64_t count, const char *palette) {
-    uint8_t largest = 0;
-    for (uint64_t i = 0; i < count; ++i) {
-      const auto index = uint8_t(src[i]);
-      largest = index > largest ? index : largest;
-    }
+    const uint8_t largest = largest_byte(src, count);
     for (; known <= largest; ++known)
       for (uint32_t c = 0; c < 3; ++c) component[c][known] = uint8_t(palette[known * components + c]);
   }
@@ -51,20 +48,16 @@ struct joining {
   }
 };
 
-// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time: the
-// half of the palette that bit 7 of the index says is chosen afterwards. The planes are joined by two more
-// shuffles for each vector of pixels.
+// Processors that shuffle the bytes of two vectors of 64 by any others look up 64 pixels at a time. The
+// planes are joined by two more shuffles for each vector of pixels.
 [[gnu::noinline]] void look_up_64(const byte_palette &palette, const char *src, char *dst, uint64_t count) {
-  __m512i table[3][4];
-  std::memcpy(table, palette.component, sizeof table);
+  const byte_lookup component[3] = {byte_lookup(palette.component[0]), byte_lookup(palette.component[1]),
+                                    byte_lookup(palette.component[2])};
   const joining joinings[3] = {joining(0), joining(1), joining(2)};
   for (uint64_t i = 0; i < count; i += 64) {
-    const __m512i index = _mm512_loadu_si512(src + i);
-    const __mmask64 upper = _mm512_movepi8_mask(index);
+    const auto index = load_vector<uint8_t>(src + i);
     __m512i plane[3];
-    for (int c = 0; c < 3; ++c)
-      plane[c] = _mm512_mask_blend_epi8(upper, _mm512_permutex2var_epi8(table[c][0], index, table[c][1]),
-                                        _mm512_permutex2var_epi8(table[c][2], index, table[c][3]));
+    for (int c = 0; c < 3; ++c) plane[c] = (__m512i)component[c](index);
     for (int k = 0; k < 3; ++k) {
       const joining &from = joinings[k];
       const __m512i first_two =

@@ -71,7 +71,8 @@ struct arguments : pixel_arguments {
     const uint32_t width = uint32_t(8 * m.source), numbers[] = {0, 1, 5, 7, width, 200};
     number = numbers[random() % std::size(numbers)];
     const bool masks = m.what == "xlats" && number > 0 && number < width;
-    const uint64_t entries = masks ? 1 << number : m.source == 4 ? 1000 : 1 << width;
+    const uint64_t all = m.source == 4 ? 1000 : 1 << width, some = random() % 2 ? all : 200,
+                   entries = masks ? 1 << number : some;
     value_limit = masks ? 0 : entries;
     table.resize(entries * m.source);
     for (uint8_t &byte : table) byte = uint8_t(random());
