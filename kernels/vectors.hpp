@@ -79,14 +79,6 @@ QVIM_INLINE void each(const auto &body) {
   call(std::make_integer_sequence<int64_t, n>());
 }
 
-// Bytes that are the number of their lane.
-QVIM_INLINE vec<uint8_t> lane_numbers() {
-  const auto numbers = []<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
-    return vec<uint8_t>{uint8_t(i / lane_bytes)...};
-  };
-  return numbers(std::make_integer_sequence<int, int(vector_bytes)>());
-}
-
 // The end of a run in a buffer, with room behind it for what whole vectors touch: the last bytes of the run,
 // so many that they are copied by vectors, or all bytes of a shorter one.
 template <int64_t least, int64_t room_behind>
