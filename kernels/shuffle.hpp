@@ -84,15 +84,6 @@ struct unchanged {
 
 // A vector is loaded before the one in front of it is stored: a load waits for a store that it overlaps, even
 // where masks keep the bytes apart, and in place it would overlap each.
-//
-// Masked vectors that lie across cache lines hold up a processor that waits for memory. Lines asked for some
-// rounds ahead let frames in memory pass at twice the speed.
-constexpr int64_t lines_ahead = 1024;
-QVIM_INLINE void expect_lines(const char *src, const char *dst, bool backwards) {
-  __builtin_prefetch(src + (backwards ? -lines_ahead : lines_ahead), 0);
-  __builtin_prefetch(dst + lines_ahead, 1);
-}
-
 template <class Operation>
 [[gnu::noinline]] void shuffle_masked(const char *src, char *dst, uint64_t count,
                                       const byte_piece<vector_bytes> &order, const Operation &op) {
@@ -109,7 +100,6 @@ template <class Operation>
   };
   const auto written_of = [&](int64_t some) { return written & ~(~0ull << some * order.dststride); };
   const auto get = [&](uint64_t in) __attribute__((always_inline)) {
-    expect_lines(src, dst, srcstep < 0);
     const __m512i v = _mm512_maskz_loadu_epi8(in, src);
     src += srcstep;
     return v;
@@ -147,7 +137,7 @@ QVIM_INLINE __m256i joined_twelves(__m256i a, __m256i b) {
 }
 
 // Lanes of pixels, packed or with pads, which get back what was there. Two lanes at a time: vectors of 64
-// bytes take a fifth longer in memory and as long in the cache (AMD EPYC).
+// bytes take a fifth longer in memory and as long in the cache (AMD EPYC of family 25).
 template <int64_t from, int64_t to, class Operation>
 [[gnu::noinline]] void shuffle_pairs(const char *src, char *dst, int64_t left,
                                      const byte_piece<lane_bytes> &order, const Operation &op) {

@@ -402,8 +402,6 @@ struct spread {
   };
   QVIM_INLINE void convert(const char *src, char *dst) const {
     byte_vector v[out];
-    if constexpr (out == 4 && lanes == 4)  // only there it helps frames and costs nothing in the cache
-      for (int64_t i = 0; i < out * vector_bytes; i += 64) __builtin_prefetch(dst + 2048 + i, 1);
     each<out>([&](auto k) __attribute__((always_inline)) {
       constexpr int first = lanes > 2 ? 0 : lane_from(k, 0), last = lane_from(k, vector_bytes - 1);
       const char *const from = src + first * lane_bytes;
